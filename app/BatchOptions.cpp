@@ -1,0 +1,256 @@
+// Parsing of the lunavex-batch command line.
+#include "app/BatchOptions.h"
+
+#include <map>
+
+#include "batch/Setting.h"
+#include "foundation/HexColor.h"
+#include "foundation/Numbers.h"
+#include "foundation/ResString.h"
+#include "foundation/Utf8.h"
+
+namespace lvx {
+namespace {
+
+constexpr u32 kIdUnknownOption = 62001;
+constexpr u32 kIdBadValue = 62002;
+constexpr u32 kIdUsage = 62000;
+
+// Splits "a,b,c" and ORs the bits of each name; "all" and "none" stand alone.
+bool ParseBits(const std::wstring& text, const std::map<std::wstring, u32>& names, u32& out) {
+    if (text == L"all") {
+        out = 15;
+        return true;
+    }
+    if (text == L"none") {
+        out = 0;
+        return true;
+    }
+    u32 bits = 0;
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t comma = text.find(L',', start);
+        std::wstring name = text.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
+        auto it = names.find(name);
+        if (it == names.end())
+            return false;
+        bits |= it->second;
+        if (comma == std::wstring::npos)
+            break;
+        start = comma + 1;
+    }
+    out = bits;
+    return true;
+}
+
+// "10", "10.5px", "5%": one digit behind the point, pixels unless the text ends in "%".
+bool ParseLength(std::wstring text, LengthValue& out) {
+    u32 unit = 0;
+    if (text.size() > 2 && text.compare(text.size() - 2, 2, L"px") == 0) {
+        text.resize(text.size() - 2);
+    } else if (!text.empty() && text.back() == L'%') {
+        text.pop_back();
+        unit = 1;
+    }
+    i32 value = 0;
+    if (!ParseFixed(value, text, 1) || value < 0)
+        return false;
+    out.unit = unit;
+    (unit == 1 ? out.thousandths : out.tenths) = value;
+    return true;
+}
+
+// "none", "640" (a square box) or "800x600" (a custom size).
+bool ParseShrink(const std::wstring& text, BatchOptions& out) {
+    if (text == L"none") {
+        out.shrinkType = 0;
+        return true;
+    }
+    size_t x = text.find(L'x');
+    u32 w = 0, h = 0;
+    if (x == std::wstring::npos) {
+        if (!ParseUnsigned(w, text) || text.find(L'.') != std::wstring::npos || w == 0 || w > 0x7FFFFFFF)
+            return false;
+        out.shrinkType = 2;
+        out.shrinkWidth = out.shrinkHeight = static_cast<i32>(w);
+        return true;
+    }
+    std::wstring ws = text.substr(0, x), hs = text.substr(x + 1);
+    if (ws.find(L'.') != std::wstring::npos || hs.find(L'.') != std::wstring::npos)
+        return false;
+    if (!ParseUnsigned(w, ws) || !ParseUnsigned(h, hs) || w == 0 || h == 0 || w > 0x7FFFFFFF ||
+        h > 0x7FFFFFFF)
+        return false;
+    out.shrinkType = 1;
+    out.customWidth = static_cast<i32>(w);
+    out.customHeight = static_cast<i32>(h);
+    return true;
+}
+
+bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
+    static const std::map<std::wstring, u32> cornerNames{{L"tl", 1}, {L"bl", 2}, {L"br", 4}, {L"tr", 8}};
+    static const std::map<std::wstring, u32> edgeNames{{L"left", 1}, {L"top", 2}, {L"right", 4}, {L"bottom", 8}};
+    if (name == L"shrink")
+        return ParseShrink(value, out);
+    if (name == L"radius" || name == L"blur") {
+        LengthValue length{};
+        if (!ParseLength(value, length))
+            return false;
+        (name == L"radius" ? out.radius : out.blurWidth) = length;
+        return true;
+    }
+    if (name == L"corners" || name == L"edges") {
+        u32 bits = 0;
+        if (!ParseBits(value, name == L"corners" ? cornerNames : edgeNames, bits))
+            return false;
+        (name == L"corners" ? out.corners : out.edges) = bits;
+        return true;
+    }
+    if (name == L"background") {
+        u32 color = 0;
+        std::wstring text = !value.empty() && value[0] == L'#' ? value.substr(1) : value;
+        if (!ParseHexColor(color, text))
+            return false;
+        out.backgroundColor = color;
+        return true;
+    }
+    if (name == L"format") {
+        if (value == L"png")
+            out.saveType = 1;
+        else if (value == L"jpeg" || value == L"jpg")
+            out.saveType = 2;
+        else
+            return false;
+        return true;
+    }
+    if (name == L"quality") {
+        u32 quality = 0;
+        if (value.find(L'.') != std::wstring::npos || !ParseUnsigned(quality, value) || quality > 100)
+            return false;
+        out.jpegQuality = quality;
+        return true;
+    }
+    if (name == L"subfolder") {
+        if (value.empty())
+            return false;
+        out.subFolder = value;
+        return true;
+    }
+    return false;
+}
+
+bool IsValueOption(const std::wstring& name) {
+    static const wchar_t* names[] = {L"shrink", L"radius", L"blur", L"corners", L"edges",
+                                     L"background", L"format", L"quality", L"subfolder"};
+    for (const wchar_t* n : names) {
+        if (name == n)
+            return true;
+    }
+    return false;
+}
+
+std::wstring Message(u32 id, const std::wstring& argument) {
+    std::wstring text;
+    FormatResString(text, id, {argument});
+    return text;
+}
+
+} // namespace
+
+bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out, std::wstring& error) {
+    bool optionsEnded = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        std::wstring arg = WideFromUtf8(args[i]);
+        if (optionsEnded || arg.size() < 2 || arg.compare(0, 1, L"-") != 0) {
+            out.files.push_back(arg);
+            continue;
+        }
+        if (arg == L"--") {
+            optionsEnded = true;
+            continue;
+        }
+        if (arg == L"-h" || arg == L"--help") {
+            out.help = true;
+            continue;
+        }
+        if (arg == L"--version") {
+            out.version = true;
+            continue;
+        }
+        if (arg == L"--overwrite" || arg == L"--transparent" || arg == L"--opaque") {
+            if (arg == L"--overwrite")
+                out.overwrite = true;
+            else
+                out.transparent = arg == L"--transparent";
+            continue;
+        }
+        if (arg.compare(0, 2, L"--") != 0) {
+            error = Message(kIdUnknownOption, arg);
+            return false;
+        }
+        size_t eq = arg.find(L'=');
+        std::wstring name = arg.substr(2, eq == std::wstring::npos ? std::wstring::npos : eq - 2);
+        if (!IsValueOption(name)) {
+            error = Message(kIdUnknownOption, arg);
+            return false;
+        }
+        std::wstring value;
+        if (eq != std::wstring::npos) {
+            value = arg.substr(eq + 1);
+        } else if (i + 1 < args.size()) {
+            value = WideFromUtf8(args[++i]);
+        } else {
+            error = Message(kIdBadValue, arg);
+            return false;
+        }
+        if (!ParseValue(name, value, out)) {
+            error = Message(kIdBadValue, L"--" + name + L"=" + value);
+            return false;
+        }
+    }
+    return true;
+}
+
+void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
+    if (o.shrinkType)
+        s.shrink.shrinkType = *o.shrinkType;
+    if (o.shrinkWidth)
+        s.shrink.shrinkWidth = *o.shrinkWidth;
+    if (o.shrinkHeight)
+        s.shrink.shrinkHeight = *o.shrinkHeight;
+    if (o.customWidth)
+        s.shrink.customWidth = *o.customWidth;
+    if (o.customHeight)
+        s.shrink.customHeight = *o.customHeight;
+    auto applyLength = [](const std::optional<LengthValue>& given, LengthValue& stored) {
+        if (!given)
+            return;
+        stored.unit = given->unit;
+        (given->unit == 1 ? stored.thousandths : stored.tenths) =
+            given->unit == 1 ? given->thousandths : given->tenths;
+    };
+    applyLength(o.radius, s.round.radius);
+    applyLength(o.blurWidth, s.round.blurWidth);
+    if (o.corners)
+        s.round.corners = *o.corners;
+    if (o.edges)
+        s.round.edges = *o.edges;
+    if (o.backgroundColor)
+        s.round.backgroundColor = *o.backgroundColor;
+    if (o.transparent)
+        s.round.transparent = *o.transparent;
+    if (o.saveType)
+        s.saveType = *o.saveType;
+    if (o.jpegQuality)
+        s.jpegQuality = *o.jpegQuality;
+    if (o.subFolder)
+        s.subFolders.Add(*o.subFolder);
+}
+
+std::wstring BatchUsage() {
+    std::wstring text;
+    LoadResString(text, kIdUsage, true);
+    return text;
+}
+
+} // namespace lvx

@@ -1,0 +1,161 @@
+// One file's road: folder, load, shrink, round and blur, background, save.
+#include "batch/LunavexTask.h"
+
+#include "batch/Setting.h"
+#include "foundation/ControlLookup.h"
+#include "foundation/Exception.h"
+#include "foundation/Paths.h"
+#include "foundation/ResString.h"
+#include "foundation/ResultText.h"
+#include "image/Background.h"
+#include "image/EncoderSetup.h"
+#include "image/ImageIo.h"
+#include "image/ImageSaver.h"
+
+namespace lvx {
+namespace {
+
+constexpr i32 kIdNoEncoder = 200;
+constexpr i32 kIdLoadFailed = 201;
+constexpr i32 kIdSaveFailed = 202;
+constexpr i32 kIdFolderFailed = 58998;
+constexpr i32 kIdBackgroundFailed = 59035;
+constexpr i32 kIdEmptySubFolder = 187;
+constexpr i32 kIdBadFilePath = 188;
+constexpr i32 kSubFolderControl = 165;
+
+// Position just behind the last separator, 0 when there is none.
+size_t AfterLastSeparator(const std::wstring& path) {
+    for (size_t i = path.size(); i > 0; --i) {
+        if (IsPathSeparator(path[i - 1]))
+            return i;
+    }
+    return 0;
+}
+
+} // namespace
+
+void CLunavexTask::Init(const std::wstring& input, const std::wstring& output, CLunavexTaskClient* taskClient) {
+    errorId = 0;
+    errorText.clear();
+    inputPath = input;
+    outputFile = output;
+    client = taskClient;
+    outputFolder = output.substr(0, AfterLastSeparator(output));
+}
+
+void CLunavexTask::SetShrink(const ShrinkSettings& settings) {
+    shrinkStep.shrinkType = settings.shrinkType;
+    shrinkStep.shrinkWidth = settings.shrinkWidth;
+    shrinkStep.shrinkHeight = settings.shrinkHeight;
+    shrinkStep.customWidth = settings.customWidth;
+    shrinkStep.customHeight = settings.customHeight;
+}
+
+void CLunavexTask::SetRound(const RoundSettings& settings) {
+    roundStep.backgroundColor = settings.backgroundColor;
+    roundStep.transparent = settings.transparent;
+    roundStep.corners = settings.corners;
+    roundStep.edges = settings.edges;
+    roundStep.radius = settings.radius;
+    roundStep.blurWidth = settings.blurWidth;
+}
+
+HResult CLunavexTask::PrepareBmpEncoder() { return PrepareEncoder(0, 0); }
+HResult CLunavexTask::PrepareJpegEncoder(u32 quality) { return PrepareEncoder(2, quality); }
+HResult CLunavexTask::PreparePngEncoder() { return PrepareEncoder(1, 0); }
+
+HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
+    return ::PrepareEncoder(saveType, jpegQuality, saver, keepsAlpha);
+}
+
+void CLunavexTask::Run() {
+    Convert();
+    if (client)
+        client->OnTaskFinished(shared_from_this());
+}
+
+void CLunavexTask::Convert() {
+    if (!saver) {
+        Fail(kIdNoEncoder, 0);
+        return;
+    }
+    i32 folderCode = CreateFolderTree(outputFolder);
+    if (folderCode != 0) {
+        HResult code = ResultFromWin32(folderCode);
+        errorId = kIdFolderFailed;
+        FormatResString(errorText, kIdFolderFailed, {ResultText(code), outputFolder});
+        return;
+    }
+    CDibPtr image;
+    HResult code = LoadImageFile(image, inputPath, this);
+    if (Failed(code)) {
+        Fail(kIdLoadFailed, code, inputPath);
+        return;
+    }
+    Process(image);
+    if (errorId != 0)
+        return;
+    code = saver->SaveDib(*result, true, outputFile);
+    if (Failed(code))
+        Fail(kIdSaveFailed, code, outputFile);
+}
+
+void CLunavexTask::Process(CDibPtr image) {
+    source = image;
+    shrinkStep.source = image;
+    shrinkStep.Run();
+    if (shrinkStep.errorId != 0) {
+        Fail(static_cast<i32>(shrinkStep.errorId), shrinkStep.errorCode, inputPath);
+        return;
+    }
+    result = shrinkStep.result;
+    roundStep.source = shrinkStep.result;
+    roundStep.Run();
+    if (roundStep.errorId != 0) {
+        Fail(static_cast<i32>(roundStep.errorId), roundStep.errorCode, inputPath);
+        return;
+    }
+    result = roundStep.result;
+    if (roundStep.transparent && (!saver || keepsAlpha))
+        return;
+    CDibPtr opaque;
+    HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
+    if (Failed(code)) {
+        Fail(kIdBackgroundFailed, code);
+        return;
+    }
+    result = opaque;
+}
+
+void CLunavexTask::Fail(i32 id, HResult code) { Fail(id, code, std::wstring()); }
+
+void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
+    std::wstring message;
+    if (code != 0)
+        FormatResString(message, static_cast<u32>(id), {ResultText(code)});
+    else
+        FormatResString(message, static_cast<u32>(id));
+    errorId = id;
+    errorText = message;
+    if (!text.empty())
+        errorText += L"\n\n" + text;
+}
+
+void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings) {
+    std::wstring subFolder = settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
+    if (subFolder.empty())
+        throw my::CCtrlException(CtrlForId(kSubFolderControl), kIdEmptySubFolder);
+    size_t nameStart = AfterLastSeparator(sourcePath);
+    std::wstring fileName = sourcePath.substr(nameStart);
+    if (fileName.empty())
+        throw my::CException(kIdBadFilePath, sourcePath);
+    size_t dot = fileName.rfind(L'.');
+    std::wstring stem = dot == std::wstring::npos ? fileName : fileName.substr(0, dot);
+    std::wstring result = sourcePath.substr(0, nameStart);
+    AppendPath(result, subFolder);
+    AppendPath(result, stem + L"." + settings.ExtensionOfSaveType());
+    out = result;
+}
+
+} // namespace lvx

@@ -1,0 +1,80 @@
+// lvx::CLunavexTask: one file's road from the source to the output file, and what came of it.
+#pragma once
+
+#include <string>
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "batch/CanTerminate.h"
+#include "image/Dib.h"
+#include "image/RoundStep.h"
+#include "image/ShrinkStep.h"
+
+namespace Gdiplus {
+class CImageSaver;
+}
+class CSetting;
+
+namespace lvx {
+
+class CLunavexTask;
+
+// Receives each finished task, on the thread that ran it.
+class CLunavexTaskClient {
+public:
+    virtual void OnTaskFinished(boost::shared_ptr<CLunavexTask> task) = 0;
+
+protected:
+    ~CLunavexTaskClient() = default;
+};
+
+// Made and set up on the main thread (Init, SetShrink, SetRound, one Prepare...Encoder), run once
+// by the worker (Run) or by the preview (Process), and only read afterwards. Works on copies of
+// the settings; never reads the global settings while it runs. Not copyable.
+class CLunavexTask : public CCanTerminate, public boost::enable_shared_from_this<CLunavexTask> {
+public:
+    CLunavexTask() = default;
+    CLunavexTask(const CLunavexTask&) = delete;
+    CLunavexTask& operator=(const CLunavexTask&) = delete;
+
+    void Init(const std::wstring& inputPath, const std::wstring& outputFile, CLunavexTaskClient* client);
+    void SetShrink(const ShrinkSettings& settings);
+    void SetRound(const RoundSettings& settings);
+
+    HResult PrepareBmpEncoder();
+    HResult PrepareJpegEncoder(u32 quality);
+    HResult PreparePngEncoder();
+    // The encoder of a save type: 0 BMP, 2 JPEG with the quality, any other PNG.
+    HResult PrepareEncoder(u32 saveType, u32 jpegQuality);
+
+    // Convert, then hand the task to the client (also on failure). Worker thread.
+    void Run();
+    // Folder, load, Process, save. Stops at the first failure.
+    void Convert();
+    // Shrink, round and blur, background fill: everything that happens in memory.
+    void Process(CDibPtr image);
+
+    void Fail(i32 id, HResult code);
+    void Fail(i32 id, HResult code, const std::wstring& text);
+
+    i32 errorId = 0;
+    std::wstring errorText;
+    CDibPtr source;
+    CDibPtr result;
+    std::wstring inputPath;
+    std::wstring outputFile;
+    CLunavexTaskClient* client = nullptr;
+    CShrinkStep shrinkStep;
+    CRoundStep roundStep;
+    std::wstring outputFolder;
+    bool keepsAlpha = false;
+    boost::shared_ptr<Gdiplus::CImageSaver> saver;
+};
+
+// The output file of a source: the folder of the source, the newest sub-folder name, the stem of
+// the source and the extension of the save type. Throws my::CCtrlException 187 (control 165) for
+// an empty sub-folder name and my::CException 188 for a source with no file name.
+void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings);
+
+} // namespace lvx

@@ -1,0 +1,73 @@
+// The application's one settings object: output folder, sub-folder history, output type and
+// quality, the window record, and the shrink and round records that each conversion copies.
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <string>
+
+#include "foundation/Types.h"
+#include "image/RoundSettings.h"
+#include "image/ShrinkSettings.h"
+
+// A bounded list of texts, the most recent first.
+class CHistoryList {
+public:
+    using List = std::list<std::wstring>;
+
+    explicit CHistoryList(u32 limit = 0) : limit_(limit) {}
+
+    // Moves text to the front: the first equal entry (compared with case) is removed, text is put
+    // in front, and the list is cut to its limit from the end.
+    void Add(const std::wstring& text);
+    // Drops entries from the end, or appends empty texts, until the list has count entries.
+    void Resize(std::size_t count);
+
+    u32 limit() const { return limit_; }
+    void set_limit(u32 limit) { limit_ = limit; }
+
+    List::iterator begin() { return items_.begin(); }
+    List::iterator end() { return items_.end(); }
+    List::const_iterator begin() const { return items_.begin(); }
+    List::const_iterator end() const { return items_.end(); }
+    std::size_t size() const { return items_.size(); }
+    bool empty() const { return items_.empty(); }
+    const std::wstring& front() const { return items_.front(); }
+    bool operator==(const CHistoryList&) const = default;
+
+private:
+    List items_;
+    u32 limit_;
+};
+
+// The frame's placement as stored: the full-screen flag, then the outer rectangle.
+struct WindowSetting {
+    bool fullScreen = false;
+    Rect rect;
+    bool operator==(const WindowSetting&) const = default;
+};
+
+// The fields in their order, with the constructor's defaults. The process has one of these,
+// TheSetting(); conversions work on copies. Stored by persist/Settings.h.
+class CSetting {
+public:
+    CSetting();
+
+    // "bmp" for 0, "png" for 1, "jpg" for 2, "png" for any other value.
+    std::wstring ExtensionOfSaveType() const;
+
+    std::wstring outputPath;  // the user's pictures folder; empty when it cannot be had
+    CHistoryList subFolders;  // limit 16, one entry "round"
+    u32 saveType = 2;         // 0 BMP, 1 PNG, 2 JPEG (savetype:: of image/EncoderSetup.h)
+    u32 jpegQuality = 80;
+    WindowSetting window;
+    ShrinkSettings shrink;
+    RoundSettings round;
+
+    bool operator==(const CSetting&) const = default;
+};
+
+// The one settings object of the process, built at the first call (so that tests can point the
+// known folders elsewhere before it takes its default output folder). Touched by the main thread
+// only.
+CSetting& TheSetting();

@@ -1,0 +1,118 @@
+// The UTF-16 log stream and the process-wide log object.
+#include "foundation/Log.h"
+
+#include "foundation/KnownFolders.h"
+#include "foundation/Paths.h"
+
+namespace {
+
+bool PutUnit(char16_t unit, char*& to, char* toEnd) {
+    if (toEnd - to < 2)
+        return false;
+    *to++ = static_cast<char>(unit & 0xFF);
+    *to++ = static_cast<char>(unit >> 8);
+    return true;
+}
+
+const std::locale& Utf16Locale() {
+    static const std::locale locale(std::locale::classic(), new utf16_codecvt);
+    return locale;
+}
+
+boost::shared_ptr<CLogFile> g_log;
+
+} // namespace
+
+std::codecvt_base::result utf16_codecvt::do_out(state_type&, const intern_type* from,
+                                                const intern_type* fromEnd, const intern_type*& fromNext,
+                                                extern_type* to, extern_type* toEnd,
+                                                extern_type*& toNext) const {
+    for (; from != fromEnd; ++from) {
+        char32_t c = static_cast<char32_t>(*from);
+        if (c == U'\r')
+            continue;
+        size_t need = c == U'\n' || c > 0xFFFF ? 4 : 2;
+        if (static_cast<size_t>(toEnd - to) < need)
+            break;
+        if (c == U'\n') {
+            PutUnit(u'\r', to, toEnd);
+            PutUnit(u'\n', to, toEnd);
+        } else if (c > 0xFFFF) {
+            c -= 0x10000;
+            PutUnit(static_cast<char16_t>(0xD800 + (c >> 10)), to, toEnd);
+            PutUnit(static_cast<char16_t>(0xDC00 + (c & 0x3FF)), to, toEnd);
+        } else {
+            PutUnit(static_cast<char16_t>(c), to, toEnd);
+        }
+    }
+    fromNext = from;
+    toNext = to;
+    return from == fromEnd ? ok : partial;
+}
+
+std::codecvt_base::result utf16_codecvt::do_unshift(state_type&, extern_type* to, extern_type*,
+                                                    extern_type*& toNext) const {
+    toNext = to;
+    return noconv;
+}
+
+utf16_filebuf::utf16_filebuf() { pubimbue(Utf16Locale()); }
+
+bool utf16_filebuf::OpenTruncated(const std::string& path) {
+    return open(path, std::ios::out | std::ios::binary | std::ios::trunc) != nullptr;
+}
+
+bool CLogFile::OpenDefault() {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    std::wstring folder = AppDataFolder();
+    if (folder.empty() || CreateFolderTree(folder) != 0) {
+        setstate(std::ios::failbit);
+        return false;
+    }
+    AppendPath(folder, L"LOG.txt");
+    return Open(folder);
+}
+
+bool CLogFile::Open(const std::wstring& path) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    lockName_ = path;
+    if (buffer_.is_open() && !buffer_.close())
+        setstate(std::ios::failbit);
+    clear();
+    if (!buffer_.OpenTruncated(ToFileSystemPath(path))) {
+        setstate(std::ios::failbit);
+        return false;
+    }
+    *this << L'\uFEFF';
+    flush();
+    if (!good())
+        return false;
+    path_ = path;
+    return true;
+}
+
+void CLogFile::Close() {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    if (buffer_.is_open() && !buffer_.close())
+        setstate(std::ios::failbit);
+}
+
+void CLogFile::Write(const std::wstring& text) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    *this << text;
+    flush();
+}
+
+boost::shared_ptr<CLogFile> TheLog() { return g_log; }
+
+void StartLog() {
+    g_log.reset(new CLogFile);
+    g_log->OpenDefault();
+}
+
+void StopLog() {
+    if (!g_log)
+        return;
+    g_log->Close();
+    g_log.reset();
+}

@@ -1,0 +1,15 @@
+// Our own BMP encoder: a CDib already is a device-independent bitmap, so it only needs a file
+// header in front.
+#pragma once
+
+#include <vector>
+
+#include "foundation/Types.h"
+#include "image/Dib.h"
+
+constexpr u32 kBmpFileHeaderSize = 14;
+
+// Writes a 32-bit image as an uncompressed 32-bit BMP: the 14-byte file header, a 40-byte
+// information header and the bottom-up rows. Without keepAlpha the fourth byte of each pixel is
+// written as 255 (opaque). False for an image that is not 32-bit or has no area.
+bool EncodeBmp(const CDib& dib, bool keepAlpha, std::vector<u8>& out);

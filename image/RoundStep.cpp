@@ -1,0 +1,63 @@
+// The rounding step of a conversion: rounds the chosen corners, then blurs the chosen edges.
+#include "image/RoundStep.h"
+
+#include "image/Blur.h"
+#include "image/Round.h"
+
+void CRoundStep::SetSettings(const RoundSettings& settings) {
+    backgroundColor = settings.backgroundColor;
+    transparent = settings.transparent;
+    corners = settings.corners;
+    edges = settings.edges;
+    radius = settings.radius;
+    blurWidth = settings.blurWidth;
+}
+
+RoundSettings CRoundStep::Settings() const {
+    RoundSettings settings;
+    settings.backgroundColor = backgroundColor;
+    settings.transparent = transparent;
+    settings.corners = corners;
+    settings.edges = edges;
+    settings.radius = radius;
+    settings.blurWidth = blurWidth;
+    return settings;
+}
+
+void CRoundStep::Run() {
+    result.reset();
+    errorId = 0;
+    errorCode = 0;
+    if (!source) {
+        errorId = kRoundFailed;
+        errorCode = hr::kInvalidArg;
+        return;
+    }
+    const CDib& image = *source;
+    const bool topLeft = (corners & 1) != 0;
+    const bool bottomLeft = (corners & 2) != 0;
+    const bool bottomRight = (corners & 4) != 0;
+    const bool topRight = (corners & 8) != 0;
+    const double r = ResolveLength(radius, image.Width(), image.Height());
+
+    CDibPtr rounded;
+    const HResult roundCode =
+        RoundImage(rounded, image, topLeft, bottomLeft, bottomRight, topRight, r, r);
+    if (Failed(roundCode)) {
+        errorId = kRoundFailed;
+        errorCode = roundCode;
+        return;
+    }
+
+    const double width = ResolveLength(blurWidth, image.Width(), image.Height());
+    CDibPtr blurred;
+    const HResult blurCode =
+        BlurImage(blurred, *rounded, topLeft, bottomLeft, bottomRight, topRight, width,
+                  (edges & 1) != 0, (edges & 2) != 0, (edges & 4) != 0, (edges & 8) != 0, r, r);
+    if (Failed(blurCode)) {
+        errorId = kBlurFailed;
+        errorCode = blurCode;
+        return;
+    }
+    result = blurred;
+}

@@ -1,0 +1,38 @@
+// The shrink step of a conversion: fits an image into a box, keeping its aspect, never enlarging.
+#pragma once
+
+#include "foundation/Types.h"
+#include "image/Dib.h"
+#include "image/ShrinkSettings.h"
+
+// Runs once per conversion on the worker thread, or on the main thread for the preview. The
+// fields from shrinkType to customHeight are a copy of ShrinkSettings. Failures are kept as a
+// string-table id and a code; the step throws nothing of its own.
+class CShrinkStep {
+public:
+    static constexpr u32 kZeroSize = 59335;     // "Shrink size is zero or less"
+    static constexpr u32 kUnknownType = 59336;  // "Unknown shrink size type is specified"
+    static constexpr u32 kResizeFailed = 59043; // "Failed to resize image - %s"
+
+    CDibPtr source; // read only
+    u32 shrinkType = 0;
+    i32 shrinkWidth = 0;
+    i32 shrinkHeight = 0;
+    i32 customWidth = 200;
+    i32 customHeight = 1000;
+    u32 errorId = 0;
+    u32 errorCode = 0;
+    CDibPtr result; // empty on failure
+
+    // Copies the settings record into the step's fields, and back.
+    void SetSettings(const ShrinkSettings& settings);
+    ShrinkSettings Settings() const;
+
+    // Type 0 passes `source` through as it is (the same object); 1 fits into the custom size,
+    // 2 into the named size; any other type fails with 59336.
+    void Run();
+
+    // Fits `image` into width x height. An image that fits already passes through as it is; a
+    // target under one pixel fails with 59335; a failed resize with 59043 and its code.
+    void FitSize(i32 width, i32 height, CDibPtr image);
+};

@@ -1,0 +1,191 @@
+// Tests of lunavex-batch: options, the checks before anything changes, outputs and exit codes.
+#include "app/BatchRun.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "../batch/TaskTestFiles.h"
+#include "app/BatchOptions.h"
+#include "batch/LunavexTask.h"
+#include "batch/Setting.h"
+#include "foundation/ResString.h"
+#include "foundation/Utf8.h"
+#include "image/ImageIo.h"
+
+using namespace testfiles;
+
+namespace {
+
+std::string ReadAll(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class BatchRunTest : public ::testing::Test {
+protected:
+    void SetUp() override { SetUiLanguage(1041); }
+
+    lvx::BatchOptions Parse(std::vector<std::string> args) {
+        lvx::BatchOptions options;
+        std::wstring error;
+        EXPECT_TRUE(lvx::ParseBatchOptions(args, options, error)) << Utf8FromWide(error);
+        return options;
+    }
+
+    int Run(const lvx::BatchOptions& options, const CSetting& settings) {
+        out.str("");
+        err.str("");
+        return lvx::RunBatch(options, settings, out, err);
+    }
+
+    std::ostringstream out, err;
+};
+
+TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
+    auto o = Parse({"--shrink=800x600", "--radius", "5%", "--blur=2.5px", "--corners=tl,br",
+                    "--edges=none", "--background=#FF8000", "--transparent", "--format=png",
+                    "--quality=55", "--subfolder=web", "a.jpg", "--", "--b.jpg"});
+    CSetting s;
+    lvx::ApplyBatchOptions(o, s);
+    EXPECT_EQ(s.shrink.shrinkType, 1u);
+    EXPECT_EQ(s.shrink.customWidth, 800);
+    EXPECT_EQ(s.shrink.customHeight, 600);
+    EXPECT_EQ(s.round.radius, (LengthValue{1, 100, 50})) << "5 % is 50 thousandths; the pixel number stays";
+    EXPECT_EQ(s.round.blurWidth, (LengthValue{0, 25, 10}));
+    EXPECT_EQ(s.round.corners, 1u | 4u);
+    EXPECT_EQ(s.round.edges, 0u);
+    EXPECT_EQ(s.round.backgroundColor, 0x0080FFu);
+    EXPECT_TRUE(s.round.transparent);
+    EXPECT_EQ(s.saveType, 1u);
+    EXPECT_EQ(s.jpegQuality, 55u);
+    EXPECT_EQ(s.subFolders.front(), L"web");
+    EXPECT_EQ(o.files, (std::vector<std::wstring>{L"a.jpg", L"--b.jpg"}));
+
+    auto named = Parse({"--shrink=640", "--format", "jpg"});
+    CSetting t;
+    lvx::ApplyBatchOptions(named, t);
+    EXPECT_EQ(t.shrink.shrinkType, 2u);
+    EXPECT_EQ(t.shrink.shrinkWidth, 640);
+    EXPECT_EQ(t.shrink.shrinkHeight, 640);
+    EXPECT_EQ(t.saveType, 2u);
+
+    for (std::vector<std::string> bad : {std::vector<std::string>{"--quality=101"}, {"--radius=-1"}, {"--radius=.5"},
+                                         {"--corners=top"}, {"--background=FFF"}, {"--format=gif"},
+                                         {"--shrink=0"}, {"--subfolder="}, {"--frobnicate"}, {"-x"}, {"--quality"}}) {
+        lvx::BatchOptions options;
+        std::wstring error;
+        EXPECT_FALSE(lvx::ParseBatchOptions(bad, options, error)) << bad[0];
+        EXPECT_FALSE(error.empty());
+    }
+    lvx::BatchOptions options;
+    std::wstring error;
+    lvx::ParseBatchOptions({"--frobnicate"}, options, error);
+    EXPECT_EQ(error, L"不明なオプションです: --frobnicate");
+}
+
+TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
+    auto dir = FreshDir("cli");
+    ASSERT_TRUE(Write(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
+    ASSERT_TRUE(Write(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
+    CSetting settings;  // defaults: JPEG quality 80 into "round", radius 10, blur 1
+    auto options = Parse({(dir / "one.jpg").string(), (dir / "two.png").string()});
+    ASSERT_EQ(Run(options, settings), lvx::exitcode::kConverted) << err.str();
+    EXPECT_EQ(out.str(), (dir / "round" / "one.jpg").string() + "\n" + (dir / "round" / "two.jpg").string() + "\n");
+
+    // The same conversion through a task, as the window runs it, gives the same bytes.
+    auto reference = FreshDir("cli-reference");
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(W(dir / "two.png"), W(reference / "two.jpg"), nullptr);
+    task->SetShrink(settings.shrink);
+    task->SetRound(settings.round);
+    task->PrepareEncoder(settings.saveType, settings.jpegQuality);
+    task->Run();
+    ASSERT_EQ(task->errorId, 0);
+    EXPECT_EQ(ReadAll(dir / "round" / "two.jpg"), ReadAll(reference / "two.jpg"));
+
+    // A second run without --overwrite lists the outputs and changes nothing.
+    auto before = std::filesystem::last_write_time(dir / "round" / "one.jpg");
+    EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
+    EXPECT_EQ(out.str(), "");
+    EXPECT_NE(err.str().find(Utf8FromWide(L"置き換えるには --overwrite")), std::string::npos);
+    EXPECT_NE(err.str().find((dir / "round" / "two.jpg").string()), std::string::npos);
+    EXPECT_EQ(std::filesystem::last_write_time(dir / "round" / "one.jpg"), before);
+
+    options.overwrite = true;
+    EXPECT_EQ(Run(options, settings), lvx::exitcode::kConverted);
+}
+
+TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
+    auto dir = FreshDir("checks");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    CSetting settings;
+
+    EXPECT_EQ(Run(Parse({}), settings), lvx::exitcode::kUsage);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"変換するファイルが指定されていません\n"));
+
+    // A missing file or a folder stops the run before any folder is made.
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "missing.png").string()}), settings),
+              lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir / "missing.png")) + "\n");
+    EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
+    EXPECT_FALSE(std::filesystem::exists(dir / "round"));
+
+    // A sub-folder of "." would write over the source itself.
+    settings.saveType = 1;
+    settings.subFolders.Add(L".");
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
+    EXPECT_NE(err.str().find(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました")), std::string::npos);
+    CDibPtr still;
+    EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
+}
+
+TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
+    auto dir = FreshDir("stop");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    std::ofstream(dir / "b.png") << "not an image";
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
+    CSetting settings;
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "b.png").string(), (dir / "c.png").string()}), settings),
+              lvx::exitcode::kTaskFailed);
+    EXPECT_EQ(out.str(), (dir / "round" / "a.jpg").string() + "\n");
+    EXPECT_EQ(err.str().rfind(Utf8FromWide(L"画像の読み込みに失敗しました - "), 0), 0u);
+    EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "round" / "c.jpg"));
+}
+
+// The real program: help, version, and an exit code seen by the shell.
+TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
+    auto dir = FreshDir("exe");
+    auto config = dir / "config";
+    std::string env = "XDG_CONFIG_HOME=" + config.string() + " LANG=C.UTF-8 LC_ALL= ";
+    auto run = [&](const std::string& args, std::string& output) {
+        std::string command = env + LVX_BATCH_EXE + std::string(" ") + args + " 2>&1";
+        FILE* pipe = ::popen(command.c_str(), "r");
+        output.clear();
+        char buffer[4096];
+        size_t n;
+        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+            output.append(buffer, n);
+        int status = ::pclose(pipe);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    std::string output;
+    EXPECT_EQ(run("--help", output), 0);
+    EXPECT_NE(output.find("--overwrite"), std::string::npos);
+    EXPECT_NE(output.find("Exit status"), std::string::npos) << "English outside a Japanese locale";
+    EXPECT_EQ(run("--bogus", output), 2);
+    EXPECT_EQ(run("", output), 2);
+    EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    EXPECT_EQ(run("--format=png " + (dir / "a.png").string(), output), 0);
+    EXPECT_EQ(output, (dir / "round" / "a.png").string() + "\n");
+    EXPECT_FALSE(std::filesystem::exists(config / "Harrowmere" / "Lunavex32.reg"))
+        << "a batch run stores no settings";
+}
+
+} // namespace

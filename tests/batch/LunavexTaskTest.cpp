@@ -1,0 +1,237 @@
+// Tests of one file's road through a real task: outcomes by format and transparency, and every
+// failure with its finished text.
+#include "batch/LunavexTask.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fstream>
+
+#include "TaskTestFiles.h"
+#include "batch/Setting.h"
+#include "foundation/ControlLookup.h"
+#include "foundation/Exception.h"
+#include "foundation/ResString.h"
+#include "foundation/ResultText.h"
+#include "image/ImageIo.h"
+
+using namespace testfiles;
+
+namespace {
+
+class LunavexTaskTest : public ::testing::Test {
+protected:
+    void SetUp() override { SetUiLanguage(1041); }
+
+    // Settings that round every corner by 10 px over green and fade no edge.
+    static RoundSettings RoundOverGreen(bool transparent) {
+        RoundSettings r;
+        r.backgroundColor = 0x00FF00;
+        r.transparent = transparent;
+        r.corners = 15;
+        r.edges = 0;
+        return r;
+    }
+
+    // Runs a task on source into output with the save type; returns the task.
+    static boost::shared_ptr<lvx::CLunavexTask> RunTask(const std::wstring& source, const std::wstring& output,
+                                                        u32 saveType, const RoundSettings& round,
+                                                        const ShrinkSettings& shrink = {}) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        task->Init(source, output, nullptr);
+        task->SetShrink(shrink);
+        task->SetRound(round);
+        EXPECT_EQ(task->PrepareEncoder(saveType, 95), 0u);
+        task->Run();
+        return task;
+    }
+
+    static CDibPtr Load(const std::wstring& path) {
+        CDibPtr dib;
+        EXPECT_EQ(LoadImageFile(dib, path), 0u) << testing::PrintToString(path);
+        return dib;
+    }
+};
+
+TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
+    auto dir = FreshDir("outcomes");
+    ASSERT_TRUE(Write(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
+    const std::wstring src = W(dir / "src.png");
+
+    // PNG without transparent: opaque, the cut corner is exactly the background colour.
+    auto task = RunTask(src, W(dir / "out" / "opaque.png"), 1, RoundOverGreen(false));
+    ASSERT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
+    CDibPtr png = Load(W(dir / "out" / "opaque.png"));
+    ASSERT_TRUE(png);
+    const u8* corner = png->PixelAt(0, 0);
+    EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}), (std::array<u8, 4>{0, 255, 0, 255}));
+    const u8* mid = png->PixelAt(20, 15);
+    EXPECT_EQ((std::array<u8, 4>{mid[0], mid[1], mid[2], mid[3]}), (std::array<u8, 4>{40, 30, 200, 255}));
+
+    // PNG with transparent: no fill, the corner keeps alpha 0 in the file.
+    task = RunTask(src, W(dir / "out" / "clear.png"), 1, RoundOverGreen(true));
+    ASSERT_EQ(task->errorId, 0);
+    CDibPtr clear = Load(W(dir / "out" / "clear.png"));
+    EXPECT_EQ(clear->PixelAt(0, 0)[3], 0);
+    EXPECT_EQ(clear->PixelAt(39, 29)[3], 0);
+    EXPECT_EQ(clear->PixelAt(20, 15)[3], 255);
+
+    // JPEG: the background is laid in whatever transparent says; both files are the same.
+    task = RunTask(src, W(dir / "out" / "a.jpg"), 2, RoundOverGreen(false));
+    ASSERT_EQ(task->errorId, 0);
+    task = RunTask(src, W(dir / "out" / "b.jpg"), 2, RoundOverGreen(true));
+    ASSERT_EQ(task->errorId, 0);
+    std::ifstream a(dir / "out" / "a.jpg", std::ios::binary), b(dir / "out" / "b.jpg", std::ios::binary);
+    std::string bytesA((std::istreambuf_iterator<char>(a)), {}), bytesB((std::istreambuf_iterator<char>(b)), {});
+    ASSERT_GT(bytesA.size(), 100u);
+    EXPECT_EQ(bytesA, bytesB);
+    CDibPtr jpeg = Load(W(dir / "out" / "a.jpg"));
+    EXPECT_EQ(jpeg->PixelAt(0, 0)[3], 255);
+    EXPECT_GT(jpeg->PixelAt(0, 0)[1], 200) << "the corner shows the green background";
+    EXPECT_LT(jpeg->PixelAt(0, 0)[2], 60);
+
+    // BMP, which no control offers, also gets the background.
+    task = RunTask(src, W(dir / "out" / "c.bmp"), 0, RoundOverGreen(true));
+    ASSERT_EQ(task->errorId, 0);
+    CDibPtr bmp = Load(W(dir / "out" / "c.bmp"));
+    const u8* bc = bmp->PixelAt(0, 0);
+    EXPECT_EQ((std::array<u8, 4>{bc[0], bc[1], bc[2], bc[3]}), (std::array<u8, 4>{0, 255, 0, 255}));
+}
+
+TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
+    auto dir = FreshDir("shrink");
+    ASSERT_TRUE(Write(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
+    ShrinkSettings shrink;
+    shrink.shrinkType = 2;
+    shrink.shrinkWidth = shrink.shrinkHeight = 640;
+    RoundSettings round = RoundOverGreen(true);
+    auto task = RunTask(W(dir / "big.png"), W(dir / "round" / "big.png"), 1, round, shrink);
+    ASSERT_EQ(task->errorId, 0);
+    CDibPtr out = Load(W(dir / "round" / "big.png"));
+    EXPECT_EQ(out->Width(), 640);
+    EXPECT_EQ(out->Height(), 480);
+    EXPECT_EQ(task->outputFolder, W(dir / "round") + L"/");
+}
+
+TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
+    auto dir = FreshDir("failures");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
+    std::ofstream(dir / "notes.txt") << "this is no image";
+
+    // No encoder: 200, before anything happens on disk.
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(W(dir / "ok.png"), W(dir / "none" / "ok.png"), nullptr);
+    task->Run();
+    EXPECT_EQ(task->errorId, 200);
+    EXPECT_EQ(task->errorText, L"画像の保存形式が指定されていません");
+    EXPECT_FALSE(std::filesystem::exists(dir / "none"));
+
+    // A text file: 201 with the decoder's text and the path; the sub-folder made first stays.
+    task = RunTask(W(dir / "notes.txt"), W(dir / "sub" / "notes.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 201);
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80004001) + L"\n\n" + W(dir / "notes.txt"));
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "sub"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "sub" / "notes.png"));
+
+    // A file that is gone: 201 with the system's "not found" text.
+    task = RunTask(W(dir / "gone.png"), W(dir / "sub" / "gone.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 201);
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) + L"\n\n" + W(dir / "gone.png"));
+
+    // A folder that cannot be made: 58998 with the system text and the folder.
+    std::ofstream(dir / "blocker") << "x";
+    task = RunTask(W(dir / "ok.png"), W(dir / "blocker" / "sub" / "ok.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 58998);
+    const std::wstring folder = W(dir / "blocker" / "sub") + L"/";
+    ASSERT_GT(task->errorText.size(), folder.size());
+    EXPECT_EQ(task->errorText.rfind(L"フォルダーの作成に失敗しました - ", 0), 0u);
+    EXPECT_EQ(task->errorText.substr(task->errorText.size() - folder.size() - 2), L"\n\n" + folder);
+
+    // An output that cannot be written (a folder stands at its path): 202 with the output path.
+    std::filesystem::create_directories(dir / "out" / "ok.png");
+    task = RunTask(W(dir / "ok.png"), W(dir / "out" / "ok.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 202);
+    EXPECT_EQ(task->errorText.rfind(L"画像の保存に失敗しました - ", 0), 0u);
+    EXPECT_EQ(task->errorText.substr(task->errorText.size() - W(dir / "out" / "ok.png").size() - 2),
+              L"\n\n" + W(dir / "out" / "ok.png"));
+
+    // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds.
+    ShrinkSettings zero;
+    zero.shrinkType = 1;
+    zero.customWidth = 0;
+    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, zero);
+    EXPECT_EQ(task->errorId, 59335);
+    EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
+    ShrinkSettings unknown;
+    unknown.shrinkType = 7;
+    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, unknown);
+    EXPECT_EQ(task->errorId, 59336);
+    EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png")) << "nothing is saved after a failure";
+}
+
+TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
+    struct Recorder : lvx::CLunavexTaskClient {
+        std::vector<i32> ids;
+        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask> task) override { ids.push_back(task->errorId); }
+    } recorder;
+    auto dir = FreshDir("client");
+    ASSERT_TRUE(Write(*Solid(4, 4, 1, 2, 3), L"image/png", dir / "a.png"));
+    for (const char* name : {"a.png", "missing.png"}) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        task->Init(W(dir / name), W(dir / "r" / name), &recorder);
+        task->PreparePngEncoder();
+        task->Run();
+    }
+    EXPECT_EQ(recorder.ids, (std::vector<i32>{0, 201}));
+}
+
+TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {
+    CSetting settings;
+    std::wstring out;
+    lvx::MakeOutputPath(out, L"/pics/a.b.c.png", settings);
+    EXPECT_EQ(out, L"/pics/round/a.b.c.jpg");
+    lvx::MakeOutputPath(out, L"/pics/.png", settings);
+    EXPECT_EQ(out, L"/pics/round/.jpg");
+    settings.saveType = 1;
+    lvx::MakeOutputPath(out, L"/pics/noext", settings);
+    EXPECT_EQ(out, L"/pics/round/noext.png");
+    lvx::MakeOutputPath(out, L"bare.jpg", settings);
+    EXPECT_EQ(out, L"round/bare.png");
+
+    settings.subFolders.Resize(0);
+    lvx::MakeOutputPath(out, L"/pics/x.gif", settings);
+    EXPECT_EQ(out, L"/pics/trim/x.png");
+
+    // Windows spelling: the same rules with "\" written and both separators read.
+    SetPathStyle(PathStyle::Windows);
+    settings.subFolders.Add(L"round");
+    settings.saveType = 2;
+    lvx::MakeOutputPath(out, L"C:\\a\\photo.1.tif", settings);
+    EXPECT_EQ(out, L"C:\\a\\round\\photo.1.jpg");
+    lvx::MakeOutputPath(out, L"C:/a/photo.tif", settings);
+    EXPECT_EQ(out, L"C:/a/round\\photo.jpg");
+    SetPathStyle(PathStyle::Posix);
+
+    SetCtrlResolver([](i32 id) { return reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(id)); });
+    settings.subFolders.Add(L"");
+    try {
+        lvx::MakeOutputPath(out, L"/pics/x.png", settings);
+        ADD_FAILURE() << "an empty sub-folder name is refused";
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(e.id, 187);
+        EXPECT_EQ(e.text, L"サブフォルダ名が空です");
+        EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
+    }
+    SetCtrlResolver(nullptr);
+    settings.subFolders.Add(L"round");
+    try {
+        lvx::MakeOutputPath(out, L"/pics/", settings);
+        ADD_FAILURE() << "a path with no file name is refused";
+    } catch (const my::CException& e) {
+        EXPECT_EQ(e.id, 188);
+        EXPECT_EQ(e.text, L"ファイルパスが不正です\n\n/pics/");
+    }
+}
+
+} // namespace

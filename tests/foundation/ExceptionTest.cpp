@@ -1,0 +1,115 @@
+// Tests of the failure value and the exceptions: ids, result codes and composed texts.
+#include "foundation/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include "LanguageGuard.h"
+#include "foundation/ResultText.h"
+
+TEST(Exception, ComposeError) {
+    CLanguageGuard guard(1041);
+    EXPECT_EQ(ComposeError(201, ResultText(0x80070002)),
+              L"画像の読み込みに失敗しました - " + ResultText(0x80070002));
+    EXPECT_EQ(ComposeError(58724), L"不明な例外が発生しました");
+    EXPECT_EQ(ComposeError(188, std::wstring(L"/a/b.png")), L"ファイルパスが不正です\n\n/a/b.png");
+    EXPECT_EQ(ComposeError(58703, L"/x", L"ignored"),
+              L"指定のフォルダーは存在しません。作成しますか？\n\n/x");
+    EXPECT_EQ(ComposeError(58900, L"1", L"2", L"3", L"4", L"5", L"6"),
+              L"バージョン情報が見つかりません\n\n1\n2");
+    EXPECT_THROW(ComposeError(60999), my::CException);
+
+    CSimpleErr error;
+    error.ComposeError(187);
+    EXPECT_EQ(error.id, 0);
+    EXPECT_EQ(error.text, L"サブフォルダ名が空です");
+}
+
+TEST(Exception, SimpleErrSetters) {
+    CLanguageGuard guard(1033);
+    CSimpleErr error;
+    EXPECT_FALSE(error.IsError());
+    error.SetErrorResult(58998, 0x80070005, L"/out");
+    EXPECT_EQ(error.id, 58998);
+    EXPECT_EQ(error.hr, 0x80070005u);
+    EXPECT_EQ(error.text, L"Failed to create folder - " + ResultText(0x80070005) + L"\n\n/out");
+    EXPECT_TRUE(error.IsError());
+
+    error.SetError(59043, L"x");
+    EXPECT_EQ(error.hr, 0u);
+    EXPECT_EQ(error.text, L"Failed to resize image - x");
+
+    error.SetError(0, L"x");
+    EXPECT_EQ(error.id, 0);
+    EXPECT_EQ(error.hr, 0u);
+    EXPECT_TRUE(error.text.empty());
+}
+
+TEST(Exception, Constructors) {
+    CLanguageGuard guard(1041);
+    my::CException empty(0);
+    EXPECT_EQ(empty.id, 0);
+    EXPECT_EQ(empty.hr, 0u);
+    EXPECT_TRUE(empty.text.empty());
+    EXPECT_FALSE(empty.IsError());
+
+    my::CException one(189, L"/a.png");
+    EXPECT_EQ(one.text, L"ファイルが見つかりません\n\n/a.png");
+    my::CException two(185, L"0", L"100");
+    EXPECT_EQ(two.text, L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100");
+    EXPECT_EQ(two.hr, 0u);
+
+    my::CException coded(59041, hr::kOutOfMemory);
+    EXPECT_EQ(coded.hr, hr::kOutOfMemory);
+    EXPECT_EQ(coded.text, L"角の丸め処理に失敗しました - " + ResultText(hr::kOutOfMemory));
+    my::CException codedPath(58831, 0x80070003, L"/p");
+    EXPECT_EQ(codedPath.text,
+              L"ファイルを開けませんでした - " + ResultText(0x80070003) + L"\n\n/p");
+
+    my::CException cast(L"i64", L"u16", L"70000");
+    EXPECT_EQ(cast.id, 58726);
+    EXPECT_EQ(cast.hr, 0u);
+    EXPECT_EQ(cast.text, L"i64 から u16 へのキャストはできません: 70000");
+
+    CSimpleErr value;
+    value.SetErrorResult(202, 0x80004005);
+    my::CException copied(value);
+    EXPECT_EQ(copied.id, 202);
+    EXPECT_EQ(copied.hr, 0x80004005u);
+    EXPECT_EQ(copied.text, value.text);
+    EXPECT_STREQ(copied.what(), std::exception().what());
+}
+
+TEST(Exception, CtrlException) {
+    CLanguageGuard guard(1041);
+    int control = 0;
+    my::CCtrlException e(&control, 184, L"147");
+    EXPECT_EQ(e.ctrl, &control);
+    EXPECT_EQ(e.id, 184);
+    EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
+
+    my::CCtrlException fromPlain(my::CException(198));
+    EXPECT_EQ(fromPlain.ctrl, nullptr);
+    EXPECT_EQ(fromPlain.id, 198);
+    EXPECT_EQ(fromPlain.text, L"長さの単位が不正です");
+
+    my::CCtrlException empty;
+    EXPECT_EQ(empty.id, 0);
+    EXPECT_EQ(empty.ctrl, nullptr);
+}
+
+TEST(Exception, ThrowCastError) {
+    CLanguageGuard guard(1033);
+    try {
+        ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000));
+        FAIL() << "no exception";
+    } catch (const my::CException& e) {
+        EXPECT_EQ(e.id, 58726);
+        EXPECT_EQ(e.text, L"Cast error i64 to i32: -5000000000");
+    }
+}
+
+TEST(Exception, TooLongTemplateTextIsReportedByItsOwnMessage) {
+    CLanguageGuard guard(1033);
+    my::CException e(58744, L"12345");
+    EXPECT_EQ(e.text, L"Resource string data is too long\n\nID: 12345");
+}

@@ -1,0 +1,151 @@
+// Tests of the exception barriers: the catch order and what each holder receives.
+#include "foundation/GuardedCall.h"
+
+#include <new>
+#include <stdexcept>
+
+#include <boost/regex.hpp>
+#include <gtest/gtest.h>
+
+#include "LanguageGuard.h"
+#include "foundation/ResultText.h"
+
+namespace {
+
+int gControl = 0;
+
+void ThrowCtrl() {
+    throw my::CCtrlException(&gControl, 181);
+}
+
+} // namespace
+
+TEST(GuardedCall, NothingThrownClearsTheHolder) {
+    my::CCtrlException holder(&gControl, 181);
+    int seen = 0;
+    GuardedCall(
+        holder,
+        [&](int a, int b) {
+            seen = a + b;
+            return 5;
+        },
+        2, 3);
+    EXPECT_EQ(seen, 5);
+    EXPECT_EQ(holder.id, 0);
+    EXPECT_EQ(holder.hr, 0u);
+    EXPECT_TRUE(holder.text.empty());
+    EXPECT_EQ(holder.ctrl, nullptr);
+}
+
+TEST(GuardedCall, SystemExceptionsKeepTheirFields) {
+    CLanguageGuard guard(1041);
+    my::CCtrlException ctrlHolder;
+    GuardedCall(ctrlHolder, ThrowCtrl);
+    EXPECT_EQ(ctrlHolder.id, 181);
+    EXPECT_EQ(ctrlHolder.text, L"0 より大きい値を指定してください");
+    EXPECT_EQ(ctrlHolder.ctrl, &gControl);
+
+    // Other holders lose the control handle and nothing else.
+    my::CException plainHolder(0);
+    GuardedCall(plainHolder, ThrowCtrl);
+    EXPECT_EQ(plainHolder.id, 181);
+    EXPECT_EQ(plainHolder.text, ctrlHolder.text);
+    CSimpleErr simpleHolder;
+    GuardedCall(simpleHolder, ThrowCtrl);
+    EXPECT_EQ(simpleHolder.id, 181);
+    EXPECT_EQ(simpleHolder.text, ctrlHolder.text);
+
+    // A plain exception gives a ctrl holder a null handle.
+    GuardedCall(ctrlHolder, [] { throw my::CException(201, 0x80070002u); });
+    EXPECT_EQ(ctrlHolder.id, 201);
+    EXPECT_EQ(ctrlHolder.hr, 0x80070002u);
+    EXPECT_EQ(ctrlHolder.text, L"画像の読み込みに失敗しました - " + ResultText(0x80070002));
+    EXPECT_EQ(ctrlHolder.ctrl, nullptr);
+
+    GuardedCall(
+        ctrlHolder, [](int* p) { throw my::CCtrlException(p, 199); }, &gControl);
+    EXPECT_EQ(ctrlHolder.ctrl, &gControl);
+}
+
+TEST(GuardedCall, StandardAtlAndUnknownExceptions) {
+    CLanguageGuard guard(1041);
+    CSimpleErr holder;
+    GuardedCall(holder, [] { throw std::bad_alloc(); });
+    EXPECT_EQ(holder.id, 58722);
+    EXPECT_EQ(holder.hr, 0u);
+    std::string what = std::bad_alloc().what();
+    EXPECT_EQ(holder.text, L"標準エラーが発生しました: " + std::wstring(what.begin(), what.end()));
+
+    GuardedCall(holder, [] { throw ATL::CAtlException(0x80004005); });
+    EXPECT_EQ(holder.id, 58723);
+    EXPECT_EQ(holder.hr, 0x80004005u);
+    EXPECT_EQ(holder.text, L"ATLの例外が発生しました: " + ResultText(0x80004005));
+
+    GuardedCall(holder, [] { throw 42; });
+    EXPECT_EQ(holder.id, 58724);
+    EXPECT_EQ(holder.hr, 0u);
+    EXPECT_EQ(holder.text, L"不明な例外が発生しました");
+}
+
+TEST(GuardedCall, WhatIsCutAt255BytesAndSignExtended) {
+    CLanguageGuard guard(1033);
+    std::string longWhat(300, 'a');
+    longWhat[254] = 'z';
+    CSimpleErr holder;
+    GuardedCall(holder, [&] { throw std::runtime_error(longWhat); });
+    EXPECT_EQ(holder.id, 58722);
+    EXPECT_EQ(holder.text, L"std exception is occurred: " + std::wstring(254, L'a') + L"z");
+
+    // "é" in UTF-8 is the bytes C3 A9; each becomes one character, sign-extended to 16 bits.
+    std::wstring wide = WideFromWhat(std::runtime_error("\xC3\xA9!"));
+    EXPECT_EQ(wide,
+              (std::wstring{static_cast<wchar_t>(0xFFC3), static_cast<wchar_t>(0xFFA9), L'!'}));
+}
+
+TEST(GuardedCall, RegexErrors) {
+    CLanguageGuard guard(1041);
+    struct Case {
+        const wchar_t* pattern;
+        i32 id;
+        const wchar_t* text;
+    };
+    const Case cases[] = {
+        {L"(a", 59376, L"() の対応がとれていません"},
+        {L"[\\d-z]", 59379, L"文字の範囲が不正です"},
+        {L"a{2,1}", 59378, L"{} の中身が不正です"},
+        {L"[[.foo.]]", 59371, L"[] 内に不正な文字が含まれています"},
+        {L"*a", 59381, L"繰り返しの対象が不正です"},
+        {L"a\\", 59373, L"エスケープ文字の使い方が不正です"},
+        {L"[[:nope:]]", 59372, L"[] 内で不正な文字クラスが指定されています"},
+        {L"(a)\\2", 59374, L"存在しない部分文字列を参照しています"},
+    };
+    for (const Case& c : cases) {
+        my::CCtrlException holder;
+        GuardedCall(holder, [&] { boost::wregex r(c.pattern); });
+        EXPECT_EQ(holder.id, c.id) << c.pattern;
+        EXPECT_EQ(holder.hr, 0u);
+        EXPECT_EQ(holder.text, c.text);
+    }
+
+    const std::pair<int, i32> codes[] = {
+        {2, 59384},  {3, 59371},  {4, 59372},  {5, 59373},  {6, 59374},  {7, 59375},
+        {8, 59376},  {9, 59377},  {10, 59378}, {11, 59379}, {12, 59380}, {13, 59381},
+        {18, 59382}, {19, 59383}, {1, 59369},  {14, 59369}, {20, 59369}, {21, 59369}};
+    for (auto [code, id] : codes)
+        EXPECT_EQ(RegexErrorId(code), id) << code;
+
+    // A code without a message of its own (an unterminated Perl extension) takes the text of
+    // what().
+    CLanguageGuard english(1033);
+    std::string what;
+    try {
+        boost::wregex r(L"(?<x");
+    } catch (const boost::regex_error& e) {
+        what = e.what();
+    }
+    ASSERT_FALSE(what.empty());
+    CSimpleErr holder;
+    GuardedCall(holder, [] { boost::wregex r(L"(?<x"); });
+    EXPECT_EQ(holder.id, 59369);
+    EXPECT_EQ(holder.text, L"Regular expression error: " + std::wstring(what.begin(), what.end()));
+}

@@ -1,0 +1,79 @@
+// Tests of the UTF-16 log: exact bytes, the byte order mark, and the default place.
+#include "foundation/Log.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "foundation/Paths.h"
+
+namespace {
+
+std::vector<unsigned char> ReadBytes(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::filesystem::path TempDir(const char* name) {
+    auto dir = std::filesystem::temp_directory_path() / ("lvx-log-" + std::to_string(::getpid())) / name;
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    return dir;
+}
+
+TEST(LogTest, LineEndsBecomeCrLfAndCarriageReturnsAreDropped) {
+    auto dir = TempDir("bytes");
+    for (const wchar_t* text : {L"a\nb", L"a\r\nb"}) {
+        auto path = dir / "LOG.txt";
+        CLogFile log;
+        ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
+        log.Write(text);
+        log.Close();
+        std::vector<unsigned char> expected{0xFF, 0xFE, 0x61, 0, 0x0D, 0, 0x0A, 0, 0x62, 0};
+        EXPECT_EQ(ReadBytes(path), expected);
+    }
+}
+
+TEST(LogTest, CharactersBeyondTheBasicPlaneBecomeSurrogatePairs) {
+    auto path = TempDir("wide") / "LOG.txt";
+    CLogFile log;
+    ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
+    log.Write(L"\U0001F600あ");
+    log.Close();
+    std::vector<unsigned char> expected{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30};
+    EXPECT_EQ(ReadBytes(path), expected);
+}
+
+TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
+    auto state = TempDir("state");
+    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
+    // An earlier run's log is cut.
+    std::filesystem::create_directories(state / "Harrowmere" / "Lunavex32");
+    std::ofstream(state / "Harrowmere" / "Lunavex32" / "LOG.txt") << "old contents";
+    StartLog();
+    ASSERT_TRUE(TheLog());
+    EXPECT_TRUE(TheLog()->good());
+    StopLog();
+    EXPECT_FALSE(TheLog());
+    std::vector<unsigned char> expected{0xFF, 0xFE};
+    EXPECT_EQ(ReadBytes(state / "Harrowmere" / "Lunavex32" / "LOG.txt"), expected);
+    ::unsetenv("XDG_STATE_HOME");
+}
+
+TEST(LogTest, AFolderThatCannotBeMadeLeavesAClosedStreamAndGoesOn) {
+    auto dir = TempDir("blocked");
+    std::ofstream(dir / "file") << "x";
+    ::setenv("XDG_STATE_HOME", (dir / "file").c_str(), 1);  // a file where the folder should be
+    StartLog();
+    ASSERT_TRUE(TheLog());
+    EXPECT_FALSE(TheLog()->good());
+    TheLog()->Write(L"ignored");
+    StopLog();
+    ::unsetenv("XDG_STATE_HOME");
+}
+
+} // namespace

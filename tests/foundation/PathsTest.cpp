@@ -1,0 +1,122 @@
+// Tests of the path functions, in the platform's style and with the Windows rules switched on.
+#include "foundation/Paths.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "foundation/Win32Error.h"
+
+namespace {
+
+// Switches the path style for one test and back.
+class WindowsStyle {
+public:
+    WindowsStyle() { SetPathStyle(PathStyle::Windows); }
+    ~WindowsStyle() { SetPathStyle(PathStyle::Posix); }
+};
+
+std::filesystem::path TempDir(const char* name) {
+    auto dir = std::filesystem::temp_directory_path() / ("lvx-paths-" + std::to_string(::getpid())) / name;
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    return dir;
+}
+
+TEST(PathsTest, AppendAndSplitInThePlatformStyle) {
+    std::wstring p = L"/a/b";
+    AppendPath(p, L"c.png");
+    EXPECT_EQ(p, L"/a/b/c.png");
+    p = L"/a/";
+    AppendPath(p, L"c");
+    EXPECT_EQ(p, L"/a/c");
+    p = L"";
+    AppendPath(p, L"c");
+    EXPECT_EQ(p, L"c");
+    // A colon and a backslash are ordinary file-name characters here.
+    p = L"x:";
+    AppendPath(p, L"y");
+    EXPECT_EQ(p, L"x:/y");
+    p = L"a\\b";
+    std::wstring tail;
+    ASSERT_TRUE(SplitLastComponent(p, tail));
+    EXPECT_EQ(p, L"");
+    EXPECT_EQ(tail, L"a\\b");
+
+    p = L"/a/b.c.png";
+    ASSERT_TRUE(SplitLastComponent(p, tail));
+    EXPECT_EQ(p, L"/a/");
+    EXPECT_EQ(tail, L"b.c.png");
+    std::wstring empty;
+    EXPECT_FALSE(SplitLastComponent(empty, tail));
+
+    std::wstring base, ext;
+    ASSERT_TRUE(SplitFileName(L"/x/a.b.c", base, ext));
+    EXPECT_EQ(base, L"a.b");
+    EXPECT_EQ(ext, L"c");
+    ASSERT_TRUE(SplitFileName(L"/x/.png", base, ext));
+    EXPECT_EQ(base, L"");
+    EXPECT_EQ(ext, L"png");
+    ASSERT_TRUE(SplitFileName(L"noext", base, ext));
+    EXPECT_EQ(base, L"noext");
+    EXPECT_EQ(ext, L"");
+    EXPECT_FALSE(SplitFileName(L"/x/", base, ext));
+    EXPECT_EQ(ParentPath(L"/x/y"), L"/x");
+    EXPECT_EQ(ParentPath(L"y"), L"");
+}
+
+TEST(PathsTest, WindowsRulesThroughTheStyleSetting) {
+    WindowsStyle style;
+    std::wstring p = L"C:";
+    AppendPath(p, L"x");
+    EXPECT_EQ(p, L"C:x");  // relative to the drive
+    p = L"C:\\a/";
+    AppendPath(p, L"x");
+    EXPECT_EQ(p, L"C:\\a/x");
+    p = L"C:\\a";
+    AppendPath(p, L"x");
+    EXPECT_EQ(p, L"C:\\a\\x");
+
+    EXPECT_TRUE(IsDrivePath(L"C:"));
+    EXPECT_TRUE(IsDrivePath(L"z:"));
+    EXPECT_FALSE(IsDrivePath(L"1:"));
+    EXPECT_TRUE(IsUncServerPath(L"\\\\server"));
+    EXPECT_TRUE(IsUncServerPath(L"\\\\server\\"));
+    EXPECT_FALSE(IsUncServerPath(L"\\\\server\\share"));
+    EXPECT_TRUE(IsRootLike(L"C:\\"));
+    EXPECT_TRUE(IsRootLike(L"name"));
+    EXPECT_FALSE(IsRootLike(L""));
+    EXPECT_FALSE(IsRootLike(L"C:\\a"));
+
+    // A drive that is gone: the walk ends on its root, with the backslash.
+    EXPECT_EQ(NearestExistingFolder(L"Q:\\gone\\deeper\\"), L"Q:\\");
+    EXPECT_EQ(NearestExistingFolder(L"bare"), L"bare");
+    EXPECT_EQ(CreateFolderTree(L"Q:\\"), win32::kAccessDenied);
+}
+
+TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
+    auto dir = TempDir("make");
+    std::wstring deep = FromFileSystemPath((dir / "a" / "b" / "c").string());
+    EXPECT_EQ(CreateFolderTree(deep), 0);
+    EXPECT_TRUE(IsDirectory(deep));
+    EXPECT_EQ(CreateFolderTree(deep), 0);  // exists already
+
+    std::wstring file = FromFileSystemPath((dir / "file").string());
+    std::ofstream(dir / "file") << "x";
+    EXPECT_TRUE(IsExistingFile(file));
+    EXPECT_TRUE(FileExists(file));
+    EXPECT_NE(CreateFolderTree(file), 0) << "a file in the folder's place is no success";
+    EXPECT_EQ(CreateFolderTree(file + L"/below"), win32::kPathNotFound);
+
+    std::wstring gone = FromFileSystemPath((dir / "a" / "gone" / "x.png").string());
+    EXPECT_EQ(NearestExistingFolder(gone), FromFileSystemPath((dir / "a").string()));
+    EXPECT_EQ(NearestExistingFolder(L"/nonexistent-lvx-root/x"), L"/");
+}
+
+TEST(PathsTest, FileSystemNamesAreUtf8) {
+    EXPECT_EQ(ToFileSystemPath(L"/写真/ä.png"), "/\xE5\x86\x99\xE7\x9C\x9F/\xC3\xA4.png");
+    EXPECT_EQ(FromFileSystemPath("/\xE5\x86\x99\xE7\x9C\x9F"), L"/写真");
+}
+
+} // namespace

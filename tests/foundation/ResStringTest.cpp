@@ -1,0 +1,182 @@
+// Tests of loading strings by id, the language choice and filling templates.
+#include "foundation/ResString.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "LanguageGuard.h"
+#include "foundation/Exception.h"
+
+namespace {
+
+constexpr u32 kSelfTest255 = 61090; // a table string of exactly 255 characters
+constexpr u32 kMissing = 60999;     // no string has this id
+
+// Sets or unsets a variable for one test and restores it afterwards.
+class CEnvGuard {
+public:
+    CEnvGuard(const char* name, const char* value) : name_(name) {
+        const char* old = std::getenv(name);
+        had_ = old != nullptr;
+        if (had_)
+            old_ = old;
+        if (value)
+            setenv(name, value, 1);
+        else
+            unsetenv(name);
+    }
+    ~CEnvGuard() {
+        if (had_)
+            setenv(name_, old_.c_str(), 1);
+        else
+            unsetenv(name_);
+    }
+
+private:
+    const char* name_;
+    bool had_ = false;
+    std::string old_;
+};
+
+u16 LanguageFor(const char* all, const char* messages, const char* lang) {
+    CEnvGuard a("LC_ALL", all), m("LC_MESSAGES", messages), l("LANG", lang);
+    u16 saved = UiLanguage();
+    SetUiLanguage(0);
+    u16 language = UiLanguage();
+    SetUiLanguage(saved);
+    return language;
+}
+
+} // namespace
+
+TEST(ResString, LanguageFollowsTheFirstLocaleVariableThatIsSet) {
+    EXPECT_EQ(LanguageFor("", "", "ja_JP.UTF-8"), 1041);
+    EXPECT_EQ(LanguageFor(nullptr, nullptr, "ja_JP.UTF-8"), 1041);
+    EXPECT_EQ(LanguageFor("C", "", "ja_JP.UTF-8"), 1033);
+    EXPECT_EQ(LanguageFor("", "ja_JP.eucJP", "en_US.UTF-8"), 1041);
+    EXPECT_EQ(LanguageFor("en_GB.UTF-8", "ja_JP", "ja_JP"), 1033);
+    EXPECT_EQ(LanguageFor("ja", nullptr, nullptr), 1041);
+    EXPECT_EQ(LanguageFor(nullptr, nullptr, nullptr), 1033);
+    EXPECT_EQ(LanguageFor("", "", "jp_JP"), 1033);
+}
+
+TEST(ResString, JapaneseAndEnglishTexts) {
+    std::wstring text;
+    {
+        CLanguageGuard guard(1041);
+        ASSERT_TRUE(LoadResString(text, 58368, true));
+        EXPECT_EQ(text, L"エラー");
+        ASSERT_TRUE(LoadResString(text, 58369, true));
+        EXPECT_EQ(text, L"確認");
+        ASSERT_TRUE(LoadResString(text, 58673, true));
+        EXPECT_EQ(text, L"縮小しない");
+    }
+    CLanguageGuard guard(1033);
+    ASSERT_TRUE(LoadResString(text, 58368, true));
+    EXPECT_EQ(text, L"Error");
+    ASSERT_TRUE(LoadResString(text, 58369, true));
+    EXPECT_EQ(text, L"Query");
+    ASSERT_TRUE(LoadResString(text, 58673, true));
+    EXPECT_EQ(text, L"No shrink");
+    // The application's own ids exist in Japanese only and come in Japanese.
+    ASSERT_TRUE(LoadResString(text, 187, true));
+    EXPECT_EQ(text, L"サブフォルダ名が空です");
+    ASSERT_TRUE(LoadResString(text, 173, true));
+    EXPECT_EQ(text, L"ピクセル");
+    ASSERT_TRUE(LoadResString(text, 137, true));
+    EXPECT_EQ(text, L"Lunavex");
+    ASSERT_TRUE(LoadResString(text, 130, true));
+    EXPECT_EQ(text, L"Harrowmere");
+}
+
+TEST(ResString, RawLoadCopiesAtMostSizeMinusOne) {
+    wchar_t buffer[8];
+    CLanguageGuard guard(1033);
+    EXPECT_EQ(LoadStringRaw(58368, buffer, 8), 5);
+    EXPECT_EQ(std::wstring(buffer), L"Error");
+    EXPECT_EQ(LoadStringRaw(58368, buffer, 4), 3);
+    EXPECT_EQ(std::wstring(buffer), L"Err");
+    EXPECT_EQ(LoadStringRaw(kMissing, buffer, 8), 0);
+    EXPECT_EQ(LoadStringRaw(58368, buffer, 0), 0);
+}
+
+TEST(ResString, A255CharacterStringNeedsASecondLoad) {
+    wchar_t buffer[256];
+    // 255 characters fill the first buffer of 256 to size - 1, which may mean a cut.
+    EXPECT_EQ(LoadStringRaw(kSelfTest255, buffer, 256), 255);
+    std::wstring text;
+    ASSERT_TRUE(LoadResString(text, kSelfTest255, true));
+    ASSERT_EQ(text.size(), 255u);
+    for (size_t i = 0; i < text.size(); ++i)
+        ASSERT_EQ(text[i], static_cast<wchar_t>(L'0' + i % 10)) << i;
+}
+
+TEST(ResString, MissingStrings) {
+    CLanguageGuard guard(1041);
+    std::wstring text = L"old";
+    EXPECT_FALSE(LoadResString(text, kMissing, false));
+    EXPECT_TRUE(text.empty());
+
+    text = L"old";
+    try {
+        LoadResString(text, kMissing, true);
+        FAIL() << "no exception";
+    } catch (const my::CException& e) {
+        EXPECT_TRUE(text.empty());
+        EXPECT_EQ(e.id, 58743);
+        // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
+        EXPECT_EQ(e.hr, 0x80070716u);
+        EXPECT_EQ(e.text, L"文字列リソースが見つかりません - " + ResultText(0x80070716u) +
+                              L"\n\nID: 60999");
+    }
+    EXPECT_THROW(CResString{kMissing}, my::CException);
+}
+
+TEST(ResString, ResStringObject) {
+    CLanguageGuard guard(1033);
+    CResString none(0);
+    EXPECT_TRUE(none.Text().empty());
+    EXPECT_EQ(none.Id(), 0u);
+    CResString title(58368);
+    EXPECT_EQ(title.Text(), L"Error");
+    EXPECT_EQ(title.Id(), 58368u);
+    const std::wstring& asText = title;
+    EXPECT_EQ(asText, L"Error");
+}
+
+TEST(ResString, FormatFillsTextAndNumbers) {
+    std::wstring out;
+    {
+        CLanguageGuard guard(1041);
+        ASSERT_TRUE(FormatResString(out, 176, {3, 12}));
+        EXPECT_EQ(out, L"3 / 12 ファイル処理中 ");
+        ASSERT_TRUE(FormatResString(out, 58675, {-160, 160}));
+        EXPECT_EQ(out, L"-160 × 160 以内に縮小する");
+        ASSERT_TRUE(FormatResString(out, 58726, {L"i64", std::wstring(L"i32"), L"5000000000"}));
+        EXPECT_EQ(out, L"i64 から i32 へのキャストはできません: 5000000000");
+        // A template with fewer placeholders than arguments ignores the rest.
+        ASSERT_TRUE(FormatResString(out, 187, {L"unused"}));
+        EXPECT_EQ(out, L"サブフォルダ名が空です");
+    }
+    CLanguageGuard guard(1033);
+    ASSERT_TRUE(FormatResString(out, 58675, {1280, 1280}));
+    EXPECT_EQ(out, L"Fit to 1280 x 1280");
+}
+
+TEST(ResString, FormatCutsAtTemplateLengthPlus1023) {
+    CLanguageGuard guard(1041);
+    const std::wstring prefix = L"画像の読み込みに失敗しました - ";
+    const size_t n = prefix.size() + 2; // the template is the prefix and "%s"
+    std::wstring out;
+    // The largest output that fits: the prefix and 1025 characters make n + 1023.
+    std::wstring fits(1025, L'x');
+    ASSERT_TRUE(FormatResString(out, 201, {fits}));
+    EXPECT_EQ(out, prefix + fits);
+    EXPECT_EQ(out.size(), n + 1023);
+
+    std::wstring longer(5000, L'y');
+    ASSERT_TRUE(FormatResString(out, 201, {longer}));
+    EXPECT_EQ(out.size(), n + 1023);
+    EXPECT_EQ(out, prefix + std::wstring(n + 1023 - prefix.size(), L'y'));
+}

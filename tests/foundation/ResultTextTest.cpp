@@ -1,0 +1,90 @@
+// Tests of the system texts of result codes.
+#include "foundation/ResultText.h"
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
+
+#include "LanguageGuard.h"
+#include "foundation/Exception.h"
+#include "foundation/TextUtil.h"
+
+namespace {
+
+bool IsTrimmed(const std::wstring& text) {
+    return !text.empty() && !IsBlankOrCr(text.front()) && !IsBlankOrCr(text.back());
+}
+
+} // namespace
+
+TEST(ResultText, ErrnoCodesComeFromTheCLibrary) {
+    {
+        CLanguageGuard guard(1033);
+        EXPECT_EQ(ResultText(0x80070002), L"No such file or directory");
+        EXPECT_EQ(ResultText(2), L"No such file or directory");
+        EXPECT_EQ(ResultText(0x80070005), L"Permission denied");
+        EXPECT_EQ(ResultText(0x80070070), L"No space left on device");
+    }
+    CLanguageGuard guard(1041);
+    // Japanese when the ja_JP.UTF-8 locale is installed, else the C locale's English.
+    std::wstring text = ResultText(0x80070002);
+    EXPECT_TRUE(text == L"そのようなファイルやディレクトリはありません" ||
+                text == L"No such file or directory")
+        << std::string(text.begin(), text.end());
+}
+
+TEST(ResultText, OwnTableInBothLanguages) {
+    {
+        CLanguageGuard guard(1033);
+        EXPECT_EQ(ResultText(0), L"The operation completed successfully.");
+        EXPECT_EQ(ResultText(0x80004005), L"Unspecified error");
+        EXPECT_EQ(ResultText(0x80004001), L"Not implemented");
+        EXPECT_EQ(ResultText(0x80070057), L"The parameter is incorrect.");
+        EXPECT_EQ(ResultText(0x8007000E),
+                  L"Not enough memory resources are available to complete this operation.");
+        EXPECT_EQ(ResultText(0x80070008),
+                  L"Not enough memory resources are available to process this command.");
+        EXPECT_EQ(ResultText(995), ResultText(0x800703E3));
+        EXPECT_EQ(ResultText(1155),
+                  L"No application is associated with the specified file for this operation.");
+        EXPECT_EQ(ResultText(0x80070716),
+                  L"The specified resource name cannot be found in the image file.");
+    }
+    CLanguageGuard guard(1041);
+    EXPECT_EQ(ResultText(0x80004005), L"エラーを特定できません");
+    EXPECT_EQ(ResultText(0), L"この操作を正しく終了しました。");
+}
+
+TEST(ResultText, FacilityEightUsesTheLowWord) {
+    CLanguageGuard guard(1033);
+    // Facility 0x0008: the low word 0x0005 is the Win32 code "access denied".
+    EXPECT_EQ(ResultText(0x80080005), ResultText(5));
+    EXPECT_EQ(ResultText(0x00080005), ResultText(5));
+    // Facility 7 is looked up whole; another facility with the same low word is unknown.
+    EXPECT_EQ(ResultText(0x80070005), ResultText(5));
+    EXPECT_EQ(ResultText(0x80090005), L"Unknown HRESULT: 80090005");
+    // An unknown low word in facility 8 is reported by that low word.
+    EXPECT_EQ(ResultText(0x8008ABCD), L"Unknown HRESULT: abcd");
+}
+
+TEST(ResultText, UnknownCodes) {
+    CLanguageGuard guard(1041);
+    EXPECT_EQ(ResultText(0x8004DEAD), L"Unknown HRESULT: 8004dead");
+    EXPECT_EQ(ResultText(0xC00000FF), L"Unknown HRESULT: c00000ff");
+    EXPECT_EQ(ResultText(0x8007FFFF), L"Unknown HRESULT: 8007ffff");
+}
+
+TEST(ResultText, TextsAreTrimmed) {
+    for (u16 language : {1041, 1033}) {
+        CLanguageGuard guard(language);
+        for (HResult code : {0u, 2u, 3u, 5u, 8u, 14u, 87u, 112u, 183u, 206u, 995u, 1814u,
+                             0x80004005u, 0x80004001u, 0x80004004u, 0x80040064u, 0x8007000Eu}) {
+            EXPECT_TRUE(IsTrimmed(ResultText(code))) << code;
+        }
+        // The templates put their own "\n\n" behind the system text.
+        const std::wstring prefix =
+            language == 1041 ? L"ファイルを開けませんでした - " : L"Failed to shell execute - ";
+        EXPECT_EQ(ComposeError(58831, ResultText(0x80070003), L"/x"),
+                  prefix + ResultText(3) + L"\n\n/x");
+    }
+}

@@ -1,0 +1,54 @@
+// Tests of splitting and trimming text.
+#include "foundation/TextUtil.h"
+
+#include <gtest/gtest.h>
+
+TEST(TextUtil, SplitAny) {
+    std::vector<std::wstring> parts;
+    SplitAny(L"", L".,", parts);
+    EXPECT_TRUE(parts.empty());
+
+    SplitAny(L"1.2,3", L".,", parts);
+    EXPECT_EQ(parts, (std::vector<std::wstring>{L"1", L"2", L"3"}));
+
+    parts.clear();
+    SplitAny(L"1..2", L".,", parts);
+    EXPECT_EQ(parts, (std::vector<std::wstring>{L"1", L"", L"2"}));
+
+    // Parts are appended after what out holds; separators at the ends give empty parts.
+    SplitAny(L".a.", L".", parts);
+    EXPECT_EQ(parts, (std::vector<std::wstring>{L"1", L"", L"2", L"", L"a", L""}));
+
+    parts.clear();
+    SplitAny(L"abc", L"", parts);
+    EXPECT_EQ(parts, (std::vector<std::wstring>{L"abc"}));
+}
+
+TEST(TextUtil, TrimAndBlanks) {
+    std::wstring text = L" \t\r\n 10.5 \r\n";
+    TrimIf(text, IsBlankOrCr);
+    EXPECT_EQ(text, L"10.5");
+
+    text = L"\r\r";
+    TrimIf(text, IsBlankChar);
+    EXPECT_EQ(text, L"");
+
+    text = L"a b";
+    TrimIf(text, IsBlankChar);
+    EXPECT_EQ(text, L"a b");
+
+    text = L"xxaxx";
+    TrimIf(text, [](wchar_t c) { return c == L'x'; });
+    EXPECT_EQ(text, L"a");
+
+    EXPECT_TRUE(IsBlankChar(L' '));
+    EXPECT_TRUE(IsBlankChar(L'\t'));
+    EXPECT_TRUE(IsBlankChar(L'\r'));
+    EXPECT_TRUE(IsBlankChar(L'\n'));
+    EXPECT_FALSE(IsBlankChar(L'\v'));
+    EXPECT_FALSE(IsBlankChar(L'a'));
+    EXPECT_TRUE(IsBlankOrCr(L'\v'));
+    EXPECT_TRUE(IsBlankOrCr(L'\f'));
+    EXPECT_TRUE(IsBlankOrCr(L'\r'));
+    EXPECT_FALSE(IsBlankOrCr(L'0'));
+}

@@ -1,0 +1,231 @@
+// Pixel helpers for the image tests: images from a function, pixel comparison, a temporary
+// folder, and test files written through libvips or built byte by byte.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <vips/vips8>
+
+#include "image/Codec.h"
+#include "image/Dib.h"
+
+namespace testutil {
+
+struct Bgra {
+    u8 b = 0, g = 0, r = 0, a = 0;
+    bool operator==(const Bgra&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& os, const Bgra& p) {
+    return os << "(b " << int(p.b) << ", g " << int(p.g) << ", r " << int(p.r) << ", a "
+              << int(p.a) << ")";
+}
+
+inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
+    const u8* p = dib.PixelAt(x, y);
+    return {p[0], p[1], p[2], p[3]};
+}
+
+inline void SetPixel(CDib& dib, i32 x, i32 y, Bgra c) {
+    u8* p = dib.PixelAt(x, y);
+    p[0] = c.b;
+    p[1] = c.g;
+    p[2] = c.r;
+    p[3] = c.a;
+}
+
+// A 32-bit image whose pixel (x, y), y from the top, is fn(x, y).
+template <typename Fn>
+CDibPtr MakeDib(i32 width, i32 height, Fn fn) {
+    CDibPtr dib(new CDib);
+    if (!dib->Create32(width, height) || !dib->AllocBits())
+        return {};
+    for (i32 y = 0; y < height; ++y)
+        for (i32 x = 0; x < width; ++x)
+            SetPixel(*dib, x, y, fn(x, y));
+    return dib;
+}
+
+// Same size and every channel of every pixel within `tolerance`.
+inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& expected,
+                                             int tolerance) {
+    if (actual.Width() != expected.Width() || actual.Height() != expected.Height())
+        return ::testing::AssertionFailure()
+               << "size " << actual.Width() << "x" << actual.Height() << ", expected "
+               << expected.Width() << "x" << expected.Height();
+    for (i32 y = 0; y < actual.Height(); ++y) {
+        for (i32 x = 0; x < actual.Width(); ++x) {
+            const u8* a = actual.PixelAt(x, y);
+            const u8* e = expected.PixelAt(x, y);
+            for (int c = 0; c < 4; ++c) {
+                if (std::abs(a[c] - e[c]) > tolerance)
+                    return ::testing::AssertionFailure()
+                           << "pixel (" << x << ", " << y << ") is " << PixelOf(actual, x, y)
+                           << ", expected " << PixelOf(expected, x, y);
+            }
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// A fresh folder under the system's temporary folder, removed with everything in it.
+class CTempDir {
+public:
+    CTempDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "lvx-image-XXXXXX").string();
+        if (::mkdtemp(pattern.data()))
+            path_ = pattern;
+    }
+    ~CTempDir() {
+        std::error_code ignored;
+        if (!path_.empty())
+            std::filesystem::remove_all(path_, ignored);
+    }
+    CTempDir(const CTempDir&) = delete;
+    CTempDir& operator=(const CTempDir&) = delete;
+
+    std::string File(const std::string& name) const { return (path_ / name).string(); }
+    const std::filesystem::path& Path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// A picture with gradients and edges, as interleaved R, G, B bytes, rows from the top.
+inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
+    std::vector<u8> rgb;
+    rgb.reserve(static_cast<size_t>(width) * height * 3);
+    for (i32 y = 0; y < height; ++y) {
+        for (i32 x = 0; x < width; ++x) {
+            const bool square = (x / 8 + y / 8) % 2 == 0;
+            rgb.push_back(static_cast<u8>(x * 255 / std::max(1, width - 1)));
+            rgb.push_back(static_cast<u8>(y * 255 / std::max(1, height - 1)));
+            rgb.push_back(square ? 200 : 40);
+        }
+    }
+    return rgb;
+}
+
+inline std::wstring Wide(const std::string& ascii) { return std::wstring(ascii.begin(), ascii.end()); }
+
+inline void WriteBytes(const std::string& path, const std::vector<u8>& bytes) {
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::vector<u8> ReadBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<u8>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
+// the format.
+inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels, i32 width,
+                         i32 height, int bands, vips::VOption* options = nullptr) {
+    EnsureVipsStarted();
+    vips::VImage image = vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()),
+                                                       pixels.size(), width, height, bands,
+                                                       VIPS_FORMAT_UCHAR);
+    image.write_to_file(path.c_str(), options);
+}
+
+// Reads a file with libvips as 8-bit RGBA rows from the top, the reference decode.
+inline std::vector<u8> DecodeWithVips(const std::string& path, i32& width, i32& height) {
+    EnsureVipsStarted();
+    vips::VImage image = vips::VImage::new_from_file(path.c_str());
+    if (image.bands() == 3)
+        image = image.bandjoin(255.0);
+    width = image.width();
+    height = image.height();
+    size_t size = 0;
+    void* memory = image.write_to_memory(&size);
+    std::vector<u8> bytes(static_cast<u8*>(memory), static_cast<u8*>(memory) + size);
+    g_free(memory);
+    return bytes;
+}
+
+// --- PNG files built byte by byte, so that every field is under the test's control. ---
+
+inline u32 Crc32(const u8* data, size_t size, u32 crc = 0) {
+    crc = ~crc;
+    for (size_t i = 0; i < size; ++i) {
+        crc ^= data[i];
+        for (int k = 0; k < 8; ++k)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1)));
+    }
+    return ~crc;
+}
+
+inline void PutBigEndian(std::vector<u8>& out, u32 v) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+        out.push_back(static_cast<u8>(v >> shift));
+}
+
+inline void AppendChunk(std::vector<u8>& png, const char type[4], const std::vector<u8>& data) {
+    PutBigEndian(png, static_cast<u32>(data.size()));
+    const size_t start = png.size();
+    png.insert(png.end(), type, type + 4);
+    png.insert(png.end(), data.begin(), data.end());
+    PutBigEndian(png, Crc32(png.data() + start, png.size() - start));
+}
+
+// A zlib stream of stored (uncompressed) deflate blocks.
+inline std::vector<u8> ZlibStored(const std::vector<u8>& raw) {
+    std::vector<u8> out = {0x78, 0x01};
+    size_t pos = 0;
+    do {
+        const size_t n = std::min<size_t>(65535, raw.size() - pos);
+        const bool last = pos + n == raw.size();
+        out.push_back(last ? 1 : 0);
+        out.push_back(static_cast<u8>(n));
+        out.push_back(static_cast<u8>(n >> 8));
+        out.push_back(static_cast<u8>(~n));
+        out.push_back(static_cast<u8>(~n >> 8));
+        out.insert(out.end(), raw.begin() + static_cast<long>(pos), raw.begin() + static_cast<long>(pos + n));
+        pos += n;
+    } while (pos < raw.size());
+    u32 a = 1, b = 0;
+    for (u8 byte : raw) {
+        a = (a + byte) % 65521;
+        b = (b + a) % 65521;
+    }
+    PutBigEndian(out, (b << 16) | a);
+    return out;
+}
+
+struct PngChunk {
+    const char* type;
+    std::vector<u8> data;
+};
+
+// A PNG of the given colour type and depth; `rows` are the raw scanlines without filter bytes.
+// Extra chunks go between the header and the image data.
+inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth,
+                               const std::vector<std::vector<u8>>& rows,
+                               const std::vector<PngChunk>& extra = {}) {
+    std::vector<u8> png = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+    std::vector<u8> ihdr;
+    PutBigEndian(ihdr, width);
+    PutBigEndian(ihdr, height);
+    ihdr.insert(ihdr.end(), {bitDepth, colourType, 0, 0, 0});
+    AppendChunk(png, "IHDR", ihdr);
+    for (const PngChunk& chunk : extra)
+        AppendChunk(png, chunk.type, chunk.data);
+    std::vector<u8> raw;
+    for (const auto& row : rows) {
+        raw.push_back(0);  // filter: none
+        raw.insert(raw.end(), row.begin(), row.end());
+    }
+    AppendChunk(png, "IDAT", ZlibStored(raw));
+    AppendChunk(png, "IEND", {});
+    return png;
+}
+
+} // namespace testutil

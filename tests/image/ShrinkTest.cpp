@@ -1,0 +1,167 @@
+// Tests of the shrink step, the resize, MulDiv's rounding and the list of shrink choices.
+#include "image/Shrink.h"
+
+#include <climits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "PixelTestUtil.h"
+#include "foundation/ResString.h"
+#include "image/NamedShrink.h"
+#include "image/ShrinkStep.h"
+
+namespace {
+
+CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
+    return testutil::MakeDib(width, height, [&](i32, i32) {
+        return testutil::Bgra{40, 80, 120, alpha};
+    });
+}
+
+// Runs a custom-size fit of a width x height image and returns the step.
+CShrinkStep Fit(CDibPtr image, i32 targetWidth, i32 targetHeight) {
+    CShrinkStep step;
+    step.source = image;
+    step.shrinkType = 1;
+    step.customWidth = targetWidth;
+    step.customHeight = targetHeight;
+    step.Run();
+    return step;
+}
+
+void ExpectSize(const CShrinkStep& step, i32 width, i32 height) {
+    ASSERT_TRUE(step.result);
+    EXPECT_EQ(step.errorId, 0u);
+    EXPECT_EQ(step.result->Width(), width);
+    EXPECT_EQ(step.result->Height(), height);
+}
+
+} // namespace
+
+TEST(ShrinkTest, MulDivRoundsToNearest) {
+    EXPECT_EQ(MulDiv(100, 333, 1000), 33); // 1000 x 333 at width 100
+    EXPECT_EQ(MulDiv(299, 200, 300), 199); // 199.33 down
+    EXPECT_EQ(MulDiv(500, 800, 600), 667); // 666.67 up
+    EXPECT_EQ(MulDiv(1, 1, 2), 1);         // halves away from zero
+    EXPECT_EQ(MulDiv(5, 1, 2), 3);
+    EXPECT_EQ(MulDiv(-5, 1, 2), -3);
+    EXPECT_EQ(MulDiv(5, -1, 2), -3);
+    EXPECT_EQ(MulDiv(5, 1, -2), -3);
+    EXPECT_EQ(MulDiv(-5, 1, -2), 3);
+    EXPECT_EQ(MulDiv(7, 1, 4), 2);                     // 1.75
+    EXPECT_EQ(MulDiv(5, 1, 4), 1);                     // 1.25
+    EXPECT_EQ(MulDiv(100, 3, 5000), 0);                // 0.06
+    EXPECT_EQ(MulDiv(100000, 100000, 100000), 100000); // the product needs 64 bits
+    EXPECT_EQ(MulDiv(12, 34, 0), -1);
+    EXPECT_EQ(MulDiv(INT_MAX, 2, 1), -1);
+}
+
+TEST(ShrinkTest, FitsKeepingAspectAndNeverEnlarges) {
+    CDibPtr image = MakeImage(300, 200, 255);
+    CShrinkStep same = Fit(image, 300, 200);
+    EXPECT_EQ(same.result.get(), image.get());
+    ExpectSize(Fit(image, 299, 200), 299, 199);
+
+    ExpectSize(Fit(MakeImage(800, 600, 255), 640, 640), 640, 480);
+    ExpectSize(Fit(MakeImage(600, 800, 255), 640, 640), 480, 640);
+    ExpectSize(Fit(MakeImage(800, 600, 255), 1000, 500), 667, 500);
+    ExpectSize(Fit(MakeImage(1000, 333, 255), 100, 1000), 100, 33);
+
+    CDibPtr small = MakeImage(800, 600, 255);
+    EXPECT_EQ(Fit(small, 5000, 5000).result.get(), small.get());
+
+    // Type 0 passes the same object; type 2 uses the named size.
+    CShrinkStep step;
+    step.source = small;
+    step.Run();
+    EXPECT_EQ(step.result.get(), small.get());
+    step.SetSettings(ShrinkSettings{2, 400, 400, 1, 1});
+    EXPECT_EQ(step.Settings(), (ShrinkSettings{2, 400, 400, 1, 1}));
+    step.Run();
+    ExpectSize(step, 400, 300);
+    EXPECT_EQ(ShrinkSettings{}, (ShrinkSettings{0, 0, 0, 200, 1000}));
+}
+
+TEST(ShrinkTest, Failures) {
+    CShrinkStep zero = Fit(MakeImage(10, 10, 255), 0, 0);
+    EXPECT_EQ(zero.errorId, 59335u);
+    EXPECT_EQ(zero.errorCode, 0u);
+    EXPECT_FALSE(zero.result);
+
+    CShrinkStep flat = Fit(MakeImage(50, 50, 255), 100, 0);
+    EXPECT_EQ(flat.errorId, 59335u);
+    EXPECT_FALSE(flat.result);
+
+    // 5000 x 3 into 100 x 100: a height of 0, so the draw fails.
+    CShrinkStep thin = Fit(MakeImage(5000, 3, 255), 100, 100);
+    EXPECT_EQ(thin.errorId, 59043u);
+    EXPECT_EQ(thin.errorCode, 0x80004001u);
+    EXPECT_FALSE(thin.result);
+
+    CShrinkStep unknown;
+    unknown.source = MakeImage(10, 10, 255);
+    unknown.shrinkType = 7;
+    unknown.Run();
+    EXPECT_EQ(unknown.errorId, 59336u);
+    EXPECT_EQ(unknown.errorCode, 0u);
+    EXPECT_FALSE(unknown.result);
+}
+
+TEST(ShrinkTest, ResizeKeepsColourAndAlpha) {
+    CDibPtr opaque = MakeImage(64, 48, 255);
+    opaque->Header()->biXPelsPerMeter = 11811;
+    CDibPtr result;
+    ASSERT_EQ(ResizeImage(result, Rect{0, 0, 16, 12}, *opaque, Rect{0, 0, 64, 48}), hr::kOk);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->Width(), 16);
+    EXPECT_EQ(result->Height(), 12);
+    EXPECT_EQ(result->Header()->biBitCount, 32);
+    EXPECT_EQ(result->Header()->biXPelsPerMeter, 0);
+    for (i32 y = 0; y < 12; ++y) {
+        for (i32 x = 0; x < 16; ++x) {
+            const u8* p = result->PixelAt(x, y);
+            ASSERT_NEAR(p[0], 40, 1);
+            ASSERT_NEAR(p[1], 80, 1);
+            ASSERT_NEAR(p[2], 120, 1);
+            ASSERT_EQ(p[3], 255);
+        }
+    }
+    CDibPtr clear = MakeImage(64, 48, 0);
+    ASSERT_EQ(ResizeImage(result, Rect{0, 0, 16, 12}, *clear, Rect{0, 0, 64, 48}), hr::kOk);
+    for (i32 y = 0; y < 12; ++y) {
+        for (i32 x = 0; x < 16; ++x) {
+            ASSERT_EQ(result->PixelAt(x, y)[3], 0);
+        }
+    }
+    CDibPtr kept;
+    EXPECT_EQ(ResizeImage(kept, Rect{0, 0, 16, 0}, *opaque, Rect{0, 0, 64, 48}), hr::kNotImpl);
+    EXPECT_FALSE(kept);
+}
+
+TEST(ShrinkTest, ShrinkChoicesInJapanese) {
+    SetUiLanguage(1041);
+    const std::vector<i32> expectedSizes{160, 200, 240, 300, 400,  480,  500,  640,
+                                         700, 720, 768, 800, 1000, 1024, 1200, 1280};
+    EXPECT_EQ(ShrinkSizes(), expectedSizes);
+
+    const auto& choices = ShrinkChoices();
+    ASSERT_EQ(choices.size(), 18u);
+    EXPECT_EQ(choices[0]->kind, 0u);
+    EXPECT_EQ(choices[0]->width, 0u);
+    EXPECT_EQ(choices[0]->name, L"縮小しない");
+    EXPECT_EQ(choices[1]->kind, 1u);
+    EXPECT_EQ(choices[1]->height, 0u);
+    EXPECT_EQ(choices[1]->name, L"指定のサイズ以内に縮小する");
+    for (size_t k = 0; k < expectedSizes.size(); ++k) {
+        const CNamedShrink& choice = *choices[k + 2];
+        const i32 v = expectedSizes[k];
+        EXPECT_EQ(choice.kind, 2u);
+        EXPECT_EQ(choice.width, static_cast<u32>(v));
+        EXPECT_EQ(choice.height, static_cast<u32>(v));
+        EXPECT_EQ(choice.name,
+                  std::to_wstring(v) + L" × " + std::to_wstring(v) + L" 以内に縮小する");
+    }
+    // Built once: later calls give the same list.
+    EXPECT_EQ(&ShrinkChoices(), &choices);
+}

@@ -1,0 +1,76 @@
+// The About box laid out from its dialog template.
+#include "ui/AboutDlg.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QUrl>
+
+#include "foundation/ResString.h"
+#include "persist/AppInfo.h"
+#include "ui/AppIcon.h"
+#include "ui/ControlId.h"
+#include "ui/ControlText.h"
+#include "ui/DialogUnits.h"
+#include "ui/LinkLabel.h"
+#include "ui/UiStrings.h"
+
+namespace {
+
+QString Text(u32 id) {
+    std::wstring text;
+    LoadResString(text, id, true);
+    return QString::fromStdWString(text);
+}
+
+QLabel* AddLabel(QWidget* parent, i32 id, QRect rect) {
+    auto* label = new QLabel(parent);
+    SetControlId(label, id);
+    label->setGeometry(rect);
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
+} // namespace
+
+CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner) {
+    setWindowTitle(Text(uistr::kAboutCaption));
+    setModal(true);
+    CDialogUnits du(font());
+    setFixedSize(du.Size(332, 108));
+
+    auto* group = new QGroupBox(this);
+    group->setGeometry(du.Rect(7, 7, 318, 48));
+
+    auto* icon = AddLabel(this, 58402, du.Rect(19, 23, 20, 20));
+    icon->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    icon->setPixmap(AppLargeIcon());
+
+    CAppInfo& info = TheAppInfo();
+    SetControlText(AddLabel(this, 58403, du.Rect(56, 23, 137, 8)), info.TitleAndVersion(), true);
+    SetControlText(AddLabel(this, 58404, du.Rect(56, 35, 164, 8)), info.Copyright(), true);
+    AddLabel(this, 0, du.Rect(17, 66, 108, 8))->setText(Text(uistr::kAboutMore));
+
+    link_ = new CLinkLabel(this);
+    SetControlId(link_, 58387);
+    link_->setGeometry(du.Rect(137, 66, 187, 8));
+    if (!info.HomeAddress().empty())
+        SetControlText(link_, info.HomeAddress(), true);
+    connect(link_, &CLinkLabel::clicked, this, [this] { OpenLink(); });
+
+    auto* ok = new QPushButton(Text(uistr::kOk), this);
+    SetControlId(ok, 1);
+    ok->setGeometry(du.Rect(7, 85, 318, 16));
+    ok->setDefault(true);
+    ok->setFocus();
+    connect(ok, &QPushButton::clicked, this, &QDialog::accept);
+}
+
+void CAboutDlg::OpenLink() {
+    std::wstring address;
+    GetControlTextTrimmed(link_, address, true);
+    if (address.empty() || !QDesktopServices::openUrl(QUrl(QString::fromStdWString(address))))
+        QApplication::beep();
+}

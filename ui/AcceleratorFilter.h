@@ -1,0 +1,24 @@
+// The frame's accelerator keys: eaten before any control of the frame sees them, so that they do
+// nothing anywhere in the window (no paste, cut or undo in the edits either).
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+class QWidget;
+
+// True for the keys of the frame's accelerator table: Ctrl+N, O, S, P, X, C, V, Z; Shift+Del,
+// Ctrl+Ins, Shift+Ins, Alt+Backspace, F6 and Shift+F6, each with exactly those modifiers.
+bool IsFrameAccelerator(int key, Qt::KeyboardModifiers modifiers);
+
+// An application-wide event filter that swallows those keys for the widgets of one window.
+class CAcceleratorFilter : public QObject {
+public:
+    explicit CAcceleratorFilter(QWidget* window);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QPointer<QWidget> window_;
+};

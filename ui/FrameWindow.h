@@ -1,0 +1,23 @@
+// The top-level Qt window of the frame: it hands its close, destruction and moves to the frame.
+#pragma once
+
+#include <QMainWindow>
+
+namespace lvx {
+
+class CMainFrame;
+
+class CFrameWindow : public QMainWindow {
+public:
+    explicit CFrameWindow(CMainFrame& frame);
+    ~CFrameWindow() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool event(QEvent* event) override;
+
+private:
+    CMainFrame& frame_;
+};
+
+} // namespace lvx

@@ -1,0 +1,17 @@
+// A label that reports clicks and shows the hand cursor: the home address in the About box.
+#pragma once
+
+#include <QLabel>
+
+class CLinkLabel : public QLabel {
+    Q_OBJECT
+
+public:
+    explicit CLinkLabel(QWidget* parent = nullptr);
+
+signals:
+    void clicked();
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override;
+};

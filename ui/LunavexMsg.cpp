@@ -1,0 +1,16 @@
+// The one message object and its own question.
+#include "ui/LunavexMsg.h"
+
+#include "foundation/ResString.h"
+
+namespace lvx {
+
+namespace {
+CMsg g_msg;
+}
+
+bool CMsg::QueryStopAndQuit() { return ShowId(179, mb::kOkCancel) == mb::kIdOk; }
+
+CMsg& TheMsg() { return g_msg; }
+
+} // namespace lvx

@@ -1,0 +1,19 @@
+// The program's message object: boxes owned by the active window, and the question at close.
+#pragma once
+
+#include "platform/qt/MessageBoxMsg.h"
+
+namespace lvx {
+
+class CMsg : public CMessageBoxMsg {
+public:
+    CMsg() : CMessageBoxMsg(nullptr) {}
+
+    // Id 179 with flags 49: a batch is running, stop it and quit? True on OK.
+    bool QueryStopAndQuit();
+};
+
+// The one message object of the process; every command holds a pointer to it.
+CMsg& TheMsg();
+
+} // namespace lvx

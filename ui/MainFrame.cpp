@@ -1,0 +1,214 @@
+// The frame: window creation, the help menu, commands, close and destruction.
+#include "ui/MainFrame.h"
+
+#include <cstdlib>
+
+#include <QApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMetaObject>
+
+#include "app/CommandTable.h"
+#include "batch/Setting.h"
+#include "foundation/ControlLookup.h"
+#include "foundation/ResString.h"
+#include "ui/AboutDlg.h"
+#include "ui/AcceleratorFilter.h"
+#include "ui/AppIcon.h"
+#include "ui/ControlId.h"
+#include "ui/DialogUnits.h"
+#include "ui/FrameWindow.h"
+#include "ui/UiStrings.h"
+
+namespace lvx {
+
+namespace {
+
+CMainFrame* g_frame = nullptr;
+
+// The view's dialog template: 432 by 308 dialog units.
+constexpr int kViewWidthUnits = 432;
+constexpr int kViewHeightUnits = 308;
+constexpr u32 kTitleId = 137;
+
+QString Text(u32 id) {
+    std::wstring text;
+    LoadResString(text, id, true);
+    return QString::fromStdWString(text);
+}
+
+bool EnvironmentFlag(const char* name) {
+    const char* value = std::getenv(name);
+    return value && value[0] == '1';
+}
+
+CtrlHandle ResolveViewControl(i32 id) {
+    CMainFrame* frame = TheFrame();
+    return frame ? FindControl(frame->View(), id) : nullptr;
+}
+
+void FocusWidget(CtrlHandle control) {
+    auto* widget = static_cast<QWidget*>(control);
+    widget->activateWindow();
+    widget->setFocus(Qt::OtherFocusReason);
+}
+
+// Runs entry of the command table, when a table exists.
+template <class Member>
+void RunCommand(Member member) {
+    CCommandTable* table = CCommandTable::Current();
+    if (table && (table->*member))
+        (table->*member)->Execute(true, false);
+}
+
+} // namespace
+
+CMainFrame* TheFrame() { return g_frame; }
+
+CMainFrame::CMainFrame() {
+    g_frame = this;
+    SetCtrlResolver(&ResolveViewControl);
+    ::CMsg::SetFocusHandler(&FocusWidget);
+}
+
+CMainFrame::~CMainFrame() {
+    delete window_.data();
+    if (g_frame == this) {
+        g_frame = nullptr;
+        SetCtrlResolver(nullptr);
+    }
+}
+
+QMainWindow* CMainFrame::Window() const { return window_.data(); }
+
+bool CMainFrame::Create() {
+    if (window_)
+        return true;
+    window_ = new CFrameWindow(*this);
+    manager_ = std::make_unique<CWindowLayoutManager>(window_.data());
+    window_->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                            Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
+                            Qt::WindowCloseButtonHint);
+    window_->setWindowTitle(Text(kTitleId).left(256));
+    window_->setWindowIcon(AppIcon());
+    BuildMenu();
+
+    view_ = new QWidget;
+    view_->setObjectName(QStringLiteral("view"));
+    window_->setCentralWidget(view_);
+    qApp->installEventFilter(new CAcceleratorFilter(window_.data()));
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.data(), [this] { OnEndSession(); });
+    SizeAroundView();
+    return true;
+}
+
+void CMainFrame::BuildMenu() {
+    QMenu* help = window_->menuBar()->addMenu(Text(uistr::kHelpMenu));
+    QObject::connect(help->addAction(Text(uistr::kOpenHomePage)), &QAction::triggered, window_.data(),
+                     [this] { OnCommand(cmd::kOpenHomePage); });
+    QObject::connect(help->addAction(Text(uistr::kOpenUsagePage)), &QAction::triggered, window_.data(),
+                     [this] { OnCommand(cmd::kOpenUsagePage); });
+    help->addSeparator();
+    QObject::connect(help->addAction(Text(uistr::kAbout)), &QAction::triggered, window_.data(),
+                     [this] { OnCommand(cmd::kAbout); });
+}
+
+// The view's size comes from its dialog template; the frame is made to hold the menu bar and the
+// view exactly, and cannot be resized.
+void CMainFrame::SizeAroundView() {
+    CDialogUnits du(view_->font());
+    QSize view = du.Size(kViewWidthUnits, kViewHeightUnits);
+    view_->setFixedSize(view);
+    int menuHeight = window_->menuBar()->heightForWidth(view.width());
+    if (menuHeight <= 0)
+        menuHeight = window_->menuBar()->sizeHint().height();
+    window_->setFixedSize(view.width(), view.height() + menuHeight);
+}
+
+void CMainFrame::RestoreLayout() {
+    if (!window_)
+        return;
+    InstallTestHooks();
+    manager_->BeginRestore(layout_, TheSetting().window.rect);
+}
+
+// Test hooks of the program, read from the environment: LVX_TEST_CLOSE_AFTER_SHOW=1 closes the
+// frame as soon as it has been shown; LVX_TEST_OPEN_ABOUT=1 opens the About box then (and wins
+// over the close). Tests and screenshots use them; nothing else sets them.
+void CMainFrame::InstallTestHooks() {
+    bool about = EnvironmentFlag("LVX_TEST_OPEN_ABOUT");
+    bool close = EnvironmentFlag("LVX_TEST_CLOSE_AFTER_SHOW");
+    if (!about && !close)
+        return;
+    manager_->afterShow = [this, about] {
+        if (about)
+            PostCommand(cmd::kAbout);
+        else
+            QMetaObject::invokeMethod(window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
+    };
+}
+
+void CMainFrame::CopyLayoutToSetting() const { TheSetting().window.rect = layout_.rect; }
+
+void CMainFrame::OnCommand(int id) {
+    CCommandTable* table = CCommandTable::Current();
+    switch (id) {
+    case cmd::kStop:
+        // The view's stop comes with the view's batch controls.
+        break;
+    case cmd::kExplorerOutputPath:
+        RunCommand(&CCommandTable::explorerOutputPath);
+        break;
+    case cmd::kExecData:
+        RunCommand(&CCommandTable::execData);
+        break;
+    case cmd::kExit:
+        if (window_)
+            QMetaObject::invokeMethod(window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
+        break;
+    case cmd::kAbout:
+        ShowAbout();
+        break;
+    case cmd::kOpenHomePage:
+    case cmd::kOpenUsagePage:
+        if (table && table->openUrl) {
+            table->openUrl->stringId = id == cmd::kOpenHomePage ? 134 : 135;
+            table->openUrl->Execute(true, false);
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void CMainFrame::PostCommand(int id) {
+    if (window_)
+        QMetaObject::invokeMethod(window_.data(), [this, id] { OnCommand(id); }, Qt::QueuedConnection);
+}
+
+void CMainFrame::ShowAbout() {
+    QWidget* owner = QApplication::activeWindow();
+    CAboutDlg about(owner ? owner : window_.data());
+    about.exec();
+}
+
+bool CMainFrame::OnClose() {
+    RunCommand(&CCommandTable::quit);
+    return true;
+}
+
+void CMainFrame::OnDestroy() {
+    if (qApp)
+        qApp->removeEventFilter(window_ ? window_->findChild<CAcceleratorFilter*>() : nullptr);
+    // The end of the frame's window ends the event loop, with the exit code of a normal run.
+    QCoreApplication::exit(1);
+}
+
+void CMainFrame::OnWindowPosChanged() {
+    if (manager_)
+        manager_->OnWindowPosChanged();
+}
+
+void CMainFrame::OnEndSession() { RunCommand(&CCommandTable::quit); }
+
+} // namespace lvx
