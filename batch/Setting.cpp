@@ -15,9 +15,13 @@ void CHistoryList::Add(const std::wstring& text) {
         items_.resize(limit_);
 }
 
-void CHistoryList::Resize(std::size_t count) { items_.resize(count); }
+void CHistoryList::Resize(std::size_t count) {
+    items_.resize(count);
+}
 
-CSetting::CSetting() : outputPath(PicturesFolder()), subFolders(16) { subFolders.Add(L"round"); }
+CSetting::CSetting() : outputPath(PicturesFolder()), subFolders(16) {
+    subFolders.Add(L"round");
+}
 
 std::wstring CSetting::ExtensionOfSaveType() const {
     switch (saveType) {

@@ -56,9 +56,9 @@ public:
     // "bmp" for 0, "png" for 1, "jpg" for 2, "png" for any other value.
     std::wstring ExtensionOfSaveType() const;
 
-    std::wstring outputPath;  // the user's pictures folder; empty when it cannot be had
-    CHistoryList subFolders;  // limit 16, one entry "round"
-    u32 saveType = 2;         // 0 BMP, 1 PNG, 2 JPEG (savetype:: of image/EncoderSetup.h)
+    std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
+    CHistoryList subFolders; // limit 16, one entry "round"
+    u32 saveType = 2;        // 0 BMP, 1 PNG, 2 JPEG (savetype:: of image/EncoderSetup.h)
     u32 jpegQuality = 80;
     WindowSetting window;
     ShrinkSettings shrink;

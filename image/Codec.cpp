@@ -1,7 +1,8 @@
 // Decoding and encoding through libvips' loaders and savers.
 #include "image/Codec.h"
 
-#include <cstring>
+#include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <new>
 
@@ -40,26 +41,52 @@ int WriteStrip(VipsRegion* region, VipsRect* area, void* arg) {
     return 0;
 }
 
-// Runs the named buffer loader outside the operation cache, so that no cached operation keeps a
-// pointer into the caller's buffer after the decode. Only the header is read here; pixels are
-// decoded on demand, row by row. Null with the libvips error set on failure.
-VipsImage* OpenLoader(const char* loader, const u8* data, size_t size) {
-    VipsOperation* op = vips_operation_new(loader);
-    if (!op)
-        return nullptr;
-    VipsBlob* blob = vips_blob_new(nullptr, data, size);
-    // Truncated or damaged data fails the load instead of giving a half-grey picture.
-    const int setFailed = vips_object_set(VIPS_OBJECT(op), "buffer", blob, "access",
-                                          VIPS_ACCESS_RANDOM, "fail_on", VIPS_FAIL_ON_ERROR,
-                                          nullptr);
-    vips_area_unref(VIPS_AREA(blob));
-    VipsImage* image = nullptr;
-    if (!setFailed && !vips_object_build(VIPS_OBJECT(op)))
-        g_object_get(op, "out", &image, nullptr);
-    vips_object_unref_outputs(VIPS_OBJECT(op));
-    g_object_unref(op);
-    return image;
+// A loader that reports a damaged file while its pixels are decoded invalidates its operation;
+// the flag catches that even where the pixel pipeline itself finishes.
+void OnLoaderInvalidated(VipsOperation*, void* flag) {
+    static_cast<std::atomic<bool>*>(flag)->store(true);
 }
+
+// An open buffer loader: the operation is kept until the pixels are decoded, so that a failure
+// reported through it is seen.
+class CLoader {
+public:
+    CLoader() = default;
+    CLoader(const CLoader&) = delete;
+    CLoader& operator=(const CLoader&) = delete;
+    ~CLoader() {
+        if (!op_)
+            return;
+        vips_object_unref_outputs(VIPS_OBJECT(op_));
+        g_object_unref(op_);
+    }
+
+    // Runs the named loader outside the operation cache, so that no cached operation keeps a
+    // pointer into the caller's buffer after the decode. Only the header is read here; pixels
+    // are decoded on demand, row by row. Null with the libvips error set on failure.
+    VipsImage* Open(const char* loader, const u8* data, size_t size) {
+        op_ = vips_operation_new(loader);
+        if (!op_)
+            return nullptr;
+        g_signal_connect(op_, "invalidate", G_CALLBACK(OnLoaderInvalidated), &invalidated_);
+        VipsBlob* blob = vips_blob_new(nullptr, data, size);
+        // Truncated or damaged data fails the load instead of giving a half-grey picture.
+        const int setFailed = vips_object_set(VIPS_OBJECT(op_), "buffer", blob, "access",
+                                              VIPS_ACCESS_SEQUENTIAL, "fail_on",
+                                              VIPS_FAIL_ON_ERROR, nullptr);
+        vips_area_unref(VIPS_AREA(blob));
+        VipsImage* image = nullptr;
+        if (!setFailed && !vips_object_build(VIPS_OBJECT(op_)))
+            g_object_get(op_, "out", &image, nullptr);
+        return image;
+    }
+
+    bool Invalidated() const { return invalidated_; }
+
+private:
+    VipsOperation* op_ = nullptr;
+    std::atomic<bool> invalidated_{false};
+};
 
 // Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
 VImage ToRgba8(VImage in) {
@@ -94,7 +121,7 @@ i32 PelsPerMeter(double pixelsPerMm) {
     return static_cast<i32>(dpi * 10000.0 / 254.0 + 0.5);
 }
 
-HResult DecodeOpened(VImage image, CDibPtr& out) {
+HResult DecodeOpened(VImage image, const CLoader& loader, CDibPtr& out) {
     const u64 width = static_cast<u64>(image.width());
     const u64 height = static_cast<u64>(image.height());
     if (width == 0 || height == 0)
@@ -115,7 +142,7 @@ HResult DecodeOpened(VImage image, CDibPtr& out) {
     if (!dib->Create32(static_cast<i32>(width), static_cast<i32>(height)) || !dib->AllocBits())
         return hr::kOutOfMemory;
     CRowSink sink{dib.get()};
-    if (vips_sink_disc(rgba.get_image(), WriteStrip, &sink))
+    if (vips_sink_disc(rgba.get_image(), WriteStrip, &sink) || loader.Invalidated())
         return hr::kNotImpl;
     dib->Header()->biXPelsPerMeter = PelsPerMeter(xres);
     dib->Header()->biYPelsPerMeter = PelsPerMeter(yres);
@@ -170,13 +197,14 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out) {
         vips_error_clear();
         return hr::kNotImpl;
     }
-    VipsImage* opened = OpenLoader(loader, data, size);
+    CLoader open;
+    VipsImage* opened = open.Open(loader, data, size);
     if (!opened) {
         vips_error_clear();
         return hr::kNotImpl;
     }
     try {
-        const HResult result = DecodeOpened(VImage(opened), out);
+        const HResult result = DecodeOpened(VImage(opened), open, out);
         vips_error_clear();
         return result;
     } catch (const VError&) {

@@ -2,7 +2,7 @@
 // the size changes.
 #include "image/Draw.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -97,6 +97,40 @@ int BlendStrip(VipsRegion* region, VipsRect* area, void* arg) {
     return 0;
 }
 
+// True when every pixel of the rectangle has alpha 255: premultiplying such pixels changes
+// nothing, so the resampling may run on the bytes themselves.
+bool IsOpaque(const CDib& dib, const Rect& r) {
+    for (i32 y = r.top; y < r.bottom; ++y) {
+        const u8* p = RowAt(dib, y, r.left) + 3;
+        u8 all = 255;
+        for (i32 x = 0; x < r.Width(); ++x, p += 4)
+            all &= *p;
+        if (all != 255)
+            return false;
+    }
+    return true;
+}
+
+// Shrinking on both axes runs the kernel over its full support (reduce); growing on either axis
+// goes through libvips' general resize.
+VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel) {
+    const double hshrink = static_cast<double>(in.width()) / dstWidth;
+    const double vshrink = static_cast<double>(in.height()) / dstHeight;
+    if (hshrink >= 1.0 && vshrink >= 1.0)
+        return in.reduce(hshrink, vshrink, VImage::option()->set("kernel", kernel));
+    return in.resize(1.0 / hshrink,
+                     VImage::option()->set("vscale", 1.0 / vshrink)->set("kernel", kernel));
+}
+
+// libvips may round the output size differently: pad by repeating the edge, then cut.
+VImage ExactSize(VImage image, i32 width, i32 height) {
+    if (image.width() == width && image.height() == height)
+        return image;
+    image = image.embed(0, 0, std::max(width, image.width()), std::max(height, image.height()),
+                        VImage::option()->set("extend", VIPS_EXTEND_COPY));
+    return image.crop(0, 0, width, height);
+}
+
 // A resampled copy of the src rectangle, exactly dstWidth x dstHeight, in straight alpha.
 // The rows stay in the bottom-up memory order of the CDib; the kernels are symmetric, so scaling
 // the rows upside down is the same as scaling them the right way up.
@@ -107,20 +141,17 @@ VImage Resample(const CDib& source, const Rect& src, i32 dstWidth, i32 dstHeight
     whole = whole.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
     VImage part = whole.extract_area(src.left, source.Height() - src.bottom, src.Width(),
                                      src.Height());
-    const double hscale = static_cast<double>(dstWidth) / src.Width();
-    const double vscale = static_cast<double>(dstHeight) / src.Height();
+    const VipsKernel kernel = KernelFor(interpolation);
+    if (IsOpaque(source, src)) {
+        // Only the colour is resampled; the alpha of an opaque image stays exactly 255.
+        VImage colour = part.extract_band(0, VImage::option()->set("n", 3));
+        return ExactSize(Rescale(colour, dstWidth, dstHeight, kernel), dstWidth, dstHeight)
+            .bandjoin(255.0);
+    }
     // Colours are weighted by their alpha while they are mixed, so that the colour hidden under
     // transparent pixels does not bleed into the visible ones.
-    VImage scaled = part.premultiply().resize(
-        hscale, VImage::option()->set("vscale", vscale)->set("kernel", KernelFor(interpolation)));
-    // libvips may round the output size differently: pad by repeating the edge, then cut.
-    if (scaled.width() != dstWidth || scaled.height() != dstHeight) {
-        scaled = scaled.embed(0, 0, std::max(dstWidth, scaled.width()),
-                              std::max(dstHeight, scaled.height()),
-                              VImage::option()->set("extend", VIPS_EXTEND_COPY));
-        scaled = scaled.crop(0, 0, dstWidth, dstHeight);
-    }
-    VImage straight = scaled.unpremultiply();
+    VImage scaled = Rescale(part.premultiply(), dstWidth, dstHeight, kernel);
+    VImage straight = ExactSize(scaled, dstWidth, dstHeight).unpremultiply();
     // Round to nearest on the way back to bytes; the cast itself drops the fraction.
     return straight.linear(1.0, 0.5).cast(VIPS_FORMAT_UCHAR);
 }

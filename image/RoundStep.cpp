@@ -49,15 +49,16 @@ void CRoundStep::Run() {
         return;
     }
 
+    // The rounded copy belongs to this step alone, so it is blurred in place: the same result as
+    // blurring a further copy, without a second pass over the whole image.
     const double width = ResolveLength(blurWidth, image.Width(), image.Height());
-    CDibPtr blurred;
     const HResult blurCode =
-        BlurImage(blurred, *rounded, topLeft, bottomLeft, bottomRight, topRight, width,
-                  (edges & 1) != 0, (edges & 2) != 0, (edges & 4) != 0, (edges & 8) != 0, r, r);
+        BlurEdges(*rounded, topLeft, bottomLeft, bottomRight, topRight, (edges & 1) != 0,
+                  (edges & 2) != 0, (edges & 4) != 0, (edges & 8) != 0, r, r, width);
     if (Failed(blurCode)) {
         errorId = kBlurFailed;
         errorCode = blurCode;
         return;
     }
-    result = blurred;
+    result = rounded;
 }

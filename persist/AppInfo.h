@@ -31,7 +31,7 @@ public:
     const std::wstring& Copyright() const { return copyright_; }
 
 private:
-    std::mutex lock_;  // "AppInfo"
+    std::mutex lock_; // "AppInfo"
     bool initialised_ = false;
     std::wstring maker_;
     std::wstring product_;

@@ -192,6 +192,10 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     return ok;
 }
 
-bool LoadSetting() { return LoadSetting(TheSetting(), CRegKey::CurrentUser()); }
+bool LoadSetting() {
+    return LoadSetting(TheSetting(), CRegKey::CurrentUser());
+}
 
-bool SaveSetting() { return SaveSetting(TheSetting(), CRegKey::CurrentUser()); }
+bool SaveSetting() {
+    return SaveSetting(TheSetting(), CRegKey::CurrentUser());
+}

@@ -5,20 +5,22 @@
 
 #include "foundation/Win32Error.h"
 
-CRegKey CRegKey::CurrentUser() { return RootOf(TheRegistryFile()); }
+CRegKey CRegKey::CurrentUser() {
+    return RootOf(TheRegistryFile());
+}
 
 CRegKey CRegKey::RootOf(std::shared_ptr<CRegistryFile> store) {
     CRegKey root;
     root.store_ = std::move(store);
-    root.access_ = 0x000F003F;  // KEY_ALL_ACCESS
+    root.access_ = 0x000F003F; // KEY_ALL_ACCESS
     return root;
 }
 
 i32 CRegKey::Resolve(const CRegKey& parent, const std::wstring& path, std::wstring& full) const {
     if (!parent.IsOpen())
         return reg::kErrorInvalidHandle;
-    if (!path.empty() && (path.front() == L'\\' || path.back() == L'\\' ||
-                          path.find(L"\\\\") != std::wstring::npos))
+    if (!path.empty() &&
+        (path.front() == L'\\' || path.back() == L'\\' || path.find(L"\\\\") != std::wstring::npos))
         return reg::kErrorBadPathname;
     full = parent.path_;
     if (!full.empty() && !path.empty())
@@ -115,7 +117,9 @@ CRegWriteBatch::CRegWriteBatch(const CRegKey& key) : store_(key.Store()) {
         store_->BeginWriteBatch();
 }
 
-CRegWriteBatch::~CRegWriteBatch() { Commit(); }
+CRegWriteBatch::~CRegWriteBatch() {
+    Commit();
+}
 
 i32 CRegWriteBatch::Commit() {
     if (!store_)

@@ -26,8 +26,8 @@ constexpr u32 kCreateSubKey = 0x0004;
 constexpr u32 kEnumerateSubKeys = 0x0008;
 constexpr u32 kNotify = 0x0010;
 constexpr u32 kReadControl = 0x00020000;
-constexpr u32 kKeyRead = 0x00020019;       // KEY_READ
-constexpr u32 kKeyReadWrite = 0x0002001F;  // KEY_READ with KEY_SET_VALUE and KEY_CREATE_SUB_KEY
+constexpr u32 kKeyRead = 0x00020019;      // KEY_READ
+constexpr u32 kKeyReadWrite = 0x0002001F; // KEY_READ with KEY_SET_VALUE and KEY_CREATE_SUB_KEY
 
 // Win32 codes of the registry calls beside those of foundation/Win32Error.h.
 constexpr i32 kErrorInvalidHandle = 6;

@@ -15,7 +15,9 @@ constexpr u32 kRegSz = 1;
 constexpr u32 kRegBinary = 3;
 constexpr u32 kRegDword = 4;
 
-bool IsBlank(wchar_t c) { return c == L' ' || c == L'\t'; }
+bool IsBlank(wchar_t c) {
+    return c == L' ' || c == L'\t';
+}
 
 std::wstring_view TrimLeft(std::wstring_view text) {
     while (!text.empty() && IsBlank(text.front()))
@@ -29,7 +31,9 @@ std::wstring_view TrimRight(std::wstring_view text) {
     return text;
 }
 
-wchar_t FoldAscii(wchar_t c) { return (c >= L'A' && c <= L'Z') ? c + (L'a' - L'A') : c; }
+wchar_t FoldAscii(wchar_t c) {
+    return (c >= L'A' && c <= L'Z') ? c + (L'a' - L'A') : c;
+}
 
 bool StartsWithFolded(std::wstring_view text, std::wstring_view prefix) {
     if (text.size() < prefix.size())

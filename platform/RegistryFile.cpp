@@ -35,7 +35,9 @@ std::wstring ParentKey(const std::wstring& path) {
     return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash);
 }
 
-i32 LastErrorCode() { return Win32FromErrno(errno); }
+i32 LastErrorCode() {
+    return Win32FromErrno(errno);
+}
 
 // A descriptor closed by its owner.
 class CFd {
@@ -198,7 +200,9 @@ void RegKeyData::Remove(const std::wstring& name) {
     std::erase_if(values, [&name](const auto& entry) { return SameName(entry.first, name); });
 }
 
-bool CRegTree::HasKey(const std::wstring& path) const { return FindKey(path) != nullptr; }
+bool CRegTree::HasKey(const std::wstring& path) const {
+    return FindKey(path) != nullptr;
+}
 
 const RegKeyData* CRegTree::FindKey(const std::wstring& path) const {
     auto it = keys_.find(Fold(path));
@@ -291,7 +295,9 @@ i32 CRegistryFile::Flush() {
     return WriteChanges();
 }
 
-i32 CRegistryFile::MaybeFlush() { return batchDepth_ > 0 ? 0 : WriteChanges(); }
+i32 CRegistryFile::MaybeFlush() {
+    return batchDepth_ > 0 ? 0 : WriteChanges();
+}
 
 void CRegistryFile::EnsureLoaded() {
     if (loaded_)

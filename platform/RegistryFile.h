@@ -34,6 +34,7 @@ struct RegKeyData {
     const RegValueData* Find(const std::wstring& name) const;
     void Set(const std::wstring& name, const RegValueData& value);
     void Remove(const std::wstring& name);
+    bool operator==(const RegKeyData&) const = default;
 };
 
 // All keys of the store, by their folded path. The root itself has the empty path.
@@ -43,7 +44,7 @@ public:
     const RegKeyData* FindKey(const std::wstring& path) const;
     // Creates the key with all its parents; true when it did not exist before.
     bool CreateKey(const std::wstring& path);
-    void RemoveKey(const std::wstring& path);  // with all its sub-keys
+    void RemoveKey(const std::wstring& path); // with all its sub-keys
     void SetValue(const std::wstring& path, const std::wstring& name, const RegValueData& value);
     void RemoveValue(const std::wstring& path, const std::wstring& name);
     const std::map<std::wstring, RegKeyData>& Keys() const { return keys_; }

@@ -33,6 +33,14 @@ QLabel* AddLabel(QWidget* parent, i32 id, QRect rect) {
     return label;
 }
 
+// Japanese text is wider than the Latin average that dialog units are made from: a label grows
+// to the right to show its whole text.
+void FitWidth(QLabel* label) {
+    int wanted = label->sizeHint().width();
+    if (wanted > label->width())
+        label->resize(wanted, label->height());
+}
+
 } // namespace
 
 CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner) {
@@ -49,15 +57,21 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner) {
     icon->setPixmap(AppLargeIcon());
 
     CAppInfo& info = TheAppInfo();
-    SetControlText(AddLabel(this, 58403, du.Rect(56, 23, 137, 8)), info.TitleAndVersion(), true);
-    SetControlText(AddLabel(this, 58404, du.Rect(56, 35, 164, 8)), info.Copyright(), true);
-    AddLabel(this, 0, du.Rect(17, 66, 108, 8))->setText(Text(uistr::kAboutMore));
+    QLabel* title = AddLabel(this, 58403, du.Rect(56, 23, 137, 8));
+    SetControlText(title, info.TitleAndVersion(), true);
+    QLabel* copyright = AddLabel(this, 58404, du.Rect(56, 35, 164, 8));
+    SetControlText(copyright, info.Copyright(), true);
+    QLabel* more = AddLabel(this, 0, du.Rect(17, 66, 108, 8));
+    more->setText(Text(uistr::kAboutMore));
+    for (QLabel* label : {title, copyright, more})
+        FitWidth(label);
 
     link_ = new CLinkLabel(this);
     SetControlId(link_, 58387);
     link_->setGeometry(du.Rect(137, 66, 187, 8));
     if (!info.HomeAddress().empty())
         SetControlText(link_, info.HomeAddress(), true);
+    FitWidth(link_);
     connect(link_, &CLinkLabel::clicked, this, [this] { OpenLink(); });
 
     auto* ok = new QPushButton(Text(uistr::kOk), this);

@@ -11,6 +11,7 @@
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
+#include "foundation/Msg.h"
 #include "foundation/ResString.h"
 #include "ui/AboutDlg.h"
 #include "ui/AcceleratorFilter.h"

@@ -5,16 +5,13 @@
 #include <memory>
 
 #include <QPointer>
+#include <QWidget>
 
 #include "foundation/Types.h"
+#include "ui/FrameWindow.h"
 #include "ui/WindowLayout.h"
 
-class QWidget;
-class QMainWindow;
-
 namespace lvx {
-
-class CFrameWindow;
 
 // Command ids of the frame.
 namespace cmd {

@@ -105,11 +105,15 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
     shrink.shrinkType = 2;
     shrink.shrinkWidth = shrink.shrinkHeight = 640;
     RoundSettings round = RoundOverGreen(true);
+    round.radius = LengthValue{1, 100, 50};  // 5 % of the short edge: 24 px after the shrink, 30 before
     auto task = RunTask(W(dir / "big.png"), W(dir / "round" / "big.png"), 1, round, shrink);
     ASSERT_EQ(task->errorId, 0);
     CDibPtr out = Load(W(dir / "round" / "big.png"));
     EXPECT_EQ(out->Width(), 640);
     EXPECT_EQ(out->Height(), 480);
+    EXPECT_EQ(out->PixelAt(0, 10)[3], 0);
+    EXPECT_EQ(out->PixelAt(0, 24)[3], 255) << "the mask is 24 rows high, not 30";
+    EXPECT_LT(out->PixelAt(0, 23)[3], 255);
     EXPECT_EQ(task->outputFolder, W(dir / "round") + L"/");
 }
 

@@ -88,6 +88,15 @@ TEST(ImageIo, PaletteTransparencyBecomesAlpha) {
     EXPECT_EQ(PixelOf(*dib, 1, 0), (Bgra{0, 255, 0, 128}));
     EXPECT_EQ(PixelOf(*dib, 2, 0).a, 0);
     EXPECT_EQ(PixelOf(*dib, 3, 0), (Bgra{9, 9, 9, 255}));
+
+    // A GIF with a transparent index.
+    WriteBytes(dir.File("palette.gif"), MakeGif(4, 1, palette, 2, {0, 1, 2, 3}));
+    CDibPtr gif;
+    ASSERT_EQ(LoadPath(gif, dir.File("palette.gif")), hr::kOk);
+    EXPECT_EQ(PixelOf(*gif, 0, 0), (Bgra{0, 0, 255, 255}));
+    EXPECT_EQ(PixelOf(*gif, 1, 0), (Bgra{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(*gif, 2, 0).a, 0);
+    EXPECT_EQ(PixelOf(*gif, 3, 0), (Bgra{9, 9, 9, 255}));
 }
 
 TEST(ImageIo, GreySixteenBitAndRgbGiveTheSameBuffer) {
@@ -201,8 +210,7 @@ TEST(ImageIo, ResolutionIsStoredInPixelsPerMetre) {
     EXPECT_EQ(dib->Header()->biYPelsPerMeter, 11811);
 
     // 300 dpi as JPEG density (libvips counts pixels per millimetre).
-    SaveWithVips(dir.File("300.jpg"), TestPictureRgb(8, 8), 8, 8, 3,
-                 vips::VImage::option()->set("xres", 300 / 25.4)->set("yres", 300 / 25.4));
+    SaveWithVips(dir.File("300.jpg"), TestPictureRgb(8, 8), 8, 8, 3, nullptr, 300);
     dib.reset();
     ASSERT_EQ(LoadPath(dib, dir.File("300.jpg")), hr::kOk);
     EXPECT_EQ(dib->Header()->biXPelsPerMeter, 11811);

@@ -126,13 +126,16 @@ inline std::vector<u8> ReadBytes(const std::string& path) {
 }
 
 // Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
-// the format.
+// the format. A resolution above 0 dots per inch is written into the file.
 inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels, i32 width,
-                         i32 height, int bands, vips::VOption* options = nullptr) {
+                         i32 height, int bands, vips::VOption* options = nullptr,
+                         double dpi = 0) {
     EnsureVipsStarted();
     vips::VImage image = vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()),
                                                        pixels.size(), width, height, bands,
                                                        VIPS_FORMAT_UCHAR);
+    if (dpi > 0)
+        image = image.copy(vips::VImage::option()->set("xres", dpi / 25.4)->set("yres", dpi / 25.4));
     image.write_to_file(path.c_str(), options);
 }
 
@@ -226,6 +229,58 @@ inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth
     AppendChunk(png, "IDAT", ZlibStored(raw));
     AppendChunk(png, "IEND", {});
     return png;
+}
+
+// A GIF of up to four palette colours (R, G, B each) with one transparent index. The image data
+// sends a clear code before every pixel, so that each code stays 3 bits wide.
+inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& palette,
+                               u8 transparentIndex, const std::vector<u8>& indices) {
+    std::vector<u8> gif = {'G', 'I', 'F', '8', '9', 'a'};
+    auto put16 = [&gif](u16 v) {
+        gif.push_back(static_cast<u8>(v));
+        gif.push_back(static_cast<u8>(v >> 8));
+    };
+    put16(width);
+    put16(height);
+    gif.insert(gif.end(), {0xF1, 0, 0});  // global table of 4 entries
+    std::vector<u8> table = palette;
+    table.resize(12, 0);
+    gif.insert(gif.end(), table.begin(), table.end());
+    gif.insert(gif.end(), {0x21, 0xF9, 4, 0x01, 0, 0, transparentIndex, 0});
+    gif.push_back(0x2C);
+    put16(0);
+    put16(0);
+    put16(width);
+    put16(height);
+    gif.push_back(0);
+    gif.push_back(2);  // LZW minimum code size: clear 4, end 5
+    std::vector<u8> data;
+    u32 bits = 0, count = 0;
+    auto code = [&](u32 c) {
+        bits |= c << count;
+        count += 3;
+        while (count >= 8) {
+            data.push_back(static_cast<u8>(bits));
+            bits >>= 8;
+            count -= 8;
+        }
+    };
+    for (u8 index : indices) {
+        code(4);
+        code(index);
+    }
+    code(5);
+    if (count > 0)
+        data.push_back(static_cast<u8>(bits));
+    for (size_t pos = 0; pos < data.size(); pos += 255) {
+        const size_t n = std::min<size_t>(255, data.size() - pos);
+        gif.push_back(static_cast<u8>(n));
+        gif.insert(gif.end(), data.begin() + static_cast<long>(pos),
+                   data.begin() + static_cast<long>(pos + n));
+    }
+    gif.push_back(0);
+    gif.push_back(0x3B);
+    return gif;
 }
 
 } // namespace testutil

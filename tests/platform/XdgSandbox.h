@@ -18,7 +18,8 @@
 class XdgSandbox {
 public:
     XdgSandbox() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "lvx-persist-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "lvx-persist-XXXXXX").string();
         root_ = ::mkdtemp(pattern.data());
         std::filesystem::create_directories(Home());
         Keep("HOME", Home());
@@ -50,7 +51,8 @@ public:
 
     static std::vector<u8> ReadBytes(const std::filesystem::path& path) {
         std::ifstream in(path, std::ios::binary);
-        return std::vector<u8>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        return std::vector<u8>(std::istreambuf_iterator<char>(in),
+                               std::istreambuf_iterator<char>());
     }
     static void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
         std::filesystem::create_directories(path.parent_path());

@@ -1,0 +1,40 @@
+// Showing a path, or the output folder, in the file manager.
+#include "app/CommandExplorer.h"
+
+#include "batch/Setting.h"
+#include "foundation/Msg.h"
+#include "foundation/Paths.h"
+#include "platform/qt/Shell.h"
+
+void CCommandExplorer::OnExecute(bool run) {
+    if (path.empty())
+        throw my::CException(58806);
+    if (!run)
+        return;
+    std::wstring target = path;
+    if (!FileExists(target)) {
+        if (msg->ShowId(58711, mb::kOkCancel) != mb::kIdOk)
+            return;
+        target = NearestExistingFolder(target);
+    }
+    if (openFolder && IsDirectory(target)) {
+        ShellOpen(target, L"");
+        return;
+    }
+    ShowInExplorer(target);
+}
+
+namespace lvx {
+
+void CCommandExplorerOutputPath::OnExecute(bool run) {
+    if (!run)
+        return;
+    const std::wstring& outputPath = TheSetting().outputPath;
+    if (outputPath.empty())
+        throw my::CException(193);
+    path = outputPath;
+    openFolder = true;
+    CCommandExplorer::OnExecute(run);
+}
+
+} // namespace lvx

@@ -1,0 +1,27 @@
+// Shows a path in the file manager; the application's form shows the output folder.
+#pragma once
+
+#include <string>
+
+#include "app/Command.h"
+
+// openFolder opens a folder in a window of its own rather than showing it selected in its parent.
+class CCommandExplorer : public CCommand {
+public:
+    explicit CCommandExplorer(::CMsg* msg) : CCommand(msg) {}
+    void OnExecute(bool run) override;
+
+    bool openFolder = false;
+    std::wstring path;
+};
+
+namespace lvx {
+
+// The folder of the last results (outputPath of the settings), opened as a folder.
+class CCommandExplorerOutputPath : public CCommandExplorer {
+public:
+    explicit CCommandExplorerOutputPath(::CMsg* msg) : CCommandExplorer(msg) { openFolder = true; }
+    void OnExecute(bool run) override;
+};
+
+} // namespace lvx

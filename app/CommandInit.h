@@ -1,0 +1,14 @@
+// Start-up after the objects exist: identity, settings, the frame window and its place.
+#pragma once
+
+#include "app/Command.h"
+
+namespace lvx {
+
+class CCommandInit : public CCommand {
+public:
+    explicit CCommandInit(::CMsg* msg) : CCommand(msg) {}
+    void OnExecute(bool run) override;
+};
+
+} // namespace lvx

@@ -1,0 +1,168 @@
+// Tests of the command guard: one box per failure, focus on the control at fault before the box,
+// the rethrown copy, and checks that tell nothing.
+#include "app/Command.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+#include <QLineEdit>
+#include <QVBoxLayout>
+#include <QtTest/QTest>
+
+#include "../ui/QtTestApp.h"
+#include "../ui/RecordingMsg.h"
+#include "foundation/ResString.h"
+
+namespace {
+
+// A command whose body is given by the test; it records the run flags it was called with.
+class CScriptedCommand : public CCommand {
+public:
+    CScriptedCommand(CMsg* msg, std::function<void(bool)> body) : CCommand(msg), body_(std::move(body)) {}
+    void OnExecute(bool run) override {
+        runs.push_back(run);
+        body_(run);
+    }
+    std::vector<bool> runs;
+
+private:
+    std::function<void(bool)> body_;
+};
+
+// Records which widget had the focus when a box came up.
+class CFocusRecordingMsg : public CRecordingMsg {
+public:
+    i32 Show(const std::wstring& text, u32 flags) override {
+        focusAtBox = QApplication::focusWidget();
+        return CRecordingMsg::Show(text, flags);
+    }
+    QWidget* focusAtBox = nullptr;
+};
+
+class CommandTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+    }
+};
+
+TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
+    QWidget window;
+    auto* layout = new QVBoxLayout(&window);
+    auto* first = new QLineEdit(&window);
+    auto* atFault = new QLineEdit(&window);
+    layout->addWidget(first);
+    layout->addWidget(atFault);
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    first->setFocus();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(first->hasFocus());
+
+    CFocusRecordingMsg msg;
+    CScriptedCommand command(&msg, [atFault](bool) { throw my::CCtrlException(atFault, 58806); });
+    command.Execute(true, false);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"ID リストが空です");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(msg.focusAtBox, atFault);
+    EXPECT_TRUE(atFault->hasFocus());
+    EXPECT_EQ(QApplication::focusWidget(), atFault);
+    EXPECT_EQ(command.runs, std::vector<bool>{true});
+
+    // A failure that names no control leaves the focus where it is.
+    first->setFocus();
+    QCoreApplication::processEvents();
+    CScriptedCommand plain(&msg, [](bool) { throw my::CException(193); });
+    plain.Execute(true, false);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[1].text, L"出力先フォルダーが、未設定です");
+    EXPECT_TRUE(first->hasFocus());
+
+    // The command stays usable after a failure.
+    plain.Execute(true, false);
+    EXPECT_EQ(msg.boxes.size(), 3u);
+}
+
+TEST_F(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
+    QLineEdit control;
+    CRecordingMsg msg;
+    CScriptedCommand command(&msg, [&control](bool) {
+        throw my::CCtrlException(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
+    });
+    my::CCtrlException original(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
+    try {
+        command.Execute(true, true);
+        FAIL() << "no exception";
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(msg.boxes.size(), 1u);
+        EXPECT_EQ(e.id, 58831);
+        EXPECT_EQ(e.hr, 0x80070002u);
+        EXPECT_EQ(e.text, original.text);
+        EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(&control));
+        EXPECT_EQ(msg.boxes[0].text, original.text);
+    }
+    EXPECT_EQ(original.text.rfind(L"ファイルを開けませんでした - ", 0), 0u);
+}
+
+TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
+    QWidget window;
+    auto* other = new QLineEdit(&window);
+    auto* atFault = new QLineEdit(&window);
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    other->setFocus();
+    QCoreApplication::processEvents();
+
+    CRecordingMsg msg;
+    CScriptedCommand failing(&msg, [atFault](bool) { throw my::CCtrlException(atFault, 58806); });
+    EXPECT_FALSE(failing.CanExecute());
+    EXPECT_EQ(failing.runs, std::vector<bool>{false});
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_TRUE(other->hasFocus());
+
+    CScriptedCommand passing(&msg, [](bool) {});
+    EXPECT_TRUE(passing.CanExecute());
+
+    // A bare command runs as a no-op.
+    CCommand bare(&msg);
+    EXPECT_TRUE(bare.CanExecute());
+    bare.Execute(true, true);
+    bare.ExecuteQuietly();
+    EXPECT_TRUE(msg.boxes.empty());
+}
+
+TEST_F(CommandTest, ForeignExceptionsBecomeTheirTexts) {
+    CRecordingMsg msg;
+    CScriptedCommand standard(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
+    try {
+        standard.Execute(true, true);
+        FAIL() << "no exception";
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(e.id, 58722);
+        EXPECT_EQ(e.ctrl, nullptr);
+    }
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"標準エラーが発生しました: disk on fire");
+
+    CScriptedCommand unknown(&msg, [](bool) { throw 42; });
+    unknown.Execute(true, false);
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[1].text, L"不明な例外が発生しました");
+
+    // ExecuteQuietly runs the act and drops the failure.
+    CScriptedCommand quiet(&msg, [](bool) { throw my::CException(193); });
+    quiet.ExecuteQuietly();
+    EXPECT_EQ(quiet.runs, std::vector<bool>{true});
+    EXPECT_EQ(msg.boxes.size(), 2u);
+}
+
+} // namespace

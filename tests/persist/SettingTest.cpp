@@ -1,0 +1,95 @@
+// Tests of the settings object: its defaults, the sub-folder history and the output extension.
+#include "batch/Setting.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/XdgSandbox.h"
+
+namespace {
+
+std::vector<std::wstring> Entries(const CHistoryList& list) {
+    return {list.begin(), list.end()};
+}
+
+} // namespace
+
+TEST(SettingTest, DefaultsFollowTheTable) {
+    XdgSandbox sandbox;
+    CSetting settings;
+    EXPECT_EQ(settings.outputPath, (sandbox.Home() / "Pictures").wstring());
+    EXPECT_EQ(Entries(settings.subFolders), std::vector<std::wstring>{L"round"});
+    EXPECT_EQ(settings.subFolders.limit(), 16u);
+    EXPECT_EQ(settings.saveType, 2u);
+    EXPECT_EQ(settings.jpegQuality, 80u);
+    EXPECT_FALSE(settings.window.fullScreen);
+    EXPECT_EQ(settings.window.rect, (Rect{0, 0, 0, 0}));
+    EXPECT_EQ(settings.shrink.shrinkType, 0u);
+    EXPECT_EQ(settings.shrink.shrinkWidth, 0);
+    EXPECT_EQ(settings.shrink.shrinkHeight, 0);
+    EXPECT_EQ(settings.shrink.customWidth, 200);
+    EXPECT_EQ(settings.shrink.customHeight, 1000);
+    EXPECT_EQ(settings.round.backgroundColor, 0xFFFFFFu);
+    EXPECT_FALSE(settings.round.transparent);
+    EXPECT_EQ(settings.round.corners, 15u);
+    EXPECT_EQ(settings.round.edges, 15u);
+    EXPECT_EQ(settings.round.radius, (LengthValue{0, 100, 50}));
+    EXPECT_EQ(settings.round.blurWidth, (LengthValue{0, 10, 10}));
+
+    // The pictures folder of the user's xdg-user-dirs file.
+    XdgSandbox::WriteBytes(
+        sandbox.Root() / "config" / "user-dirs.dirs",
+        "# written by xdg-user-dirs-update\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+    EXPECT_EQ(CSetting().outputPath, (sandbox.Home() / "Bilder").wstring());
+}
+
+TEST(SettingTest, ExtensionsOfTheSaveTypes) {
+    CSetting settings;
+    const std::vector<std::pair<u32, std::wstring>> table{
+        {0, L"bmp"}, {1, L"png"}, {2, L"jpg"}, {3, L"png"}, {0xFFFFFFFF, L"png"}};
+    for (const auto& [type, extension] : table) {
+        settings.saveType = type;
+        EXPECT_EQ(settings.ExtensionOfSaveType(), extension) << type;
+    }
+}
+
+TEST(SettingTest, TheHistoryKeepsTheMostRecentFirstWithinItsLimit) {
+    CHistoryList list(16);
+    list.Add(L"round");
+    for (int i = 1; i <= 16; ++i)
+        list.Add(L"n" + std::to_wstring(i));
+    // The 17th distinct name drops the oldest one.
+    ASSERT_EQ(list.size(), 16u);
+    EXPECT_EQ(list.front(), L"n16");
+    EXPECT_EQ(Entries(list).back(), L"n1");
+
+    // A name already in the list moves to the front and the count stays.
+    list.Add(L"n5");
+    EXPECT_EQ(list.size(), 16u);
+    EXPECT_EQ(list.front(), L"n5");
+    std::vector<std::wstring> entries = Entries(list);
+    EXPECT_EQ(std::count(entries.begin(), entries.end(), L"n5"), 1);
+    EXPECT_EQ(entries[1], L"n16");
+
+    // Names compare with case.
+    CHistoryList cased(16);
+    cased.Add(L"round");
+    cased.Add(L"Round");
+    EXPECT_EQ(Entries(cased), (std::vector<std::wstring>{L"Round", L"round"}));
+
+    // Resize cuts from the end or fills with empty names, beyond the limit too.
+    cased.Resize(1);
+    EXPECT_EQ(Entries(cased), std::vector<std::wstring>{L"Round"});
+    cased.Resize(18);
+    EXPECT_EQ(cased.size(), 18u);
+    EXPECT_EQ(Entries(cased).back(), L"");
+    cased.Add(L"x");
+    EXPECT_EQ(cased.size(), 16u);
+    EXPECT_EQ(cased.front(), L"x");
+
+    CHistoryList none;
+    none.Add(L"x");
+    EXPECT_TRUE(none.empty());
+}

@@ -1,0 +1,413 @@
+// Tests of loading and saving the settings: the file that a save leaves, hand-written files with
+// wrong types and odd counts, several processes, interrupted and failed saves.
+#include "persist/Settings.h"
+
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "batch/Setting.h"
+#include "persist/RegValue.h"
+#include "platform/RegistryExport.h"
+#include "platform/XdgSandbox.h"
+
+namespace {
+
+const std::string kKey = "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting";
+
+// A complete store in UTF-8, as a user might write it by hand; tests replace lines of it.
+std::string ValidFile() {
+    return "Windows Registry Editor Version 5.00\n\n" + kKey +
+           "]\n"
+           "\"OutputPath\"=\"/srv/out\"\n"
+           "\"SaveType\"=dword:00000001\n"
+           "\"JpegQuality\"=dword:0000005a\n\n" +
+           kKey +
+           "\\Shrink]\n"
+           "\"ShrinkType\"=dword:00000001\n"
+           "\"ShrinkWidth\"=dword:ffffffff\n"
+           "\"ShrinkHeight\"=dword:00000002\n"
+           "\"CustomWidth\"=dword:00000003\n"
+           "\"CustomHeight\"=dword:00000004\n\n" +
+           kKey +
+           "\\Round]\n"
+           "\"BkColor\"=dword:00010203\n"
+           "\"Transparent\"=dword:00000007\n"
+           "\"EdgeType\"=dword:00000001\n"
+           "\"BlurType\"=dword:00000002\n\n" +
+           kKey + "\\Round\\Edge]\n\"UnitType\"=dword:00000001\n\"PixelLength\"=dword:00000005\n" +
+           "\"RateLength\"=dword:00000006\n\n" + kKey +
+           "\\Round\\Blur]\n\"UnitType\"=dword:00000001\n\"PixelLength\"=dword:00000007\n" +
+           "\"RateLength\"=dword:00000008\n\n" + kKey +
+           "\\Window]\n"
+           "\"FullScreen\"=dword:00000001\n"
+           "\"Left\"=dword:0000000a\n"
+           "\"Top\"=dword:00000014\n"
+           "\"Right\"=dword:0000001e\n"
+           "\"Bottom\"=dword:00000028\n\n" +
+           kKey + "\\SubFolder]\n\"Count\"=dword:00000002\n\n" + kKey +
+           "\\SubFolder\\00]\n@=\"a\"\n\n" + kKey + "\\SubFolder\\01]\n@=\"b\"\n";
+}
+
+std::string Replace(std::string text, const std::string& from, const std::string& to) {
+    std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos)
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+std::vector<std::wstring> Entries(const CHistoryList& list) {
+    return {list.begin(), list.end()};
+}
+
+// Runs body in a child process and returns its exit status.
+template <class Body> int InChild(Body body) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        body();
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class SettingsTest : public ::testing::Test {
+protected:
+    // Loads the given file text into a settings object with its defaults.
+    bool LoadFrom(const std::string& text, CSetting& settings) {
+        XdgSandbox::WriteBytes(sandbox_.StoreFile(), text);
+        ResetTheRegistryFile();
+        return LoadSetting(settings, CRegKey::CurrentUser());
+    }
+
+    XdgSandbox sandbox_;
+};
+
+} // namespace
+
+TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
+    CSetting settings;
+    const CSetting defaults;
+    EXPECT_FALSE(LoadSetting(settings, CRegKey::CurrentUser()));
+    EXPECT_EQ(settings, defaults);
+    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
+              L"Windows Registry Editor Version 5.00\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n");
+
+    // The process's own object and store.
+    EXPECT_FALSE(LoadSetting());
+    EXPECT_TRUE(SaveSetting());
+    EXPECT_TRUE(LoadSetting());
+    EXPECT_EQ(&TheSetting(), &TheSetting());
+}
+
+TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
+    CSetting settings;
+    settings.outputPath = L"/home/u/Pictures";
+    ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    std::vector<u8> bytes = XdgSandbox::ReadBytes(sandbox_.StoreFile());
+    ASSERT_GE(bytes.size(), 2u);
+    EXPECT_EQ(bytes[0], 0xFF);
+    EXPECT_EQ(bytes[1], 0xFE);
+    const std::wstring s = L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting";
+    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
+              L"Windows Registry Editor Version 5.00\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n" +
+                  s +
+                  L"]\r\n"
+                  L"\"OutputPath\"=\"/home/u/Pictures\"\r\n"
+                  L"\"SaveType\"=dword:00000002\r\n"
+                  L"\"JpegQuality\"=dword:00000050\r\n\r\n" +
+                  s +
+                  L"\\Round]\r\n"
+                  L"\"BkColor\"=dword:00ffffff\r\n"
+                  L"\"Transparent\"=dword:00000000\r\n"
+                  L"\"EdgeType\"=dword:0000000f\r\n"
+                  L"\"BlurType\"=dword:0000000f\r\n\r\n" +
+                  s +
+                  L"\\Round\\Blur]\r\n"
+                  L"\"UnitType\"=dword:00000000\r\n"
+                  L"\"PixelLength\"=dword:0000000a\r\n"
+                  L"\"RateLength\"=dword:0000000a\r\n\r\n" +
+                  s +
+                  L"\\Round\\Edge]\r\n"
+                  L"\"UnitType\"=dword:00000000\r\n"
+                  L"\"PixelLength\"=dword:00000064\r\n"
+                  L"\"RateLength\"=dword:00000032\r\n\r\n" +
+                  s +
+                  L"\\Shrink]\r\n"
+                  L"\"ShrinkType\"=dword:00000000\r\n"
+                  L"\"ShrinkWidth\"=dword:00000000\r\n"
+                  L"\"ShrinkHeight\"=dword:00000000\r\n"
+                  L"\"CustomWidth\"=dword:000000c8\r\n"
+                  L"\"CustomHeight\"=dword:000003e8\r\n\r\n" +
+                  s +
+                  L"\\SubFolder]\r\n"
+                  L"\"Count\"=dword:00000001\r\n\r\n" +
+                  s +
+                  L"\\SubFolder\\00]\r\n"
+                  L"@=\"round\"\r\n\r\n" +
+                  s +
+                  L"\\Window]\r\n"
+                  L"\"FullScreen\"=dword:00000000\r\n"
+                  L"\"Left\"=dword:00000000\r\n"
+                  L"\"Top\"=dword:00000000\r\n"
+                  L"\"Right\"=dword:00000000\r\n"
+                  L"\"Bottom\"=dword:00000000\r\n\r\n");
+}
+
+TEST_F(SettingsTest, EveryFieldReadsBackWhole) {
+    CSetting saved;
+    saved.outputPath = L"/srv/\u5199\u771f \"out\"\\x";
+    saved.subFolders.Add(L"b");
+    saved.subFolders.Add(L"a");
+    saved.saveType = 1;
+    saved.jpegQuality = 95;
+    saved.window = {true, {-10, 20, 810, 620}};
+    saved.shrink = {2, 640, -480, 300, 1200};
+    saved.round.backgroundColor = 0x00123456;
+    saved.round.transparent = true;
+    saved.round.corners = 5;
+    saved.round.edges = 10;
+    saved.round.radius = {1, 125, 40};
+    saved.round.blurWidth = {1, 30, 20};
+    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
+    std::wstring file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
+    EXPECT_NE(file.find(L"\"OutputPath\"=\"/srv/\u5199\u771f \\\"out\\\"\\\\x\"\r\n"),
+              std::wstring::npos);
+    EXPECT_NE(file.find(L"\"ShrinkHeight\"=dword:fffffe20\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\"Left\"=dword:fffffff6\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\"Transparent\"=dword:00000001\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\"Count\"=dword:00000003\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\\SubFolder\\02]\r\n@=\"round\"\r\n"), std::wstring::npos);
+
+    ResetTheRegistryFile();
+    CSetting loaded;
+    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
+    EXPECT_EQ(loaded, saved);
+    EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"a", L"b", L"round"}));
+}
+
+TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
+    CSetting settings;
+    EXPECT_TRUE(LoadFrom(ValidFile(), settings));
+    EXPECT_EQ(settings.outputPath, L"/srv/out");
+    EXPECT_EQ(settings.saveType, 1u);
+    EXPECT_EQ(settings.jpegQuality, 90u);
+    EXPECT_EQ(settings.shrink, (ShrinkSettings{1, -1, 2, 3, 4}));
+    EXPECT_EQ(settings.round.backgroundColor, 0x00010203u);
+    EXPECT_TRUE(settings.round.transparent);
+    EXPECT_EQ(settings.round.corners, 1u);
+    EXPECT_EQ(settings.round.edges, 2u);
+    EXPECT_EQ(settings.round.radius, (LengthValue{1, 5, 6}));
+    EXPECT_EQ(settings.round.blurWidth, (LengthValue{1, 7, 8}));
+    EXPECT_EQ(settings.window, (WindowSetting{true, {10, 20, 30, 40}}));
+    EXPECT_EQ(Entries(settings.subFolders), (std::vector<std::wstring>{L"a", L"b"}));
+
+    // Wrong types: a REG_SZ number, a REG_QWORD number, REG_BINARY text. Each keeps its default.
+    std::string file = Replace(ValidFile(), "\"SaveType\"=dword:00000001", "\"SaveType\"=\"1\"");
+    file = Replace(file, "\"JpegQuality\"=dword:0000005a",
+                   "\"JpegQuality\"=hex(b):5a,00,00,00,00,00,00,00");
+    file = Replace(file, "\"CustomWidth\"=dword:00000003", "\"CustomWidth\"=hex:03,00,00,00");
+    file = Replace(file, "\"OutputPath\"=\"/srv/out\"", "\"OutputPath\"=hex:2f,00,00,00");
+    CSetting typed;
+    const CSetting defaults;
+    EXPECT_FALSE(LoadFrom(file, typed));
+    EXPECT_EQ(typed.outputPath, defaults.outputPath);
+    EXPECT_EQ(typed.saveType, 2u);
+    EXPECT_EQ(typed.jpegQuality, 80u);
+    EXPECT_EQ(typed.shrink, (ShrinkSettings{1, -1, 2, 200, 4}));
+    EXPECT_EQ(typed.round.radius, (LengthValue{1, 5, 6}));
+    EXPECT_EQ(Entries(typed.subFolders), (std::vector<std::wstring>{L"a", L"b"}));
+
+    // REG_EXPAND_SZ is taken as it stands: "$HOME/x".
+    file = Replace(ValidFile(), "\"OutputPath\"=\"/srv/out\"",
+                   "\"OutputPath\"=hex(2):24,00,48,00,4f,00,4d,00,45,00,2f,00,78,00,00,00");
+    CSetting expand;
+    EXPECT_TRUE(LoadFrom(file, expand));
+    EXPECT_EQ(expand.outputPath, L"$HOME/x");
+
+    // A stored BMP comes back as PNG; its extension is still "bmp" when set in memory.
+    CSetting bmp;
+    EXPECT_TRUE(LoadFrom(
+        Replace(ValidFile(), "dword:00000001\n\"JpegQuality\"", "dword:00000000\n\"JpegQuality\""),
+        bmp));
+    EXPECT_EQ(bmp.saveType, 1u);
+    bmp.saveType = 0;
+    EXPECT_EQ(bmp.ExtensionOfSaveType(), L"bmp");
+
+    // A missing key counts; the window's values do not.
+    CSetting noShrink;
+    EXPECT_FALSE(LoadFrom(Replace(ValidFile(), kKey + "\\Shrink]", kKey + "\\Shrunk]"), noShrink));
+    EXPECT_EQ(noShrink.shrink, ShrinkSettings{});
+    EXPECT_EQ(noShrink.jpegQuality, 90u);
+    CSetting partialWindow;
+    partialWindow.window.rect = {1, 2, 3, 4};
+    EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "\"Bottom\"=dword:00000028\n", ""), partialWindow));
+    EXPECT_EQ(partialWindow.window, (WindowSetting{true, {1, 2, 3, 4}}));
+    CSetting badFlag;
+    EXPECT_TRUE(LoadFrom(
+        Replace(ValidFile(), "\"FullScreen\"=dword:00000001", "\"FullScreen\"=\"1\""), badFlag));
+    EXPECT_FALSE(badFlag.window.fullScreen);
+}
+
+TEST_F(SettingsTest, CountDecidesTheLengthOfTheList) {
+    // Count missing or 0: the list is empty, the default "round" is gone, and that is no failure.
+    CSetting missing;
+    EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "\"Count\"=dword:00000002\n", ""), missing));
+    EXPECT_TRUE(missing.subFolders.empty());
+    CSetting zero;
+    EXPECT_TRUE(LoadFrom(
+        Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000000"), zero));
+    EXPECT_TRUE(zero.subFolders.empty());
+    CSetting wrongType;
+    EXPECT_TRUE(
+        LoadFrom(Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=\"2\""), wrongType));
+    EXPECT_TRUE(wrongType.subFolders.empty());
+
+    // More than stored: empty names fill up, and the result is false.
+    CSetting more;
+    EXPECT_FALSE(LoadFrom(
+        Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000004"), more));
+    EXPECT_EQ(Entries(more.subFolders), (std::vector<std::wstring>{L"a", L"b", L"", L""}));
+
+    // An entry of the wrong type stays as it was (here: a new empty entry).
+    CSetting badEntry;
+    EXPECT_FALSE(LoadFrom(Replace(ValidFile(), "@=\"b\"", "@=dword:00000001"), badEntry));
+    EXPECT_EQ(Entries(badEntry.subFolders), (std::vector<std::wstring>{L"a", L""}));
+
+    // 17 stored names with a Count of 17 load as they stand: the limit is Add's rule.
+    std::string file = Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000011");
+    std::vector<std::wstring> expected;
+    for (int i = 0; i < 17; ++i) {
+        char name[8];
+        std::snprintf(name, sizeof name, "%02d", i);
+        if (i >= 2)
+            file += "\n" + kKey + "\\SubFolder\\" + name + "]\n@=\"n" + name + "\"\n";
+        expected.push_back(i == 0 ? L"a" : i == 1 ? L"b" : L"n" + std::wstring(name, name + 2));
+    }
+    CSetting seventeen;
+    EXPECT_TRUE(LoadFrom(file, seventeen));
+    EXPECT_EQ(Entries(seventeen.subFolders), expected);
+    EXPECT_EQ(seventeen.subFolders.limit(), 16u);
+}
+
+TEST_F(SettingsTest, TheListKeysHaveTwoDigitsAndLongerListsLeaveTheirKeys) {
+    CSetting settings;
+    for (int i = 0; i < 17; ++i)
+        settings.subFolders.Add(L"s" + std::to_wstring(i));
+    ASSERT_EQ(settings.subFolders.size(), 16u);
+    ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    std::wstring file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
+    EXPECT_NE(file.find(L"\"Count\"=dword:00000010\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\\SubFolder\\09]\r\n@=\"s7\"\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\\SubFolder\\15]\r\n@=\"s1\"\r\n"), std::wstring::npos);
+    EXPECT_EQ(file.find(L"\\SubFolder\\16]"), std::wstring::npos);
+
+    settings.subFolders.Resize(1);
+    ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
+    EXPECT_NE(file.find(L"\"Count\"=dword:00000001\r\n"), std::wstring::npos);
+    EXPECT_NE(file.find(L"\\SubFolder\\15]\r\n@=\"s1\"\r\n"), std::wstring::npos);
+    ResetTheRegistryFile();
+    CSetting loaded;
+    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
+    EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"s16"}));
+}
+
+TEST_F(SettingsTest, TwoProcessesSavingInTurnKeepEachOthersKeys) {
+    CSetting second;
+    EXPECT_FALSE(LoadSetting(second, CRegKey::CurrentUser())); // the store is read now
+
+    EXPECT_EQ(InChild([] {
+                  CSetting first;
+                  first.jpegQuality = 10;
+                  first.subFolders.Add(L"x");
+                  first.subFolders.Add(L"y");
+                  CRegKey other;
+                  other.Create(CRegKey::CurrentUser(), L"Software\\Harrowmere\\Lunavex32\\Other");
+                  WriteDwordValue(other, L"Mine", 42);
+                  ::_exit(SaveSetting(first, CRegKey::CurrentUser()) ? 0 : 1);
+              }),
+              0);
+
+    second.jpegQuality = 20;
+    ASSERT_TRUE(SaveSetting(second, CRegKey::CurrentUser()));
+
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(sandbox_.StoreFile()), tree));
+    ResetTheRegistryFile();
+    CSetting loaded;
+    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
+    EXPECT_EQ(loaded, second);
+    CRegKey other;
+    ASSERT_EQ(other.Open(CRegKey::CurrentUser(), L"Software\\Harrowmere\\Lunavex32\\Other"), 0);
+    u32 mine = 0;
+    EXPECT_TRUE(ReadDwordValue(other, L"Mine", mine));
+    EXPECT_EQ(mine, 42u);
+    // The first process's longer list left its keys; Count of the second decides.
+    CRegKey entry;
+    EXPECT_EQ(entry.Open(CRegKey::CurrentUser(),
+                         L"Software\\Harrowmere\\Lunavex32\\Setting\\SubFolder\\02"),
+              0);
+}
+
+TEST_F(SettingsTest, AnInterruptedSaveLeavesThePreviousSettings) {
+    CSetting saved;
+    saved.jpegQuality = 33;
+    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
+    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox_.StoreFile());
+
+    EXPECT_EQ(InChild([] {
+                  ResetTheRegistryFile();
+                  TheRegistryFile()->SetBeforeReplaceHook([] {
+                      ::_exit(9);
+                      return true;
+                  });
+                  CSetting changed;
+                  changed.jpegQuality = 66;
+                  SaveSetting(changed, CRegKey::CurrentUser());
+              }),
+              9);
+    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox_.StoreFile()), before);
+    ResetTheRegistryFile();
+    CSetting loaded;
+    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
+    EXPECT_EQ(loaded.jpegQuality, 33u);
+}
+
+TEST_F(SettingsTest, ADamagedStoreIsKeptAsideAndTheDefaultsStay) {
+    CSetting settings;
+    const std::string damaged =
+        Replace(ValidFile(), "\"SaveType\"=dword:00000001", "\"SaveType\"=dword");
+    EXPECT_FALSE(LoadFrom(damaged, settings));
+    EXPECT_EQ(settings, CSetting());
+    std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
+    ASSERT_EQ(aside.size(), 1u);
+    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
+    // The load made a new store with the application key; a save fills it.
+    EXPECT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    EXPECT_EQ(sandbox_.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+}
+
+TEST_F(SettingsTest, AStoreThatCannotBeWrittenFailsBothWays) {
+    XdgSandbox::WriteBytes(sandbox_.Root() / "plain-file", "x");
+    ::setenv("XDG_CONFIG_HOME", (sandbox_.Root() / "plain-file" / "config").c_str(), 1);
+    ResetTheRegistryFile();
+    CSetting settings;
+    settings.jpegQuality = 1;
+    CSetting before = settings;
+    EXPECT_FALSE(LoadSetting(settings, CRegKey::CurrentUser()));
+    EXPECT_EQ(settings, before);
+    EXPECT_FALSE(SaveSetting(settings, CRegKey::CurrentUser()));
+}

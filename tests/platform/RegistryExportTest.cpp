@@ -1,0 +1,202 @@
+// Tests of the registry export format: exact bytes written, every form read, bad files refused.
+#include "platform/RegistryExport.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::wstring kSetting = L"Software\\Harrowmere\\Lunavex32\\Setting";
+
+RegValueData Text(u32 type, const std::wstring& text) {
+    return {type, Utf16LeFromWide(text + L'\0')};
+}
+
+RegValueData Dword(u32 value) {
+    return {4,
+            {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
+             static_cast<u8>(value >> 24)}};
+}
+
+std::vector<u8> Utf8File(const std::string& text) {
+    return std::vector<u8>(text.begin(), text.end());
+}
+
+std::vector<u8> Utf16File(const std::wstring& text) {
+    std::vector<u8> bytes{0xFF, 0xFE};
+    std::vector<u8> body = Utf16LeFromWide(text);
+    bytes.insert(bytes.end(), body.begin(), body.end());
+    return bytes;
+}
+
+bool Parses(const std::string& text) {
+    CRegTree tree;
+    return ParseRegistryExport(Utf8File(text), tree);
+}
+
+} // namespace
+
+TEST(RegistryExportTest, WritesTheEditorsFormatInUtf16) {
+    CRegTree tree;
+    tree.SetValue(kSetting, L"OutputPath", Text(1, L"C:\\a \"b\""));
+    tree.SetValue(kSetting, L"SaveType", Dword(2));
+    tree.SetValue(kSetting, L"", Text(1, L"round"));
+    tree.SetValue(kSetting, L"Big", {11, {8, 7, 6, 5, 4, 3, 2, 1}});
+    tree.SetValue(kSetting, L"Path", Text(2, L"%HOME%"));
+    RegValueData blob{3, {}};
+    for (u8 i = 0; i < 30; ++i)
+        blob.bytes.push_back(i);
+    tree.SetValue(kSetting, L"Blob", blob);
+    tree.SetValue(kSetting, L"Odd", {1, {0x61, 0x00, 0x62}});
+    tree.SetValue(kSetting, L"Short", {4, {1, 0}});
+
+    std::vector<u8> bytes = FormatRegistryExport(tree);
+    ASSERT_GE(bytes.size(), 2u);
+    EXPECT_EQ(bytes[0], 0xFF);
+    EXPECT_EQ(bytes[1], 0xFE);
+    // "W" of the header as UTF-16LE.
+    EXPECT_EQ(bytes[2], 0x57);
+    EXPECT_EQ(bytes[3], 0x00);
+
+    std::wstring expected =
+        L"Windows Registry Editor Version 5.00\r\n"
+        L"\r\n"
+        L"[HKEY_CURRENT_USER\\Software]\r\n"
+        L"\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n"
+        L"\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n"
+        L"\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
+        L"\"OutputPath\"=\"C:\\\\a \\\"b\\\"\"\r\n"
+        L"\"SaveType\"=dword:00000002\r\n"
+        L"@=\"round\"\r\n"
+        L"\"Big\"=hex(b):08,07,06,05,04,03,02,01\r\n"
+        L"\"Path\"=hex(2):25,00,48,00,4f,00,4d,00,45,00,25,00,00,00\r\n"
+        L"\"Blob\"=hex:00,01,02,03,04,05,06,07,08,09,0a,0b,0c,0d,0e,0f,10,11,12,13,14,15,\\\r\n"
+        L"  16,17,18,19,1a,1b,1c,1d\r\n"
+        L"\"Odd\"=hex(1):61,00,62\r\n"
+        L"\"Short\"=hex(4):01,00\r\n"
+        L"\r\n";
+    EXPECT_EQ(WideFromUtf16Le(bytes.data() + 2, bytes.size() - 2), expected);
+
+    // Every value comes back byte for byte, with its type.
+    CRegTree back;
+    ASSERT_TRUE(ParseRegistryExport(bytes, back));
+    EXPECT_EQ(back, tree);
+}
+
+TEST(RegistryExportTest, TextsThatCannotBeQuotedSurviveAsHex) {
+    CRegTree tree;
+    tree.SetValue(L"K", L"NoTerminator", {1, {0x61, 0x00}});
+    tree.SetValue(L"K", L"InnerZero", Text(1, std::wstring(L"a\0b", 3)));
+    tree.SetValue(L"K", L"Break", Text(1, L"line\r\nnext"));
+    tree.SetValue(L"K", L"Empty", {1, {}});
+    tree.SetValue(L"K", L"Wide", Text(1, L"\u5199\u771f \U0001F600"));
+    tree.SetValue(L"K", L"Name \"with\" \\", Dword(0xFFFFFFFB));
+    std::vector<u8> bytes = FormatRegistryExport(tree);
+    std::wstring text = WideFromUtf16Le(bytes.data() + 2, bytes.size() - 2);
+    EXPECT_NE(text.find(L"\"NoTerminator\"=hex(1):61,00\r\n"), std::wstring::npos);
+    EXPECT_NE(text.find(L"\"Empty\"=hex(1):\r\n"), std::wstring::npos);
+    EXPECT_NE(text.find(L"\"Wide\"=\"\u5199\u771f \U0001F600\"\r\n"), std::wstring::npos);
+    EXPECT_NE(text.find(L"\"Name \\\"with\\\" \\\\\"=dword:fffffffb\r\n"), std::wstring::npos);
+    // A character beyond U+FFFF is a surrogate pair in the file.
+    std::vector<u8> pair = Utf16LeFromWide(L"\U0001F600");
+    EXPECT_EQ(pair, (std::vector<u8>{0x3D, 0xD8, 0x00, 0xDE}));
+
+    CRegTree back;
+    ASSERT_TRUE(ParseRegistryExport(bytes, back));
+    EXPECT_EQ(back, tree);
+}
+
+TEST(RegistryExportTest, ReadsEveryFormInUtf8AndUtf16) {
+    const std::string body = "Windows Registry Editor Version 5.00\r\n"
+                             "\r\n"
+                             "; a comment\n"
+                             "[HKEY_CURRENT_USER\\Software\\Test]\n"
+                             "\"Text\"=\"a \\\"quoted\\\" \\\\ path\"\n"
+                             "\"Num\"=dword:0000002A\n"
+                             "@=\"default\"\n"
+                             "\"Bin\"=hex:01,02,\\\n"
+                             "  03,04\n"
+                             "\"Exp\" = hex(2):41,00,00,00\n"
+                             "\"Gone\"=\"x\"\n"
+                             "\"Gone\"=-\n"
+                             "[hkey_current_user\\software\\TEST\\Sub]\n"
+                             "\"x\"=dword:1\n"
+                             "[HKEY_CURRENT_USER\\Software\\Test\\Other]\n"
+                             "[-HKEY_CURRENT_USER\\Software\\Test\\Sub]\n";
+    auto check = [](const CRegTree& tree) {
+        const RegKeyData* key = tree.FindKey(L"software\\test");
+        ASSERT_NE(key, nullptr);
+        EXPECT_EQ(key->path, L"Software\\Test");
+        ASSERT_NE(key->Find(L"TEXT"), nullptr);
+        EXPECT_EQ(*key->Find(L"text"), Text(1, L"a \"quoted\" \\ path"));
+        EXPECT_EQ(*key->Find(L"Num"), Dword(42));
+        EXPECT_EQ(*key->Find(L""), Text(1, L"default"));
+        EXPECT_EQ(*key->Find(L"Bin"), (RegValueData{3, {1, 2, 3, 4}}));
+        EXPECT_EQ(*key->Find(L"Exp"), (RegValueData{2, {0x41, 0, 0, 0}}));
+        EXPECT_EQ(key->Find(L"Gone"), nullptr);
+        EXPECT_FALSE(tree.HasKey(L"Software\\Test\\Sub"));
+        EXPECT_TRUE(tree.HasKey(L"Software\\Test\\Other"));
+        EXPECT_TRUE(tree.HasKey(L"Software"));
+    };
+    CRegTree plain;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File(body), plain));
+    check(plain);
+    CRegTree withMark;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File("\xEF\xBB\xBF" + body), withMark));
+    check(withMark);
+    CRegTree wide;
+    std::wstring wideBody(body.begin(), body.end());
+    ASSERT_TRUE(ParseRegistryExport(Utf16File(wideBody), wide));
+    check(wide);
+
+    // A UTF-8 text outside ASCII.
+    CRegTree japanese;
+    ASSERT_TRUE(ParseRegistryExport(
+        Utf8File("Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n"
+                 "\"P\"=\"\xE5\x86\x99\xE7\x9C\x9F\"\n"),
+        japanese));
+    EXPECT_EQ(*japanese.FindKey(L"K")->Find(L"P"), Text(1, L"\u5199\u771f"));
+}
+
+TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
+    const std::string header = "Windows Registry Editor Version 5.00\n";
+    EXPECT_TRUE(Parses(header));
+    EXPECT_FALSE(Parses(""));
+    EXPECT_FALSE(Parses("REGEDIT4\n[HKEY_CURRENT_USER\\K]\n"));
+    EXPECT_FALSE(Parses("\n" + header));
+    EXPECT_FALSE(Parses(header + "\"a\"=dword:1\n")); // a value before any key
+    EXPECT_FALSE(Parses(header + "[HKEY_LOCAL_MACHINE\\Software]\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USERS\\Software]\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\\\\b]\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:123456789\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"open\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"x\" y\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"\\n\"\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:1g\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:123\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex(q):00\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:01,\\\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=text\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\ngarbage\n"));
+
+    // UTF-16 big-endian and a UTF-16 file cut in the middle of a unit.
+    CRegTree bigEndian;
+    EXPECT_FALSE(ParseRegistryExport({0xFE, 0xFF, 0x00, 0x57}, bigEndian));
+    std::vector<u8> cut = Utf16File(L"Windows Registry Editor Version 5.00\r\n");
+    cut.push_back(0x41);
+    CRegTree tree;
+    tree.SetValue(L"Kept", L"v", Dword(7));
+    CRegTree before = tree;
+    EXPECT_FALSE(ParseRegistryExport(cut, tree));
+    EXPECT_FALSE(
+        ParseRegistryExport(Utf8File(header + "[HKEY_CURRENT_USER\\New]\n\"a\"=?\n"), tree));
+    EXPECT_EQ(tree, before);
+}

@@ -1,0 +1,230 @@
+// Tests of the registry store's file: written at once or in batches, merged with the writes of
+// other processes, never replaced half-written, and kept aside when damaged.
+#include "platform/RegistryFile.h"
+
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/RegistryExport.h"
+#include "platform/XdgSandbox.h"
+
+namespace {
+
+RegValueData Dword(u32 value) {
+    return {4,
+            {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
+             static_cast<u8>(value >> 24)}};
+}
+
+std::optional<u32> ReadDword(CRegistryFile& store, const std::wstring& key,
+                             const std::wstring& name) {
+    RegValueData value;
+    if (!store.QueryValue(key, name, value) || value.type != 4 || value.bytes.size() != 4)
+        return std::nullopt;
+    return value.bytes[0] | (value.bytes[1] << 8) | (value.bytes[2] << 16) | (value.bytes[3] << 24);
+}
+
+// Runs body in a child process and returns its exit status.
+template <class Body> int InChild(Body body) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        body();
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+TEST(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
+    XdgSandbox sandbox;
+    std::shared_ptr<CRegistryFile> store = TheRegistryFile();
+    EXPECT_EQ(store->FilePath(), sandbox.StoreFileW());
+    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
+    EXPECT_FALSE(store->KeyExists(L"Software"));
+
+    bool created = false;
+    EXPECT_EQ(store->CreateKey(L"Software\\Harrowmere\\Lunavex32", created), 0);
+    EXPECT_TRUE(created);
+    ASSERT_TRUE(std::filesystem::exists(sandbox.StoreFile()));
+    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.StoreFile()),
+              L"Windows Registry Editor Version 5.00\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+              L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n");
+    EXPECT_EQ(store->CreateKey(L"software\\HARROWMERE\\lunavex32", created), 0);
+    EXPECT_FALSE(created);
+
+    EXPECT_EQ(store->SetValue(L"Software\\Harrowmere\\Lunavex32", L"N", Dword(80)), 0);
+    std::wstring text = XdgSandbox::ReadUtf16File(sandbox.StoreFile());
+    EXPECT_NE(
+        text.find(
+            L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\"N\"=dword:00000050\r\n"),
+        std::wstring::npos);
+
+    ResetTheRegistryFile();
+    std::shared_ptr<CRegistryFile> again = TheRegistryFile();
+    EXPECT_NE(again.get(), store.get());
+    EXPECT_EQ(ReadDword(*again, L"SOFTWARE\\harrowmere\\Lunavex32", L"n"), 80u);
+    // Nothing is left beside the store but its lock file.
+    EXPECT_TRUE(sandbox.FilesStartingWith("Lunavex32.reg.tmp").empty());
+    EXPECT_TRUE(std::filesystem::exists(sandbox.ConfigFolder() / "Lunavex32.reg.lock"));
+}
+
+TEST(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
+    XdgSandbox sandbox;
+    CRegistryFile first(sandbox.StoreFileW());
+    CRegistryFile second(sandbox.StoreFileW());
+    EXPECT_EQ(first.SetValue(L"A", L"one", Dword(1)), 0);
+    EXPECT_EQ(first.SetValue(L"Shared", L"v", Dword(10)), 0);
+    // second read the file before first's next write and never sees it in memory.
+    EXPECT_EQ(ReadDword(second, L"A", L"one"), 1u);
+    EXPECT_EQ(first.SetValue(L"A", L"two", Dword(2)), 0);
+
+    int writes = 0;
+    second.SetBeforeReplaceHook([&writes] {
+        ++writes;
+        return true;
+    });
+    second.BeginWriteBatch();
+    EXPECT_EQ(second.SetValue(L"B", L"three", Dword(3)), 0);
+    EXPECT_EQ(second.SetValue(L"Shared", L"v", Dword(20)), 0);
+    EXPECT_EQ(writes, 0);
+    EXPECT_EQ(second.EndWriteBatch(), 0);
+    EXPECT_EQ(writes, 1);
+    EXPECT_EQ(second.EndWriteBatch(), 0); // nothing pending, nothing written
+    EXPECT_EQ(writes, 1);
+
+    // The file holds first's later value, second's values, and second's value where both wrote.
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"A", L"one"), 1u);
+    EXPECT_EQ(ReadDword(reader, L"A", L"two"), 2u);
+    EXPECT_EQ(ReadDword(reader, L"B", L"three"), 3u);
+    EXPECT_EQ(ReadDword(reader, L"Shared", L"v"), 20u);
+    // The writer's own view now holds the merged file.
+    EXPECT_EQ(ReadDword(second, L"A", L"two"), 2u);
+}
+
+TEST(RegistryFileTest, TwoProcessesWritingInTurnLeaveAValidMergedFile) {
+    XdgSandbox sandbox;
+    CRegistryFile parent(sandbox.StoreFileW());
+    EXPECT_FALSE(parent.KeyExists(L"Child")); // read before the child writes
+
+    EXPECT_EQ(InChild([&sandbox] {
+                  CRegistryFile child(sandbox.StoreFileW());
+                  child.BeginWriteBatch();
+                  child.SetValue(L"Child", L"only", Dword(5));
+                  child.SetValue(L"Both", L"v", Dword(1));
+                  ::_exit(child.EndWriteBatch() == 0 ? 0 : 1);
+              }),
+              0);
+    EXPECT_EQ(parent.SetValue(L"Both", L"v", Dword(2)), 0);
+    EXPECT_EQ(parent.SetValue(L"Parent", L"only", Dword(6)), 0);
+
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(sandbox.StoreFile()), tree));
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"Child", L"only"), 5u);
+    EXPECT_EQ(ReadDword(reader, L"Both", L"v"), 2u);
+    EXPECT_EQ(ReadDword(reader, L"Parent", L"only"), 6u);
+}
+
+TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
+    XdgSandbox sandbox;
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
+    }
+    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox.StoreFile());
+
+    // A process that dies between writing the temporary file and renaming it.
+    EXPECT_EQ(InChild([&sandbox] {
+                  CRegistryFile store(sandbox.StoreFileW());
+                  store.SetBeforeReplaceHook([] {
+                      ::_exit(7);
+                      return true;
+                  });
+                  store.SetValue(L"K", L"v", Dword(2));
+              }),
+              7);
+    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.tmp").size(), 1u);
+
+    // The same in this process: the write reports the failure, memory keeps the change pending.
+    CRegistryFile store(sandbox.StoreFileW());
+    store.SetBeforeReplaceHook([] { return false; });
+    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(3)), 995);
+    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 1u);
+    EXPECT_EQ(ReadDword(store, L"K", L"v"), 3u);
+
+    store.SetBeforeReplaceHook(nullptr);
+    EXPECT_EQ(store.Flush(), 0);
+    CRegistryFile after(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(after, L"K", L"v"), 3u);
+    EXPECT_TRUE(sandbox.FilesStartingWith("Lunavex32.reg.tmp").empty());
+}
+
+TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
+    XdgSandbox sandbox;
+    const std::string damaged =
+        "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n";
+    XdgSandbox::WriteBytes(sandbox.StoreFile(), damaged);
+
+    CRegistryFile store(sandbox.StoreFileW());
+    EXPECT_FALSE(store.KeyExists(L"K"));
+    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
+    std::vector<std::filesystem::path> aside = sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
+    ASSERT_EQ(aside.size(), 1u);
+    EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
+    // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
+    EXPECT_EQ(aside[0].filename().string().size(),
+              std::string("Lunavex32.reg.damaged-").size() + 15);
+    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
+
+    // The next write makes a new file and leaves the damaged one where it was.
+    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 4u);
+    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+
+    // A file damaged between the read and a write is kept aside by the write as well.
+    XdgSandbox::WriteBytes(sandbox.StoreFile(), "not a registry file");
+    EXPECT_EQ(store.SetValue(L"K", L"w", Dword(5)), 0);
+    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 2u);
+    CRegistryFile last(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(last, L"K", L"w"), 5u);
+    EXPECT_EQ(ReadDword(last, L"K", L"v"), std::nullopt);
+}
+
+TEST(RegistryFileTest, AFileThatCannotBeReadOrWrittenIsNeverReplaced) {
+    XdgSandbox sandbox;
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
+    }
+    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox.StoreFile());
+    if (::geteuid() != 0) {
+        std::filesystem::permissions(sandbox.StoreFile(), std::filesystem::perms::none);
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_FALSE(store.KeyExists(L"K"));
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(2)), 5); // access denied
+        std::filesystem::permissions(sandbox.StoreFile(), std::filesystem::perms::owner_read |
+                                                              std::filesystem::perms::owner_write);
+        EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    }
+    // A store whose folder cannot be made: the path runs through a file.
+    CRegistryFile blocked((sandbox.StoreFile() / "below.reg").wstring());
+    EXPECT_NE(blocked.SetValue(L"K", L"v", Dword(3)), 0);
+    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    CRegistryFile nowhere(L"");
+    EXPECT_EQ(nowhere.SetValue(L"K", L"v", Dword(3)), 3);
+}

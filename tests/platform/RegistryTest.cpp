@@ -1,0 +1,124 @@
+// Tests of the registry key handles: the Win32 codes of open, create, query and set.
+#include "platform/Registry.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/XdgSandbox.h"
+
+TEST(RegistryTest, OpenAndCreateAnswerWithWin32Codes) {
+    XdgSandbox sandbox;
+    CRegKey root = CRegKey::CurrentUser();
+    ASSERT_TRUE(root.IsOpen());
+    EXPECT_EQ(root.Store()->FilePath(), sandbox.StoreFileW());
+
+    CRegKey key;
+    EXPECT_EQ(key.Open(root, L"Software\\Harrowmere", reg::kKeyRead), 2);
+    EXPECT_FALSE(key.IsOpen());
+    EXPECT_EQ(key.Create(root, L"Software\\Harrowmere\\Lunavex32", reg::kKeyReadWrite), 0);
+    EXPECT_EQ(key.Path(), L"Software\\Harrowmere\\Lunavex32");
+    EXPECT_EQ(key.Access(), 0x0002001Fu);
+
+    CRegKey parent;
+    EXPECT_EQ(parent.Open(root, L"SOFTWARE\\harrowmere", reg::kKeyRead), 0);
+    CRegKey child;
+    EXPECT_EQ(child.Open(parent, L"Lunavex32", reg::kKeyRead), 0);
+    // A key opened for reading cannot make sub-keys, but can open existing ones by Create.
+    EXPECT_EQ(child.Create(parent, L"New", reg::kKeyReadWrite), 5);
+    EXPECT_EQ(child.Create(parent, L"Lunavex32", reg::kKeyRead), 0);
+    EXPECT_EQ(child.Open(parent, L"", reg::kKeyRead), 0);
+    EXPECT_EQ(child.Path(), L"SOFTWARE\\harrowmere");
+
+    EXPECT_EQ(child.Open(root, L"\\Software", reg::kKeyRead), 161);
+    EXPECT_EQ(child.Open(root, L"Software\\\\Harrowmere", reg::kKeyRead), 161);
+    EXPECT_EQ(child.Open(root, L"Software\\", reg::kKeyRead), 161);
+
+    CRegKey closed;
+    EXPECT_EQ(child.Open(closed, L"Software", reg::kKeyRead), 6);
+    u32 size = 0;
+    EXPECT_EQ(closed.QueryValue(L"x", nullptr, nullptr, &size), 6);
+    EXPECT_EQ(closed.SetValue(L"x", reg::kDword, &size, 4), 6);
+    EXPECT_EQ(key.Close(), 0);
+    EXPECT_FALSE(key.IsOpen());
+}
+
+TEST(RegistryTest, QueryAndSetFollowRegQueryValueEx) {
+    XdgSandbox sandbox;
+    CRegKey root = CRegKey::CurrentUser();
+    CRegKey key;
+    ASSERT_EQ(key.Create(root, L"Software\\T", reg::kKeyReadWrite), 0);
+
+    const u8 text[] = {'a', 0, 'b', 0, 'c', 0, 0, 0};
+    EXPECT_EQ(key.SetValue(L"Text", reg::kSz, text, sizeof text), 0);
+    EXPECT_EQ(key.SetValue(nullptr, reg::kExpandSz, text, 4), 0);
+
+    u32 type = 99;
+    u32 size = 0;
+    EXPECT_EQ(key.QueryValue(L"TEXT", &type, nullptr, &size), 0);
+    EXPECT_EQ(type, reg::kSz);
+    EXPECT_EQ(size, 8u);
+
+    u8 small[4] = {9, 9, 9, 9};
+    size = sizeof small;
+    type = 99;
+    EXPECT_EQ(key.QueryValue(L"Text", &type, small, &size), 234);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(type, reg::kSz);
+    EXPECT_EQ(small[0], 9);
+
+    u8 big[16] = {};
+    size = sizeof big;
+    EXPECT_EQ(key.QueryValue(L"Text", &type, big, &size), 0);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(std::vector<u8>(big, big + 8), std::vector<u8>(text, text + 8));
+
+    size = sizeof big;
+    EXPECT_EQ(key.QueryValue(nullptr, &type, big, &size), 0);
+    EXPECT_EQ(type, reg::kExpandSz);
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(key.QueryValue(L"Missing", &type, big, &size), 2);
+
+    // Rights: a key opened for reading cannot set, one without KEY_QUERY_VALUE cannot query.
+    CRegKey reader;
+    ASSERT_EQ(reader.Open(root, L"Software\\T", reg::kKeyRead), 0);
+    EXPECT_EQ(reader.SetValue(L"Text", reg::kSz, text, sizeof text), 5);
+    CRegKey writer;
+    ASSERT_EQ(writer.Open(root, L"Software\\T", reg::kSetValue), 0);
+    EXPECT_EQ(writer.QueryValue(L"Text", &type, big, &size), 5);
+    EXPECT_EQ(writer.SetValue(L"Empty", reg::kBinary, nullptr, 0), 0);
+    size = sizeof big;
+    EXPECT_EQ(key.QueryValue(L"Empty", &type, big, &size), 0);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(type, reg::kBinary);
+
+    // Values live in the file at once, with their types.
+    std::wstring file = XdgSandbox::ReadUtf16File(sandbox.StoreFile());
+    EXPECT_NE(
+        file.find(
+            L"[HKEY_CURRENT_USER\\Software\\T]\r\n\"Text\"=\"abc\"\r\n@=hex(2):61,00,62,00\r\n"
+            L"\"Empty\"=hex:\r\n"),
+        std::wstring::npos);
+}
+
+TEST(RegistryTest, AWriteBatchGoesOutWhenItEnds) {
+    XdgSandbox sandbox;
+    CRegKey root = CRegKey::CurrentUser();
+    CRegKey key;
+    ASSERT_EQ(key.Create(root, L"Software\\T", reg::kKeyReadWrite), 0);
+    const u8 one[4] = {1, 0, 0, 0};
+    {
+        CRegWriteBatch batch(root);
+        EXPECT_EQ(key.SetValue(L"A", reg::kDword, one, 4), 0);
+        CRegKey sub;
+        EXPECT_EQ(sub.Create(key, L"Sub", reg::kKeyReadWrite), 0);
+        EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.StoreFile()).find(L"\"A\""),
+                  std::wstring::npos);
+        EXPECT_EQ(batch.Commit(), 0);
+        EXPECT_EQ(batch.Commit(), 0);
+    }
+    std::wstring file = XdgSandbox::ReadUtf16File(sandbox.StoreFile());
+    EXPECT_NE(file.find(L"\"A\"=dword:00000001"), std::wstring::npos);
+    EXPECT_NE(file.find(L"[HKEY_CURRENT_USER\\Software\\T\\Sub]"), std::wstring::npos);
+}

@@ -1,0 +1,140 @@
+// Tests of the frame: fixed size around the view, title, help menu, About box, control lookup.
+#include "ui/MainFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTimer>
+#include <QtTest/QTest>
+
+#include "QtTestApp.h"
+#include "foundation/ControlLookup.h"
+#include "foundation/ResString.h"
+#include "persist/AppInfo.h"
+#include "ui/AboutDlg.h"
+#include "ui/ControlId.h"
+#include "ui/DialogUnits.h"
+
+namespace {
+
+class MainFrameTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+    }
+};
+
+TEST_F(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
+    lvx::CMainFrame frame;
+    EXPECT_EQ(lvx::TheFrame(), &frame);
+    EXPECT_EQ(frame.Window(), nullptr);
+    ASSERT_TRUE(frame.Create());
+    QMainWindow* window = frame.Window();
+    ASSERT_NE(window, nullptr);
+    EXPECT_FALSE(window->isVisible());
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+
+    QWidget* view = frame.View();
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->objectName(), QStringLiteral("view"));
+    // The view is 432 by 308 dialog units of its font.
+    CDialogUnits du(view->font());
+    EXPECT_EQ(view->size(), QSize(du.X(432), du.Y(308)));
+
+    // The client area is the menu bar above the view, nothing cut off.
+    QMenuBar* menu = window->menuBar();
+    ASSERT_TRUE(menu->isVisible());
+    EXPECT_GT(menu->height(), 0);
+    EXPECT_GE(view->y(), menu->geometry().bottom() + 1);
+    EXPECT_EQ(window->height(), menu->height() + view->height());
+    EXPECT_EQ(window->width(), view->width());
+    EXPECT_LE(view->geometry().bottom(), window->rect().bottom());
+    EXPECT_LE(view->geometry().right(), window->rect().right());
+
+    // The user cannot resize it: no maximise button, a fixed size; minimising is allowed.
+    EXPECT_EQ(window->minimumSize(), window->maximumSize());
+    Qt::WindowFlags flags = window->windowFlags();
+    EXPECT_FALSE(flags & Qt::WindowMaximizeButtonHint);
+    EXPECT_TRUE(flags & Qt::WindowMinimizeButtonHint);
+    EXPECT_TRUE(flags & Qt::WindowCloseButtonHint);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Lunavex"));
+    EXPECT_FALSE(window->windowIcon().isNull());
+}
+
+TEST_F(MainFrameTest, HelpMenu) {
+    lvx::CMainFrame frame;
+    ASSERT_TRUE(frame.Create());
+    QList<QAction*> top = frame.Window()->menuBar()->actions();
+    ASSERT_EQ(top.size(), 1);
+    EXPECT_EQ(top[0]->text(), QStringLiteral("ヘルプ(&H)"));
+    QList<QAction*> items = top[0]->menu()->actions();
+    ASSERT_EQ(items.size(), 4);
+    EXPECT_EQ(items[0]->text(), QStringLiteral("ホームページを開く(&H)"));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("使い方ページを開く(&U)"));
+    EXPECT_TRUE(items[2]->isSeparator());
+    EXPECT_EQ(items[3]->text(), QStringLiteral("バージョン情報(&A)..."));
+}
+
+TEST_F(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
+    lvx::CMainFrame frame;
+    ASSERT_TRUE(frame.Create());
+    auto* edit = new QLineEdit(frame.View());
+    SetControlId(edit, 144);
+    EXPECT_EQ(CtrlForId(144), static_cast<CtrlHandle>(edit));
+    EXPECT_EQ(CtrlForId(145), nullptr);
+}
+
+TEST_F(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
+    lvx::CMainFrame frame;
+    ASSERT_TRUE(frame.Create());
+    frame.RestoreLayout();
+    QTimer::singleShot(0, [&frame] { frame.Window()->close(); });
+    EXPECT_EQ(QCoreApplication::exec(), 1);
+    EXPECT_EQ(frame.Window(), nullptr);
+}
+
+TEST_F(MainFrameTest, AboutBoxShowsIdentityAndTheHomeAddress) {
+    CAppInfo& info = TheAppInfo();
+    info.Init(130, 131, 137, 137);
+    info.SetHomeAddress(134);
+    CAboutDlg about(nullptr);
+    EXPECT_EQ(about.windowTitle(), QStringLiteral("バージョン情報"));
+    CDialogUnits du(about.font());
+    EXPECT_EQ(about.size(), du.Size(332, 108));
+
+    auto* title = qobject_cast<QLabel*>(FindControl(&about, 58403));
+    auto* copyright = qobject_cast<QLabel*>(FindControl(&about, 58404));
+    auto* link = qobject_cast<QLabel*>(FindControl(&about, 58387));
+    auto* icon = qobject_cast<QLabel*>(FindControl(&about, 58402));
+    auto* ok = qobject_cast<QPushButton*>(FindControl(&about, 1));
+    ASSERT_TRUE(title && copyright && link && icon && ok);
+    EXPECT_EQ(title->text().toStdWString(), info.TitleAndVersion());
+    EXPECT_EQ(title->text(), QStringLiteral("Lunavex  1.0.0.0"));
+    EXPECT_EQ(copyright->text().toStdWString(), info.Copyright());
+    EXPECT_EQ(link->text(), QStringLiteral("https://harrowmere.example/lunavex/"));
+    EXPECT_TRUE(link->font().underline());
+    EXPECT_EQ(link->cursor().shape(), Qt::PointingHandCursor);
+    EXPECT_FALSE(icon->pixmap().isNull());
+    EXPECT_EQ(ok->text(), QStringLiteral("OK"));
+    EXPECT_TRUE(ok->isDefault());
+
+    // No label cuts its text.
+    for (QLabel* label : about.findChildren<QLabel*>()) {
+        if (!label->text().isEmpty()) {
+            EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
+        }
+    }
+
+    // OK closes with the accepting answer.
+    QTimer::singleShot(0, ok, &QPushButton::click);
+    EXPECT_EQ(about.exec(), QDialog::Accepted);
+}
+
+} // namespace

@@ -1,0 +1,133 @@
+// Tests of the real boxes: titles by flags, buttons and the answers that they give.
+#include "platform/qt/MessageBoxMsg.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QTimer>
+#include <QWidget>
+#include <QtTest/QTest>
+
+#include "QtTestApp.h"
+#include "foundation/ResString.h"
+
+namespace {
+
+struct SeenBox {
+    QString title;
+    QString text;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QStringList buttons;
+    QWidget* parent = nullptr;
+};
+
+// Waits in the event loop for the modal box, records it and acts on it.
+void OnNextBox(SeenBox& seen, std::function<void(QMessageBox*)> act) {
+    QTimer::singleShot(0, [&seen, act] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) {
+            OnNextBox(seen, act);
+            return;
+        }
+        seen.title = box->windowTitle();
+        seen.text = box->text();
+        seen.icon = box->icon();
+        for (QAbstractButton* button : box->buttons())
+            seen.buttons << QString::number(box->standardButton(button));
+        seen.parent = box->parentWidget();
+        act(box);
+    });
+}
+
+void Click(QMessageBox* box, QMessageBox::StandardButton which) { box->button(which)->click(); }
+
+class MessageBoxMsgTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+    }
+};
+
+TEST_F(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(16), L"エラー");
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(49), L"確認");
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(52), L"確認");
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(0), L"確認");
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x11), L"エラー");
+    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x30), L"確認");
+}
+
+TEST_F(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
+    CMessageBoxMsg msg;
+    SeenBox seen;
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
+    EXPECT_EQ(msg.Show(L"失敗しました", 16), 1);
+    EXPECT_EQ(seen.title, QStringLiteral("エラー"));
+    EXPECT_EQ(seen.text, QStringLiteral("失敗しました"));
+    EXPECT_EQ(seen.icon, QMessageBox::Critical);
+    EXPECT_EQ(seen.buttons.size(), 1);
+    // No active window and no owner: the box has no parent and still shows.
+    EXPECT_EQ(seen.parent, nullptr);
+}
+
+TEST_F(MessageBoxMsgTest, OkCancelAnswers) {
+    CMessageBoxMsg msg;
+    SeenBox seen;
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
+    EXPECT_EQ(msg.Show(L"q", 49), 1);
+    EXPECT_EQ(seen.title, QStringLiteral("確認"));
+    EXPECT_EQ(seen.icon, QMessageBox::Warning);
+    EXPECT_EQ(seen.buttons.size(), 2);
+
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Cancel); });
+    EXPECT_EQ(msg.Show(L"q", 49), 2);
+    OnNextBox(seen, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); });
+    EXPECT_EQ(msg.Show(L"q", 49), 2);
+
+    // A question answered with Cancel or closed is refused.
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Cancel); });
+    EXPECT_FALSE(msg.QueryLoseWork());
+    OnNextBox(seen, [](QMessageBox* box) { box->close(); });
+    EXPECT_FALSE(msg.QueryLoseWork());
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
+    EXPECT_TRUE(msg.QueryLoseWork());
+}
+
+TEST_F(MessageBoxMsgTest, YesNoAnswers) {
+    CMessageBoxMsg msg;
+    SeenBox seen;
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Yes); });
+    EXPECT_EQ(msg.Show(L"q", 52), 6);
+    EXPECT_EQ(seen.title, QStringLiteral("確認"));
+    EXPECT_EQ(seen.icon, QMessageBox::Warning);
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::No); });
+    EXPECT_EQ(msg.Show(L"q", 52), 7);
+    OnNextBox(seen, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); });
+    EXPECT_EQ(msg.Show(L"q", 52), 7);
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::No); });
+    EXPECT_FALSE(msg.QueryStopPrinting());
+}
+
+TEST_F(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
+    QWidget owner;
+    CMessageBoxMsg msg(&owner);
+    EXPECT_EQ(msg.Owner(), &owner);
+    SeenBox seen;
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
+    msg.Show(L"x", 16);
+    EXPECT_EQ(seen.parent, &owner);
+
+    QWidget active;
+    active.show();
+    active.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&active));
+    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
+    msg.Show(L"x", 16);
+    EXPECT_EQ(seen.parent, &active);
+}
+
+} // namespace
