@@ -22,5 +22,5 @@ public:
     // The body; the base class does nothing.
     virtual void OnExecute(bool run);
 
-    CMsg* msg;  // not owned; the program's one message object
+    CMsg* msg; // not owned; the program's one message object
 };

@@ -21,14 +21,14 @@ public:
     CCommandTable(const CCommandTable&) = delete;
     CCommandTable& operator=(const CCommandTable&) = delete;
 
-    boost::shared_ptr<lvx::CCommandInit> init;                              // 0
-    boost::shared_ptr<lvx::CCommandQuit> quit;                              // 1
-    boost::shared_ptr<lvx::CCommandTimer> timer;                            // 2
-    boost::shared_ptr<lvx::CCommandExecData> execData;                      // 3
-    boost::shared_ptr<lvx::CCommandUpdateData> updateData;                  // 4, tolerant
-    boost::shared_ptr<lvx::CCommandUpdateData> updateDataStrict;            // 5, strict
-    boost::shared_ptr<lvx::CCommandExplorerOutputPath> explorerOutputPath;  // 6
-    boost::shared_ptr<CCommandOpenUrl> openUrl;                             // 7
+    boost::shared_ptr<lvx::CCommandInit> init;                             // 0
+    boost::shared_ptr<lvx::CCommandQuit> quit;                             // 1
+    boost::shared_ptr<lvx::CCommandTimer> timer;                           // 2
+    boost::shared_ptr<lvx::CCommandExecData> execData;                     // 3
+    boost::shared_ptr<lvx::CCommandUpdateData> updateData;                 // 4, tolerant
+    boost::shared_ptr<lvx::CCommandUpdateData> updateDataStrict;           // 5, strict
+    boost::shared_ptr<lvx::CCommandExplorerOutputPath> explorerOutputPath; // 6
+    boost::shared_ptr<CCommandOpenUrl> openUrl;                            // 7
 
     // The table of the process; null when none exists.
     static CCommandTable* Current() { return current_; }

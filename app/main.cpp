@@ -32,7 +32,8 @@ int Run(char* programPath) {
         commands.init->Execute(true, false);
         // Without a window nothing would ever end the loop: it ends at once then.
         if (!frame.Window())
-            QMetaObject::invokeMethod(&application, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                &application, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
         code = application.exec();
         StopLog();
     }
@@ -42,4 +43,6 @@ int Run(char* programPath) {
 
 } // namespace
 
-int main(int, char** argv) { return Run(argv[0]); }
+int main(int, char** argv) {
+    return Run(argv[0]);
+}

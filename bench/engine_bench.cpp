@@ -26,7 +26,8 @@ constexpr i32 kHeight = 4000;
 class CBenchInput {
 public:
     CBenchInput() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "lvx-bench-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "lvx-bench-XXXXXX").string();
         if (!::mkdtemp(pattern.data()))
             return;
         folder_ = pattern;
@@ -62,8 +63,8 @@ void ReportPeakMemory(benchmark::State& state) {
 
 bool PrepareJpeg(Gdiplus::CImageSaver& saver) {
     return Succeeded(saver.SelectEncoder(L"image/jpeg")) &&
-           saver.params.AddLongParam(Gdiplus::EncoderQuality, Gdiplus::EncoderParameterValueTypeLong,
-                                     80) >= 0;
+           saver.params.AddLongParam(Gdiplus::EncoderQuality,
+                                     Gdiplus::EncoderParameterValueTypeLong, 80) >= 0;
 }
 
 void BM_LoadAndSaveJpeg(benchmark::State& state) {

@@ -14,16 +14,22 @@ constexpr std::size_t kListedPaths = 10;
 
 } // namespace
 
-void CMsg::SetFocusHandler(FocusHandler handler) { g_focusHandler = handler; }
+void CMsg::SetFocusHandler(FocusHandler handler) {
+    g_focusHandler = handler;
+}
 
 void CMsg::FocusControl(CtrlHandle control) {
     if (control && g_focusHandler)
         g_focusHandler(control);
 }
 
-i32 CMsg::Error(const CSimpleErr& error) { return Show(error.text, mb::kError); }
+i32 CMsg::Error(const CSimpleErr& error) {
+    return Show(error.text, mb::kError);
+}
 
-i32 CMsg::Show(const std::wstring&, u32) { return 0; }
+i32 CMsg::Show(const std::wstring&, u32) {
+    return 0;
+}
 
 i32 CMsg::ShowId(u32 id, u32 flags) {
     std::wstring text;
@@ -38,9 +44,13 @@ bool CMsg::QueryOkCancel(u32 id, std::initializer_list<FormatArg> args) {
     return Show(text, mb::kOkCancel) == mb::kIdOk;
 }
 
-bool CMsg::QueryLoseWork() { return QueryOkCancel(58702); }
+bool CMsg::QueryLoseWork() {
+    return QueryOkCancel(58702);
+}
 
-bool CMsg::QueryCreateFolder(const std::wstring& path) { return QueryOkCancel(58703, {path}); }
+bool CMsg::QueryCreateFolder(const std::wstring& path) {
+    return QueryOkCancel(58703, {path});
+}
 
 bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
     if (!QueryCreateFolder(path))
@@ -58,7 +68,9 @@ bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
     return false;
 }
 
-bool CMsg::QueryOverwrite(const std::wstring& path) { return QueryOkCancel(58704, {path}); }
+bool CMsg::QueryOverwrite(const std::wstring& path) {
+    return QueryOkCancel(58704, {path});
+}
 
 bool CMsg::QueryOverwriteIfExists(const std::wstring& path) {
     if (!FileExists(path))
@@ -87,19 +99,25 @@ bool CMsg::QueryOverwriteFiles(const std::list<std::wstring>& paths) {
     return QueryOkCancel(58705, {ToText(static_cast<i64>(copy.size())), OverwriteListText(copy)});
 }
 
-bool CMsg::QueryResetShortcuts() { return QueryOkCancel(58712); }
+bool CMsg::QueryResetShortcuts() {
+    return QueryOkCancel(58712);
+}
 
 bool CMsg::QueryReplaceShortcut(const std::wstring& keyDescription) {
     return QueryOkCancel(58713, {keyDescription});
 }
 
-bool CMsg::QueryBadSettings(const CSimpleErr& error) { return QueryOkCancel(58708, {error.text}); }
+bool CMsg::QueryBadSettings(const CSimpleErr& error) {
+    return QueryOkCancel(58708, {error.text});
+}
 
 bool CMsg::QueryBadSettingsFile(const std::wstring& path, const CSimpleErr& error) {
     return QueryOkCancel(58709, {path, error.text});
 }
 
-bool CMsg::QueryNewerSettingsFile() { return QueryOkCancel(58710); }
+bool CMsg::QueryNewerSettingsFile() {
+    return QueryOkCancel(58710);
+}
 
 bool CMsg::QueryStopPrinting() {
     std::wstring text;

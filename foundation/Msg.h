@@ -10,9 +10,9 @@
 
 // Box flags in use and the answers that count as positive.
 namespace mb {
-constexpr u32 kError = 16;         // OK with the error icon
-constexpr u32 kOkCancel = 49;      // OK and Cancel with the warning icon
-constexpr u32 kYesNo = 52;         // Yes and No with the warning icon
+constexpr u32 kError = 16;    // OK with the error icon
+constexpr u32 kOkCancel = 49; // OK and Cancel with the warning icon
+constexpr u32 kYesNo = 52;    // Yes and No with the warning icon
 constexpr i32 kIdOk = 1;
 constexpr i32 kIdCancel = 2;
 constexpr i32 kIdYes = 6;

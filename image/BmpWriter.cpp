@@ -33,17 +33,17 @@ bool EncodeBmp(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
     out.resize(static_cast<size_t>(bitsOffset + bitsSize));
 
     u8* p = out.data();
-    Put16(p, 0x4D42);  // "BM"
+    Put16(p, 0x4D42); // "BM"
     Put32(p, static_cast<u32>(bitsOffset + bitsSize));
-    Put32(p, 0);  // two reserved words
+    Put32(p, 0); // two reserved words
     Put32(p, bitsOffset);
 
     Put32(p, infoSize);
     Put32(p, static_cast<u32>(dib.Width()));
-    Put32(p, static_cast<u32>(dib.Height()));  // positive: bottom-up, as the bits lie
+    Put32(p, static_cast<u32>(dib.Height())); // positive: bottom-up, as the bits lie
     Put16(p, 1);
     Put16(p, 32);
-    Put32(p, 0);  // BI_RGB
+    Put32(p, 0); // BI_RGB
     Put32(p, static_cast<u32>(bitsSize));
     Put32(p, static_cast<u32>(kNewBitmapPelsPerMeter));
     Put32(p, static_cast<u32>(kNewBitmapPelsPerMeter));

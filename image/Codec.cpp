@@ -63,7 +63,8 @@ public:
 
     // Runs the named loader outside the operation cache, so that no cached operation keeps a
     // pointer into the caller's buffer after the decode. Only the header is read here; pixels
-    // are decoded on demand, row by row. Null with the libvips error set on failure.
+    // are decoded on demand, row by row. The loaders' defaults give the first page or frame and
+    // apply no orientation tag. Null with the libvips error set on failure.
     VipsImage* Open(const char* loader, const u8* data, size_t size) {
         op_ = vips_operation_new(loader);
         if (!op_)
@@ -71,9 +72,9 @@ public:
         g_signal_connect(op_, "invalidate", G_CALLBACK(OnLoaderInvalidated), &invalidated_);
         VipsBlob* blob = vips_blob_new(nullptr, data, size);
         // Truncated or damaged data fails the load instead of giving a half-grey picture.
-        const int setFailed = vips_object_set(VIPS_OBJECT(op_), "buffer", blob, "access",
-                                              VIPS_ACCESS_SEQUENTIAL, "fail_on",
-                                              VIPS_FAIL_ON_ERROR, nullptr);
+        const int setFailed =
+            vips_object_set(VIPS_OBJECT(op_), "buffer", blob, "access", VIPS_ACCESS_SEQUENTIAL,
+                            "fail_on", VIPS_FAIL_ON_ERROR, nullptr);
         vips_area_unref(VIPS_AREA(blob));
         VipsImage* image = nullptr;
         if (!setFailed && !vips_object_build(VIPS_OBJECT(op_)))
@@ -223,11 +224,10 @@ HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
     try {
         // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
         const int q = quality == 0 ? 1 : static_cast<int>(std::min<u32>(quality, 1000));
-        VipsBlob* blob = ForSaving(dib, false, false)
-                             .jpegsave_buffer(VImage::option()
-                                                  ->set("Q", q)
-                                                  ->set("strip", true)
-                                                  ->set("interlace", false));
+        VipsBlob* blob =
+            ForSaving(dib, false, false)
+                .jpegsave_buffer(
+                    VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
         TakeBlob(blob, out);
         return hr::kOk;
     } catch (const VError&) {

@@ -139,8 +139,8 @@ VImage Resample(const CDib& source, const Rect& src, i32 dstWidth, i32 dstHeight
     VImage whole = VImage::new_from_memory(const_cast<u8*>(source.Bits()), source.GetSizeImage(),
                                            source.Width(), source.Height(), 4, VIPS_FORMAT_UCHAR);
     whole = whole.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    VImage part = whole.extract_area(src.left, source.Height() - src.bottom, src.Width(),
-                                     src.Height());
+    VImage part =
+        whole.extract_area(src.left, source.Height() - src.bottom, src.Width(), src.Height());
     const VipsKernel kernel = KernelFor(interpolation);
     if (IsOpaque(source, src)) {
         // Only the colour is resampled; the alpha of an opaque image stays exactly 255.

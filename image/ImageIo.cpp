@@ -18,7 +18,9 @@ namespace {
 constexpr size_t kChunkBytes = size_t{4} << 20;
 constexpr u64 kLargestFile = 0xFFFFFFFFull;
 
-HResult ResultFromErrno(int error) { return ResultFromWin32(Win32FromErrno(error)); }
+HResult ResultFromErrno(int error) {
+    return ResultFromWin32(Win32FromErrno(error));
+}
 
 // Closes the descriptor on every path.
 class CFileHandle {

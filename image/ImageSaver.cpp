@@ -30,11 +30,14 @@ struct EncoderEntry {
 // The encoders of this program, under the class identifiers that the graphics library publishes
 // for them.
 const EncoderEntry kEncoders[] = {
-    {L"image/bmp", {0x557CF400, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
+    {L"image/bmp",
+     {0x557CF400, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
      Format::kBmp},
-    {L"image/jpeg", {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
+    {L"image/jpeg",
+     {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
      Format::kJpeg},
-    {L"image/png", {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
+    {L"image/png",
+     {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
      Format::kPng},
 };
 
@@ -63,7 +66,9 @@ u32 JpegQuality(const EncoderParameters* block) {
     return kDefaultJpegQuality;
 }
 
-HResult ResultFromErrno(int error) { return ResultFromWin32(Win32FromErrno(error)); }
+HResult ResultFromErrno(int error) {
+    return ResultFromWin32(Win32FromErrno(error));
+}
 
 // A temporary file beside the target, created exclusively.
 int CreateTemporary(const std::string& folder, std::string& name) {
@@ -98,7 +103,8 @@ bool WriteAll(int fd, const u8* data, size_t size) {
 HResult WriteFileAtomic(const std::wstring& path, const std::vector<u8>& bytes) {
     const std::string target = Utf8FromWide(path);
     const size_t slash = target.rfind('/');
-    const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    const std::string folder =
+        slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
     std::string temporary;
     const int fd = CreateTemporary(folder, temporary);
     if (fd < 0)
@@ -122,12 +128,14 @@ HResult WriteFileAtomic(const std::wstring& path, const std::vector<u8>& bytes) 
 
 } // namespace
 
-CEncodeParams::~CEncodeParams() { std::free(block_); }
+CEncodeParams::~CEncodeParams() {
+    std::free(block_);
+}
 
 i32 CEncodeParams::AddLongParam(const GUID& guid, u32 type, u32 value) {
     const u32 count = block_ ? block_->Count : 0;
-    const size_t bytes = (static_cast<size_t>(count) + 1) * sizeof(EncoderParameter) +
-                         sizeof(EncoderParameters);
+    const size_t bytes =
+        (static_cast<size_t>(count) + 1) * sizeof(EncoderParameter) + sizeof(EncoderParameters);
     void* grown = std::realloc(block_, bytes);
     if (!grown)
         return -1;

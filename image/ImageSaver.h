@@ -41,8 +41,8 @@ struct EncoderParameters {
 constexpr u32 EncoderParameterValueTypeLong = 4;
 
 // {1D5BE4B5-FA4A-452D-9CDD-5DB35105E7EB}: the JPEG quality, 0 to 100.
-constexpr GUID EncoderQuality{0x1D5BE4B5, 0xFA4A, 0x452D,
-                              {0x9C, 0xDD, 0x5D, 0xB3, 0x51, 0x05, 0xE7, 0xEB}};
+constexpr GUID EncoderQuality{
+    0x1D5BE4B5, 0xFA4A, 0x452D, {0x9C, 0xDD, 0x5D, 0xB3, 0x51, 0x05, 0xE7, 0xEB}};
 
 // The parameters handed to an encoder: a block in the published layout whose entries point into
 // a list of values that owns the numbers. Not copyable, since the block points into the list.

@@ -26,8 +26,7 @@ inline Rect ClampRectToBounds(const Rect& rect, const Rect& bounds) {
 }
 
 // The rectangle that holds all of the given rectangles (an empty one when there are none).
-template <class Range>
-Rect BoundingRect(const Range& rects) {
+template <class Range> Rect BoundingRect(const Range& rects) {
     Rect bounds;
     bool first = true;
     for (const Rect& r : rects) {

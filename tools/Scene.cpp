@@ -14,9 +14,13 @@ Rgb Mix(const Rgb& a, const Rgb& b, double t) {
     return {a.r + (b.r - a.r) * t, a.g + (b.g - a.g) * t, a.b + (b.b - a.b) * t};
 }
 
-Rgb Scale(const Rgb& c, double k) { return {c.r * k, c.g * k, c.b * k}; }
+Rgb Scale(const Rgb& c, double k) {
+    return {c.r * k, c.g * k, c.b * k};
+}
 
-double Clamp01(double v) { return std::clamp(v, 0.0, 1.0); }
+double Clamp01(double v) {
+    return std::clamp(v, 0.0, 1.0);
+}
 
 double SmoothStep(double e0, double e1, double x) {
     const double t = Clamp01((x - e0) / (e1 - e0));
@@ -24,14 +28,17 @@ double SmoothStep(double e0, double e1, double x) {
 }
 
 u32 Hash(i32 x, i32 y, u32 seed) {
-    u32 h = static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^ seed * 0xCB1AB31Fu;
+    u32 h =
+        static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^ seed * 0xCB1AB31Fu;
     h ^= h >> 13;
     h *= 0x5BD1E995u;
     h ^= h >> 15;
     return h;
 }
 
-double Hash01(i32 x, i32 y, u32 seed) { return (Hash(x, y, seed) & 0xFFFFFF) / 16777216.0; }
+double Hash01(i32 x, i32 y, u32 seed) {
+    return (Hash(x, y, seed) & 0xFFFFFF) / 16777216.0;
+}
 
 // Smooth noise in [0, 1) on a unit lattice.
 double ValueNoise(double x, double y, u32 seed) {
@@ -99,7 +106,8 @@ private:
         // Clouds, denser towards the top.
         const double n = Fbm(u * 6 * aspect_, v * 14, seed_ + 3, 5);
         const double cover = SmoothStep(0.5, 0.72, n + 0.18 * (1 - v / kHorizon) - 0.05);
-        const Rgb cloud = Mix(Rgb{0.97, 0.97, 0.98}, Rgb{0.62, 0.66, 0.74}, Clamp01((n - 0.55) * 3));
+        const Rgb cloud =
+            Mix(Rgb{0.97, 0.97, 0.98}, Rgb{0.62, 0.66, 0.74}, Clamp01((n - 0.55) * 3));
         return Mix(c, cloud, cover * 0.9);
     }
 
@@ -110,7 +118,7 @@ private:
         const i32 i0 = static_cast<i32>(std::floor(cell));
         for (i32 i = i0 - 1; i <= i0 + 1; ++i) {
             if (Hash01(i, 1, seed_ + 5) < 0.3 && i != 0 && i != kCells - 1)
-                continue;  // gaps, but always a tree at the left and right edges
+                continue; // gaps, but always a tree at the left and right edges
             const double trunk = (i + 0.2 + 0.6 * Hash01(i, 2, seed_ + 5)) / kCells;
             const double base = NearRidge(trunk) + 0.02;
             const double top = base - 0.09 - 0.08 * Hash01(i, 3, seed_ + 5);
@@ -120,7 +128,8 @@ private:
             const double edge = 0.3 * halfWidth * std::sin(v * 420.0 + i);
             if (std::fabs(u - trunk) > halfWidth + edge)
                 continue;
-            const double shade = 0.7 + 0.3 * (u < trunk ? 1.0 : 0.6) * Fbm(u * 300, v * 300, seed_, 2);
+            const double shade =
+                0.7 + 0.3 * (u < trunk ? 1.0 : 0.6) * Fbm(u * 300, v * 300, seed_, 2);
             out = Scale(Rgb{0.08, 0.24, 0.12}, shade);
             return true;
         }
@@ -148,7 +157,8 @@ private:
     // The upper picture mirrored about the horizon, broken by ripples and tinted by the water.
     Rgb Lake(double u, double v) const {
         const double depth = (v - kHorizon) / (1 - kHorizon);
-        const double ripple = 0.004 * std::sin(v * 260.0 + 3.0 * std::sin(u * 40.0)) * (0.3 + depth);
+        const double ripple =
+            0.004 * std::sin(v * 260.0 + 3.0 * std::sin(u * 40.0)) * (0.3 + depth);
         const double mirrorV = std::max(0.0, 2 * kHorizon - v);
         Rgb c = Land(std::clamp(u + ripple, 0.0, 1.0), mirrorV);
         c = Mix(Scale(c, 0.8), Rgb{0.10, 0.22, 0.32}, 0.25 + 0.35 * depth);
@@ -162,13 +172,17 @@ private:
     Rgb Shore(double u, double v) const {
         const double t = Fbm(u * 90 * aspect_, v * 90, seed_ + 13, 4);
         Rgb c = Mix(Rgb{0.60, 0.54, 0.40}, Rgb{0.30, 0.42, 0.18}, SmoothStep(0.35, 0.75, t));
-        const double rocks[][3] = {{0.07, 0.95, 0.06}, {0.16, 0.97, 0.035}, {0.9, 0.94, 0.05},
-                                   {0.97, 0.98, 0.04}, {0.5, 0.99, 0.025}};
+        const double rocks[][3] = {{0.07, 0.95, 0.06},
+                                   {0.16, 0.97, 0.035},
+                                   {0.9, 0.94, 0.05},
+                                   {0.97, 0.98, 0.04},
+                                   {0.5, 0.99, 0.025}};
         for (const auto& r : rocks) {
             const double dx = (u - r[0]) * aspect_ / r[2], dy = (v - r[1]) / (r[2] * 0.7);
             const double d = dx * dx + dy * dy;
             if (d < 1.0) {
-                const double lit = 0.45 + 0.35 * (1 - dy) * 0.5 + 0.2 * Fbm(u * 400, v * 400, seed_ + 17, 2);
+                const double lit =
+                    0.45 + 0.35 * (1 - dy) * 0.5 + 0.2 * Fbm(u * 400, v * 400, seed_ + 17, 2);
                 c = Scale(Rgb{0.55, 0.53, 0.5}, lit);
             }
         }
@@ -196,7 +210,9 @@ private:
     u32 seed_;
 };
 
-u8 ToByte(double v) { return static_cast<u8>(std::lround(Clamp01(v) * 255.0)); }
+u8 ToByte(double v) {
+    return static_cast<u8>(std::lround(Clamp01(v) * 255.0));
+}
 
 } // namespace
 

@@ -66,8 +66,8 @@ void ApplyRoundedFade(QImage& image) {
         auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < n; ++x) {
             double d = RoundedSquareDistance(x + 0.5, y + 0.5, centre, half, radius);
-            double edge = std::clamp(0.5 - d, 0.0, 1.0);     // anti-aliased border
-            double soft = std::clamp(-d / fade, 0.0, 1.0);    // the fade
+            double edge = std::clamp(0.5 - d, 0.0, 1.0);   // anti-aliased border
+            double soft = std::clamp(-d / fade, 0.0, 1.0); // the fade
             double alpha = edge * (0.35 + 0.65 * soft * soft * (3 - 2 * soft));
             QRgb p = line[x];
             auto scale = [alpha](int v) { return static_cast<int>(std::lround(v * alpha)); };
@@ -88,9 +88,11 @@ int main(int argc, char** argv) {
         image.fill(Qt::transparent);
         PaintBody(image);
         ApplyRoundedFade(image);
-        QString path = QStringLiteral("%1/lunavex-%2.png").arg(QString::fromLocal8Bit(argv[1])).arg(size);
+        QString path =
+            QStringLiteral("%1/lunavex-%2.png").arg(QString::fromLocal8Bit(argv[1])).arg(size);
         if (!image.convertToFormat(QImage::Format_ARGB32).save(path, "PNG")) {
-            std::fprintf(stderr, "lvx_make_icon: cannot write %s\n", path.toLocal8Bit().constData());
+            std::fprintf(stderr, "lvx_make_icon: cannot write %s\n",
+                         path.toLocal8Bit().constData());
             return 1;
         }
     }

@@ -25,10 +25,9 @@ int main(int argc, char** argv) {
     try {
         vips::VImage image = vips::VImage::new_from_memory(pixels.data(), pixels.size(), kWidth,
                                                            kHeight, 3, VIPS_FORMAT_UCHAR);
-        image.jpegsave(argv[1], vips::VImage::option()
-                                    ->set("Q", 90)
-                                    ->set("strip", true)
-                                    ->set("interlace", false));
+        image.jpegsave(
+            argv[1],
+            vips::VImage::option()->set("Q", 90)->set("strip", true)->set("interlace", false));
     } catch (const vips::VError& e) {
         std::fprintf(stderr, "lvx_make_sample: %s\n", e.what());
         return 1;

@@ -12,16 +12,17 @@ struct Accelerator {
 };
 
 const Accelerator kAccelerators[] = {
-    {Qt::Key_N, Qt::ControlModifier},      {Qt::Key_O, Qt::ControlModifier},
-    {Qt::Key_S, Qt::ControlModifier},      {Qt::Key_P, Qt::ControlModifier},
-    {Qt::Key_X, Qt::ControlModifier},      {Qt::Key_Delete, Qt::ShiftModifier},
-    {Qt::Key_C, Qt::ControlModifier},      {Qt::Key_Insert, Qt::ControlModifier},
-    {Qt::Key_V, Qt::ControlModifier},      {Qt::Key_Insert, Qt::ShiftModifier},
-    {Qt::Key_Z, Qt::ControlModifier},      {Qt::Key_Backspace, Qt::AltModifier},
-    {Qt::Key_F6, Qt::NoModifier},          {Qt::Key_F6, Qt::ShiftModifier},
+    {Qt::Key_N, Qt::ControlModifier}, {Qt::Key_O, Qt::ControlModifier},
+    {Qt::Key_S, Qt::ControlModifier}, {Qt::Key_P, Qt::ControlModifier},
+    {Qt::Key_X, Qt::ControlModifier}, {Qt::Key_Delete, Qt::ShiftModifier},
+    {Qt::Key_C, Qt::ControlModifier}, {Qt::Key_Insert, Qt::ControlModifier},
+    {Qt::Key_V, Qt::ControlModifier}, {Qt::Key_Insert, Qt::ShiftModifier},
+    {Qt::Key_Z, Qt::ControlModifier}, {Qt::Key_Backspace, Qt::AltModifier},
+    {Qt::Key_F6, Qt::NoModifier},     {Qt::Key_F6, Qt::ShiftModifier},
 };
 
-constexpr Qt::KeyboardModifiers kCompared = Qt::ControlModifier | Qt::ShiftModifier | Qt::AltModifier;
+constexpr Qt::KeyboardModifiers kCompared =
+    Qt::ControlModifier | Qt::ShiftModifier | Qt::AltModifier;
 
 } // namespace
 

@@ -19,4 +19,6 @@ QIcon AppIcon() {
     return icon;
 }
 
-QPixmap AppLargeIcon() { return AppIcon().pixmap(kLargeIcon, kLargeIcon); }
+QPixmap AppLargeIcon() {
+    return AppIcon().pixmap(kLargeIcon, kLargeIcon);
+}

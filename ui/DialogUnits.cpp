@@ -10,21 +10,27 @@ namespace {
 int MulDivRound(int value, int numerator, int denominator) {
     long long product = static_cast<long long>(value) * numerator;
     long long half = denominator / 2;
-    return static_cast<int>(product >= 0 ? (product + half) / denominator : (product - half) / denominator);
+    return static_cast<int>(product >= 0 ? (product + half) / denominator
+                                         : (product - half) / denominator);
 }
 
 } // namespace
 
 CDialogUnits::CDialogUnits(const QFont& font) {
     QFontMetrics metrics(font);
-    int letters = metrics.horizontalAdvance(QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
+    int letters = metrics.horizontalAdvance(
+        QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
     cx_ = (letters + 26) / 52;
     cy_ = metrics.height();
 }
 
-int CDialogUnits::X(int units) const { return MulDivRound(units, cx_, 4); }
+int CDialogUnits::X(int units) const {
+    return MulDivRound(units, cx_, 4);
+}
 
-int CDialogUnits::Y(int units) const { return MulDivRound(units, cy_, 8); }
+int CDialogUnits::Y(int units) const {
+    return MulDivRound(units, cy_, 8);
+}
 
 QRect CDialogUnits::Rect(int x, int y, int width, int height) const {
     int left = X(x);

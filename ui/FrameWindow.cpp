@@ -12,7 +12,9 @@ CFrameWindow::CFrameWindow(CMainFrame& frame) : frame_(frame) {
     setAttribute(Qt::WA_DeleteOnClose);
 }
 
-CFrameWindow::~CFrameWindow() { frame_.OnDestroy(); }
+CFrameWindow::~CFrameWindow() {
+    frame_.OnDestroy();
+}
 
 void CFrameWindow::closeEvent(QCloseEvent* event) {
     if (frame_.OnClose())

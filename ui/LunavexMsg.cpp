@@ -9,8 +9,12 @@ namespace {
 CMsg g_msg;
 }
 
-bool CMsg::QueryStopAndQuit() { return ShowId(179, mb::kOkCancel) == mb::kIdOk; }
+bool CMsg::QueryStopAndQuit() {
+    return ShowId(179, mb::kOkCancel) == mb::kIdOk;
+}
 
-CMsg& TheMsg() { return g_msg; }
+CMsg& TheMsg() {
+    return g_msg;
+}
 
 } // namespace lvx

@@ -55,8 +55,7 @@ void FocusWidget(CtrlHandle control) {
 }
 
 // Runs entry of the command table, when a table exists.
-template <class Member>
-void RunCommand(Member member) {
+template <class Member> void RunCommand(Member member) {
     CCommandTable* table = CCommandTable::Current();
     if (table && (table->*member))
         (table->*member)->Execute(true, false);
@@ -64,7 +63,9 @@ void RunCommand(Member member) {
 
 } // namespace
 
-CMainFrame* TheFrame() { return g_frame; }
+CMainFrame* TheFrame() {
+    return g_frame;
+}
 
 CMainFrame::CMainFrame() {
     g_frame = this;
@@ -80,7 +81,9 @@ CMainFrame::~CMainFrame() {
     }
 }
 
-QMainWindow* CMainFrame::Window() const { return window_.data(); }
+QMainWindow* CMainFrame::Window() const {
+    return window_.data();
+}
 
 bool CMainFrame::Create() {
     if (window_)
@@ -98,17 +101,18 @@ bool CMainFrame::Create() {
     view_->setObjectName(QStringLiteral("view"));
     window_->setCentralWidget(view_);
     qApp->installEventFilter(new CAcceleratorFilter(window_.data()));
-    QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.data(), [this] { OnEndSession(); });
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.data(),
+                     [this] { OnEndSession(); });
     SizeAroundView();
     return true;
 }
 
 void CMainFrame::BuildMenu() {
     QMenu* help = window_->menuBar()->addMenu(Text(uistr::kHelpMenu));
-    QObject::connect(help->addAction(Text(uistr::kOpenHomePage)), &QAction::triggered, window_.data(),
-                     [this] { OnCommand(cmd::kOpenHomePage); });
-    QObject::connect(help->addAction(Text(uistr::kOpenUsagePage)), &QAction::triggered, window_.data(),
-                     [this] { OnCommand(cmd::kOpenUsagePage); });
+    QObject::connect(help->addAction(Text(uistr::kOpenHomePage)), &QAction::triggered,
+                     window_.data(), [this] { OnCommand(cmd::kOpenHomePage); });
+    QObject::connect(help->addAction(Text(uistr::kOpenUsagePage)), &QAction::triggered,
+                     window_.data(), [this] { OnCommand(cmd::kOpenUsagePage); });
     help->addSeparator();
     QObject::connect(help->addAction(Text(uistr::kAbout)), &QAction::triggered, window_.data(),
                      [this] { OnCommand(cmd::kAbout); });
@@ -145,11 +149,14 @@ void CMainFrame::InstallTestHooks() {
         if (about)
             PostCommand(cmd::kAbout);
         else
-            QMetaObject::invokeMethod(window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
     };
 }
 
-void CMainFrame::CopyLayoutToSetting() const { TheSetting().window.rect = layout_.rect; }
+void CMainFrame::CopyLayoutToSetting() const {
+    TheSetting().window.rect = layout_.rect;
+}
 
 void CMainFrame::OnCommand(int id) {
     CCommandTable* table = CCommandTable::Current();
@@ -165,7 +172,8 @@ void CMainFrame::OnCommand(int id) {
         break;
     case cmd::kExit:
         if (window_)
-            QMetaObject::invokeMethod(window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                window_.data(), [this] { window_->close(); }, Qt::QueuedConnection);
         break;
     case cmd::kAbout:
         ShowAbout();
@@ -184,7 +192,8 @@ void CMainFrame::OnCommand(int id) {
 
 void CMainFrame::PostCommand(int id) {
     if (window_)
-        QMetaObject::invokeMethod(window_.data(), [this, id] { OnCommand(id); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            window_.data(), [this, id] { OnCommand(id); }, Qt::QueuedConnection);
 }
 
 void CMainFrame::ShowAbout() {
@@ -210,6 +219,8 @@ void CMainFrame::OnWindowPosChanged() {
         manager_->OnWindowPosChanged();
 }
 
-void CMainFrame::OnEndSession() { RunCommand(&CCommandTable::quit); }
+void CMainFrame::OnEndSession() {
+    RunCommand(&CCommandTable::quit);
+}
 
 } // namespace lvx

@@ -12,7 +12,9 @@
 
 namespace {
 
-Rect FromQRect(const QRect& r) { return {r.x(), r.y(), r.x() + r.width(), r.y() + r.height()}; }
+Rect FromQRect(const QRect& r) {
+    return {r.x(), r.y(), r.x() + r.width(), r.y() + r.height()};
+}
 
 } // namespace
 
@@ -23,7 +25,9 @@ Rect VirtualScreenRect() {
     return BoundingRect(screens);
 }
 
-Rect OuterRect(const QWidget* window) { return FromQRect(window->frameGeometry()); }
+Rect OuterRect(const QWidget* window) {
+    return FromQRect(window->frameGeometry());
+}
 
 bool WindowLayout::ApplyRect(QWidget* window, u32 flags) const {
     if (rect.IsEmpty())
@@ -39,7 +43,8 @@ bool WindowLayout::ApplyRect(QWidget* window, u32 flags) const {
         // The rectangle is the outer one; resize takes the client size.
         QRect outer = window->frameGeometry();
         QRect inner = window->geometry();
-        window->resize(r.Width() - (outer.width() - inner.width()), r.Height() - (outer.height() - inner.height()));
+        window->resize(r.Width() - (outer.width() - inner.width()),
+                       r.Height() - (outer.height() - inner.height()));
     }
     return true;
 }
@@ -62,17 +67,24 @@ bool WindowLayout::Capture(const QWidget* window) {
     return true;
 }
 
-bool CWindowLayoutManager::ApplyRect(u32 flags) { return layout_ && layout_->ApplyRect(window_, flags); }
+bool CWindowLayoutManager::ApplyRect(u32 flags) {
+    return layout_ && layout_->ApplyRect(window_, flags);
+}
 
-bool CWindowLayoutManager::ApplyShow() { return layout_ && layout_->ApplyShow(window_, true); }
+bool CWindowLayoutManager::ApplyShow() {
+    return layout_ && layout_->ApplyShow(window_, true);
+}
 
-bool CWindowLayoutManager::Capture() { return layout_ && layout_->Capture(window_); }
+bool CWindowLayoutManager::Capture() {
+    return layout_ && layout_->Capture(window_);
+}
 
 void CWindowLayoutManager::BeginRestore(WindowLayout& layout, const Rect& stored) {
     layout.rect = stored;
     layout_ = &layout;
     restoring_ = true;
-    QMetaObject::invokeMethod(window_, [this] { OnShowPosted(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        window_, [this] { OnShowPosted(); }, Qt::QueuedConnection);
     ApplyRect(layoutflag::kClamp | layoutflag::kNoSize);
 }
 

@@ -12,7 +12,7 @@ class QWidget;
 namespace layoutflag {
 constexpr u32 kNoMove = 1;
 constexpr u32 kNoSize = 2;
-constexpr u32 kClamp = 4;  // move inside the bounding rectangle of all screens first
+constexpr u32 kClamp = 4; // move inside the bounding rectangle of all screens first
 } // namespace layoutflag
 
 // The bounding rectangle of all screens, in screen coordinates.

@@ -32,9 +32,12 @@ std::vector<ButtonRow> ButtonsOf(u32 flags) {
     case 1:
         return {{QMessageBox::Ok, kIdOk}, {QMessageBox::Cancel, kIdCancel}};
     case 2:
-        return {{QMessageBox::Abort, kIdAbort}, {QMessageBox::Retry, kIdRetry}, {QMessageBox::Ignore, kIdIgnore}};
+        return {{QMessageBox::Abort, kIdAbort},
+                {QMessageBox::Retry, kIdRetry},
+                {QMessageBox::Ignore, kIdIgnore}};
     case 3:
-        return {{QMessageBox::Yes, kIdYes}, {QMessageBox::No, kIdNo}, {QMessageBox::Cancel, kIdCancel}};
+        return {
+            {QMessageBox::Yes, kIdYes}, {QMessageBox::No, kIdNo}, {QMessageBox::Cancel, kIdCancel}};
     case 4:
         return {{QMessageBox::Yes, kIdYes}, {QMessageBox::No, kIdNo}};
     case 5:
@@ -88,7 +91,9 @@ const std::wstring& CMessageBoxMsg::TitleFor(u32 flags) {
     return queryTitle;
 }
 
-i32 CMessageBoxMsg::Error(const CSimpleErr& error) { return Show(error.text, mb::kError); }
+i32 CMessageBoxMsg::Error(const CSimpleErr& error) {
+    return Show(error.text, mb::kError);
+}
 
 i32 CMessageBoxMsg::Show(const std::wstring& text, u32 flags) {
     const std::wstring& title = TitleFor(flags);
@@ -102,10 +107,9 @@ i32 CMessageBoxMsg::Show(const std::wstring& text, u32 flags) {
     for (const ButtonRow& row : rows)
         box.addButton(row.button);
     box.setDefaultButton(rows.front().button);
-    if (QAbstractButton* escape = box.button(rows.size() == 1 ? rows.front().button
-                                             : rows.back().id == kIdCancel
-                                                 ? QMessageBox::Cancel
-                                                 : rows.back().button))
+    if (QAbstractButton* escape = box.button(rows.size() == 1              ? rows.front().button
+                                             : rows.back().id == kIdCancel ? QMessageBox::Cancel
+                                                                           : rows.back().button))
         box.setEscapeButton(escape);
     box.exec();
 

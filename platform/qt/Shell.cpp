@@ -29,8 +29,10 @@ void ShellOpen(const std::wstring& file, const std::wstring&) {
 }
 
 void ShowInExplorer(const std::wstring& path) {
-    QDBusInterface manager(QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
-                           QStringLiteral("org.freedesktop.FileManager1"), QDBusConnection::sessionBus());
+    QDBusInterface manager(QStringLiteral("org.freedesktop.FileManager1"),
+                           QStringLiteral("/org/freedesktop/FileManager1"),
+                           QStringLiteral("org.freedesktop.FileManager1"),
+                           QDBusConnection::sessionBus());
     if (manager.isValid()) {
         QString uri = QUrl::fromLocalFile(QString::fromStdWString(path)).toString();
         QDBusMessage reply = manager.call(QStringLiteral("ShowItems"), QStringList{uri}, QString());

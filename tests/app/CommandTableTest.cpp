@@ -26,10 +26,14 @@ TEST_F(CommandTableTest, EightCommandsWithTheOneMessageObject) {
         CCommandTable table;
         EXPECT_EQ(CCommandTable::Current(), &table);
         CMsg* expected = &lvx::TheMsg();
-        const CCommand* entries[] = {table.init.get(),       table.quit.get(),
-                                     table.timer.get(),      table.execData.get(),
-                                     table.updateData.get(), table.updateDataStrict.get(),
-                                     table.explorerOutputPath.get(), table.openUrl.get()};
+        const CCommand* entries[] = {table.init.get(),
+                                     table.quit.get(),
+                                     table.timer.get(),
+                                     table.execData.get(),
+                                     table.updateData.get(),
+                                     table.updateDataStrict.get(),
+                                     table.explorerOutputPath.get(),
+                                     table.openUrl.get()};
         for (const CCommand* entry : entries) {
             ASSERT_NE(entry, nullptr);
             EXPECT_EQ(entry->msg, expected);
@@ -74,7 +78,7 @@ TEST_F(CommandTableTest, OpenUrlChecksNothingAndReportsAMissingString) {
     CCommandTable table;
     CRecordingMsg msg;
     table.openUrl->msg = &msg;
-    table.openUrl->stringId = 1;  // no such string
+    table.openUrl->stringId = 1; // no such string
     EXPECT_TRUE(table.openUrl->CanExecute());
     table.openUrl->Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 1u);

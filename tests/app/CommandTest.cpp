@@ -20,7 +20,8 @@ namespace {
 // A command whose body is given by the test; it records the run flags it was called with.
 class CScriptedCommand : public CCommand {
 public:
-    CScriptedCommand(CMsg* msg, std::function<void(bool)> body) : CCommand(msg), body_(std::move(body)) {}
+    CScriptedCommand(CMsg* msg, std::function<void(bool)> body)
+        : CCommand(msg), body_(std::move(body)) {}
     void OnExecute(bool run) override {
         runs.push_back(run);
         body_(run);

@@ -15,8 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Section = std::map<QString, QString>;  // value name ("@" for the default) -> raw data
-using RegFile = std::map<QString, Section>;  // key path below HKEY_CURRENT_USER -> values
+using Section = std::map<QString, QString>; // value name ("@" for the default) -> raw data
+using RegFile = std::map<QString, Section>; // key path below HKEY_CURRENT_USER -> values
 
 std::string ReadBytes(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -27,9 +27,11 @@ std::string ReadBytes(const fs::path& path) {
 // "name"=data lines.
 RegFile ParseRegFile(const std::string& bytes) {
     RegFile file;
-    if (bytes.size() < 2 || static_cast<unsigned char>(bytes[0]) != 0xFF || static_cast<unsigned char>(bytes[1]) != 0xFE)
+    if (bytes.size() < 2 || static_cast<unsigned char>(bytes[0]) != 0xFF ||
+        static_cast<unsigned char>(bytes[1]) != 0xFE)
         return file;
-    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(bytes.data() + 2), (bytes.size() - 2) / 2);
+    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(bytes.data() + 2),
+                                      (bytes.size() - 2) / 2);
     const QString root = QStringLiteral("HKEY_CURRENT_USER\\");
     QString current;
     for (QString line : text.split(QLatin1Char('\n'))) {
@@ -52,7 +54,9 @@ RegFile ParseRegFile(const std::string& bytes) {
     return file;
 }
 
-QString Dword(unsigned value) { return QStringLiteral("dword:%1").arg(value, 8, 16, QLatin1Char('0')); }
+QString Dword(unsigned value) {
+    return QStringLiteral("dword:%1").arg(value, 8, 16, QLatin1Char('0'));
+}
 
 class LunavexLifeTest : public ::testing::Test {
 protected:
@@ -76,7 +80,8 @@ protected:
         env.insert(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"), QStringLiteral("1"));
         env.remove(QStringLiteral("LVX_TEST_OPEN_ABOUT"));
         process.setProcessEnvironment(env);
-        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{QStringLiteral("--ignored"), QStringLiteral("-platform")});
+        process.start(QStringLiteral(LVX_GUI_EXE),
+                      QStringList{QStringLiteral("--ignored"), QStringLiteral("-platform")});
         if (!process.waitForStarted(10000))
             return -1000;
         if (!process.waitForFinished(60000)) {
@@ -107,7 +112,8 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
     const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
     ASSERT_TRUE(reg.count(key));
     const QString pictures = QString::fromStdString((home / "Pictures").string());
-    EXPECT_EQ(reg[key][QStringLiteral("OutputPath")], QLatin1Char('"') + pictures + QLatin1Char('"'));
+    EXPECT_EQ(reg[key][QStringLiteral("OutputPath")],
+              QLatin1Char('"') + pictures + QLatin1Char('"'));
     EXPECT_EQ(reg[key][QStringLiteral("SaveType")], Dword(2));
     EXPECT_EQ(reg[key][QStringLiteral("JpegQuality")], Dword(80));
 
@@ -139,7 +145,8 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
         EXPECT_TRUE(window[QString::fromLatin1(name)].startsWith(QStringLiteral("dword:"))) << name;
 
     EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder")][QStringLiteral("Count")], Dword(1));
-    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")], QStringLiteral("\"round\""));
+    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")],
+              QStringLiteral("\"round\""));
 }
 
 TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
@@ -149,8 +156,10 @@ TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
     // A stored value that differs from its default comes back and is saved again.
     RegFile before = ParseRegFile(first);
     std::string edited = first;
-    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(first.data() + 2), (first.size() - 2) / 2);
-    text.replace(QStringLiteral("\"JpegQuality\"=dword:00000050"), QStringLiteral("\"JpegQuality\"=dword:0000005a"));
+    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(first.data() + 2),
+                                      (first.size() - 2) / 2);
+    text.replace(QStringLiteral("\"JpegQuality\"=dword:00000050"),
+                 QStringLiteral("\"JpegQuality\"=dword:0000005a"));
     std::ofstream(SettingsFile(), std::ios::binary | std::ios::trunc)
         << std::string("\xFF\xFE", 2)
         << std::string(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);

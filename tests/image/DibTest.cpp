@@ -19,7 +19,7 @@ TEST(Dib, CreateFillsTheHeaderAndCountsThePalette) {
     EXPECT_EQ(h.biXPelsPerMeter, 0);
     EXPECT_EQ(h.biYPelsPerMeter, 0);
     EXPECT_EQ(dib.Height(), 5);
-    EXPECT_EQ(dib.Bits(), nullptr);  // no bits until AllocBits
+    EXPECT_EQ(dib.Bits(), nullptr); // no bits until AllocBits
 
     struct Case {
         u16 bitCount;
@@ -27,8 +27,8 @@ TEST(Dib, CreateFillsTheHeaderAndCountsThePalette) {
         u32 compression;
         u32 entries;
     };
-    const Case cases[] = {{8, 0, 0, 256}, {4, 0, 0, 16}, {1, 0, 0, 2}, {8, 5, 0, 5},
-                          {16, 0, 3, 3}, {32, 0, 3, 3},  {24, 0, 0, 0}, {32, 9, 0, 0}};
+    const Case cases[] = {{8, 0, 0, 256}, {4, 0, 0, 16}, {1, 0, 0, 2},  {8, 5, 0, 5},
+                          {16, 0, 3, 3},  {32, 0, 3, 3}, {24, 0, 0, 0}, {32, 9, 0, 0}};
     for (const Case& c : cases) {
         ASSERT_TRUE(dib.Create(40, 2, 2, c.bitCount, c.colorsUsed, c.compression, 8));
         EXPECT_EQ(dib.Header()->biClrUsed, c.entries) << "bit count " << c.bitCount;
@@ -38,20 +38,20 @@ TEST(Dib, CreateFillsTheHeaderAndCountsThePalette) {
 
 TEST(Dib, SizeOfTheBits) {
     CDib dib;
-    EXPECT_EQ(dib.GetSizeImage(), 0u);  // no header
+    EXPECT_EQ(dib.GetSizeImage(), 0u); // no header
     EXPECT_FALSE(dib.AllocBits());
 
     ASSERT_TRUE(dib.Create32(3, 2));
     EXPECT_EQ(dib.Stride(), 12u);
     EXPECT_EQ(dib.GetSizeImage(), 24u);
     ASSERT_TRUE(dib.Create(40, 5, -3, 24, 0, 0, 0));
-    EXPECT_EQ(dib.Stride(), 16u);  // 15 bytes raised to a multiple of 4
+    EXPECT_EQ(dib.Stride(), 16u); // 15 bytes raised to a multiple of 4
     EXPECT_EQ(dib.GetSizeImage(), 48u);
     ASSERT_TRUE(dib.Create(40, 33, 2, 1, 0, 0, 0));
-    EXPECT_EQ(dib.Stride(), 8u);  // 5 bytes raised to 8
+    EXPECT_EQ(dib.Stride(), 8u); // 5 bytes raised to 8
     ASSERT_TRUE(dib.Create(40, 4, 4, 32, 0, 3, 0));
     dib.Header()->biSizeImage = 1234;
-    EXPECT_EQ(dib.GetSizeImage(), 1234u);  // a compressed image states its own size
+    EXPECT_EQ(dib.GetSizeImage(), 1234u); // a compressed image states its own size
 }
 
 TEST(Dib, ClearAndCreateFromHeader) {
@@ -70,7 +70,7 @@ TEST(Dib, ClearAndCreateFromHeader) {
     EXPECT_EQ(copy.Width(), 4);
     EXPECT_EQ(copy.Height(), 3);
     EXPECT_EQ(copy.Header()->biBitCount, 32);
-    EXPECT_EQ(copy.Header()->biXPelsPerMeter, 0);  // resolution is not copied
+    EXPECT_EQ(copy.Header()->biXPelsPerMeter, 0); // resolution is not copied
     EXPECT_EQ(copy.Header()->biYPelsPerMeter, 0);
 }
 
@@ -133,8 +133,8 @@ TEST(Dib, RangesOutsideOrOverBadImagesAreEmpty) {
         return r.first.first == nullptr && r.second.first == nullptr && r.first.lineStep == 0 &&
                r.first.pixelStep == 0 && r.first.pixelsPerLine == 0;
     };
-    EXPECT_TRUE(isEmpty(MakePixelRange(*dib, 4, 0, 1, 1, false, false)));  // x == width
-    EXPECT_TRUE(isEmpty(MakePixelRange(*dib, 0, 3, 1, 1, false, false)));  // y == height
+    EXPECT_TRUE(isEmpty(MakePixelRange(*dib, 4, 0, 1, 1, false, false))); // x == width
+    EXPECT_TRUE(isEmpty(MakePixelRange(*dib, 0, 3, 1, 1, false, false))); // y == height
     EXPECT_TRUE(isEmpty(MakeColumnRange(*dib, 4, 0, 1, 1, false)));
     EXPECT_FALSE(isEmpty(MakePixelRange(*dib, 3, 2, 1, 1, false, false)));
 

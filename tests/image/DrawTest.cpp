@@ -18,7 +18,7 @@ CDibPtr Pattern(i32 w, i32 h) {
 
 TEST(Draw, SameSizeDrawIntoANewImageCopiesEveryByte) {
     CDibPtr source = Pattern(6, 5);
-    SetPixel(*source, 2, 2, Bgra{11, 22, 33, 0});  // colour under zero alpha survives too
+    SetPixel(*source, 2, 2, Bgra{11, 22, 33, 0}); // colour under zero alpha survives too
     for (i32 mode : {interp::kHighQualityBicubic, interp::kHighQuality, interp::kDefault}) {
         CDib copy;
         ASSERT_EQ(DrawImageIntoDib(*source, Rect{0, 0, 6, 5}, copy, Size{6, 5}, mode), hr::kOk);
@@ -38,11 +38,11 @@ TEST(Draw, SourceBlendsOverTheTarget) {
     CDibPtr source = MakeDib(2, 1, [](i32 x, i32) {
         return x == 0 ? Bgra{0, 0, 255, 128} : Bgra{0, 0, 255, 0};
     });
-    ASSERT_TRUE(DrawImageRect(*source, Rect{0, 0, 2, 1}, *target, Rect{0, 0, 2, 1},
-                              interp::kDefault));
+    ASSERT_TRUE(
+        DrawImageRect(*source, Rect{0, 0, 2, 1}, *target, Rect{0, 0, 2, 1}, interp::kDefault));
     // red 255 * 128/255 = 128 over blue 255 * 127/255 = 127; opaque stays opaque
     EXPECT_EQ(PixelOf(*target, 0, 0), (Bgra{127, 0, 128, 255}));
-    EXPECT_EQ(PixelOf(*target, 1, 0), (Bgra{255, 0, 0, 255}));  // nothing drawn at alpha 0
+    EXPECT_EQ(PixelOf(*target, 1, 0), (Bgra{255, 0, 0, 255})); // nothing drawn at alpha 0
 }
 
 TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
@@ -55,8 +55,9 @@ TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
             ASSERT_EQ(out.Width(), size.cx);
             ASSERT_EQ(out.Height(), size.cy);
             // Alpha of an opaque image stays exact; colour may move by the kernel's rounding.
-            const CDibPtr expected =
-                MakeDib(size.cx, size.cy, [](i32, i32) { return Bgra{30, 140, 220, 255}; });
+            const CDibPtr expected = MakeDib(size.cx, size.cy, [](i32, i32) {
+                return Bgra{30, 140, 220, 255};
+            });
             EXPECT_TRUE(PixelsNear(out, *expected, 2)) << "mode " << mode;
             for (i32 y = 0; y < size.cy; ++y)
                 for (i32 x = 0; x < size.cx; ++x)

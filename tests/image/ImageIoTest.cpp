@@ -19,7 +19,9 @@ public:
     bool IsTerminated() const override { return true; }
 };
 
-HResult LoadPath(CDibPtr& out, const std::string& path) { return LoadImageFile(out, Wide(path)); }
+HResult LoadPath(CDibPtr& out, const std::string& path) {
+    return LoadImageFile(out, Wide(path));
+}
 
 } // namespace
 
@@ -34,7 +36,7 @@ TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
     const BitmapInfoHeader& h = *dib->Header();
     EXPECT_EQ(h.biSize, 40u);
     EXPECT_EQ(h.biWidth, 61);
-    EXPECT_EQ(h.biHeight, 47);  // bottom-up
+    EXPECT_EQ(h.biHeight, 47); // bottom-up
     EXPECT_EQ(h.biPlanes, 1);
     EXPECT_EQ(h.biBitCount, 32);
     EXPECT_EQ(h.biCompression, 0u);
@@ -77,7 +79,7 @@ TEST(ImageIo, PngKeepsColourAndAlphaOfEveryPixel) {
 
 TEST(ImageIo, PaletteTransparencyBecomesAlpha) {
     const std::vector<u8> palette = {255, 0, 0, 0, 255, 0, 0, 0, 255, 9, 9, 9};
-    const std::vector<u8> alphas = {255, 128, 0};  // index 3 has no entry: opaque
+    const std::vector<u8> alphas = {255, 128, 0}; // index 3 has no entry: opaque
     CTempDir dir;
     const std::string path = dir.File("palette.png");
     WriteBytes(path, MakePng(4, 1, 3, 8, {{0, 1, 2, 3}}, {{"PLTE", palette}, {"tRNS", alphas}}));
@@ -106,7 +108,7 @@ TEST(ImageIo, GreySixteenBitAndRgbGiveTheSameBuffer) {
         rgb.insert(rgb.end(), {v, v, v});
         grey.push_back(v);
         for (int c = 0; c < 3; ++c)
-            rgb16.insert(rgb16.end(), {v, v});  // v * 257, big-endian
+            rgb16.insert(rgb16.end(), {v, v}); // v * 257, big-endian
     }
     CTempDir dir;
     WriteBytes(dir.File("rgb.png"), MakePng(6, 1, 2, 8, {rgb}));
@@ -141,7 +143,7 @@ TEST(ImageIo, FilesThatCannotBeDecodedFail) {
     EXPECT_EQ(LoadPath(dib, dir.File("truncated.jpg")), kCannotDecode);
 
     std::vector<u8> png = MakePng(2, 1, 2, 8, {{1, 2, 3, 4, 5, 6}});
-    const size_t idatCrc = png.size() - 12 - 4;  // the last 4 bytes before IEND
+    const size_t idatCrc = png.size() - 12 - 4; // the last 4 bytes before IEND
     png[idatCrc] ^= 0x5A;
     WriteBytes(dir.File("crc.png"), png);
     EXPECT_EQ(LoadPath(dib, dir.File("crc.png")), kCannotDecode);
@@ -152,8 +154,8 @@ TEST(ImageIo, FilesThatCannotBeDecodedFail) {
 TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
     CTempDir dir;
     CDibPtr dib;
-    EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u);  // ERROR_FILE_NOT_FOUND
-    EXPECT_EQ(LoadPath(dib, dir.Path().string()), 0x80070005u);    // a folder: access denied
+    EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u); // ERROR_FILE_NOT_FOUND
+    EXPECT_EQ(LoadPath(dib, dir.Path().string()), 0x80070005u);     // a folder: access denied
     EXPECT_FALSE(dib);
 }
 

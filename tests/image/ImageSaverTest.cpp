@@ -17,7 +17,9 @@ u32 Le32(const std::vector<u8>& b, size_t at) {
     return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (static_cast<u32>(b[at + 3]) << 24);
 }
 
-u16 Le16(const std::vector<u8>& b, size_t at) { return static_cast<u16>(b[at] | (b[at + 1] << 8)); }
+u16 Le16(const std::vector<u8>& b, size_t at) {
+    return static_cast<u16>(b[at] | (b[at + 1] << 8));
+}
 
 CDibPtr Translucent(i32 w, i32 h) {
     return MakeDib(w, h, [](i32 x, i32 y) {
@@ -103,10 +105,10 @@ TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     EXPECT_EQ(Le32(bmp, 10), 54u); // offset of the bits
     EXPECT_EQ(Le32(bmp, 14), 40u);
     EXPECT_EQ(Le32(bmp, 18), 3u);
-    EXPECT_EQ(Le32(bmp, 22), 2u);  // positive height: bottom-up
+    EXPECT_EQ(Le32(bmp, 22), 2u); // positive height: bottom-up
     EXPECT_EQ(Le16(bmp, 26), 1);
     EXPECT_EQ(Le16(bmp, 28), 32);
-    EXPECT_EQ(Le32(bmp, 30), 0u);  // BI_RGB
+    EXPECT_EQ(Le32(bmp, 30), 0u); // BI_RGB
     EXPECT_EQ(Le32(bmp, 34), 24u);
     EXPECT_EQ(std::memcmp(bmp.data() + 54, dib->Bits(), 24), 0);
 
@@ -142,7 +144,8 @@ TEST(ImageSaver, PngKeepsEveryPixelOrWritesThemOpaque) {
 TEST(ImageSaver, JpegQualityIsPassedAsGiven) {
     CTempDir dir;
     CDibPtr dib = MakeDib(64, 48, [](i32 x, i32 y) {
-        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), static_cast<u8>((x ^ y) * 4), 255};
+        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), static_cast<u8>((x ^ y) * 4),
+                    255};
     });
     std::vector<size_t> sizes;
     for (u32 quality : {0u, 100u}) {
@@ -169,8 +172,8 @@ TEST(ImageSaver, SavedFilesDoNotCarryTheSourceResolution) {
     PutBigEndian(phys, 11811);
     PutBigEndian(phys, 11811);
     phys.push_back(1);
-    WriteBytes(dir.File("300.png"), MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}},
-                                            {{"pHYs", phys}}));
+    WriteBytes(dir.File("300.png"),
+               MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {{"pHYs", phys}}));
     CDibPtr source;
     ASSERT_EQ(LoadImageFile(source, Wide(dir.File("300.png"))), hr::kOk);
     ASSERT_EQ(source->Header()->biXPelsPerMeter, 11811);

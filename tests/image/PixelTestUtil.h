@@ -24,8 +24,8 @@ struct Bgra {
 };
 
 inline std::ostream& operator<<(std::ostream& os, const Bgra& p) {
-    return os << "(b " << int(p.b) << ", g " << int(p.g) << ", r " << int(p.r) << ", a "
-              << int(p.a) << ")";
+    return os << "(b " << int(p.b) << ", g " << int(p.g) << ", r " << int(p.r) << ", a " << int(p.a)
+              << ")";
 }
 
 inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
@@ -42,8 +42,7 @@ inline void SetPixel(CDib& dib, i32 x, i32 y, Bgra c) {
 }
 
 // A 32-bit image whose pixel (x, y), y from the top, is fn(x, y).
-template <typename Fn>
-CDibPtr MakeDib(i32 width, i32 height, Fn fn) {
+template <typename Fn> CDibPtr MakeDib(i32 width, i32 height, Fn fn) {
     CDibPtr dib(new CDib);
     if (!dib->Create32(width, height) || !dib->AllocBits())
         return {};
@@ -79,7 +78,8 @@ inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& exp
 class CTempDir {
 public:
     CTempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "lvx-image-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "lvx-image-XXXXXX").string();
         if (::mkdtemp(pattern.data()))
             path_ = pattern;
     }
@@ -113,11 +113,14 @@ inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
     return rgb;
 }
 
-inline std::wstring Wide(const std::string& ascii) { return std::wstring(ascii.begin(), ascii.end()); }
+inline std::wstring Wide(const std::string& ascii) {
+    return std::wstring(ascii.begin(), ascii.end());
+}
 
 inline void WriteBytes(const std::string& path, const std::vector<u8>& bytes) {
     std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
 }
 
 inline std::vector<u8> ReadBytes(const std::string& path) {
@@ -128,14 +131,13 @@ inline std::vector<u8> ReadBytes(const std::string& path) {
 // Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
 // the format. A resolution above 0 dots per inch is written into the file.
 inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels, i32 width,
-                         i32 height, int bands, vips::VOption* options = nullptr,
-                         double dpi = 0) {
+                         i32 height, int bands, vips::VOption* options = nullptr, double dpi = 0) {
     EnsureVipsStarted();
-    vips::VImage image = vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()),
-                                                       pixels.size(), width, height, bands,
-                                                       VIPS_FORMAT_UCHAR);
+    vips::VImage image = vips::VImage::new_from_memory(
+        const_cast<u8*>(pixels.data()), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR);
     if (dpi > 0)
-        image = image.copy(vips::VImage::option()->set("xres", dpi / 25.4)->set("yres", dpi / 25.4));
+        image =
+            image.copy(vips::VImage::option()->set("xres", dpi / 25.4)->set("yres", dpi / 25.4));
     image.write_to_file(path.c_str(), options);
 }
 
@@ -191,7 +193,8 @@ inline std::vector<u8> ZlibStored(const std::vector<u8>& raw) {
         out.push_back(static_cast<u8>(n >> 8));
         out.push_back(static_cast<u8>(~n));
         out.push_back(static_cast<u8>(~n >> 8));
-        out.insert(out.end(), raw.begin() + static_cast<long>(pos), raw.begin() + static_cast<long>(pos + n));
+        out.insert(out.end(), raw.begin() + static_cast<long>(pos),
+                   raw.begin() + static_cast<long>(pos + n));
         pos += n;
     } while (pos < raw.size());
     u32 a = 1, b = 0;
@@ -223,7 +226,7 @@ inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth
         AppendChunk(png, chunk.type, chunk.data);
     std::vector<u8> raw;
     for (const auto& row : rows) {
-        raw.push_back(0);  // filter: none
+        raw.push_back(0); // filter: none
         raw.insert(raw.end(), row.begin(), row.end());
     }
     AppendChunk(png, "IDAT", ZlibStored(raw));
@@ -242,7 +245,7 @@ inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& pal
     };
     put16(width);
     put16(height);
-    gif.insert(gif.end(), {0xF1, 0, 0});  // global table of 4 entries
+    gif.insert(gif.end(), {0xF1, 0, 0}); // global table of 4 entries
     std::vector<u8> table = palette;
     table.resize(12, 0);
     gif.insert(gif.end(), table.begin(), table.end());
@@ -253,7 +256,7 @@ inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& pal
     put16(width);
     put16(height);
     gif.push_back(0);
-    gif.push_back(2);  // LZW minimum code size: clear 4, end 5
+    gif.push_back(2); // LZW minimum code size: clear 4, end 5
     std::vector<u8> data;
     u32 bits = 0, count = 0;
     auto code = [&](u32 c) {

@@ -15,7 +15,8 @@ namespace {
 TEST(AcceleratorFilterTest, TheRowsOfTheAcceleratorTable) {
     const Qt::KeyboardModifiers ctrl = Qt::ControlModifier;
     const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
-    for (int key : {Qt::Key_N, Qt::Key_O, Qt::Key_S, Qt::Key_P, Qt::Key_X, Qt::Key_C, Qt::Key_V, Qt::Key_Z})
+    for (int key :
+         {Qt::Key_N, Qt::Key_O, Qt::Key_S, Qt::Key_P, Qt::Key_X, Qt::Key_C, Qt::Key_V, Qt::Key_Z})
         EXPECT_TRUE(IsFrameAccelerator(key, ctrl)) << key;
     EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Delete, shift));
     EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Insert, ctrl));

@@ -15,9 +15,9 @@ TEST(DialogUnitsTest, MapsUnitsWithBaseUnits) {
     // each rounded to the nearest pixel.
     CDialogUnits du(6, 13);
     EXPECT_EQ(du.X(432), 648);
-    EXPECT_EQ(du.Y(308), 501);  // 500.5 rounds up
-    EXPECT_EQ(du.X(1), 2);      // 1.5 rounds up
-    EXPECT_EQ(du.Y(3), 5);      // 4.875
+    EXPECT_EQ(du.Y(308), 501); // 500.5 rounds up
+    EXPECT_EQ(du.X(1), 2);     // 1.5 rounds up
+    EXPECT_EQ(du.Y(3), 5);     // 4.875
     EXPECT_EQ(du.Size(432, 308), QSize(648, 501));
     // A rectangle keeps both of its edges on the mapped grid.
     EXPECT_EQ(du.Rect(7, 7, 275, 33), QRect(11, 11, 423 - 11, 65 - 11));
@@ -27,7 +27,8 @@ TEST(DialogUnitsTest, BaseUnitsComeFromTheFont) {
     TestApp();
     QFont font = QApplication::font();
     QFontMetrics metrics(font);
-    int letters = metrics.horizontalAdvance(QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
+    int letters = metrics.horizontalAdvance(
+        QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
     CDialogUnits du(font);
     EXPECT_EQ(du.BaseX(), (letters + 26) / 52);
     EXPECT_EQ(du.BaseY(), metrics.height());

@@ -42,7 +42,9 @@ void OnNextBox(SeenBox& seen, std::function<void(QMessageBox*)> act) {
     });
 }
 
-void Click(QMessageBox* box, QMessageBox::StandardButton which) { box->button(which)->click(); }
+void Click(QMessageBox* box, QMessageBox::StandardButton which) {
+    box->button(which)->click();
+}
 
 class MessageBoxMsgTest : public ::testing::Test {
 protected:

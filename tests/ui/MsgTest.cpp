@@ -71,7 +71,8 @@ TEST_F(MsgTest, OverwriteIfExistsAsksOnlyForExistingPaths) {
     msg.answers = {2};
     EXPECT_FALSE(msg.QueryOverwriteIfExists(present.wstring()));
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"同名のファイルがあります。上書きしますか？\n\n" + present.wstring());
+    EXPECT_EQ(msg.boxes[0].text,
+              L"同名のファイルがあります。上書きしますか？\n\n" + present.wstring());
     EXPECT_EQ(msg.boxes[0].flags, 49u);
     msg.answers = {1};
     EXPECT_TRUE(msg.QueryOverwriteIfExists(present.wstring()));
@@ -113,9 +114,11 @@ TEST_F(MsgTest, TemplatesTakeTheirArguments) {
     EXPECT_TRUE(msg.QueryBadSettings(error));
     EXPECT_NE(msg.boxes[1].text.find(L"\n\nbroken\n\n続行しますか？"), std::wstring::npos);
     EXPECT_TRUE(msg.QueryBadSettingsFile(L"/cfg/file.reg", error));
-    EXPECT_NE(msg.boxes[2].text.find(L"設定ファイル: /cfg/file.reg\nbroken\n\n"), std::wstring::npos);
+    EXPECT_NE(msg.boxes[2].text.find(L"設定ファイル: /cfg/file.reg\nbroken\n\n"),
+              std::wstring::npos);
     EXPECT_TRUE(msg.QueryReplaceShortcut(L"Ctrl+Q"));
-    EXPECT_EQ(msg.boxes[3].text, L"指定のショートカットキーは登録済みです。\nCtrl+Q\n\n上書きしますか？");
+    EXPECT_EQ(msg.boxes[3].text,
+              L"指定のショートカットキーは登録済みです。\nCtrl+Q\n\n上書きしますか？");
 }
 
 TEST_F(MsgTest, ErrorAndShowId) {

@@ -24,5 +24,5 @@ public:
     }
 
     std::vector<Box> boxes;
-    std::deque<i32> answers;  // answered in order; 0 (a failed box) when the script is used up
+    std::deque<i32> answers; // answered in order; 0 (a failed box) when the script is used up
 };

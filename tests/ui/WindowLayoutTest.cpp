@@ -42,7 +42,7 @@ TEST(WindowLayoutRectTest, ClampIsToTheBoundingRectangleOfAllScreens) {
 }
 
 TEST(WindowLayoutRectTest, EmptyRectangles) {
-    EXPECT_TRUE((Rect{10, 10, 10, 200}).IsEmpty());  // right equal to left
+    EXPECT_TRUE((Rect{10, 10, 10, 200}).IsEmpty()); // right equal to left
     EXPECT_TRUE((Rect{10, 10, 200, 5}).IsEmpty());
     EXPECT_TRUE(Rect{}.IsEmpty());
     EXPECT_FALSE((Rect{10, 10, 11, 11}).IsEmpty());
