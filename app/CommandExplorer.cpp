@@ -4,7 +4,7 @@
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
 #include "foundation/Paths.h"
-#include "platform/qt/Shell.h"
+#include "platform/Shell.h"
 
 void CCommandExplorer::OnExecute(bool run) {
     if (path.empty())

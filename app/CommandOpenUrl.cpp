@@ -2,7 +2,7 @@
 #include "app/CommandOpenUrl.h"
 
 #include "foundation/ResString.h"
-#include "platform/qt/Shell.h"
+#include "platform/Shell.h"
 
 void CCommandOpenUrl::OnExecute(bool run) {
     if (!run)

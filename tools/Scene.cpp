@@ -27,35 +27,35 @@ double SmoothStep(double e0, double e1, double x) {
     return t * t * (3 - 2 * t);
 }
 
-u32 Hash(i32 x, i32 y, u32 seed) {
+u32 Hash(i32 x, i32 y, u32 variant) {
     u32 h =
-        static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^ seed * 0xCB1AB31Fu;
+        static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^ variant * 0xCB1AB31Fu;
     h ^= h >> 13;
     h *= 0x5BD1E995u;
     h ^= h >> 15;
     return h;
 }
 
-double Hash01(i32 x, i32 y, u32 seed) {
-    return (Hash(x, y, seed) & 0xFFFFFF) / 16777216.0;
+double Hash01(i32 x, i32 y, u32 variant) {
+    return (Hash(x, y, variant) & 0xFFFFFF) / 16777216.0;
 }
 
 // Smooth noise in [0, 1) on a unit lattice.
-double ValueNoise(double x, double y, u32 seed) {
+double ValueNoise(double x, double y, u32 variant) {
     const double fx = std::floor(x), fy = std::floor(y);
     const i32 ix = static_cast<i32>(fx), iy = static_cast<i32>(fy);
     double tx = x - fx, ty = y - fy;
     tx = tx * tx * (3 - 2 * tx);
     ty = ty * ty * (3 - 2 * ty);
-    const double a = Hash01(ix, iy, seed), b = Hash01(ix + 1, iy, seed);
-    const double c = Hash01(ix, iy + 1, seed), d = Hash01(ix + 1, iy + 1, seed);
+    const double a = Hash01(ix, iy, variant), b = Hash01(ix + 1, iy, variant);
+    const double c = Hash01(ix, iy + 1, variant), d = Hash01(ix + 1, iy + 1, variant);
     return a + (b - a) * tx + (c - a) * ty + (a - b - c + d) * tx * ty;
 }
 
-double Fbm(double x, double y, u32 seed, int octaves) {
+double Fbm(double x, double y, u32 variant, int octaves) {
     double sum = 0, amp = 0.5, norm = 0;
     for (int i = 0; i < octaves; ++i) {
-        sum += amp * ValueNoise(x, y, seed + i * 101);
+        sum += amp * ValueNoise(x, y, variant + i * 101);
         norm += amp;
         x *= 2.03;
         y *= 2.03;
@@ -67,9 +67,9 @@ double Fbm(double x, double y, u32 seed, int octaves) {
 // The picture in unit coordinates: u across, v down; `aspect` is width / height.
 class CPainter {
 public:
-    CPainter(i32 width, i32 height, u32 seed)
+    CPainter(i32 width, i32 height, u32 variant)
         : width_(width), height_(height), aspect_(static_cast<double>(width) / height),
-          seed_(seed) {}
+          variant_(variant) {}
 
     Rgb Pixel(double u, double v) const {
         Rgb c = v < kHorizon ? Land(u, v) : (v < ShoreLine(u) ? Lake(u, v) : Shore(u, v));
@@ -81,12 +81,12 @@ private:
 
     double FarRidge(double u) const {
         return 0.47 + 0.05 * std::sin(u * 7.1 + 1.3) + 0.025 * std::sin(u * 17.3 + 0.4) +
-               0.02 * (Fbm(u * 9, 3.5, seed_ + 11, 3) - 0.5);
+               0.02 * (Fbm(u * 9, 3.5, variant_ + 11, 3) - 0.5);
     }
 
     double NearRidge(double u) const {
         return 0.55 + 0.045 * std::sin(u * 4.3 + 2.1) + 0.02 * std::sin(u * 13.7) +
-               0.015 * (Fbm(u * 14, 7.5, seed_ + 12, 3) - 0.5);
+               0.015 * (Fbm(u * 14, 7.5, variant_ + 12, 3) - 0.5);
     }
 
     double ShoreLine(double u) const {
@@ -104,7 +104,7 @@ private:
         if (d < 0.045)
             c = Mix(c, Rgb{1.0, 0.98, 0.9}, SmoothStep(0.045, 0.04, d));
         // Clouds, denser towards the top.
-        const double n = Fbm(u * 6 * aspect_, v * 14, seed_ + 3, 5);
+        const double n = Fbm(u * 6 * aspect_, v * 14, variant_ + 3, 5);
         const double cover = SmoothStep(0.5, 0.72, n + 0.18 * (1 - v / kHorizon) - 0.05);
         const Rgb cloud =
             Mix(Rgb{0.97, 0.97, 0.98}, Rgb{0.62, 0.66, 0.74}, Clamp01((n - 0.55) * 3));
@@ -117,11 +117,11 @@ private:
         const double cell = u * kCells;
         const i32 i0 = static_cast<i32>(std::floor(cell));
         for (i32 i = i0 - 1; i <= i0 + 1; ++i) {
-            if (Hash01(i, 1, seed_ + 5) < 0.3 && i != 0 && i != kCells - 1)
+            if (Hash01(i, 1, variant_ + 5) < 0.3 && i != 0 && i != kCells - 1)
                 continue; // gaps, but always a tree at the left and right edges
-            const double trunk = (i + 0.2 + 0.6 * Hash01(i, 2, seed_ + 5)) / kCells;
+            const double trunk = (i + 0.2 + 0.6 * Hash01(i, 2, variant_ + 5)) / kCells;
             const double base = NearRidge(trunk) + 0.02;
-            const double top = base - 0.09 - 0.08 * Hash01(i, 3, seed_ + 5);
+            const double top = base - 0.09 - 0.08 * Hash01(i, 3, variant_ + 5);
             if (v < top || v > base)
                 continue;
             const double halfWidth = (v - top) / (base - top) * 0.022 / aspect_;
@@ -129,7 +129,7 @@ private:
             if (std::fabs(u - trunk) > halfWidth + edge)
                 continue;
             const double shade =
-                0.7 + 0.3 * (u < trunk ? 1.0 : 0.6) * Fbm(u * 300, v * 300, seed_, 2);
+                0.7 + 0.3 * (u < trunk ? 1.0 : 0.6) * Fbm(u * 300, v * 300, variant_, 2);
             out = Scale(Rgb{0.08, 0.24, 0.12}, shade);
             return true;
         }
@@ -142,13 +142,13 @@ private:
             return tree;
         const double near = NearRidge(u);
         if (v > near) {
-            const double t = Fbm(u * 40 * aspect_, v * 40, seed_ + 7, 4);
+            const double t = Fbm(u * 40 * aspect_, v * 40, variant_ + 7, 4);
             const Rgb grass = Mix(Rgb{0.22, 0.42, 0.16}, Rgb{0.36, 0.55, 0.22}, t);
             return Scale(grass, 0.85 + 0.25 * (v - near) / (kHorizon - near + 1e-6) * 0.5);
         }
         const double far = FarRidge(u);
         if (v > far) {
-            const double t = Fbm(u * 25 * aspect_, v * 25, seed_ + 8, 3);
+            const double t = Fbm(u * 25 * aspect_, v * 25, variant_ + 8, 3);
             return Mix(Rgb{0.38, 0.50, 0.58}, Rgb{0.50, 0.60, 0.64}, t);
         }
         return Sky(u, v);
@@ -162,7 +162,7 @@ private:
         const double mirrorV = std::max(0.0, 2 * kHorizon - v);
         Rgb c = Land(std::clamp(u + ripple, 0.0, 1.0), mirrorV);
         c = Mix(Scale(c, 0.8), Rgb{0.10, 0.22, 0.32}, 0.25 + 0.35 * depth);
-        const double sparkle = Fbm(u * 120 * aspect_, v * 600, seed_ + 9, 2);
+        const double sparkle = Fbm(u * 120 * aspect_, v * 600, variant_ + 9, 2);
         if (sparkle > 0.72)
             c = Mix(c, Rgb{0.95, 0.95, 0.9}, (sparkle - 0.72) * 2.5);
         return c;
@@ -170,7 +170,7 @@ private:
 
     // Sand and grass along the bottom, with rocks near both bottom corners.
     Rgb Shore(double u, double v) const {
-        const double t = Fbm(u * 90 * aspect_, v * 90, seed_ + 13, 4);
+        const double t = Fbm(u * 90 * aspect_, v * 90, variant_ + 13, 4);
         Rgb c = Mix(Rgb{0.60, 0.54, 0.40}, Rgb{0.30, 0.42, 0.18}, SmoothStep(0.35, 0.75, t));
         const double rocks[][3] = {{0.07, 0.95, 0.06},
                                    {0.16, 0.97, 0.035},
@@ -182,7 +182,7 @@ private:
             const double d = dx * dx + dy * dy;
             if (d < 1.0) {
                 const double lit =
-                    0.45 + 0.35 * (1 - dy) * 0.5 + 0.2 * Fbm(u * 400, v * 400, seed_ + 17, 2);
+                    0.45 + 0.35 * (1 - dy) * 0.5 + 0.2 * Fbm(u * 400, v * 400, variant_ + 17, 2);
                 c = Scale(Rgb{0.55, 0.53, 0.5}, lit);
             }
         }
@@ -196,7 +196,7 @@ private:
         if (x > 0.45)
             return under;
         const double dist = std::fabs(v - curve);
-        const double leaves = Fbm(x * 60, v * 60, seed_ + 21, 3);
+        const double leaves = Fbm(x * 60, v * 60, variant_ + 21, 3);
         const double reach = 0.012 + 0.06 * leaves * (0.45 - x) / 0.45;
         if (dist < 0.006 + 0.004 * (0.45 - x))
             return Rgb{0.20, 0.13, 0.08};
@@ -207,7 +207,7 @@ private:
 
     i32 width_, height_;
     double aspect_;
-    u32 seed_;
+    u32 variant_;
 };
 
 u8 ToByte(double v) {
@@ -216,18 +216,18 @@ u8 ToByte(double v) {
 
 } // namespace
 
-std::vector<u8> PaintScene(i32 width, i32 height, u32 seed) {
+std::vector<u8> PaintScene(i32 width, i32 height, u32 variant) {
     if (width <= 0 || height <= 0)
         return {};
     std::vector<u8> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 3);
-    const CPainter painter(width, height, seed);
+    const CPainter painter(width, height, variant);
     u8* p = pixels.data();
     for (i32 y = 0; y < height; ++y) {
         const double v = (y + 0.5) / height;
         for (i32 x = 0; x < width; ++x, p += 3) {
             const Rgb c = painter.Pixel((x + 0.5) / width, v);
             // Fine grain, as a camera sensor would add.
-            const double grain = (Hash01(x, y, seed + 99) - 0.5) * 0.03;
+            const double grain = (Hash01(x, y, variant + 99) - 0.5) * 0.03;
             p[0] = ToByte(c.r + grain);
             p[1] = ToByte(c.g + grain);
             p[2] = ToByte(c.b + grain);
