@@ -30,7 +30,8 @@ bool ParseBits(const std::wstring& text, const std::map<std::wstring, u32>& name
     size_t start = 0;
     while (start <= text.size()) {
         size_t comma = text.find(L',', start);
-        std::wstring name = text.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
+        std::wstring name =
+            text.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
         auto it = names.find(name);
         if (it == names.end())
             return false;
@@ -69,7 +70,8 @@ bool ParseShrink(const std::wstring& text, BatchOptions& out) {
     size_t x = text.find(L'x');
     u32 w = 0, h = 0;
     if (x == std::wstring::npos) {
-        if (!ParseUnsigned(w, text) || text.find(L'.') != std::wstring::npos || w == 0 || w > 0x7FFFFFFF)
+        if (!ParseUnsigned(w, text) || text.find(L'.') != std::wstring::npos || w == 0 ||
+            w > 0x7FFFFFFF)
             return false;
         out.shrinkType = 2;
         out.shrinkWidth = out.shrinkHeight = static_cast<i32>(w);
@@ -88,8 +90,10 @@ bool ParseShrink(const std::wstring& text, BatchOptions& out) {
 }
 
 bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
-    static const std::map<std::wstring, u32> cornerNames{{L"tl", 1}, {L"bl", 2}, {L"br", 4}, {L"tr", 8}};
-    static const std::map<std::wstring, u32> edgeNames{{L"left", 1}, {L"top", 2}, {L"right", 4}, {L"bottom", 8}};
+    static const std::map<std::wstring, u32> cornerNames{
+        {L"tl", 1}, {L"bl", 2}, {L"br", 4}, {L"tr", 8}};
+    static const std::map<std::wstring, u32> edgeNames{
+        {L"left", 1}, {L"top", 2}, {L"right", 4}, {L"bottom", 8}};
     if (name == L"shrink")
         return ParseShrink(value, out);
     if (name == L"radius" || name == L"blur") {
@@ -125,7 +129,8 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
     }
     if (name == L"quality") {
         u32 quality = 0;
-        if (value.find(L'.') != std::wstring::npos || !ParseUnsigned(quality, value) || quality > 100)
+        if (value.find(L'.') != std::wstring::npos || !ParseUnsigned(quality, value) ||
+            quality > 100)
             return false;
         out.jpegQuality = quality;
         return true;
@@ -140,7 +145,7 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 }
 
 bool IsValueOption(const std::wstring& name) {
-    static const wchar_t* names[] = {L"shrink", L"radius", L"blur", L"corners", L"edges",
+    static const wchar_t* names[] = {L"shrink",     L"radius", L"blur",    L"corners",  L"edges",
                                      L"background", L"format", L"quality", L"subfolder"};
     for (const wchar_t* n : names) {
         if (name == n)
@@ -157,7 +162,8 @@ std::wstring Message(u32 id, const std::wstring& argument) {
 
 } // namespace
 
-bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out, std::wstring& error) {
+bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
+                       std::wstring& error) {
     bool optionsEnded = false;
     for (size_t i = 0; i < args.size(); ++i) {
         std::wstring arg = WideFromUtf8(args[i]);

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "image/LengthValue.h"
 #include "foundation/Types.h"
+#include "image/LengthValue.h"
 
 class CSetting;
 
@@ -21,9 +21,9 @@ struct BatchOptions {
 
     // Overrides; an empty optional keeps the stored setting.
     std::optional<u32> shrinkType;
-    std::optional<i32> shrinkWidth, shrinkHeight;    // named (square) size, type 2
-    std::optional<i32> customWidth, customHeight;    // custom size, type 1
-    std::optional<LengthValue> radius, blurWidth;    // only the fields of the given unit are set
+    std::optional<i32> shrinkWidth, shrinkHeight; // named (square) size, type 2
+    std::optional<i32> customWidth, customHeight; // custom size, type 1
+    std::optional<LengthValue> radius, blurWidth; // only the fields of the given unit are set
     std::optional<u32> corners, edges;
     std::optional<u32> backgroundColor;
     std::optional<bool> transparent;
@@ -33,7 +33,8 @@ struct BatchOptions {
 };
 
 // Parses argv (UTF-8). On a bad option returns false with a message for the user in error.
-bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out, std::wstring& error);
+bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
+                       std::wstring& error);
 
 // Writes the overrides into settings (a copy of the stored ones).
 void ApplyBatchOptions(const BatchOptions& options, CSetting& settings);

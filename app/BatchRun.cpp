@@ -23,7 +23,9 @@ constexpr u32 kIdOutputIsSource = 62005;
 constexpr i32 kIdFileNotFound = 189;
 constexpr i32 kIdNoEncoder = 190;
 
-void Say(std::ostream& stream, const std::wstring& text) { stream << Utf8FromWide(text) << '\n'; }
+void Say(std::ostream& stream, const std::wstring& text) {
+    stream << Utf8FromWide(text) << '\n';
+}
 
 std::wstring Text(u32 id, const std::wstring& argument = {}) {
     std::wstring text;
@@ -72,7 +74,8 @@ std::vector<PlannedTask> PlanTasks(const BatchOptions& options, const CSetting& 
 
 } // namespace
 
-int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream& out, std::ostream& err) {
+int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream& out,
+             std::ostream& err) {
     if (options.files.empty()) {
         Say(err, Text(kIdNoFiles));
         return exitcode::kUsage;

@@ -35,7 +35,8 @@ size_t AfterLastSeparator(const std::wstring& path) {
 
 } // namespace
 
-void CLunavexTask::Init(const std::wstring& input, const std::wstring& output, CLunavexTaskClient* taskClient) {
+void CLunavexTask::Init(const std::wstring& input, const std::wstring& output,
+                        CLunavexTaskClient* taskClient) {
     errorId = 0;
     errorText.clear();
     inputPath = input;
@@ -61,9 +62,15 @@ void CLunavexTask::SetRound(const RoundSettings& settings) {
     roundStep.blurWidth = settings.blurWidth;
 }
 
-HResult CLunavexTask::PrepareBmpEncoder() { return PrepareEncoder(0, 0); }
-HResult CLunavexTask::PrepareJpegEncoder(u32 quality) { return PrepareEncoder(2, quality); }
-HResult CLunavexTask::PreparePngEncoder() { return PrepareEncoder(1, 0); }
+HResult CLunavexTask::PrepareBmpEncoder() {
+    return PrepareEncoder(0, 0);
+}
+HResult CLunavexTask::PrepareJpegEncoder(u32 quality) {
+    return PrepareEncoder(2, quality);
+}
+HResult CLunavexTask::PreparePngEncoder() {
+    return PrepareEncoder(1, 0);
+}
 
 HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
     return ::PrepareEncoder(saveType, jpegQuality, saver, keepsAlpha);
@@ -128,7 +135,9 @@ void CLunavexTask::Process(CDibPtr image) {
     result = opaque;
 }
 
-void CLunavexTask::Fail(i32 id, HResult code) { Fail(id, code, std::wstring()); }
+void CLunavexTask::Fail(i32 id, HResult code) {
+    Fail(id, code, std::wstring());
+}
 
 void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
     std::wstring message;
@@ -143,7 +152,8 @@ void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
 }
 
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings) {
-    std::wstring subFolder = settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
+    std::wstring subFolder =
+        settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
     if (subFolder.empty())
         throw my::CCtrlException(CtrlForId(kSubFolderControl), kIdEmptySubFolder);
     size_t nameStart = AfterLastSeparator(sourcePath);

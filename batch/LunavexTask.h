@@ -38,7 +38,8 @@ public:
     CLunavexTask(const CLunavexTask&) = delete;
     CLunavexTask& operator=(const CLunavexTask&) = delete;
 
-    void Init(const std::wstring& inputPath, const std::wstring& outputFile, CLunavexTaskClient* client);
+    void Init(const std::wstring& inputPath, const std::wstring& outputFile,
+              CLunavexTaskClient* client);
     void SetShrink(const ShrinkSettings& settings);
     void SetRound(const RoundSettings& settings);
 

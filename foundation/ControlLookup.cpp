@@ -5,6 +5,10 @@ namespace {
 CtrlResolver g_resolver = nullptr;
 }
 
-void SetCtrlResolver(CtrlResolver resolver) { g_resolver = resolver; }
+void SetCtrlResolver(CtrlResolver resolver) {
+    g_resolver = resolver;
+}
 
-CtrlHandle CtrlForId(i32 controlId) { return g_resolver ? g_resolver(controlId) : nullptr; }
+CtrlHandle CtrlForId(i32 controlId) {
+    return g_resolver ? g_resolver(controlId) : nullptr;
+}

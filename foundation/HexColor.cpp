@@ -22,12 +22,21 @@ bool ParseHexColor(u32& out, const std::wstring& text) {
         if (HexDigit(c) < 0)
             return false;
     }
-    auto byteAt = [&](size_t i) { return static_cast<u32>(HexDigit(text[i]) * 16 + HexDigit(text[i + 1])); };
+    auto byteAt = [&](size_t i) {
+        return static_cast<u32>(HexDigit(text[i]) * 16 + HexDigit(text[i + 1]));
+    };
     switch (text.size()) {
-    case 1: out = static_cast<u32>(HexDigit(text[0])) * 0x010101u; return true;
-    case 2: out = byteAt(0) * 0x010101u; return true;
-    case 6: out = byteAt(0) | byteAt(2) << 8 | byteAt(4) << 16; return true;
-    default: return false;
+    case 1:
+        out = static_cast<u32>(HexDigit(text[0])) * 0x010101u;
+        return true;
+    case 2:
+        out = byteAt(0) * 0x010101u;
+        return true;
+    case 6:
+        out = byteAt(0) | byteAt(2) << 8 | byteAt(4) << 16;
+        return true;
+    default:
+        return false;
     }
 }
 

@@ -24,9 +24,9 @@ boost::shared_ptr<CLogFile> g_log;
 } // namespace
 
 std::codecvt_base::result utf16_codecvt::do_out(state_type&, const intern_type* from,
-                                                const intern_type* fromEnd, const intern_type*& fromNext,
-                                                extern_type* to, extern_type* toEnd,
-                                                extern_type*& toNext) const {
+                                                const intern_type* fromEnd,
+                                                const intern_type*& fromNext, extern_type* to,
+                                                extern_type* toEnd, extern_type*& toNext) const {
     for (; from != fromEnd; ++from) {
         char32_t c = static_cast<char32_t>(*from);
         if (c == U'\r')
@@ -56,7 +56,9 @@ std::codecvt_base::result utf16_codecvt::do_unshift(state_type&, extern_type* to
     return noconv;
 }
 
-utf16_filebuf::utf16_filebuf() { pubimbue(Utf16Locale()); }
+utf16_filebuf::utf16_filebuf() {
+    pubimbue(Utf16Locale());
+}
 
 bool utf16_filebuf::OpenTruncated(const std::string& path) {
     return open(path, std::ios::out | std::ios::binary | std::ios::trunc) != nullptr;
@@ -103,7 +105,9 @@ void CLogFile::Write(const std::wstring& text) {
     flush();
 }
 
-boost::shared_ptr<CLogFile> TheLog() { return g_log; }
+boost::shared_ptr<CLogFile> TheLog() {
+    return g_log;
+}
 
 void StartLog() {
     g_log.reset(new CLogFile);

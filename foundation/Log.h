@@ -19,7 +19,8 @@ protected:
     result do_out(state_type& state, const intern_type* from, const intern_type* fromEnd,
                   const intern_type*& fromNext, extern_type* to, extern_type* toEnd,
                   extern_type*& toNext) const override;
-    result do_unshift(state_type&, extern_type* to, extern_type*, extern_type*& toNext) const override;
+    result do_unshift(state_type&, extern_type* to, extern_type*,
+                      extern_type*& toNext) const override;
     int do_encoding() const noexcept override { return 0; }
     bool do_always_noconv() const noexcept override { return false; }
     int do_max_length() const noexcept override { return 4; }

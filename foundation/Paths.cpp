@@ -14,7 +14,9 @@ namespace {
 
 PathStyle g_style = PathStyle::Posix;
 
-bool IsAsciiLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
+bool IsAsciiLetter(wchar_t c) {
+    return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
+}
 
 size_t LastSeparator(const std::wstring& path) {
     for (size_t i = path.size(); i > 0; --i) {
@@ -32,14 +34,20 @@ bool StatPath(const std::wstring& path, struct stat& st) {
 
 } // namespace
 
-PathStyle CurrentPathStyle() { return g_style; }
-void SetPathStyle(PathStyle style) { g_style = style; }
+PathStyle CurrentPathStyle() {
+    return g_style;
+}
+void SetPathStyle(PathStyle style) {
+    g_style = style;
+}
 
 bool IsPathSeparator(wchar_t c) {
     return c == L'/' || (g_style == PathStyle::Windows && c == L'\\');
 }
 
-wchar_t PathSeparator() { return g_style == PathStyle::Windows ? L'\\' : L'/'; }
+wchar_t PathSeparator() {
+    return g_style == PathStyle::Windows ? L'\\' : L'/';
+}
 
 void AppendPath(std::wstring& path, const std::wstring& name) {
     if (!path.empty()) {
@@ -133,7 +141,8 @@ bool IsRootLike(const std::wstring& path) {
         path[path.size() - 2] == L':')
         return true;
     // A bare name, or on this platform the root "/" itself.
-    return LastSeparator(path) == std::wstring::npos || (g_style == PathStyle::Posix && path == L"/");
+    return LastSeparator(path) == std::wstring::npos ||
+           (g_style == PathStyle::Posix && path == L"/");
 }
 
 i32 CreateFolderTree(const std::wstring& path) {
@@ -154,7 +163,7 @@ i32 CreateFolderTree(const std::wstring& path) {
     // Something that is not a folder stands in the way: create_directories says EEXIST, which
     // would otherwise read as "already exists" and count as success.
     if (ec.value() == EEXIST)
-        return 80;  // ERROR_FILE_EXISTS
+        return 80; // ERROR_FILE_EXISTS
     return static_cast<i32>(Win32FromErrno(ec.value()));
 }
 

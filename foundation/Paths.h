@@ -29,7 +29,7 @@ bool SplitFileName(const std::wstring& path, std::wstring& base, std::wstring& e
 // The text before the last separator; empty without one.
 std::wstring ParentPath(const std::wstring& path);
 
-bool FileExists(const std::wstring& path);  // files and folders
+bool FileExists(const std::wstring& path); // files and folders
 bool IsDirectory(const std::wstring& path);
 bool IsExistingFile(const std::wstring& path);
 bool IsDrivePath(const std::wstring& path);

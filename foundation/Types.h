@@ -15,16 +15,20 @@ using HResult = u32;
 
 namespace hr {
 constexpr HResult kOk = 0;
-constexpr HResult kFail = 0x80004005;          // unspecified failure
-constexpr HResult kNotImpl = 0x80004001;       // cannot decode, failed scale
-constexpr HResult kInvalidArg = 0x80070057;    // not a 32-bit image
-constexpr HResult kOutOfMemory = 0x8007000E;   // allocation failed, file too large
+constexpr HResult kFail = 0x80004005;        // unspecified failure
+constexpr HResult kNotImpl = 0x80004001;     // cannot decode, failed scale
+constexpr HResult kInvalidArg = 0x80070057;  // not a 32-bit image
+constexpr HResult kOutOfMemory = 0x8007000E; // allocation failed, file too large
 constexpr HResult kNotEnoughMemory = 0x80070008;
-constexpr HResult kAborted = 0x800703E3;       // ERROR_OPERATION_ABORTED as a result code
+constexpr HResult kAborted = 0x800703E3; // ERROR_OPERATION_ABORTED as a result code
 } // namespace hr
 
-inline bool Failed(HResult code) { return static_cast<i32>(code) < 0; }
-inline bool Succeeded(HResult code) { return static_cast<i32>(code) >= 0; }
+inline bool Failed(HResult code) {
+    return static_cast<i32>(code) < 0;
+}
+inline bool Succeeded(HResult code) {
+    return static_cast<i32>(code) >= 0;
+}
 
 // A positive Win32 code as a result code; zero and negative values pass unchanged.
 inline HResult ResultFromWin32(i32 code) {

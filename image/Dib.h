@@ -11,10 +11,10 @@
 struct BitmapInfoHeader {
     u32 biSize = 0;
     i32 biWidth = 0;
-    i32 biHeight = 0;  // positive: bottom-up rows
+    i32 biHeight = 0; // positive: bottom-up rows
     u16 biPlanes = 0;
     u16 biBitCount = 0;
-    u32 biCompression = 0;  // 0 = uncompressed RGB, 3 = bit fields
+    u32 biCompression = 0; // 0 = uncompressed RGB, 3 = bit fields
     u32 biSizeImage = 0;
     i32 biXPelsPerMeter = 0;
     i32 biYPelsPerMeter = 0;
@@ -51,7 +51,9 @@ public:
     void PremultiplyAlpha();
 
     BitmapInfoHeader* Header() { return reinterpret_cast<BitmapInfoHeader*>(header_); }
-    const BitmapInfoHeader* Header() const { return reinterpret_cast<const BitmapInfoHeader*>(header_); }
+    const BitmapInfoHeader* Header() const {
+        return reinterpret_cast<const BitmapInfoHeader*>(header_);
+    }
     u8* Bits() { return bits_; }
     const u8* Bits() const { return bits_; }
 
@@ -62,7 +64,9 @@ public:
     u32 Stride() const;
     // Address of pixel (x, y), y counted from the top; 32-bit bottom-up images only.
     u8* PixelAt(i32 x, i32 y) { return bits_ + RowOffset(y) + static_cast<size_t>(x) * 4; }
-    const u8* PixelAt(i32 x, i32 y) const { return bits_ + RowOffset(y) + static_cast<size_t>(x) * 4; }
+    const u8* PixelAt(i32 x, i32 y) const {
+        return bits_ + RowOffset(y) + static_cast<size_t>(x) * 4;
+    }
 
 protected:
     size_t RowOffset(i32 y) const { return static_cast<size_t>(Height() - y - 1) * Stride(); }
@@ -89,7 +93,8 @@ using CPixelRangePair = std::pair<CPixelRange, CPixelRange>;
 
 // Line by line from (x, y): pixelStep -4 with flipX else +4; lineStep +stride with flipY (one row
 // up on the screen) else -stride. Empty (all zero) for a bad image or a start outside it.
-CPixelRangePair MakePixelRange(CDib& dib, i32 x, i32 y, u32 width, u32 height, bool flipX, bool flipY);
+CPixelRangePair MakePixelRange(CDib& dib, i32 x, i32 y, u32 width, u32 height, bool flipX,
+                               bool flipY);
 // Column by column from (x, y): lineStep -4 with flipX else +4, pixelStep -stride (downward),
 // pixelsPerLine = rows.
 CPixelRangePair MakeColumnRange(CDib& dib, i32 x, i32 y, u32 columns, u32 rows, bool flipX);

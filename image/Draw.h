@@ -8,10 +8,10 @@
 // Interpolation modes, numbered as the logic names them.
 namespace interp {
 constexpr i32 kDefault = 0;
-constexpr i32 kHighQuality = 2;          // shrinking for output: Lanczos 3
+constexpr i32 kHighQuality = 2; // shrinking for output: Lanczos 3
 constexpr i32 kNearestNeighbor = 5;
 constexpr i32 kHighQualityBilinear = 6;
-constexpr i32 kHighQualityBicubic = 7;   // loading and painting: cubic
+constexpr i32 kHighQualityBicubic = 7; // loading and painting: cubic
 } // namespace interp
 
 // Draws the src rectangle of `source` over the dst rectangle of `target` (both 32-bit), blending
@@ -22,7 +22,8 @@ bool DrawImageRect(const CDib& source, const Rect& src, CDib& target, const Rect
 
 // Makes `dib` a cleared 32-bit image of `size` and draws the src rectangle of `source` into it.
 // 0x80070008 when the image cannot be made or the draw fails.
-HResult DrawImageIntoDib(const CDib& source, const Rect& src, CDib& dib, Size size, i32 interpolation);
+HResult DrawImageIntoDib(const CDib& source, const Rect& src, CDib& dib, Size size,
+                         i32 interpolation);
 
 // Gives `dst` the header of `src` with the new size and bit count, clears it and draws the srcRect
 // of `src` into it. 0x80070008 when the image cannot be made, 0x80070057 when the draw fails.

@@ -24,10 +24,14 @@ i32 ShellValueOfXdgOpen(int status, int startErrno) {
     if (status < 0)
         return startErrno == ENOMEM ? 8 : 31;
     switch (status) {
-    case 0: return 42;
-    case 1: return 11;
-    case 2: return 2;
-    default: return 31;
+    case 0:
+        return 42;
+    case 1:
+        return 11;
+    case 2:
+        return 2;
+    default:
+        return 31;
     }
 }
 
@@ -60,19 +64,31 @@ i32 ShellResultToWin32(i32 value) {
         return win32::kSuccess;
     switch (value) {
     case 0:
-    case 8: return win32::kOutOfMemory;
-    case 2: return win32::kFileNotFound;
-    case 3: return win32::kPathNotFound;
-    case 5: return win32::kAccessDenied;
-    case 11: return win32::kBadFormat;
-    case 26: return win32::kSharingViolation;
+    case 8:
+        return win32::kOutOfMemory;
+    case 2:
+        return win32::kFileNotFound;
+    case 3:
+        return win32::kPathNotFound;
+    case 5:
+        return win32::kAccessDenied;
+    case 11:
+        return win32::kBadFormat;
+    case 26:
+        return win32::kSharingViolation;
     case 27:
-    case 31: return win32::kNoAssociation;
-    case 28: return win32::kTimeout;
-    case 29: return win32::kDdeFail;
-    case 30: return win32::kBusy;
-    case 32: return win32::kDllNotFound;
-    default: return win32::kInvalidFunction;
+    case 31:
+        return win32::kNoAssociation;
+    case 28:
+        return win32::kTimeout;
+    case 29:
+        return win32::kDdeFail;
+    case 30:
+        return win32::kBusy;
+    case 32:
+        return win32::kDllNotFound;
+    default:
+        return win32::kInvalidFunction;
     }
 }
 

@@ -29,7 +29,7 @@ std::span<const unsigned char> FindBinaryResource(u32 name, std::string_view typ
 struct VersionBlock {
     // Pairs of (language, code page), as in the translation table of a version resource.
     std::span<const u16> translations;
-    const wchar_t* productVersion;  // "1.0.0.0"
+    const wchar_t* productVersion; // "1.0.0.0"
     const wchar_t* legalCopyright;
     const wchar_t* fileDescription;
 };

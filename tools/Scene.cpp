@@ -28,8 +28,8 @@ double SmoothStep(double e0, double e1, double x) {
 }
 
 u32 Hash(i32 x, i32 y, u32 variant) {
-    u32 h =
-        static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^ variant * 0xCB1AB31Fu;
+    u32 h = static_cast<u32>(x) * 0x8DA6B343u ^ static_cast<u32>(y) * 0xD8163841u ^
+            variant * 0xCB1AB31Fu;
     h ^= h >> 13;
     h *= 0x5BD1E995u;
     h ^= h >> 15;

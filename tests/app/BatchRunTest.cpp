@@ -55,7 +55,8 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(s.shrink.shrinkType, 1u);
     EXPECT_EQ(s.shrink.customWidth, 800);
     EXPECT_EQ(s.shrink.customHeight, 600);
-    EXPECT_EQ(s.round.radius, (LengthValue{1, 100, 50})) << "5 % is 50 thousandths; the pixel number stays";
+    EXPECT_EQ(s.round.radius, (LengthValue{1, 100, 50}))
+        << "5 % is 50 thousandths; the pixel number stays";
     EXPECT_EQ(s.round.blurWidth, (LengthValue{0, 25, 10}));
     EXPECT_EQ(s.round.corners, 1u | 4u);
     EXPECT_EQ(s.round.edges, 0u);
@@ -74,9 +75,17 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(t.shrink.shrinkHeight, 640);
     EXPECT_EQ(t.saveType, 2u);
 
-    for (std::vector<std::string> bad : {std::vector<std::string>{"--quality=101"}, {"--radius=-1"}, {"--radius=.5"},
-                                         {"--corners=top"}, {"--background=FFF"}, {"--format=gif"},
-                                         {"--shrink=0"}, {"--subfolder="}, {"--frobnicate"}, {"-x"}, {"--quality"}}) {
+    for (std::vector<std::string> bad : {std::vector<std::string>{"--quality=101"},
+                                         {"--radius=-1"},
+                                         {"--radius=.5"},
+                                         {"--corners=top"},
+                                         {"--background=FFF"},
+                                         {"--format=gif"},
+                                         {"--shrink=0"},
+                                         {"--subfolder="},
+                                         {"--frobnicate"},
+                                         {"-x"},
+                                         {"--quality"}}) {
         lvx::BatchOptions options;
         std::wstring error;
         EXPECT_FALSE(lvx::ParseBatchOptions(bad, options, error)) << bad[0];
@@ -92,10 +101,11 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     auto dir = FreshDir("cli");
     ASSERT_TRUE(Write(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
     ASSERT_TRUE(Write(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
-    CSetting settings;  // defaults: JPEG quality 80 into "round", radius 10, blur 1
+    CSetting settings; // defaults: JPEG quality 80 into "round", radius 10, blur 1
     auto options = Parse({(dir / "one.jpg").string(), (dir / "two.png").string()});
     ASSERT_EQ(Run(options, settings), lvx::exitcode::kConverted) << err.str();
-    EXPECT_EQ(out.str(), (dir / "round" / "one.jpg").string() + "\n" + (dir / "round" / "two.jpg").string() + "\n");
+    EXPECT_EQ(out.str(), (dir / "round" / "one.jpg").string() + "\n" +
+                             (dir / "round" / "two.jpg").string() + "\n");
 
     // The same conversion through a task, as the window runs it, gives the same bytes.
     auto reference = FreshDir("cli-reference");
@@ -131,7 +141,8 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     // A missing file or a folder stops the run before any folder is made.
     EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "missing.png").string()}), settings),
               lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(), Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir / "missing.png")) + "\n");
+    EXPECT_EQ(err.str(),
+              Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir / "missing.png")) + "\n");
     EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 
@@ -139,7 +150,8 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     settings.saveType = 1;
     settings.subFolders.Add(L".");
     EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_NE(err.str().find(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました")), std::string::npos);
+    EXPECT_NE(err.str().find(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました")),
+              std::string::npos);
     CDibPtr still;
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
 }
@@ -150,8 +162,10 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
     std::ofstream(dir / "b.png") << "not an image";
     ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
     CSetting settings;
-    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "b.png").string(), (dir / "c.png").string()}), settings),
-              lvx::exitcode::kTaskFailed);
+    EXPECT_EQ(
+        Run(Parse({(dir / "a.png").string(), (dir / "b.png").string(), (dir / "c.png").string()}),
+            settings),
+        lvx::exitcode::kTaskFailed);
     EXPECT_EQ(out.str(), (dir / "round" / "a.jpg").string() + "\n");
     EXPECT_EQ(err.str().rfind(Utf8FromWide(L"画像の読み込みに失敗しました - "), 0), 0u);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));

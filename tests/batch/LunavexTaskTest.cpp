@@ -34,8 +34,9 @@ protected:
     }
 
     // Runs a task on source into output with the save type; returns the task.
-    static boost::shared_ptr<lvx::CLunavexTask> RunTask(const std::wstring& source, const std::wstring& output,
-                                                        u32 saveType, const RoundSettings& round,
+    static boost::shared_ptr<lvx::CLunavexTask> RunTask(const std::wstring& source,
+                                                        const std::wstring& output, u32 saveType,
+                                                        const RoundSettings& round,
                                                         const ShrinkSettings& shrink = {}) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
         task->Init(source, output, nullptr);
@@ -64,9 +65,11 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     CDibPtr png = Load(W(dir / "out" / "opaque.png"));
     ASSERT_TRUE(png);
     const u8* corner = png->PixelAt(0, 0);
-    EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}), (std::array<u8, 4>{0, 255, 0, 255}));
+    EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}),
+              (std::array<u8, 4>{0, 255, 0, 255}));
     const u8* mid = png->PixelAt(20, 15);
-    EXPECT_EQ((std::array<u8, 4>{mid[0], mid[1], mid[2], mid[3]}), (std::array<u8, 4>{40, 30, 200, 255}));
+    EXPECT_EQ((std::array<u8, 4>{mid[0], mid[1], mid[2], mid[3]}),
+              (std::array<u8, 4>{40, 30, 200, 255}));
 
     // PNG with transparent: no fill, the corner keeps alpha 0 in the file.
     task = RunTask(src, W(dir / "out" / "clear.png"), 1, RoundOverGreen(true));
@@ -81,8 +84,10 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     ASSERT_EQ(task->errorId, 0);
     task = RunTask(src, W(dir / "out" / "b.jpg"), 2, RoundOverGreen(true));
     ASSERT_EQ(task->errorId, 0);
-    std::ifstream a(dir / "out" / "a.jpg", std::ios::binary), b(dir / "out" / "b.jpg", std::ios::binary);
-    std::string bytesA((std::istreambuf_iterator<char>(a)), {}), bytesB((std::istreambuf_iterator<char>(b)), {});
+    std::ifstream a(dir / "out" / "a.jpg", std::ios::binary),
+        b(dir / "out" / "b.jpg", std::ios::binary);
+    std::string bytesA((std::istreambuf_iterator<char>(a)), {}),
+        bytesB((std::istreambuf_iterator<char>(b)), {});
     ASSERT_GT(bytesA.size(), 100u);
     EXPECT_EQ(bytesA, bytesB);
     CDibPtr jpeg = Load(W(dir / "out" / "a.jpg"));
@@ -105,7 +110,8 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
     shrink.shrinkType = 2;
     shrink.shrinkWidth = shrink.shrinkHeight = 640;
     RoundSettings round = RoundOverGreen(true);
-    round.radius = LengthValue{1, 100, 50};  // 5 % of the short edge: 24 px after the shrink, 30 before
+    round.radius =
+        LengthValue{1, 100, 50}; // 5 % of the short edge: 24 px after the shrink, 30 before
     auto task = RunTask(W(dir / "big.png"), W(dir / "round" / "big.png"), 1, round, shrink);
     ASSERT_EQ(task->errorId, 0);
     CDibPtr out = Load(W(dir / "round" / "big.png"));
@@ -133,14 +139,16 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     // A text file: 201 with the decoder's text and the path; the sub-folder made first stays.
     task = RunTask(W(dir / "notes.txt"), W(dir / "sub" / "notes.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 201);
-    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80004001) + L"\n\n" + W(dir / "notes.txt"));
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80004001) +
+                                   L"\n\n" + W(dir / "notes.txt"));
     EXPECT_TRUE(std::filesystem::is_directory(dir / "sub"));
     EXPECT_FALSE(std::filesystem::exists(dir / "sub" / "notes.png"));
 
     // A file that is gone: 201 with the system's "not found" text.
     task = RunTask(W(dir / "gone.png"), W(dir / "sub" / "gone.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 201);
-    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) + L"\n\n" + W(dir / "gone.png"));
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) +
+                                   L"\n\n" + W(dir / "gone.png"));
 
     // A folder that cannot be made: 58998 with the system text and the folder.
     std::ofstream(dir / "blocker") << "x";
@@ -171,13 +179,16 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, unknown);
     EXPECT_EQ(task->errorId, 59336);
     EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
-    EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png")) << "nothing is saved after a failure";
+    EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
+        << "nothing is saved after a failure";
 }
 
 TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
     struct Recorder : lvx::CLunavexTaskClient {
         std::vector<i32> ids;
-        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask> task) override { ids.push_back(task->errorId); }
+        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask> task) override {
+            ids.push_back(task->errorId);
+        }
     } recorder;
     auto dir = FreshDir("client");
     ASSERT_TRUE(Write(*Solid(4, 4, 1, 2, 3), L"image/png", dir / "a.png"));

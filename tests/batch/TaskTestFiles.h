@@ -15,13 +15,16 @@ namespace testfiles {
 
 // A fresh folder below the system's temporary folder, unique to this process and name.
 inline std::filesystem::path FreshDir(const std::string& name) {
-    auto dir = std::filesystem::temp_directory_path() / ("lvx-batch-" + std::to_string(::getpid())) / name;
+    auto dir =
+        std::filesystem::temp_directory_path() / ("lvx-batch-" + std::to_string(::getpid())) / name;
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     return dir;
 }
 
-inline std::wstring W(const std::filesystem::path& path) { return FromFileSystemPath(path.string()); }
+inline std::wstring W(const std::filesystem::path& path) {
+    return FromFileSystemPath(path.string());
+}
 
 // A 32-bit image whose pixel (x, y) (y from the top) is given as {b, g, r, a} by paint.
 inline CDibPtr MakeImage(i32 w, i32 h, const std::function<void(i32, i32, u8*)>& paint) {

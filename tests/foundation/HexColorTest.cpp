@@ -14,7 +14,8 @@ TEST(HexColorTest, ParsesOneTwoAndSixDigitsAndRefusesTheRest) {
     EXPECT_TRUE(ParseHexColor(c, L"0a0B0c"));
     EXPECT_EQ(c, 0x0C0B0Au);
     c = 7;
-    for (const wchar_t* bad : {L"", L"FFF", L"FFFF", L"FFFFF", L"FFFFFFF", L"GG", L" FF", L"#FFFFFF"}) {
+    for (const wchar_t* bad :
+         {L"", L"FFF", L"FFFF", L"FFFFF", L"FFFFFFF", L"GG", L" FF", L"#FFFFFF"}) {
         EXPECT_FALSE(ParseHexColor(c, bad)) << bad;
         EXPECT_EQ(c, 7u);
     }

@@ -19,7 +19,8 @@ std::vector<unsigned char> ReadBytes(const std::filesystem::path& path) {
 }
 
 std::filesystem::path TempDir(const char* name) {
-    auto dir = std::filesystem::temp_directory_path() / ("lvx-log-" + std::to_string(::getpid())) / name;
+    auto dir =
+        std::filesystem::temp_directory_path() / ("lvx-log-" + std::to_string(::getpid())) / name;
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     return dir;
@@ -67,7 +68,7 @@ TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
 TEST(LogTest, AFolderThatCannotBeMadeLeavesAClosedStreamAndGoesOn) {
     auto dir = TempDir("blocked");
     std::ofstream(dir / "file") << "x";
-    ::setenv("XDG_STATE_HOME", (dir / "file").c_str(), 1);  // a file where the folder should be
+    ::setenv("XDG_STATE_HOME", (dir / "file").c_str(), 1); // a file where the folder should be
     StartLog();
     ASSERT_TRUE(TheLog());
     EXPECT_FALSE(TheLog()->good());

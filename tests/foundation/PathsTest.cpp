@@ -18,7 +18,8 @@ public:
 };
 
 std::filesystem::path TempDir(const char* name) {
-    auto dir = std::filesystem::temp_directory_path() / ("lvx-paths-" + std::to_string(::getpid())) / name;
+    auto dir =
+        std::filesystem::temp_directory_path() / ("lvx-paths-" + std::to_string(::getpid())) / name;
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     return dir;
@@ -70,7 +71,7 @@ TEST(PathsTest, WindowsRulesThroughTheStyleSetting) {
     WindowsStyle style;
     std::wstring p = L"C:";
     AppendPath(p, L"x");
-    EXPECT_EQ(p, L"C:x");  // relative to the drive
+    EXPECT_EQ(p, L"C:x"); // relative to the drive
     p = L"C:\\a/";
     AppendPath(p, L"x");
     EXPECT_EQ(p, L"C:\\a/x");
@@ -100,7 +101,7 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     std::wstring deep = FromFileSystemPath((dir / "a" / "b" / "c").string());
     EXPECT_EQ(CreateFolderTree(deep), 0);
     EXPECT_TRUE(IsDirectory(deep));
-    EXPECT_EQ(CreateFolderTree(deep), 0);  // exists already
+    EXPECT_EQ(CreateFolderTree(deep), 0); // exists already
 
     std::wstring file = FromFileSystemPath((dir / "file").string());
     std::ofstream(dir / "file") << "x";

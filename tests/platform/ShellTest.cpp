@@ -44,7 +44,8 @@ protected:
         auto path = dir_ / "bin" / name;
         std::ofstream(path) << "#!/bin/sh\necho \"" << name << "\" >> '" << log_.string()
                             << "'\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '" << log_.string()
-                            << "'; done\necho -- >> '" << log_.string() << "'\nexit ${" << statusVar << ":-0}\n";
+                            << "'; done\necho -- >> '" << log_.string() << "'\nexit ${" << statusVar
+                            << ":-0}\n";
         ::chmod(path.c_str(), 0755);
     }
 
@@ -72,7 +73,8 @@ TEST_F(ShellTest, AFailedOpenThrowsWithTheSystemTextAndWhatWasToBeOpened) {
     } catch (const my::CException& e) {
         EXPECT_EQ(e.id, 58831);
         EXPECT_EQ(e.hr, 0x80070002u);
-        EXPECT_EQ(e.text, L"ファイルを開けませんでした - " + ResultText(0x80070002) + L"\n\n/nowhere/x.png ");
+        EXPECT_EQ(e.text, L"ファイルを開けませんでした - " + ResultText(0x80070002) +
+                              L"\n\n/nowhere/x.png ");
     }
     ::setenv("XDG_OPEN_STATUS", "3", 1);
     try {
@@ -88,9 +90,11 @@ TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsCommaIntact) {
     std::ofstream(file) << "x";
     ShowInExplorer(FromFileSystemPath(file.string()));
     std::string uri = "file://" + dir_.string() + "/a%2Cb%20c.png";
-    EXPECT_EQ(Calls(), "gdbus\ncall\n--session\n--dest\norg.freedesktop.FileManager1\n--object-path\n"
-                       "/org/freedesktop/FileManager1\n--method\norg.freedesktop.FileManager1.ShowItems\n['" +
-                           uri + "']\n\n--\n");
+    EXPECT_EQ(
+        Calls(),
+        "gdbus\ncall\n--session\n--dest\norg.freedesktop.FileManager1\n--object-path\n"
+        "/org/freedesktop/FileManager1\n--method\norg.freedesktop.FileManager1.ShowItems\n['" +
+            uri + "']\n\n--\n");
 }
 
 TEST_F(ShellTest, WithoutAFileManagerTheFolderOpens) {
