@@ -102,6 +102,7 @@ int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream
     }
     for (const PlannedTask& p : planned) {
         p.task->Run();
+        p.task->ReleaseImages();
         if (p.task->errorId != 0) {
             Say(err, p.task->errorText);
             return exitcode::kTaskFailed;

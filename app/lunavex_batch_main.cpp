@@ -3,17 +3,16 @@
 #include <string>
 #include <vector>
 
-#include <vips/vips8>
-
 #include "app/BatchOptions.h"
 #include "app/BatchRun.h"
 #include "batch/Setting.h"
 #include "foundation/Utf8.h"
+#include "image/Codec.h"
 #include "persist/Settings.h"
 #include "resources/Version.h"
 
 int main(int argc, char** argv) {
-    if (VIPS_INIT(argv[0]))
+    if (!EnsureVipsStarted())
         return 1;
     std::vector<std::string> args(argv + 1, argv + argc);
     lvx::BatchOptions options;
@@ -35,6 +34,6 @@ int main(int argc, char** argv) {
     CSetting settings = TheSetting();
     lvx::ApplyBatchOptions(options, settings);
     int code = lvx::RunBatch(options, settings, std::cout, std::cerr);
-    vips_shutdown();
+    StopVips();
     return code;
 }

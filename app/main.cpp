@@ -1,12 +1,12 @@
 // The entry point of the window program: the program's life on its main thread, in its fixed
 // order of start and end.
-#include <vips/vips8>
 
 #include <QApplication>
 #include <QMetaObject>
 
 #include "app/CommandTable.h"
 #include "foundation/Log.h"
+#include "image/Codec.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
@@ -22,8 +22,7 @@ int Run(char* programPath) {
     QApplication application(argc, argv);
     application.setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(AppIcon());
-    if (VIPS_INIT(programPath) != 0)
-        vips_error_clear();
+    EnsureVipsStarted();
     StartLog();
     int code = 1;
     {
@@ -37,7 +36,7 @@ int Run(char* programPath) {
         code = application.exec();
         StopLog();
     }
-    vips_shutdown();
+    StopVips();
     return code;
 }
 

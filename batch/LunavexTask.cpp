@@ -135,6 +135,15 @@ void CLunavexTask::Process(CDibPtr image) {
     result = opaque;
 }
 
+void CLunavexTask::ReleaseImages() {
+    source.reset();
+    result.reset();
+    shrinkStep.source.reset();
+    shrinkStep.result.reset();
+    roundStep.source.reset();
+    roundStep.result.reset();
+}
+
 void CLunavexTask::Fail(i32 id, HResult code) {
     Fail(id, code, std::wstring());
 }

@@ -56,6 +56,10 @@ public:
     // Shrink, round and blur, background fill: everything that happens in memory.
     void Process(CDibPtr image);
 
+    // Lets go of every image the task and its steps hold, so that a long batch keeps no more than
+    // the file in work in memory. The ids and texts stay.
+    void ReleaseImages();
+
     void Fail(i32 id, HResult code);
     void Fail(i32 id, HResult code, const std::wstring& text);
 

@@ -181,12 +181,22 @@ void TakeBlob(VipsBlob* blob, std::vector<u8>& out) {
 
 } // namespace
 
+// libvips reports what it met in a damaged file through GLib's log as well as through its failure;
+// the failure reaches the user as a result code, so the log lines would only be noise on stderr.
+static void DropVipsWarning(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
+
 bool EnsureVipsStarted() {
     static std::once_flag once;
     static bool started = false;
-    std::call_once(once, [] { started = VIPS_INIT("lunavex") == 0; });
+    std::call_once(once, [] {
+        started = VIPS_INIT("lunavex") == 0;
+        g_log_set_handler("VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE),
+                          DropVipsWarning, nullptr);
+    });
     return started;
 }
+
+void StopVips() { vips_shutdown(); }
 
 HResult DecodeImage(const u8* data, size_t size, CDibPtr& out) {
     if (!data || size == 0)

@@ -10,6 +10,8 @@
 
 // Starts libvips once for the process; later calls only report whether that worked. Any thread.
 bool EnsureVipsStarted();
+// Shuts libvips down at the end of the program, after the last image operation.
+void StopVips();
 
 // Decodes the first image of an encoded buffer into a new 32-bit straight-alpha bottom-up image,
 // with the file's resolution in the header. Opaque sources get alpha 255. 0x80004001 when the
