@@ -2,6 +2,7 @@
 #include "app/BatchRun.h"
 
 #include <filesystem>
+#include <map>
 #include <system_error>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
+#include "foundation/GuardedCall.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
@@ -20,6 +22,7 @@ namespace {
 constexpr u32 kIdNoFiles = 62003;
 constexpr u32 kIdOutputsExist = 62004;
 constexpr u32 kIdOutputIsSource = 62005;
+constexpr i32 kIdSameOutput = 62006;
 constexpr i32 kIdFileNotFound = 189;
 constexpr i32 kIdNoEncoder = 190;
 
@@ -56,11 +59,19 @@ std::vector<PlannedTask> PlanTasks(const BatchOptions& options, const CSetting& 
         if (!IsExistingFile(path))
             throw my::CException(kIdFileNotFound, path);
     }
+    std::map<std::wstring, std::wstring> sourceOfOutput;
     for (const std::wstring& path : options.files) {
         std::wstring output;
         MakeOutputPath(output, path, settings);
         if (IsSameFile(path, output))
             throw my::CException(kIdOutputIsSource, output);
+        // a.png and a.jpg both become round/a.jpg: the second would replace the first's result.
+        auto [first, added] = sourceOfOutput.emplace(output, path);
+        if (!added) {
+            CSimpleErr error;
+            error.SetError(kIdSameOutput, first->second, path, output);
+            throw my::CException(error);
+        }
         auto task = boost::make_shared<CLunavexTask>();
         task->Init(path, output, nullptr);
         task->SetShrink(settings.shrink);
@@ -72,10 +83,8 @@ std::vector<PlannedTask> PlanTasks(const BatchOptions& options, const CSetting& 
     return planned;
 }
 
-} // namespace
-
-int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream& out,
-             std::ostream& err) {
+int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostream& out,
+               std::ostream& err) {
     if (options.files.empty()) {
         Say(err, Text(kIdNoFiles));
         return exitcode::kUsage;
@@ -110,6 +119,20 @@ int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream
         Say(out, p.task->outputFile);
     }
     return exitcode::kConverted;
+}
+
+} // namespace
+
+int RunBatch(const BatchOptions& options, const CSetting& settings, std::ostream& out,
+             std::ostream& err) {
+    // Anything thrown on the way (memory running out, above all) ends the run with its message.
+    int code = exitcode::kTaskFailed;
+    CSimpleErr failure;
+    GuardedCall(failure, [&] { code = RunChecked(options, settings, out, err); });
+    if (failure.id == 0)
+        return code;
+    Say(err, failure.text);
+    return exitcode::kTaskFailed;
 }
 
 } // namespace lvx

@@ -128,11 +128,9 @@ void CLunavexTask::Process(CDibPtr image) {
         return;
     CDibPtr opaque;
     HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
-    if (Failed(code)) {
-        Fail(kIdBackgroundFailed, code);
-        return;
-    }
     result = opaque;
+    if (Failed(code))
+        Fail(kIdBackgroundFailed, code);
 }
 
 void CLunavexTask::ReleaseImages() {

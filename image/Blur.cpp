@@ -72,10 +72,10 @@ double FadeValue(double d, double b) {
         return 0.0;
     }
     if (0.0 > d) {
-        if (e > b) {
-            return e - b * 0.5;
-        }
-        return e / b * e * 0.5;
+        // For a width below 1 a pixel that straddles the rim can give more than full alpha, or an
+        // infinite value at width 0: it is held at full alpha, which the corner mask then cuts.
+        const double value = e / b * e * 0.5;
+        return std::isfinite(value) && value <= 1.0 ? value : 1.0;
     }
     if (b >= e) {
         return (d + 0.5) / b;

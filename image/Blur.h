@@ -47,10 +47,9 @@ HResult BlurEdges(CDib& image, bool topLeft, bool bottomLeft, bool bottomRight, 
 // stop the table there.
 void BuildFadeTable(FadeTable& table, double width, i32 limit = 1 << 30);
 
-// The mean of the ramp clamp(t / b, 0, 1) over t from d to d + 1. A pixel that straddles the rim
-// (d < 0 < d + 1) wider than the blur width (d + 1 > b, only possible for widths below 1 in
-// rounded corners) gets the exact mean d + 1 - b / 2 of the ramp, which keeps the value within
-// 0 to 1 and finite even at width 0.
+// The mean of the ramp clamp(t / b, 0, 1) over t from d to d + 1. For a pixel that straddles the
+// rim (d < 0 < d + 1) the value is (d + 1) / b x (d + 1) / 2; where that exceeds full alpha or is
+// infinite (widths below 1 in rounded corners, and width 0) it is held at 1.
 double FadeValue(double d, double b);
 
 // A share of full alpha as a cap byte: (int)(value * 255) with the fraction dropped; values above

@@ -67,7 +67,8 @@ size_t ReadChunks(int fd, u8* buffer, size_t size, const CTerminable* stop, HRes
 
 HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTerminable* stop) {
     const std::string name = Utf8FromWide(path);
-    CFileHandle file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without O_NONBLOCK the open of a FIFO would wait for a writer before the type could be seen.
+    CFileHandle file(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.Get() < 0)
         return ResultFromErrno(errno);
     struct stat info {};
@@ -75,6 +76,9 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTermi
         return ResultFromErrno(errno);
     if (S_ISDIR(info.st_mode))
         return ResultFromErrno(EISDIR);
+    // A pipe, socket or device is no image file: only regular files are read.
+    if (!S_ISREG(info.st_mode))
+        return hr::kNotImpl;
     const u64 size = static_cast<u64>(info.st_size);
     if (size > kLargestFile)
         return hr::kOutOfMemory;

@@ -146,6 +146,16 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 
+    // Two sources that become one output would lose the first one's result.
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "a.jpg").string()}), settings),
+              lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"次のファイルは同じ出力ファイルになるため中止しました\n\n" +
+                                      W(dir / "a.png") + L"\n" + W(dir / "a.jpg") +
+                                      L"\n\n出力ファイル: " + W(dir / "round" / "a.jpg")) +
+                             "\n");
+    EXPECT_FALSE(std::filesystem::exists(dir / "round"));
+
     // A sub-folder of "." would write over the source itself.
     settings.saveType = 1;
     settings.subFolders.Add(L".");

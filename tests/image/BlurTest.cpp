@@ -233,9 +233,12 @@ TEST(BlurTest, ArcDistanceAndSmallSizeCaps) {
             }
         }
     }
-    // A pixel straddling the rim wider than the blur gets the ramp's exact mean.
-    EXPECT_DOUBLE_EQ(FadeValue(-0.5, 0), 0.5);
-    EXPECT_DOUBLE_EQ(FadeValue(-0.5, 0.25), 0.375);
+    // A pixel straddling the rim keeps the formula e / b x e / 2 while it is a share of full alpha;
+    // above full alpha, or infinite at width 0, it is held at full alpha.
+    EXPECT_DOUBLE_EQ(FadeValue(-0.2, 0.5), 0.64);
+    EXPECT_DOUBLE_EQ(FadeValue(-0.5, 0.25), 0.5);
+    EXPECT_DOUBLE_EQ(FadeValue(-0.1, 0.3), 1.0);
+    EXPECT_DOUBLE_EQ(FadeValue(-0.5, 0), 1.0);
     EXPECT_DOUBLE_EQ(FadeValue(-1.0, 0.25), 0.0);
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();

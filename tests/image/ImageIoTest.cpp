@@ -156,6 +156,10 @@ TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
     CDibPtr dib;
     EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u); // ERROR_FILE_NOT_FOUND
     EXPECT_EQ(LoadPath(dib, dir.Path().string()), 0x80070005u);     // a folder: access denied
+    // A named pipe with no writer would block a plain open for ever; it is refused as no image.
+    const std::string fifo = dir.File("pipe.png");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(LoadPath(dib, fifo), 0x80004001u);
     EXPECT_FALSE(dib);
 }
 
