@@ -6,6 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
@@ -17,10 +22,21 @@ extern char** environ;
 namespace {
 
 constexpr i32 kIdShellFailed = 58831;
+// How long a hand-over waits for the helper to fail before it counts as started.
+constexpr int kHandOverWaitMs = 3000;
+
+struct Outcome {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool ended = false;
+    int status = 0;
+};
 
 // xdg-open's exit status as the shell's answer: 0 success, 1 bad arguments, 2 no such file,
 // 3 no tool for it, 4 the action failed.
 i32 ShellValueOfXdgOpen(int status, int startErrno) {
+    if (status == kStillRunning)
+        return 42;
     if (status < 0)
         return startErrno == ENOMEM ? 8 : 31;
     switch (status) {
@@ -37,7 +53,7 @@ i32 ShellValueOfXdgOpen(int status, int startErrno) {
 
 } // namespace
 
-int RunProgram(const std::vector<std::string>& argv, int& startErrno) {
+int RunProgram(const std::vector<std::string>& argv, int& startErrno, int waitMs) {
     startErrno = 0;
     std::vector<char*> args;
     for (const std::string& a : argv)
@@ -49,14 +65,29 @@ int RunProgram(const std::vector<std::string>& argv, int& startErrno) {
         startErrno = rc;
         return -1;
     }
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) {
-            startErrno = errno;
-            return -1;
-        }
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    // A reaper thread owns the child: it waits for the end and reports it, so a child that outlives
+    // our wait leaves no zombie behind.
+    auto outcome = std::make_shared<Outcome>();
+    std::thread([pid, outcome] {
+        int status = 0;
+        pid_t got;
+        do {
+            got = ::waitpid(pid, &status, 0);
+        } while (got < 0 && errno == EINTR);
+        std::lock_guard<std::mutex> guard(outcome->lock);
+        outcome->status = got < 0             ? -1
+                          : WIFEXITED(status) ? WEXITSTATUS(status)
+                                              : 128 + WTERMSIG(status);
+        outcome->ended = true;
+        outcome->changed.notify_all();
+    }).detach();
+    std::unique_lock<std::mutex> guard(outcome->lock);
+    auto ended = [&] { return outcome->ended; };
+    if (waitMs < 0)
+        outcome->changed.wait(guard, ended);
+    else if (!outcome->changed.wait_for(guard, std::chrono::milliseconds(waitMs), ended))
+        return kStillRunning;
+    return outcome->status;
 }
 
 i32 ShellResultToWin32(i32 value) {
@@ -97,7 +128,7 @@ void ShellOpen(const std::wstring& file, const std::wstring& parameters) {
     if (!parameters.empty())
         argv.push_back(Utf8FromWide(parameters));
     int startErrno = 0;
-    int status = RunProgram(argv, startErrno);
+    int status = RunProgram(argv, startErrno, kHandOverWaitMs);
     i32 code = ShellResultToWin32(ShellValueOfXdgOpen(status, startErrno));
     if (code == 0)
         return;
@@ -110,10 +141,11 @@ void ShowInExplorer(const std::wstring& path) {
     // The item goes inside a GVariant string literal; percent-encoding leaves no quote in it.
     std::string items = "['" + FileUri(path) + "']";
     int startErrno = 0;
-    int status = RunProgram({"gdbus", "call", "--session", "--dest", "org.freedesktop.FileManager1",
-                             "--object-path", "/org/freedesktop/FileManager1", "--method",
+    int status = RunProgram({"gdbus", "call", "--session", "--timeout", "5", "--dest",
+                             "org.freedesktop.FileManager1", "--object-path",
+                             "/org/freedesktop/FileManager1", "--method",
                              "org.freedesktop.FileManager1.ShowItems", items, ""},
-                            startErrno);
+                            startErrno, kHandOverWaitMs);
     if (status == 0)
         return;
     std::wstring folder = IsDirectory(path) ? path : ParentPath(path);

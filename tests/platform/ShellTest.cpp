@@ -92,7 +92,8 @@ TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsCommaIntact) {
     std::string uri = "file://" + dir_.string() + "/a%2Cb%20c.png";
     EXPECT_EQ(
         Calls(),
-        "gdbus\ncall\n--session\n--dest\norg.freedesktop.FileManager1\n--object-path\n"
+        "gdbus\ncall\n--session\n--timeout\n5\n--dest\norg.freedesktop.FileManager1\n--object-"
+        "path\n"
         "/org/freedesktop/FileManager1\n--method\norg.freedesktop.FileManager1.ShowItems\n['" +
             uri + "']\n\n--\n");
 }
@@ -104,6 +105,20 @@ TEST_F(ShellTest, WithoutAFileManagerTheFolderOpens) {
     ShowInExplorer(FromFileSystemPath(file.string()));
     std::string calls = Calls();
     EXPECT_NE(calls.find("xdg-open\n" + dir_.string() + "\n--\n"), std::string::npos) << calls;
+}
+
+TEST_F(ShellTest, AHelperThatKeepsRunningCountsAsOpenedAndDoesNotHoldTheCaller) {
+    // This xdg-open stays until the test lets it go (or its folder is gone), then reports failure.
+    auto release = dir_ / "release";
+    auto path = dir_ / "bin" / "xdg-open";
+    std::ofstream(path) << "#!/bin/sh\nwhile [ ! -e '" << release.string() << "' ] && [ -d '"
+                        << dir_.string() << "' ]; do sleep 0.05; done\nexit 4\n";
+    ::chmod(path.c_str(), 0755);
+    int startErrno = 0;
+    EXPECT_EQ(RunProgram({"xdg-open", "x"}, startErrno, 0), kStillRunning);
+    EXPECT_NO_THROW(ShellOpen(L"https://harrowmere.example/", L""));
+    std::ofstream(release) << "go";
+    EXPECT_EQ(RunProgram({"xdg-open", "x"}, startErrno), 4) << "without a limit the call waits";
 }
 
 TEST_F(ShellTest, AMissingPathIsRefusedBeforeAnyProgramRuns) {
