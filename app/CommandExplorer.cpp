@@ -7,11 +7,13 @@
 #include "platform/Shell.h"
 
 void CCommandExplorer::OnExecute(bool run) {
-    if (path.empty())
+    if (path.empty() && item.IsEmpty())
         throw my::CException(58806);
     if (!run)
         return;
     std::wstring target = path;
+    if (target.empty())
+        target = item.GetPathOrThrow();
     if (!FileExists(target)) {
         if (msg->ShowId(58711, mb::kOkCancel) != mb::kIdOk)
             return;
@@ -32,6 +34,7 @@ void CCommandExplorerOutputPath::OnExecute(bool run) {
     const std::wstring& outputPath = TheSetting().outputPath;
     if (outputPath.empty())
         throw my::CException(193);
+    item.Clear();
     path = outputPath;
     openFolder = true;
     CCommandExplorer::OnExecute(run);

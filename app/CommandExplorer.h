@@ -4,14 +4,17 @@
 #include <string>
 
 #include "app/Command.h"
+#include "foundation/ItemIdList.h"
 
 // openFolder opens a folder in a window of its own rather than showing it selected in its parent.
+// The target is path; when path is empty, the path of item.
 class CCommandExplorer : public CCommand {
 public:
     explicit CCommandExplorer(::CMsg* msg) : CCommand(msg) {}
     void OnExecute(bool run) override;
 
     bool openFolder = false;
+    CItemIDList item;
     std::wstring path;
 };
 

@@ -1,0 +1,205 @@
+// Tests of item ID lists: sizes, joining, owned copies, and the path of a list.
+#include "foundation/ItemIdList.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "LanguageGuard.h"
+#include "foundation/Exception.h"
+
+namespace {
+
+// A list in malloc'd memory with one item per text, built byte by byte: length (LE), bytes.
+u8* ListOf(const std::vector<std::string>& items) {
+    std::vector<u8> bytes;
+    for (const std::string& item : items) {
+        std::size_t length = item.size() + 2;
+        bytes.push_back(static_cast<u8>(length & 0xFF));
+        bytes.push_back(static_cast<u8>(length >> 8));
+        bytes.insert(bytes.end(), item.begin(), item.end());
+    }
+    bytes.push_back(0);
+    bytes.push_back(0);
+    auto* list = static_cast<u8*>(std::malloc(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), list);
+    return list;
+}
+
+std::vector<u8> BytesOf(const u8* list) {
+    return std::vector<u8>(list, list + ItemIdListSize(list));
+}
+
+CItemIDList Owned(const std::vector<std::string>& items) {
+    CItemIDList list;
+    list.Attach(ListOf(items));
+    return list;
+}
+
+HResult PathOf(const std::string& uri, std::wstring& path) {
+    return Owned({uri}).GetPath(path);
+}
+
+} // namespace
+
+TEST(ItemIdListTest, SizesCountLengthsAndTheTerminator) {
+    EXPECT_EQ(ItemIdListSize(nullptr), 0u);
+    CItemIDList desktop = Owned({});
+    EXPECT_EQ(desktop.GetSize(), 2u);
+    CItemIDList two = Owned({"abc", "de"});
+    EXPECT_EQ(two.GetSize(), 5u + 4u + 2u);
+    EXPECT_EQ(BytesOf(two.list), (std::vector<u8>{5, 0, 'a', 'b', 'c', 4, 0, 'd', 'e', 0, 0}));
+
+    // A list must end inside the bytes that are there.
+    EXPECT_EQ(BoundedItemIdListSize(two.list, 11), 11u);
+    EXPECT_EQ(BoundedItemIdListSize(two.list, 10), 0u);
+    EXPECT_EQ(BoundedItemIdListSize(two.list, 5), 0u);
+    EXPECT_EQ(BoundedItemIdListSize(two.list, 1), 0u);
+    const u8 tooShort[] = {1, 0, 0, 0};
+    EXPECT_EQ(BoundedItemIdListSize(tooShort, sizeof tooShort), 0u);
+
+    EXPECT_EQ(ListSizeAsInt(0x7FFFFFFF), 0x7FFFFFFF);
+    CLanguageGuard japanese(1041);
+    try {
+        ListSizeAsInt(0x80000000u);
+        FAIL() << "no exception";
+    } catch (const my::CException& e) {
+        EXPECT_EQ(e.id, 58726);
+        EXPECT_EQ(e.text, L"size_t から int へのキャストはできません: 2147483648");
+    }
+}
+
+TEST(ItemIdListTest, JoinPutsTheItemsOfBothBehindEachOther) {
+    EXPECT_EQ(Join(nullptr, nullptr), nullptr);
+
+    // The desktop as parent adds nothing: the result is a copy of the item.
+    CItemIDList desktop = Owned({});
+    CItemIDList item = Owned({"file:///a"});
+    CItemIDList joined;
+    joined.Attach(Join(desktop.list, item.list));
+    ASSERT_NE(joined.list, nullptr);
+    EXPECT_NE(joined.list, item.list);
+    EXPECT_EQ(BytesOf(joined.list), BytesOf(item.list));
+
+    CItemIDList first = Owned({"ab"});
+    CItemIDList second = Owned({"c", "def"});
+    joined.Attach(Join(first.list, second.list));
+    EXPECT_EQ(BytesOf(joined.list),
+              (std::vector<u8>{4, 0, 'a', 'b', 3, 0, 'c', 5, 0, 'd', 'e', 'f', 0, 0}));
+
+    // One null side: a copy of the other.
+    joined.Attach(Join(first.list, nullptr));
+    EXPECT_EQ(BytesOf(joined.list), BytesOf(first.list));
+    EXPECT_NE(joined.list, first.list);
+    joined.Attach(Join(nullptr, second.list));
+    EXPECT_EQ(BytesOf(joined.list), BytesOf(second.list));
+    joined.Attach(Join(second.list, desktop.list));
+    EXPECT_EQ(BytesOf(joined.list), BytesOf(second.list));
+}
+
+TEST(ItemIdListTest, OwnedListsCopyDeepAndAssignOnlyWhatDiffers) {
+    CItemIDList a = Owned({"one"});
+    CItemIDList b(a);
+    EXPECT_NE(b.list, a.list);
+    EXPECT_EQ(BytesOf(b.list), BytesOf(a.list));
+
+    // Assigning a list to itself, or a view on its own pointer, keeps the very same memory.
+    u8* before = a.list;
+    a.Assign(a);
+    EXPECT_EQ(a.list, before);
+    a.Assign(CItemIDListHandle(a.list));
+    EXPECT_EQ(a.list, before);
+
+    CItemIDList c = Owned({"two", "three"});
+    a = c;
+    EXPECT_NE(a.list, c.list);
+    EXPECT_EQ(BytesOf(a.list), BytesOf(c.list));
+
+    CItemIDList moved(std::move(c));
+    EXPECT_TRUE(c.IsEmpty());
+    EXPECT_EQ(BytesOf(moved.list), BytesOf(a.list));
+    u8* taken = moved.Detach();
+    EXPECT_TRUE(moved.IsEmpty());
+    moved.Attach(taken);
+    EXPECT_EQ(moved.list, taken);
+    moved.Clear();
+    EXPECT_TRUE(moved.IsEmpty());
+    CItemIDList empty;
+    a.Assign(empty);
+    EXPECT_TRUE(a.IsEmpty());
+
+    // A view leaves the list to its owner.
+    {
+        CItemIDListHandle view(b.list);
+        EXPECT_EQ(view.GetSize(), b.GetSize());
+    }
+    EXPECT_EQ(BytesOf(b.list), (std::vector<u8>{5, 0, 'o', 'n', 'e', 0, 0}));
+}
+
+TEST(ItemIdListTest, FileUrisGiveTheirDecodedLocalPath) {
+    std::wstring path;
+    EXPECT_EQ(PathOf("file:///tmp/my%20photos/%E5%86%99%E7%9C%9F.png", path), 0u);
+    EXPECT_EQ(path, L"/tmp/my photos/\u5199\u771F.png");
+    EXPECT_EQ(PathOf("file://localhost/home/u/a%2Bb.jpg", path), 0u);
+    EXPECT_EQ(path, L"/home/u/a+b.jpg");
+    EXPECT_EQ(PathOf("FILE:/srv/x.png", path), 0u);
+    EXPECT_EQ(path, L"/srv/x.png");
+    // A stray percent sign that starts no escape stays as it is.
+    EXPECT_EQ(PathOf("file:///tmp/100%.png", path), 0u);
+    EXPECT_EQ(path, L"/tmp/100%.png");
+
+    // The path of an absolute list is the one of its last item.
+    CItemIDList two = Owned({"file:///first", "file:///tmp/second.png"});
+    EXPECT_EQ(two.GetPathOrThrow(), L"/tmp/second.png");
+}
+
+TEST(ItemIdListTest, ListsWithoutALocalPathFail) {
+    CLanguageGuard japanese(1041);
+    const std::wstring failText = L"ID リストからパスの変換に失敗しました: エラーを特定できません";
+    for (const char* uri : {"trash:///photo.png", "smb://server/share/photo.png", "recent:///",
+                            "file://otherhost/tmp/a.png", "file://", "file:relative.png"}) {
+        SCOPED_TRACE(uri);
+        std::wstring path = L"left over";
+        EXPECT_EQ(PathOf(uri, path), 0x80004005u);
+        EXPECT_TRUE(path.empty());
+        CItemIDList list = Owned({uri});
+        try {
+            list.GetPathOrThrow();
+            FAIL() << "no exception";
+        } catch (const my::CException& e) {
+            EXPECT_EQ(e.id, 58811);
+            EXPECT_EQ(e.hr, 0x80004005u);
+            EXPECT_EQ(e.text, failText);
+            EXPECT_EQ(e.text, L"ID リストからパスの変換に失敗しました: " + ResultText(0x80004005));
+        }
+    }
+
+    // A null list, and the desktop alone, have no path either.
+    std::wstring path;
+    EXPECT_EQ(CItemIDList().GetPath(path), 0x80004005u);
+    EXPECT_EQ(Owned({}).GetPath(path), 0x80004005u);
+}
+
+TEST(ItemIdListTest, PathsOf260CharactersOrMoreCannotBeHad) {
+    std::wstring path;
+    std::string longest = "/" + std::string(258, 'a'); // 259 characters
+    EXPECT_EQ(PathOf("file://" + longest, path), 0u);
+    EXPECT_EQ(path.size(), 259u);
+    EXPECT_EQ(PathOf("file://" + longest + "b", path), 0x80004005u);
+    EXPECT_TRUE(path.empty());
+    EXPECT_EQ(PathOf("file:///" + std::string(299, 'x'), path), 0x80004005u);
+
+    // Characters are counted, not bytes: 259 characters of three UTF-8 bytes each fit.
+    std::string wide = "/";
+    for (int i = 0; i < 258; ++i)
+        wide += "%E5%86%99";
+    EXPECT_EQ(PathOf("file://" + wide, path), 0u);
+    EXPECT_EQ(path.size(), 259u);
+    EXPECT_EQ(PathOf("file://" + wide + "%E5%86%99", path), 0x80004005u);
+
+    // The text ends at the first zero, as in the fixed buffer.
+    EXPECT_EQ(PathOf("file:///tmp/a%00b", path), 0u);
+    EXPECT_EQ(path, L"/tmp/a");
+}
