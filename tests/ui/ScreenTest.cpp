@@ -1,0 +1,294 @@
+// Tests of the drawing surface: the interpolation table, images drawn with scaling and alpha,
+// copies, blends and fills between surfaces with their own origins.
+#include "ui/Screen.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <QPainter>
+
+#include "QtTestApp.h"
+
+namespace {
+
+using Bgra = std::array<int, 4>;
+
+// The bytes blue, green, red, alpha of pixel (x, y) of a 32-bit image, read from its scanline.
+Bgra PixelOf(const QImage& image, int x, int y) {
+    const uchar* p = image.constScanLine(y) + x * 4;
+    return {p[0], p[1], p[2], p[3]};
+}
+
+Bgra At(const CScreen& screen, int x, int y) {
+    const Rect* r = screen.GetRect();
+    return PixelOf(*screen.GetImage(), x - r->left, y - r->top);
+}
+
+::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
+    for (int c = 0; c < 4; ++c)
+        if (std::abs(got[c] - want[c]) > tolerance)
+            return ::testing::AssertionFailure()
+                   << "got " << got[0] << "," << got[1] << "," << got[2] << "," << got[3]
+                   << " want " << want[0] << "," << want[1] << "," << want[2] << "," << want[3];
+    return ::testing::AssertionSuccess();
+}
+
+void SetPixel(CDib& dib, int x, int y, int r, int g, int b, int a) {
+    u8* p = dib.PixelAt(x, y);
+    p[0] = static_cast<u8>(b);
+    p[1] = static_cast<u8>(g);
+    p[2] = static_cast<u8>(r);
+    p[3] = static_cast<u8>(a);
+}
+
+void MakeDib(CDib& dib, int width, int height) {
+    ASSERT_TRUE(dib.Create32(width, height));
+    ASSERT_TRUE(dib.AllocBits());
+    dib.ClearBits();
+}
+
+constexpr ColorRef kWhite = 0x00FFFFFF;
+const Bgra kWhitePixel{255, 255, 255, 255};
+
+TEST(ScreenTest, InterpolationForFollowsTheQualityTable) {
+    for (i32 change : {-1, 0, 1})
+        EXPECT_EQ(InterpolationFor(0, change), 5) << change;
+    EXPECT_EQ(InterpolationFor(1, 1), 6);
+    EXPECT_EQ(InterpolationFor(1, 0), 0);
+    EXPECT_EQ(InterpolationFor(1, -1), 0);
+    for (i32 change : {-1, 0, 1}) {
+        EXPECT_EQ(InterpolationFor(2, change), 7) << change;
+        EXPECT_EQ(InterpolationFor(3, change), 7) << change;
+    }
+}
+
+TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
+    TestApp();
+    CDCScreen none;
+    EXPECT_FALSE(none.IsValid());
+    CDCScreen screen;
+    ASSERT_EQ(screen.Create(none, Rect{10, 20, 14, 23}), hr::kOk);
+    ASSERT_TRUE(screen.IsValid());
+    EXPECT_EQ(*screen.GetRect(), (Rect{10, 20, 14, 23}));
+    ASSERT_NE(screen.GetImage(), nullptr);
+    EXPECT_EQ(screen.GetImage()->size(), QSize(4, 3));
+    EXPECT_EQ(screen.GetImage()->format(), QImage::Format_ARGB32_Premultiplied);
+    EXPECT_EQ(PixelOf(*screen.GetImage(), 3, 2), (Bgra{0, 0, 0, 255}));
+
+    // The fill lands at the caller's coordinates less the surface's top-left corner.
+    screen.FillRect(0x00332211, Rect{11, 21, 13, 22});
+    EXPECT_EQ(At(screen, 11, 21), (Bgra{0x33, 0x22, 0x11, 255}));
+    EXPECT_EQ(At(screen, 12, 21), (Bgra{0x33, 0x22, 0x11, 255}));
+    EXPECT_EQ(At(screen, 10, 21), (Bgra{0, 0, 0, 255}));
+    EXPECT_EQ(At(screen, 13, 21), (Bgra{0, 0, 0, 255}));
+    EXPECT_EQ(At(screen, 11, 22), (Bgra{0, 0, 0, 255}));
+
+    screen.Release();
+    EXPECT_FALSE(screen.IsValid());
+    EXPECT_EQ(*screen.GetRect(), Rect{});
+    EXPECT_EQ(screen.GetImage(), nullptr);
+    EXPECT_EQ(screen.Create(none, Rect{5, 5, 5, 9}), hr::kFail);
+    EXPECT_FALSE(screen.IsValid());
+}
+
+TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
+    TestApp();
+    CDib image;
+    MakeDib(image, 2, 2);
+    SetPixel(image, 0, 0, 200, 100, 50, 128);
+    SetPixel(image, 1, 0, 10, 20, 30, 0);
+    SetPixel(image, 0, 1, 1, 2, 3, 255);
+    SetPixel(image, 1, 1, 60, 120, 240, 64);
+    const std::vector<u8> before(image.Bits(), image.Bits() + image.GetSizeImage());
+
+    CDCScreen none;
+    CDCScreen screen;
+    ASSERT_EQ(screen.Create(none, Rect{10, 20, 14, 24}), hr::kOk);
+    screen.FillRect(kWhite, Rect{10, 20, 14, 24});
+    ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, image, Rect{0, 0, 2, 2}, 255, 2));
+
+    // Colour times alpha / 255, plus the white showing through: 255 * (255 - alpha) / 255.
+    // (200,100,50) at 128: 100 + 127, 50 + 127, 25 + 127.
+    EXPECT_TRUE(Near(At(screen, 11, 21), Bgra{152, 177, 227, 255}, 1));
+    // Alpha 0 leaves the background whatever the colour bytes say.
+    EXPECT_EQ(At(screen, 12, 21), kWhitePixel);
+    // An opaque pixel is copied exactly.
+    EXPECT_EQ(At(screen, 11, 22), (Bgra{3, 2, 1, 255}));
+    // (60,120,240) at 64: 15 + 191, 30 + 191, 60 + 191.
+    EXPECT_TRUE(Near(At(screen, 12, 22), Bgra{251, 221, 206, 255}, 1));
+    // Nothing outside the destination.
+    for (int x = 10; x < 14; ++x) {
+        EXPECT_EQ(At(screen, x, 20), kWhitePixel) << x;
+        EXPECT_EQ(At(screen, x, 23), kWhitePixel) << x;
+    }
+    EXPECT_EQ(At(screen, 10, 21), kWhitePixel);
+    EXPECT_EQ(At(screen, 13, 22), kWhitePixel);
+
+    // The image itself stays straight: its bytes are those from before the draw.
+    EXPECT_EQ(std::memcmp(before.data(), image.Bits(), before.size()), 0);
+}
+
+TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
+    TestApp();
+    CDib image;
+    MakeDib(image, 2, 1);
+    SetPixel(image, 0, 0, 200, 100, 50, 255);
+    SetPixel(image, 1, 0, 200, 100, 50, 128);
+    CDCScreen none;
+    CDCScreen screen;
+    ASSERT_EQ(screen.Create(none, Rect{0, 0, 2, 1}), hr::kOk);
+    screen.FillRect(kWhite, Rect{0, 0, 2, 1});
+    ASSERT_TRUE(screen.DrawDib(Rect{0, 0, 2, 1}, image, Rect{0, 0, 2, 1}, 128, 1));
+    // Opaque (200,100,50) at constant 128 over white: colour * 128/255 + 255 * 127/255.
+    EXPECT_TRUE(Near(At(screen, 0, 0), Bgra{152, 177, 227, 255}, 1));
+    // Alpha 128 at constant 128: the premultiplied (100,50,25) scaled by 128/255 (50.2, 25.1,
+    // 12.5) and the white through 1 - 64.25/255 of it (190.75).
+    EXPECT_TRUE(Near(At(screen, 1, 0), Bgra{203, 216, 241, 255}, 1));
+}
+
+TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
+    TestApp();
+    CDib image;
+    MakeDib(image, 4, 4);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 4; ++x)
+            SetPixel(image, x, y, y < 2 ? 255 : 0, 0, y < 2 ? 0 : 255, 255);
+    const Bgra red{0, 0, 255, 255};
+    const Bgra blue{255, 0, 0, 255};
+
+    CDCScreen none;
+    CDCScreen screen;
+    ASSERT_EQ(screen.Create(none, Rect{100, 50, 112, 58}), hr::kOk);
+    screen.FillRect(kWhite, Rect{100, 50, 112, 58});
+    ASSERT_TRUE(screen.DrawDib(Rect{100, 50, 104, 52}, image, Rect{0, 0, 4, 2}, 255, 2));
+    ASSERT_TRUE(screen.DrawDib(Rect{100, 52, 104, 54}, image, Rect{0, 2, 4, 4}, 255, 2));
+    for (int x = 100; x < 104; ++x) {
+        EXPECT_EQ(At(screen, x, 50), red) << x;
+        EXPECT_EQ(At(screen, x, 51), red) << x;
+        EXPECT_EQ(At(screen, x, 52), blue) << x;
+        EXPECT_EQ(At(screen, x, 53), blue) << x;
+    }
+    // Enlarged twice with nearest neighbour, the top half stays all red.
+    ASSERT_TRUE(screen.DrawDib(Rect{104, 50, 112, 54}, image, Rect{0, 0, 4, 2}, 255, 0));
+    for (int y = 50; y < 54; ++y)
+        for (int x = 104; x < 112; ++x)
+            EXPECT_EQ(At(screen, x, y), red) << x << "," << y;
+    EXPECT_EQ(At(screen, 104, 54), kWhitePixel);
+}
+
+TEST(ScreenTest, DrawDibEdgeCases) {
+    TestApp();
+    CDib image;
+    MakeDib(image, 2, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 2; ++x)
+            SetPixel(image, x, y, 0, 0, 0, 255);
+    CDCScreen none;
+    CDCScreen screen;
+    ASSERT_EQ(screen.Create(none, Rect{0, 0, 2, 2}), hr::kOk);
+    screen.FillRect(kWhite, Rect{0, 0, 2, 2});
+
+    // Nothing to draw: true, and the surface keeps its white.
+    EXPECT_TRUE(screen.DrawDib(Rect{0, 0, 0, 2}, image, Rect{0, 0, 2, 2}, 255, 2));
+    EXPECT_TRUE(screen.DrawDib(Rect{0, 0, 2, 0}, image, Rect{0, 0, 2, 2}, 255, 2));
+    EXPECT_TRUE(screen.DrawDib(Rect{0, 0, 2, 2}, image, Rect{1, 0, 1, 2}, 255, 2));
+    EXPECT_TRUE(screen.DrawDib(Rect{0, 0, 2, 2}, image, Rect{0, 0, 2, 2}, 0, 2));
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 2; ++x)
+            EXPECT_EQ(At(screen, x, y), kWhitePixel);
+
+    // No header, or a header without bits: false.
+    CDib empty;
+    EXPECT_FALSE(screen.DrawDib(Rect{0, 0, 2, 2}, empty, Rect{0, 0, 2, 2}, 255, 2));
+    CDib noBits;
+    ASSERT_TRUE(noBits.Create32(2, 2));
+    EXPECT_FALSE(screen.DrawDib(Rect{0, 0, 2, 2}, noBits, Rect{0, 0, 2, 2}, 255, 2));
+    // A source rectangle outside the image cannot be scaled.
+    EXPECT_FALSE(screen.DrawDib(Rect{0, 0, 2, 2}, image, Rect{1, 1, 3, 3}, 255, 2));
+    // A surface with nothing to draw on.
+    EXPECT_FALSE(none.DrawDib(Rect{0, 0, 2, 2}, image, Rect{0, 0, 2, 2}, 255, 2));
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 2; ++x)
+            EXPECT_EQ(At(screen, x, y), kWhitePixel);
+}
+
+TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
+    TestApp();
+    CDCScreen none;
+    CDCScreen target;
+    ASSERT_EQ(target.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
+    target.FillRect(kWhite, Rect{0, 0, 20, 20});
+    CDCScreen source;
+    ASSERT_EQ(source.Create(target, Rect{5, 5, 15, 15}), hr::kOk);
+    source.FillRect(0x00332211, Rect{5, 5, 15, 15});
+    source.FillRect(0x000000FF, Rect{8, 8, 10, 10});
+
+    ASSERT_TRUE(target.CopyFrom(source, Rect{6, 6, 12, 12}));
+    EXPECT_EQ(At(target, 6, 6), (Bgra{0x33, 0x22, 0x11, 255}));
+    EXPECT_EQ(At(target, 11, 11), (Bgra{0x33, 0x22, 0x11, 255}));
+    EXPECT_EQ(At(target, 8, 8), (Bgra{0, 0, 255, 255}));
+    EXPECT_EQ(At(target, 9, 9), (Bgra{0, 0, 255, 255}));
+    EXPECT_EQ(At(target, 5, 5), kWhitePixel);
+    EXPECT_EQ(At(target, 12, 12), kWhitePixel);
+    EXPECT_EQ(At(target, 12, 6), kWhitePixel);
+
+    // Red over white at constant 128: red stays 255, green and blue 255 * 127/255.
+    CDCScreen blended;
+    ASSERT_EQ(blended.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
+    blended.FillRect(kWhite, Rect{0, 0, 20, 20});
+    ASSERT_TRUE(blended.BlendFrom(source, Rect{8, 8, 10, 10}, 128));
+    EXPECT_TRUE(Near(At(blended, 8, 8), Bgra{127, 127, 255, 255}, 1));
+    EXPECT_TRUE(Near(At(blended, 9, 9), Bgra{127, 127, 255, 255}, 1));
+    EXPECT_EQ(At(blended, 10, 10), kWhitePixel);
+    EXPECT_EQ(At(blended, 7, 8), kWhitePixel);
+    // Full alpha is a copy; alpha 0 leaves the target.
+    ASSERT_TRUE(blended.BlendFrom(source, Rect{5, 5, 6, 6}, 255));
+    EXPECT_EQ(At(blended, 5, 5), (Bgra{0x33, 0x22, 0x11, 255}));
+    ASSERT_TRUE(blended.BlendFrom(source, Rect{6, 6, 7, 7}, 0));
+    EXPECT_EQ(At(blended, 6, 6), kWhitePixel);
+
+    // A source whose pixels cannot be read, or a target with nothing to draw on.
+    EXPECT_FALSE(target.CopyFrom(none, Rect{6, 6, 12, 12}));
+    EXPECT_FALSE(target.BlendFrom(none, Rect{6, 6, 12, 12}, 255));
+    EXPECT_FALSE(none.CopyFrom(source, Rect{6, 6, 12, 12}));
+}
+
+TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
+    TestApp();
+    QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
+    image.fill(0xFFFFFFFFu);
+    {
+        QPainter painter(&image);
+        CDCScreen screen;
+        screen.Attach(&painter, Rect{100, 200, 110, 210});
+        ASSERT_TRUE(screen.IsValid());
+        EXPECT_EQ(*screen.GetRect(), (Rect{100, 200, 110, 210}));
+        screen.FillRect(0x000000FF, Rect{102, 203, 104, 204});
+        ASSERT_EQ(screen.GetImage(), &image);
+        EXPECT_EQ(At(screen, 102, 203), (Bgra{0, 0, 255, 255}));
+        screen.Release();
+        EXPECT_TRUE(painter.transform().isIdentity());
+        EXPECT_TRUE(painter.isActive());
+    }
+    EXPECT_EQ(PixelOf(image, 2, 3), (Bgra{0, 0, 255, 255}));
+    EXPECT_EQ(PixelOf(image, 3, 3), (Bgra{0, 0, 255, 255}));
+    EXPECT_EQ(PixelOf(image, 1, 3), kWhitePixel);
+    EXPECT_EQ(PixelOf(image, 2, 4), kWhitePixel);
+
+    CDCScreen screen;
+    screen.Attach(&image, Rect{-5, -5, 5, 5});
+    ASSERT_TRUE(screen.IsValid());
+    screen.FillRect(0x0000FF00, Rect{-5, -5, -4, -4});
+    screen.Release();
+    EXPECT_EQ(PixelOf(image, 0, 0), (Bgra{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(image, 1, 1), kWhitePixel);
+
+    screen.Attach(static_cast<QPainter*>(nullptr), Rect{0, 0, 1, 1});
+    EXPECT_FALSE(screen.IsValid());
+}
+
+} // namespace
