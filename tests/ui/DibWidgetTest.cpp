@@ -1,0 +1,277 @@
+// Tests of the preview panes: the fit of an image to a pane, the corner that the detail pane
+// shows, and the pixels that each pane paints.
+#include "ui/DibWidget.h"
+
+#include <array>
+#include <cstdlib>
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+#include "QtTestApp.h"
+
+namespace {
+
+using Bgra = std::array<int, 4>;
+
+// What the target holds where nothing is painted, and the panes' background.
+constexpr QRgb kMarker = 0xFF102030;
+const Bgra kMarkerPixel{0x30, 0x20, 0x10, 255};
+constexpr ColorRef kBackground = 0x00336699; // red 0x99, green 0x66, blue 0x33
+const Bgra kBackgroundPixel{0x33, 0x66, 0x99, 255};
+// The pane: 10 x 10 at (5, 7) on a 20 x 20 target.
+const Rect kPane{5, 7, 15, 17};
+
+Bgra PixelOf(const QImage& image, int x, int y) {
+    const uchar* p = image.constScanLine(y) + x * 4;
+    return {p[0], p[1], p[2], p[3]};
+}
+
+::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
+    for (int c = 0; c < 4; ++c)
+        if (std::abs(got[c] - want[c]) > tolerance)
+            return ::testing::AssertionFailure()
+                   << "got " << got[0] << "," << got[1] << "," << got[2] << "," << got[3]
+                   << " want " << want[0] << "," << want[1] << "," << want[2] << "," << want[3];
+    return ::testing::AssertionSuccess();
+}
+
+// An opaque image whose pixel (x, y) is red 10x, green 20 + 20y, blue 200.
+Bgra Gradient(int x, int y) {
+    return {200, 20 + 20 * y, 10 * x, 255};
+}
+
+CDibPtr MakeImage(int width, int height, bool gradient, Bgra fill = {}) {
+    auto dib = boost::make_shared<CDib>();
+    EXPECT_TRUE(dib->Create32(width, height));
+    EXPECT_TRUE(dib->AllocBits());
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const Bgra v = gradient ? Gradient(x, y) : fill;
+            u8* p = dib->PixelAt(x, y);
+            for (int c = 0; c < 4; ++c)
+                p[c] = static_cast<u8>(v[c]);
+        }
+    return dib;
+}
+
+// A 20 x 20 target filled with the marker, and a pane widget over kPane.
+struct Fixture {
+    Fixture() {
+        TestApp();
+        target.fill(kMarker);
+        widget.Create(nullptr, &kPane, true);
+        widget.SetBackground(kBackground);
+    }
+    void Paint(double opacity = 1.0) {
+        CDCScreen screen;
+        screen.Attach(&target, Rect{0, 0, 20, 20});
+        widget.Paint(screen, opacity);
+    }
+    Bgra At(int x, int y) const { return PixelOf(target, x, y); }
+
+    QImage target{20, 20, QImage::Format_ARGB32_Premultiplied};
+    CSimpleDibWidget widget;
+};
+
+TEST(DibWidgetTest, FitToPaneKeepsTheShapeAndFillsThePane) {
+    // The pane's shape, or one within the tolerance, is the pane itself. 1005 x 1000 would
+    // otherwise be 1000 x 995, five pixels short, and stay so.
+    EXPECT_EQ(FitToPane({200, 200}, {50, 50}, 0.01), (Size{200, 200}));
+    EXPECT_EQ(FitToPane({300, 200}, {3, 2}, 0.01), (Size{300, 200}));
+    EXPECT_EQ(FitToPane({1000, 1000}, {1005, 1000}, 0.01), (Size{1000, 1000}));
+    // 300 x 296 in 200 x 200 would be 200 x 197: within 4 pixels, so stretched.
+    EXPECT_EQ(FitToPane({200, 200}, {300, 296}, 0.01), (Size{200, 200}));
+    EXPECT_EQ(FitToPane({200, 200}, {296, 300}, 0.01), (Size{200, 200}));
+    // Exactly 5 short stays: 39 x 40 in 200 x 200 is 195 x 200.
+    EXPECT_EQ(FitToPane({200, 200}, {39, 40}, 0.01), (Size{195, 200}));
+    // A small image is enlarged: 40 x 20 in 200 x 200 is 200 x 100.
+    EXPECT_EQ(FitToPane({200, 200}, {40, 20}, 0.01), (Size{200, 100}));
+    // Tall images are limited by the height: 50 x 100 in 200 x 200 is 100 x 200.
+    EXPECT_EQ(FitToPane({200, 200}, {50, 100}, 0.01), (Size{100, 200}));
+    // Truncation: 300 x 200 in 200 x 200 is 200 x 133.33; 70 x 60 in 200 x 100 is 116.67 x 100.
+    EXPECT_EQ(FitToPane({200, 200}, {300, 200}, 0.01), (Size{200, 133}));
+    EXPECT_EQ(FitToPane({200, 100}, {70, 60}, 0.01), (Size{116, 100}));
+    // A pane without width or height is returned as it is.
+    EXPECT_EQ(FitToPane({0, 150}, {10, 10}, 0.01), (Size{0, 150}));
+    EXPECT_EQ(FitToPane({150, 0}, {10, 20}, 0.01), (Size{150, 0}));
+}
+
+TEST(DibWidgetTest, AnchorForPrefersRoundedCornersThenBlurredEdges) {
+    // Corners in the order top left (1), top right (8), bottom left (2), bottom right (4).
+    EXPECT_EQ(AnchorFor(15, 15), 1u);
+    EXPECT_EQ(AnchorFor(1, 0), 1u);
+    EXPECT_EQ(AnchorFor(8 | 2 | 4, 0), 4u);
+    EXPECT_EQ(AnchorFor(2 | 4, 0), 2u);
+    EXPECT_EQ(AnchorFor(4, 0), 3u);
+    EXPECT_EQ(AnchorFor(4, 1), 3u);
+    // No corner: left or top edge, then right edge, else bottom right.
+    EXPECT_EQ(AnchorFor(0, 1), 1u);
+    EXPECT_EQ(AnchorFor(0, 2), 1u);
+    EXPECT_EQ(AnchorFor(0, 4 | 8), 4u);
+    EXPECT_EQ(AnchorFor(0, 15), 1u);
+    EXPECT_EQ(AnchorFor(0, 8), 3u);
+    EXPECT_EQ(AnchorFor(0, 0), 3u);
+}
+
+TEST(DibWidgetTest, AnchoredPaneCropsWideImagesAndCentresLowOnes) {
+    // 16 x 4 in the 10 x 10 pane: the full pane width, from the left for anchors 1 and 2 and
+    // from the right (image x 6 to 16) for 3 and 4; rows centred at 7 + (10 - 4) / 2 = 10.
+    for (u32 anchor = 1; anchor <= 4; ++anchor) {
+        Fixture f;
+        f.widget.SetAnchor(anchor);
+        f.widget.SetImage(MakeImage(16, 4, true));
+        f.Paint();
+        const bool fromLeft = anchor <= 2;
+        for (int row = 0; row < 4; ++row) {
+            EXPECT_EQ(f.At(5, 10 + row), Gradient(fromLeft ? 0 : 6, row)) << anchor;
+            EXPECT_EQ(f.At(14, 10 + row), Gradient(fromLeft ? 9 : 15, row)) << anchor;
+        }
+        for (int x = 5; x < 15; ++x)
+            for (int y : {7, 8, 9, 14, 15, 16})
+                EXPECT_EQ(f.At(x, y), kBackgroundPixel) << anchor << " " << x << "," << y;
+        // Nothing outside the pane.
+        for (int y = 6; y < 18; ++y) {
+            EXPECT_EQ(f.At(4, y), kMarkerPixel);
+            EXPECT_EQ(f.At(15, y), kMarkerPixel);
+        }
+        EXPECT_EQ(f.At(10, 6), kMarkerPixel);
+        EXPECT_EQ(f.At(10, 17), kMarkerPixel);
+    }
+    // 12 x 12: cropped both ways; bottom rows (2 to 12) for anchors 2 and 3.
+    const std::array<std::array<int, 2>, 4> topLeft{{{0, 0}, {0, 2}, {2, 2}, {2, 0}}};
+    for (u32 anchor = 1; anchor <= 4; ++anchor) {
+        Fixture f;
+        f.widget.SetAnchor(anchor);
+        f.widget.SetImage(MakeImage(12, 12, true));
+        f.Paint();
+        const auto [x0, y0] = topLeft[anchor - 1];
+        EXPECT_EQ(f.At(5, 7), Gradient(x0, y0)) << anchor;
+        EXPECT_EQ(f.At(14, 16), Gradient(x0 + 9, y0 + 9)) << anchor;
+    }
+}
+
+TEST(DibWidgetTest, SmallImagesAreCentredInTheDetailPaneAndEnlargedInTheWholePane) {
+    // 4 x 2 at real size: left 5 + 3 = 8, top 7 + 4 = 11, whatever the anchor.
+    for (u32 anchor : {1u, 3u}) {
+        Fixture f;
+        f.widget.SetAnchor(anchor);
+        f.widget.SetImage(MakeImage(4, 2, true));
+        f.Paint();
+        EXPECT_EQ(f.At(8, 11), Gradient(0, 0));
+        EXPECT_EQ(f.At(11, 12), Gradient(3, 1));
+        EXPECT_EQ(f.At(7, 11), kBackgroundPixel);
+        EXPECT_EQ(f.At(12, 11), kBackgroundPixel);
+        EXPECT_EQ(f.At(8, 10), kBackgroundPixel);
+        EXPECT_EQ(f.At(8, 13), kBackgroundPixel);
+    }
+    // The whole pane fits 4 x 2 to 10 x 5, at top 7 + (10 - 5) / 2 = 9.
+    Fixture f;
+    const Bgra color{40, 160, 220, 255};
+    f.widget.SetImage(MakeImage(4, 2, false, color));
+    f.Paint();
+    ASSERT_TRUE(f.widget.ScaledCopy());
+    EXPECT_EQ(f.widget.ScaledCopy()->Width(), 10);
+    EXPECT_EQ(f.widget.ScaledCopy()->Height(), 5);
+    for (int x = 5; x < 15; ++x) {
+        for (int y = 9; y < 14; ++y)
+            EXPECT_TRUE(Near(f.At(x, y), color, 2)) << x << "," << y;
+        for (int y : {7, 8, 14, 15, 16})
+            EXPECT_EQ(f.At(x, y), kBackgroundPixel) << x << "," << y;
+    }
+}
+
+TEST(DibWidgetTest, TransparentPixelsShowTheBackground) {
+    Fixture f;
+    CDibPtr image = MakeImage(2, 2, false, {30, 20, 10, 0});
+    u8* opaque = image->PixelAt(1, 0);
+    opaque[0] = 1, opaque[1] = 2, opaque[2] = 3, opaque[3] = 255;
+    u8* half = image->PixelAt(0, 1);
+    half[0] = 0, half[1] = 0, half[2] = 255, half[3] = 128;
+    f.widget.SetAnchor(1);
+    f.widget.SetImage(image);
+    f.Paint();
+    // Real size at 5 + 4 = 9, 7 + 4 = 11.
+    EXPECT_EQ(f.At(9, 11), kBackgroundPixel);
+    EXPECT_EQ(f.At(10, 11), (Bgra{1, 2, 3, 255}));
+    // Red at 128 over the background: 255 * 128/255 + 0x99 * 127/255 = 204.2 for red, and the
+    // background's blue and green times 127/255: 25.4 and 50.8.
+    EXPECT_TRUE(Near(f.At(9, 12), (Bgra{25, 51, 204, 255}), 1));
+    EXPECT_EQ(f.At(10, 12), kBackgroundPixel);
+
+    // A wholly transparent image leaves only the background in the whole pane.
+    Fixture whole;
+    whole.widget.SetImage(MakeImage(3, 3, false, {200, 100, 50, 0}));
+    whole.Paint();
+    for (int y = 7; y < 17; ++y)
+        for (int x = 5; x < 15; ++x)
+            EXPECT_TRUE(Near(whole.At(x, y), kBackgroundPixel, 1)) << x << "," << y;
+}
+
+TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
+    Fixture f;
+    CDibPtr image = MakeImage(5, 5, true);
+    f.widget.SetImage(image);
+    EXPECT_FALSE(f.widget.ScaledCopy());
+    f.Paint();
+    const CDibPtr first = f.widget.ScaledCopy();
+    ASSERT_TRUE(first);
+    EXPECT_NE(first, image);
+    EXPECT_EQ(first->Width(), 10);
+    EXPECT_EQ(first->Height(), 10);
+    f.Paint();
+    EXPECT_EQ(f.widget.ScaledCopy(), first);
+
+    // A new image or anchor empties it; the next paint makes another.
+    f.widget.SetImage(image);
+    EXPECT_FALSE(f.widget.ScaledCopy());
+    f.Paint();
+    ASSERT_TRUE(f.widget.ScaledCopy());
+    EXPECT_NE(f.widget.ScaledCopy(), first);
+    const CDibPtr second = f.widget.ScaledCopy();
+    f.widget.SetAnchor(0);
+    EXPECT_FALSE(f.widget.ScaledCopy());
+    f.Paint();
+    EXPECT_NE(f.widget.ScaledCopy(), second);
+
+    // A pane of another size needs a copy of its own size: 5 x 5 in 12 x 6 is 6 x 6.
+    const CDibPtr third = f.widget.ScaledCopy();
+    const Rect other{5, 7, 17, 13};
+    f.widget.SetRect(&other);
+    f.Paint();
+    ASSERT_TRUE(f.widget.ScaledCopy());
+    EXPECT_NE(f.widget.ScaledCopy(), third);
+    EXPECT_EQ(f.widget.ScaledCopy()->Width(), 6);
+    EXPECT_EQ(f.widget.ScaledCopy()->Height(), 6);
+    // The anchored panes use no copy.
+    f.widget.SetAnchor(2);
+    f.Paint();
+    EXPECT_FALSE(f.widget.ScaledCopy());
+}
+
+TEST(DibWidgetTest, WithoutAnImageNothingIsPainted) {
+    Fixture f;
+    f.Paint();
+    f.widget.SetImage(MakeImage(4, 4, true));
+    f.widget.SetImage(CDibPtr());
+    f.Paint();
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 20; ++x)
+            ASSERT_EQ(f.At(x, y), kMarkerPixel) << x << "," << y;
+}
+
+TEST(DibWidgetTest, OpacityBlendsThePaneOverTheTarget) {
+    Fixture f;
+    f.widget.SetBackground(0x000000FF);
+    f.widget.SetAnchor(1);
+    f.widget.SetImage(MakeImage(2, 2, true));
+    f.Paint(0.5);
+    // Alpha (i32)(0.5 * 255) = 127: red 255 * 127/255 + 0x10 * 128/255 = 135.0, green
+    // 0x20 * 128/255 = 16.1, blue 0x30 * 128/255 = 24.1.
+    EXPECT_TRUE(Near(f.At(5, 7), (Bgra{24, 16, 135, 255}), 1));
+    EXPECT_EQ(f.At(4, 7), kMarkerPixel);
+}
+
+} // namespace

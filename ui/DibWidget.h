@@ -1,0 +1,52 @@
+// CSimpleDibWidget: a preview pane that shows one image, scaled to fit or at real size.
+#pragma once
+
+#include "foundation/Types.h"
+#include "image/Dib.h"
+#include "ui/Screen.h"
+#include "ui/Widget.h"
+
+// The size at which an image of `image` fills a pane of `pane` keeping its shape, enlarging as
+// readily as shrinking. Shapes closer than `tolerance` (width over height) take the pane's size,
+// and a side that would fall short of the pane by under 5 pixels is stretched to it.
+Size FitToPane(Size pane, Size image, double tolerance);
+
+// The corner that the detail pane shows, from the corner bits (1 top left, 2 bottom left, 4
+// bottom right, 8 top right) and the edge bits (1 left, 2 top, 4 right, 8 bottom): a rounded
+// corner first, in the order top left, top right, bottom left, bottom right; else a corner where
+// a blurred edge shows. Never 0.
+u32 AnchorFor(u32 corners, u32 edges);
+
+// A pane over an image. Anchor 0 shows the whole image scaled to fit, centred; anchors 1 to 4
+// show it at real size with one image corner in the matching pane corner: 1 top left, 2 bottom
+// left, 3 bottom right, 4 top right. The background lies under the image and shows through its
+// transparent pixels. Without an image the pane paints nothing at all. Main thread only.
+class CSimpleDibWidget : public CWidget {
+public:
+    CSimpleDibWidget() = default;
+    ~CSimpleDibWidget() override;
+
+    // Store the value; a new anchor or image empties the scaled copy.
+    void SetAnchor(u32 anchor);
+    void SetBackground(ColorRef color) { background_ = color; }
+    void SetImage(CDibPtr image);
+
+    u32 Anchor() const { return anchor_; }
+    ColorRef Background() const { return background_; }
+    const CDibPtr& Image() const { return image_; }
+    // The copy of the image at the size of the last whole-pane paint; empty until one is made.
+    // It is the image itself when a copy could not be made.
+    const CDibPtr& ScaledCopy() const { return scaled_; }
+
+    void Paint(CScreen& screen, double opacity) override;
+
+private:
+    // Both draw on the widget's own temporary surface, in the parent's coordinates.
+    void PaintWhole(CScreen& surface);
+    void PaintAnchored(CScreen& surface);
+
+    u32 anchor_ = 0;
+    ColorRef background_ = 0;
+    CDibPtr image_;
+    CDibPtr scaled_;
+};
