@@ -1,17 +1,42 @@
-// Runs a batch on what was dropped on the window.
+// Runs a batch on what was dropped on the window: checks the dropped items, builds one task for
+// each and starts the worker.
 #pragma once
 
+#include <vector>
+
 #include "app/Command.h"
+#include "foundation/ItemIdList.h"
+
+class CDropData;
+class QWidget;
 
 namespace lvx {
 
-// dropError holds the failure of reading the dropped data; the check throws it.
+// The drop target fills items (and dropError) at every drag movement; the frame runs the command
+// on the posted command 140. The items stay between drops until the next SetDropData. Main
+// thread only.
 class CCommandExecData : public CCommand {
 public:
     explicit CCommandExecData(::CMsg* msg) : CCommand(msg) {}
-    void OnExecute(bool run) override;
 
-    CSimpleErr dropError;
+    // Takes the dropped items of data into items; a failure goes into dropError and is thrown by
+    // the command's check. Throws nothing. Virtual so that the window layer reaches it through
+    // the command table without linking this library.
+    virtual void SetDropData(const CDropData* data);
+    // run false: only the check of dropError. run true: the controls into the settings, the
+    // settings saved, then the batch started.
+    void OnExecute(bool run) override;
+    // Checks every item, builds the tasks, asks before overwriting, deletes the old outputs and
+    // starts the worker and the timer of the view. True when a run has begun; false when there is
+    // no view or the user declined the overwrite question. Nothing on disk changes before every
+    // check has passed and the user has agreed.
+    bool StartBatch(const std::vector<CItemIDList>& droppedItems);
+
+    my::CCtrlException dropError; // id 0 when the last SetDropData had no failure
+    std::vector<CItemIDList> items;
 };
+
+// Raises window above the others and gives it the keyboard input, unless it is active already.
+void BringToForeground(QWidget* window);
 
 } // namespace lvx

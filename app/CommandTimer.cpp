@@ -1,11 +1,138 @@
-// The batch tick; the batch run fills it in.
+// The batch tick: results in, progress out, and the end of the batch.
 #include "app/CommandTimer.h"
 
+#include <algorithm>
+#include <string>
+
+#include <QApplication>
+#include <QProgressBar>
+#include <QWidget>
+
+#include "batch/AutoCriticalSection.h"
+#include "batch/Setting.h"
+#include "batch/TaskThread.h"
+#include "foundation/Msg.h"
+#include "foundation/ResString.h"
+#include "ui/ControlText.h"
+#include "ui/MainView.h"
+
 namespace lvx {
+
+namespace {
+
+constexpr u32 kIdStopped = 175;
+constexpr u32 kIdProgress = 176;
+constexpr u32 kIdAllDone = 177;
+
+// Counts the ticks that wrote a progress line; it is never reset, so that a batch need not begin
+// with no dots.
+i32 g_dotCounter = 0;
+
+void SetStatus(CMainView& view, const std::wstring& text) {
+    SetControlText(view.Control(ctl::kStatus), text, true);
+}
+
+} // namespace
 
 void CCommandTimer::OnExecute(bool run) {
     if (!run)
         return;
+    CMainView* view = TheView();
+    if (!view)
+        return;
+    i32 failedIndex = -1;
+    if (PollResults(failedIndex))
+        ShowProgress();
+    bool finished =
+        failedIndex >= 0 ||
+        (!view->pool.AnyRunning() && (view->stopRequested || view->doneCount >= view->fileCount));
+    if (finished)
+        FinishBatch(failedIndex);
+}
+
+bool CCommandTimer::PollResults(i32& failedIndex) {
+    failedIndex = -1;
+    CMainView* view = TheView();
+    if (!view)
+        return false;
+    CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
+    auto& results = view->results;
+    const i32 count = static_cast<i32>(results.size());
+    if (view->doneCount >= count)
+        return false;
+    for (i32 i = view->doneCount; i < count; ++i) {
+        if (results[i]->errorId != 0)
+            failedIndex = i;
+    }
+    // Only the newest good task of a tick is shown; a tick with a failure changes no pane.
+    if (failedIndex < 0) {
+        const auto& newest = results[count - 1];
+        TheSetting().outputPath = newest->outputFolder;
+        view->lastSourceImage = newest->source;
+        view->ShowResult(newest->result);
+    }
+    // The view and the panes hold their own references to what they show.
+    for (i32 i = view->doneCount; i < count; ++i)
+        results[i]->ReleaseImages();
+    view->doneCount = count;
+    if (QWidget* open = view->Control(ctl::kOpenOutput))
+        open->setEnabled(!results.empty());
+    return true;
+}
+
+void CCommandTimer::ShowProgress() {
+    CMainView* view = TheView();
+    if (!view)
+        return;
+    if (auto* progress = qobject_cast<QProgressBar*>(view->Control(ctl::kProgress))) {
+        // The range takes the low 16 bits of the count, and the position is clamped into it as
+        // the progress control does.
+        const i32 maximum = view->fileCount & 0xFFFF;
+        progress->setRange(0, maximum);
+        progress->setValue(std::clamp(view->doneCount, 0, maximum));
+    }
+    if (!view->pool.AnyRunning())
+        return;
+    std::wstring text;
+    FormatResString(text, kIdProgress, {view->doneCount + 1, view->fileCount});
+    text.append(static_cast<size_t>(g_dotCounter % 10), L'.');
+    SetStatus(*view, text);
+    ++g_dotCounter;
+}
+
+void CCommandTimer::FinishBatch(i32 failedIndex) {
+    CMainView* view = TheView();
+    if (!view)
+        return;
+    // No tick may come while the box below runs its own event loop.
+    view->KillTimer();
+    if (failedIndex >= 0)
+        view->pool.StopAll(true);
+    for (const auto& thread : view->pool.threads)
+        thread->Wait(kWaitForever);
+
+    std::wstring status;
+    if (failedIndex < 0 && !view->stopRequested)
+        FormatResString(status, kIdAllDone, {view->fileCount});
+    else
+        LoadResString(status, kIdStopped, true);
+    SetStatus(*view, status);
+    view->UpdateControlStates(false);
+
+    if (failedIndex < 0) {
+        QApplication::alert(view->window());
+        return;
+    }
+    // The text is read under the lock; the box itself runs a nested event loop and is shown
+    // outside it, so that nothing the loop runs can wait on the lock of this thread.
+    std::wstring text;
+    {
+        CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
+        if (failedIndex < static_cast<i32>(view->results.size()))
+            text = view->results[failedIndex]->errorText;
+    }
+    if (msg)
+        msg->Show(text, mb::kError);
 }
 
 } // namespace lvx

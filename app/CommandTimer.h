@@ -1,14 +1,32 @@
-// One tick of a running batch: takes in new results and shows progress.
+// One tick of a running batch: takes in what the worker has finished, moves the progress bar, the
+// status line and the preview panes, and ends the batch.
 #pragma once
 
 #include "app/Command.h"
 
 namespace lvx {
 
+// Runs on every tick of the view's batch timer, on the main thread. It works on the view's batch
+// state; the worker only appends to the view's results under its lock.
 class CCommandTimer : public CCommand {
 public:
     explicit CCommandTimer(::CMsg* msg) : CCommand(msg) {}
+    // run true: one tick. The batch ends at the first failure, or when no worker runs and either
+    // Stop was pressed or every task has been taken in. The end is looked for on every tick, also
+    // on one that brought no new result.
     void OnExecute(bool run) override;
+
+    // Under the results lock: takes in the results that came since the last tick. failedIndex
+    // becomes the index of the last failed one of them, or -1. Without a failure the newest one
+    // is shown in both panes. Every task taken in lets go of its images. False when nothing new
+    // came.
+    bool PollResults(i32& failedIndex);
+    // The progress bar and, while a worker runs, the status line with its moving dots.
+    void ShowProgress();
+    // Stops the timer, waits for the worker (stopping it first after a failure), writes the final
+    // status line, enables the controls and shows the failure's text, or draws attention to the
+    // window when there was none.
+    void FinishBatch(i32 failedIndex);
 };
 
 } // namespace lvx

@@ -1,11 +1,157 @@
-// The update from the controls; the view's controls fill it in.
+// The update: the view's controls read back into the settings, stage by stage, and the preview
+// computed from them.
 #include "app/CommandUpdateData.h"
+
+#include <QAbstractButton>
+#include <QComboBox>
+
+#include "batch/LunavexTask.h"
+#include "batch/Setting.h"
+#include "foundation/GuardedCall.h"
+#include "foundation/HexColor.h"
+#include "image/NamedShrink.h"
+#include "ui/ControlText.h"
+#include "ui/LengthCtrlSet.h"
+#include "ui/MainView.h"
 
 namespace lvx {
 
+namespace {
+
+// The corner checks in bit order (1, 2, 4, 8), then the edge checks in bit order.
+constexpr i32 kCornerChecks[] = {ctl::kTopLeft, ctl::kBottomLeft, ctl::kBottomRight,
+                                 ctl::kTopRight};
+constexpr i32 kEdgeChecks[] = {ctl::kLeft, ctl::kTop, ctl::kRight, ctl::kBottom};
+
+i32 ReadCustomSize(CMainView& view, i32 id) {
+    QWidget* control = view.Control(id);
+    i32 value = 0;
+    if (!control || !CMainView::ReadComboNumber(control, 0, value))
+        throw my::CCtrlException(control, 180, ToText(id));
+    if (value <= 0)
+        throw my::CCtrlException(control, 181);
+    return value;
+}
+
+void ReadShrink(CMainView& view) {
+    ShrinkSettings& shrink = TheSetting().shrink;
+    QWidget* control = view.Control(ctl::kShrink);
+    auto* combo = qobject_cast<QComboBox*>(control);
+    int index = combo ? combo->currentIndex() : -1;
+    if (index < 0 || index >= static_cast<int>(ShrinkChoices().size()))
+        throw my::CCtrlException(control, 182);
+    const CNamedShrink& choice = *ShrinkChoices()[static_cast<size_t>(index)];
+    shrink.shrinkType = choice.kind;
+    shrink.shrinkWidth = static_cast<i32>(choice.width);
+    shrink.shrinkHeight = static_cast<i32>(choice.height);
+    shrink.customWidth = ReadCustomSize(view, ctl::kCustomWidth);
+    shrink.customHeight = ReadCustomSize(view, ctl::kCustomHeight);
+}
+
+void ReadSaveType(CMainView& view) {
+    if (view.IsChecked(ctl::kPng)) {
+        TheSetting().saveType = 1;
+        return;
+    }
+    if (view.IsChecked(ctl::kJpeg)) {
+        TheSetting().saveType = 2;
+        return;
+    }
+    throw my::CCtrlException(view.Control(ctl::kPng), 183);
+}
+
+void ReadJpegQuality(CMainView& view) {
+    QWidget* control = view.Control(ctl::kQualityNumber);
+    i32 value = 0;
+    if (!control || !CMainView::ReadNumber(control, 0, value))
+        throw my::CCtrlException(control, 184, ToText(ctl::kQualityNumber));
+    if (static_cast<u32>(value) > 100)
+        throw my::CCtrlException(control, 185, L"0", L"100");
+    TheSetting().jpegQuality = static_cast<u32>(value);
+}
+
+void ReadBackground(CMainView& view) {
+    QWidget* control = view.Control(ctl::kColorText);
+    std::wstring text;
+    if (!control || !GetControlTextTrimmed(control, text, true))
+        throw my::CCtrlException(control, 184, ToText(ctl::kColorText));
+    u32 color = 0;
+    if (!ParseHexColor(color, text))
+        throw my::CCtrlException(control, 186);
+    RoundSettings& round = TheSetting().round;
+    round.backgroundColor = color;
+    round.transparent = view.IsChecked(ctl::kTransparent);
+    u32 corners = 0;
+    u32 edges = 0;
+    for (int bit = 0; bit < 4; ++bit) {
+        corners |= view.IsChecked(kCornerChecks[bit]) ? 1u << bit : 0u;
+        edges |= view.IsChecked(kEdgeChecks[bit]) ? 1u << bit : 0u;
+    }
+    round.corners = corners;
+    round.edges = edges;
+}
+
+void ReadSubFolder(CMainView& view) {
+    QWidget* control = view.Control(ctl::kSubFolder);
+    std::wstring text;
+    if (!control || !CMainView::ReadComboText(control, text))
+        throw my::CCtrlException(control, 180, ToText(ctl::kSubFolder));
+    if (text.empty())
+        throw my::CCtrlException(control, 187);
+    CHistoryList& folders = TheSetting().subFolders;
+    folders.Add(text);
+    auto* combo = qobject_cast<QComboBox*>(control);
+    combo->clear();
+    std::vector<std::wstring> names(folders.begin(), folders.end());
+    CMainView::FillCombo(control, names);
+    combo->setCurrentIndex(0);
+}
+
+// The conversion in memory, on the newest source of a batch or else the sample; the panes change
+// only when it succeeds.
+void RefreshPreview(CMainView& view) {
+    const CSetting& setting = TheSetting();
+    CLunavexTask task;
+    task.SetShrink(setting.shrink);
+    task.SetRound(setting.round);
+    if (setting.saveType == 0)
+        task.PrepareBmpEncoder();
+    else if (setting.saveType == 2)
+        task.PrepareJpegEncoder(setting.jpegQuality);
+    else
+        task.PreparePngEncoder();
+    CDibPtr source = view.lastSourceImage ? view.lastSourceImage : view.sampleImage;
+    if (!source)
+        return;
+    task.Process(source);
+    if (task.errorId != 0 || !task.result)
+        return;
+    view.ShowResult(task.result);
+}
+
+} // namespace
+
+// A view that does not exist yet has nothing to read.
 void CCommandUpdateData::OnExecute(bool run) {
     if (!run)
         return;
+    CMainView* view = TheView();
+    if (!view)
+        return;
+    my::CCtrlException holder;
+    auto stage = [&](auto&& body) {
+        GuardedCall(holder, body);
+        if (holder.IsError() && strict)
+            throw my::CCtrlException(holder.ctrl, holder);
+    };
+    stage([view] { ReadShrink(*view); });
+    stage([view] { ReadSaveType(*view); });
+    stage([view] { ReadJpegQuality(*view); });
+    stage([view] { ReadBackground(*view); });
+    for (const auto& set : std::vector<boost::shared_ptr<CLengthCtrlSet>>(view->lengthSets))
+        stage([set] { set->ReadLength(); });
+    stage([view] { ReadSubFolder(*view); });
+    stage([view] { RefreshPreview(*view); });
 }
 
 } // namespace lvx

@@ -1,6 +1,8 @@
 // The frame: window creation, the help menu, commands, close and destruction.
 #include "ui/MainFrame.h"
 
+#include "ui/DropCtrler.h"
+
 #include <cstdlib>
 
 #include <QApplication>
@@ -19,6 +21,8 @@
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"
 #include "ui/FrameWindow.h"
+#include "ui/LunavexMsg.h"
+#include "ui/MainView.h"
 #include "ui/UiStrings.h"
 
 namespace lvx {
@@ -43,9 +47,13 @@ bool EnvironmentFlag(const char* name) {
     return value && value[0] == '1';
 }
 
+// The view knows its controls by id; before the frame holds it, the view of the process answers.
 CtrlHandle ResolveViewControl(i32 id) {
     CMainFrame* frame = TheFrame();
-    return frame ? FindControl(frame->View(), id) : nullptr;
+    QWidget* view = frame ? frame->View() : nullptr;
+    if (!view)
+        view = TheView();
+    return view ? FindControl(view, id) : nullptr;
 }
 
 void FocusWidget(CtrlHandle control) {
@@ -97,13 +105,15 @@ bool CMainFrame::Create() {
     window_->setWindowIcon(AppIcon());
     BuildMenu();
 
-    view_ = new QWidget;
-    view_->setObjectName(QStringLiteral("view"));
+    view_ = new CMainView;
     window_->setCentralWidget(view_);
     qApp->installEventFilter(new CAcceleratorFilter(window_.data()));
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.data(),
                      [this] { OnEndSession(); });
     SizeAroundView();
+    // Files dropped on the window start a batch; without the registration there is no drop.
+    drop_ = std::make_unique<CDropCtrler>();
+    drop_->Register(window_.data());
     return true;
 }
 
@@ -162,7 +172,8 @@ void CMainFrame::OnCommand(int id) {
     CCommandTable* table = CCommandTable::Current();
     switch (id) {
     case cmd::kStop:
-        // The view's stop comes with the view's batch controls.
+        if (CMainView* view = TheView())
+            view->Stop();
         break;
     case cmd::kExplorerOutputPath:
         RunCommand(&CCommandTable::explorerOutputPath);
@@ -203,11 +214,21 @@ void CMainFrame::ShowAbout() {
 }
 
 bool CMainFrame::OnClose() {
+    // A running batch is stopped only with the user's consent; a refusal keeps the window and
+    // the batch. The timer goes with the window.
+    if (CMainView* view = TheView(); view && view->pool.AnyRunning()) {
+        if (!TheMsg().QueryStopAndQuit())
+            return false;
+        view->pool.StopAndWait(kWaitForever);
+        view->KillTimer();
+    }
     RunCommand(&CCommandTable::quit);
     return true;
 }
 
 void CMainFrame::OnDestroy() {
+    if (drop_)
+        drop_->Revoke();
     if (qApp)
         qApp->removeEventFilter(window_ ? window_->findChild<CAcceleratorFilter*>() : nullptr);
     // The end of the frame's window ends the event loop, with the exit code of a normal run.

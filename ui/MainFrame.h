@@ -13,6 +13,8 @@
 
 namespace lvx {
 
+class CDropCtrler;
+
 // Command ids of the frame.
 namespace cmd {
 constexpr int kExecData = 140;
@@ -67,6 +69,7 @@ private:
     QPointer<CFrameWindow> window_;
     QPointer<QWidget> view_;
     std::unique_ptr<CWindowLayoutManager> manager_;
+    std::unique_ptr<CDropCtrler> drop_;
     WindowLayout layout_;
 };
 

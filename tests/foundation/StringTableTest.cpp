@@ -36,9 +36,10 @@ TEST(StringTable, ApplicationIdsAndTheMenuAreJapaneseOnlyAndOthersBilingual) {
     const std::set<u16> japanese{1041};
     const std::set<u16> both{1033, 1041};
     for (const res::StringEntry& e : res::StringTable()) {
-        // The menu of the window (63000-63003) is Japanese only, as the menu resource is.
+        // The menu (63000-63003) and the captions of the main dialog (63100-63199) are Japanese
+        // only, as those resources are.
         bool applicationId = (e.id >= 130 && e.id <= 137) || (e.id >= 173 && e.id <= 202) ||
-                             (e.id >= 63000 && e.id <= 63003);
+                             (e.id >= 63000 && e.id <= 63003) || (e.id >= 63100 && e.id <= 63199);
         EXPECT_EQ(LanguagesOf(e.id), applicationId ? japanese : both) << e.id;
         EXPECT_NE(e.text[0], L'\0') << e.id;
     }

@@ -1,5 +1,6 @@
 // Tests of the frame: fixed size around the view, title, help menu, About box, control lookup.
 #include "ui/MainFrame.h"
+#include "ui/MainView.h"
 
 #include <gtest/gtest.h>
 
@@ -85,10 +86,11 @@ TEST_F(MainFrameTest, HelpMenu) {
 TEST_F(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
     lvx::CMainFrame frame;
     ASSERT_TRUE(frame.Create());
-    auto* edit = new QLineEdit(frame.View());
-    SetControlId(edit, 144);
-    EXPECT_EQ(CtrlForId(144), static_cast<CtrlHandle>(edit));
-    EXPECT_EQ(CtrlForId(145), nullptr);
+    auto* view = static_cast<lvx::CMainView*>(frame.View());
+    ASSERT_NE(view->Control(144), nullptr);
+    EXPECT_EQ(CtrlForId(144), static_cast<CtrlHandle>(view->Control(144)));
+    EXPECT_EQ(CtrlForId(165), static_cast<CtrlHandle>(view->Control(165)));
+    EXPECT_EQ(CtrlForId(140), nullptr) << "the dialog has no control 140";
 }
 
 TEST_F(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {

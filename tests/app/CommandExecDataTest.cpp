@@ -1,0 +1,237 @@
+// Tests of the drop command: the checks before anything on disk changes, the overwrite question,
+// a whole run to its end, and a run that stops at a file that is no image.
+#include "app/CommandExecData.h"
+
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QProgressBar>
+
+#include "BatchViewFixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testfiles::W;
+
+class CommandExecDataTest : public BatchViewFixture {};
+
+// The program's drop target with its filter reachable: Qt delivers a drop to a window only while
+// its own drag is in progress, so the drop is handed to the filter directly.
+class CTestDropCtrler : public lvx::CDropCtrler {
+public:
+    using CDropCtrlerImpl::eventFilter;
+};
+
+TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
+    auto dir = testfiles::FreshDir("exec-folder");
+    auto a = Png(dir, "a.png", 200);
+    fs::create_directories(dir / "folder");
+
+    Drop({a, dir / "folder"});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"ファイルが見つかりません\n\n" + W(dir / "folder"));
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(fs::exists(dir / "out"));
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+
+    msg.boxes.clear();
+    Drop({dir / "missing.png", a});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"ファイルが見つかりません\n\n" + W(dir / "missing.png"));
+    EXPECT_FALSE(fs::exists(dir / "out"));
+
+    // A sub-folder "." makes the output of a PNG its own source: refused before any deletion.
+    const std::string before = ReadText(a);
+    SetControlText(view->Control(lvx::ctl::kSubFolder), L".", false);
+    msg.boxes.clear();
+    Drop({a});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"出力先が元のファイルと同じになるため中止しました\n\n" + W(a));
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(ReadText(a), before);
+    EXPECT_FALSE(view->TimerRunning());
+}
+
+TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothing) {
+    auto dir = testfiles::FreshDir("exec-two");
+    auto a = Png(dir, "a.png", 200);
+    auto b = Png(dir, "b.png", 100);
+
+    Drop({a, b});
+    EXPECT_TRUE(view->TimerRunning());
+    EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
+    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    auto* progress = qobject_cast<QProgressBar*>(view->Control(lvx::ctl::kProgress));
+    ASSERT_NE(progress, nullptr);
+    EXPECT_EQ(progress->maximum(), 2);
+    EXPECT_EQ(progress->value(), 2);
+    EXPECT_EQ(view->fileCount, 2);
+    EXPECT_EQ(view->doneCount, 2);
+    ASSERT_EQ(view->results.size(), 2u);
+    for (const auto& task : view->results) {
+        EXPECT_EQ(task->errorId, 0);
+        EXPECT_FALSE(task->source) << "taken-in tasks let go of their images";
+        EXPECT_FALSE(task->result);
+    }
+    EXPECT_TRUE(view->lastSourceImage);
+    EXPECT_EQ(TheSetting().outputPath, W(dir / "out") + L"/");
+
+    // Both outputs exist now: one question names them, and Cancel leaves everything as it was.
+    WriteText(dir / "out" / "a.png", "old a");
+    WriteText(dir / "out" / "b.png", "old b");
+    msg.answers = {2};
+    Drop({a, b});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].flags, 49u);
+    EXPECT_NE(msg.boxes[0].text.find(W(dir / "out" / "a.png") + L"\r\n" + W(dir / "out" / "b.png")),
+              std::wstring::npos);
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ReadText(dir / "out" / "a.png"), "old a");
+    EXPECT_EQ(ReadText(dir / "out" / "b.png"), "old b");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
+
+    // OK deletes the old outputs and writes them anew.
+    msg.boxes.clear();
+    msg.answers = {1};
+    Drop({a, b});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_EQ(msg.boxes.size(), 1u);
+    EXPECT_NE(ReadText(dir / "out" / "a.png"), "old a");
+    EXPECT_EQ(ReadText(dir / "out" / "b.png").substr(1, 3), "PNG");
+}
+
+TEST_F(CommandExecDataTest, TwoSourcesWithOneOutputOverwriteWithoutAQuestion) {
+    auto dir = testfiles::FreshDir("exec-same-output");
+    auto png = Png(dir, "same.png", 200);
+    auto bmp = dir / "same.bmp";
+    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+
+    Drop({png, bmp});
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(msg.boxes.empty()) << "the output did not exist when the batch began";
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
+    ASSERT_EQ(view->results.size(), 2u);
+    EXPECT_EQ(view->results[0]->outputFile, view->results[1]->outputFile);
+    // The second (8 x 6) source wrote the file last: the PNG's width is that of the BMP.
+    std::string bytes = ReadText(dir / "out" / "same.png");
+    ASSERT_GE(bytes.size(), 24u);
+    EXPECT_EQ(static_cast<u8>(bytes[19]), 8) << "width of the IHDR chunk";
+
+    // When that output exists, it is listed twice and its second deletion fails with id 191.
+    msg.answers = {1};
+    Drop({png, bmp});
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[0].flags, 49u);
+    EXPECT_EQ(msg.boxes[1].text, L"ファイルの削除に失敗しました\n\n" + W(dir / "out" / "same.png"));
+    EXPECT_FALSE(fs::exists(dir / "out" / "same.png")) << "what was deleted stays deleted";
+    EXPECT_FALSE(view->TimerRunning());
+}
+
+TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
+    auto dir = testfiles::FreshDir("exec-non-image");
+    auto a = Png(dir, "a.png", 200);
+    auto b = dir / "b.png";
+    WriteText(b, "this is no image");
+
+    Drop({a, b});
+    ASSERT_TRUE(RunToEnd());
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    ASSERT_GE(view->results.size(), 2u);
+    EXPECT_EQ(view->results[0]->errorId, 0);
+    EXPECT_NE(view->results[1]->errorId, 0);
+    EXPECT_FALSE(view->results[1]->errorText.empty());
+    EXPECT_EQ(msg.boxes[0].text, view->results[1]->errorText);
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
+    EXPECT_FALSE(fs::exists(dir / "out" / "b.png"));
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
+}
+
+TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
+    QMimeData text;
+    text.setText(QStringLiteral("plain words"));
+    CMimeDropData data(&text);
+    table_->execData->SetDropData(&data);
+    EXPECT_EQ(table_->execData->dropError.id, 58803);
+    EXPECT_TRUE(table_->execData->items.empty());
+    EXPECT_FALSE(table_->execData->CanExecute());
+    EXPECT_TRUE(msg.boxes.empty());
+    frame_->OnCommand(lvx::cmd::kExecData);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"IDataObject->GetData に失敗しました: ", 0), 0u);
+    EXPECT_FALSE(view->TimerRunning());
+
+    // The next good drag replaces the failure and the items.
+    auto dir = testfiles::FreshDir("exec-replace");
+    auto a = Png(dir, "a.png", 10);
+    QMimeData files;
+    files.setUrls(Urls({a}));
+    CMimeDropData good(&files);
+    table_->execData->SetDropData(&good);
+    EXPECT_EQ(table_->execData->dropError.id, 0);
+    ASSERT_EQ(table_->execData->items.size(), 1u);
+    EXPECT_EQ(table_->execData->items[0].GetPathOrThrow(), W(a));
+    EXPECT_TRUE(table_->execData->CanExecute());
+}
+
+TEST_F(CommandExecDataTest, ADropOnTheViewPostsTheCommandAndTheBatchRuns) {
+    auto dir = testfiles::FreshDir("exec-drop");
+    auto a = Png(dir, "a.png", 200);
+    auto b = Png(dir, "b.png", 50);
+    CTestDropCtrler target;
+    ASSERT_TRUE(target.Register(frame_->Window()));
+    const QPoint overView = view->mapTo(frame_->Window(), view->rect().center());
+
+    QMimeData files;
+    files.setUrls(Urls({a, b}));
+    // The source offers a move as well; the answer is a copy.
+    const Qt::DropActions offered = Qt::MoveAction | Qt::CopyAction;
+    QDragEnterEvent enter(overView, offered, &files, Qt::LeftButton, Qt::NoModifier);
+    enter.setDropAction(Qt::MoveAction);
+    QCoreApplication::sendEvent(frame_->Window(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::CopyAction) << "never a move, whatever the source offers";
+    QDropEvent drop(overView, offered, &files, Qt::LeftButton, Qt::NoModifier);
+    drop.setDropAction(Qt::MoveAction);
+    target.eventFilter(frame_->Window(), &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
+    EXPECT_FALSE(view->TimerRunning()) << "the command is posted, not run inside the drop";
+    ASSERT_TRUE(QTest::qWaitFor([this] { return view->TimerRunning(); }, 10000));
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
+
+    // A text has no item list: refused at once, and the drop shows id 58803 through the command.
+    QMimeData text;
+    text.setText(QStringLiteral("plain words"));
+    QDragEnterEvent textEnter(overView, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(frame_->Window(), &textEnter);
+    EXPECT_FALSE(textEnter.isAccepted());
+    QDropEvent textDrop(overView, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    target.eventFilter(frame_->Window(), &textDrop);
+    EXPECT_FALSE(textDrop.isAccepted());
+    EXPECT_TRUE(msg.boxes.empty());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !msg.boxes.empty(); }, 10000));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"IDataObject->GetData に失敗しました: ", 0), 0u);
+    EXPECT_FALSE(target.IsDragging());
+}
+
+} // namespace

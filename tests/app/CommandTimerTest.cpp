@@ -1,0 +1,290 @@
+// Tests of the batch tick, driven by hand with the worker held inside a gate: what a tick takes
+// in and shows, when it ends the batch, Stop, and the close of the frame during a batch.
+#include "app/CommandTimer.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QTimer>
+
+#include "BatchViewFixture.h"
+#include "batch/AutoCriticalSection.h"
+#include "ui/DibWidget.h"
+
+namespace {
+
+using Task = boost::shared_ptr<lvx::CLunavexTask>;
+
+// A client that records each finished task and, while closed, holds the worker inside the call.
+class CGateClient : public lvx::CLunavexTaskClient {
+public:
+    void OnTaskFinished(Task task) override {
+        std::unique_lock<std::mutex> guard(lock_);
+        finished.push_back(task);
+        inside_ = true;
+        changed_.notify_all();
+        changed_.wait(guard, [this] { return open_; });
+        inside_ = false;
+    }
+    void WaitUntilInside() {
+        std::unique_lock<std::mutex> guard(lock_);
+        changed_.wait(guard, [this] { return inside_; });
+    }
+    void Open() {
+        std::lock_guard<std::mutex> guard(lock_);
+        open_ = true;
+        changed_.notify_all();
+    }
+    size_t FinishedCount() {
+        std::lock_guard<std::mutex> guard(lock_);
+        return finished.size();
+    }
+
+private:
+    std::vector<Task> finished;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    bool inside_ = false;
+    bool open_ = false;
+};
+
+// A task with no encoder: run by the worker, it fails at once and calls its client.
+Task GateTask(CGateClient* client, const wchar_t* name) {
+    Task task(new lvx::CLunavexTask);
+    task->Init(name, std::wstring(L"/nowhere/") + name, client);
+    return task;
+}
+
+// A finished task as the worker hands it over: images, output folder, failure.
+Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText = L"") {
+    Task task(new lvx::CLunavexTask);
+    task->Init(L"/src/in.png", output, nullptr);
+    task->source = testfiles::Solid(4, 4, 1, 2, 3);
+    task->result = testfiles::Solid(4, 4, 4, 5, 6);
+    task->errorId = errorId;
+    task->errorText = errorText;
+    return task;
+}
+
+class CommandTimerTest : public BatchViewFixture {
+protected:
+    // Holds the view's worker inside the gate with more tasks waiting behind it.
+    void HoldWorker(int waiting) {
+        view->pool.StopWaitAndClear(kWaitForever);
+        view->pool.Add(GateTask(&gate, L"held"));
+        for (int i = 0; i < waiting; ++i)
+            view->pool.Add(GateTask(&gate, L"waiting"));
+        ASSERT_TRUE(view->pool.threads.at(0)->Start());
+        gate.WaitUntilInside();
+        ASSERT_TRUE(view->pool.AnyRunning());
+    }
+
+    void Deliver(std::initializer_list<Task> tasks) {
+        CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
+        for (const Task& task : tasks)
+            view->results.push_back(task);
+    }
+
+    void Tick() { table_->timer->Execute(true, false); }
+
+    // The number of dots behind the progress text; -1 when the text is not progress of done + 1.
+    int DotsBehind(int done, int count) {
+        std::wstring head;
+        FormatResString(head, 176, {done + 1, count});
+        std::wstring text = ControlText(lvx::ctl::kStatus);
+        if (text.rfind(head, 0) != 0)
+            return -1;
+        std::wstring tail = text.substr(head.size());
+        return tail.find_first_not_of(L'.') == std::wstring::npos ? static_cast<int>(tail.size())
+                                                                  : -1;
+    }
+
+    QProgressBar* Progress() {
+        return qobject_cast<QProgressBar*>(view->Control(lvx::ctl::kProgress));
+    }
+
+    CGateClient gate;
+};
+
+TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
+    HoldWorker(1);
+    view->fileCount = 10;
+    view->doneCount = 0;
+    view->stopRequested = false;
+    view->results.clear();
+    view->UpdateControlStates(true);
+    ASSERT_FALSE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
+
+    Task first = Finished(L"/src/out1/a.png");
+    auto firstSource = first->source;
+    auto firstResult = first->result;
+    Deliver({first});
+    Tick();
+    EXPECT_EQ(view->doneCount, 1);
+    EXPECT_EQ(Progress()->maximum(), 10);
+    EXPECT_EQ(Progress()->value(), 1);
+    const int dots = DotsBehind(1, 10);
+    ASSERT_GE(dots, 0) << "\"2 / 10 ファイル処理中 \" and dots";
+    EXPECT_LE(dots, 9);
+    EXPECT_EQ(view->lastSourceImage, firstSource);
+    EXPECT_EQ(view->wholePane->Image(), firstResult);
+    EXPECT_EQ(view->detailPane->Image(), firstResult);
+    EXPECT_FALSE(first->source);
+    EXPECT_FALSE(first->result);
+    EXPECT_EQ(TheSetting().outputPath, L"/src/out1/");
+    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled()) << "also during the run";
+
+    // Nothing new: no change, and the batch goes on while the worker runs.
+    const std::wstring status = ControlText(lvx::ctl::kStatus);
+    Tick();
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), status);
+    EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
+
+    // Of two results in one tick only the newer is shown; the dots move on by one.
+    Task second = Finished(L"/src/out2/b.png");
+    Task third = Finished(L"/src/out3/c.png");
+    auto thirdSource = third->source;
+    Deliver({second, third});
+    Tick();
+    EXPECT_EQ(view->doneCount, 3);
+    EXPECT_EQ(DotsBehind(3, 10), (dots + 1) % 10);
+    EXPECT_EQ(view->lastSourceImage, thirdSource);
+    EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
+    EXPECT_FALSE(second->source);
+
+    // More than 65535 files: the range takes the low 16 bits of the count.
+    view->fileCount = 70000;
+    Deliver({Finished(L"/src/out4/d.png")});
+    Tick();
+    EXPECT_EQ(Progress()->maximum(), 70000 - 65536);
+    EXPECT_EQ(Progress()->value(), 4);
+    EXPECT_EQ(DotsBehind(4, 70000), (dots + 2) % 10);
+
+    // Two failures in one tick: the batch ends at once, the waiting task is cancelled, no pane
+    // changes and the text of the second failure is the one box.
+    view->fileCount = 10;
+    auto shownSource = view->lastSourceImage;
+    CThread* worker = view->pool.threads.at(0).get();
+    std::thread opener([&] {
+        while (!worker->IsTerminated())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        gate.Open();
+    });
+    Deliver({Finished(L"/src/out5/e.png", 201, L"first failure"),
+             Finished(L"/src/out6/f.png", 201, L"second failure")});
+    Tick();
+    opener.join();
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"second failure");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_FALSE(view->pool.AnyRunning());
+    EXPECT_EQ(view->pool.pending.Count(), 0u);
+    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
+    EXPECT_EQ(gate.FinishedCount(), 1u) << "the waiting task never ran";
+    EXPECT_EQ(view->lastSourceImage, shownSource);
+    EXPECT_EQ(TheSetting().outputPath, L"/src/out4/");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(Progress()->value(), 6);
+}
+
+TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
+    // Everything taken in and no worker: a tick with nothing new ends the batch.
+    view->pool.StopWaitAndClear(kWaitForever);
+    view->results = {Finished(L"/src/a/a.png"), Finished(L"/src/a/b.png")};
+    view->fileCount = 2;
+    view->doneCount = 2;
+    view->stopRequested = false;
+    view->StartTimer();
+    view->UpdateControlStates(true);
+    Tick();
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+
+    // Stop (command 163) while a file is in work: the waiting task is cancelled at once, the
+    // batch ends at the first tick after the worker has ended.
+    HoldWorker(1);
+    view->results.clear();
+    view->fileCount = 2;
+    view->doneCount = 0;
+    view->StartTimer();
+    view->UpdateControlStates(true);
+    frame_->OnCommand(lvx::cmd::kStop);
+    EXPECT_TRUE(view->stopRequested);
+    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
+    Tick();
+    EXPECT_TRUE(view->TimerRunning()) << "the worker still runs";
+    gate.Open();
+    ASSERT_TRUE(view->pool.threads[0]->Wait(kWaitForever));
+    Tick();
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_EQ(gate.FinishedCount(), 1u);
+}
+
+// Waits in the event loop for the modal box, keeps its text and clicks a button of it.
+void AnswerNextBox(QString& text, QMessageBox::StandardButton which, std::function<void()> before) {
+    QTimer::singleShot(0, [&text, which, before] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) {
+            AnswerNextBox(text, which, before);
+            return;
+        }
+        text = box->text();
+        if (before)
+            before();
+        box->button(which)->click();
+    });
+}
+
+// The end of a frame's window ends the event loop of the program; in a test process the request
+// would end every later modal box at once. A short run of the main loop takes it back.
+void ForgetEarlierQuit() {
+    QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(0); });
+    QCoreApplication::exec();
+}
+
+TEST_F(CommandTimerTest, ClosingDuringABatchAsksAndStopsOnlyWithConsent) {
+    ForgetEarlierQuit();
+    HoldWorker(1);
+    QString asked;
+    AnswerNextBox(asked, QMessageBox::Cancel, nullptr);
+    EXPECT_FALSE(frame_->OnClose());
+    EXPECT_EQ(asked, QStringLiteral("角を丸める処理を実行中です。\n\n中断して終了しますか？"));
+    EXPECT_TRUE(view->pool.AnyRunning()) << "Cancel keeps the batch";
+    EXPECT_EQ(view->pool.pending.Count(), 1u);
+
+    // The worker is let go only once it has been told to stop, so the waiting task never runs.
+    CThread* worker = view->pool.threads.at(0).get();
+    std::thread opener([&] {
+        while (!worker->IsTerminated())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        gate.Open();
+    });
+    asked.clear();
+    AnswerNextBox(asked, QMessageBox::Ok, nullptr);
+    EXPECT_TRUE(frame_->OnClose());
+    opener.join();
+    EXPECT_FALSE(asked.isEmpty());
+    EXPECT_FALSE(view->pool.AnyRunning()) << "OK stops and waits for the worker";
+    EXPECT_EQ(view->pool.pending.Count(), 0u);
+    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
+    EXPECT_EQ(gate.FinishedCount(), 1u);
+
+    // Without a running worker the frame closes with no question.
+    asked.clear();
+    EXPECT_TRUE(frame_->OnClose());
+    EXPECT_TRUE(asked.isEmpty());
+}
+
+} // namespace

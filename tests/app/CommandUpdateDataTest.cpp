@@ -1,0 +1,252 @@
+// Tests of the update command on a live view: the settings read back stage by stage, strict
+// failures naming the control at fault, the sub-folder history and the preview of the sample.
+#include "app/CommandUpdateData.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QImage>
+#include <QSlider>
+
+#include "../ui/QtTestApp.h"
+#include "app/CommandTable.h"
+#include "batch/Setting.h"
+#include "foundation/ResString.h"
+#include "ui/ColorWidget.h"
+#include "ui/ControlText.h"
+#include "ui/DibWidget.h"
+#include "ui/MainView.h"
+
+namespace {
+
+using lvx::CMainView;
+namespace ctl = lvx::ctl;
+
+class CommandUpdateDataTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+        TheSetting() = CSetting();
+        table = std::make_unique<CCommandTable>();
+        view = std::make_unique<CMainView>();
+    }
+    void TearDown() override {
+        view.reset();
+        table.reset();
+    }
+
+    void Type(i32 id, const std::wstring& text) { SetControlText(view->Control(id), text, true); }
+    // The strict update's failure: id, text and control; id 0 when it passes.
+    my::CCtrlException Strict() {
+        try {
+            table->updateDataStrict->OnExecute(true);
+        } catch (const my::CCtrlException& e) {
+            return e;
+        }
+        return my::CCtrlException();
+    }
+    void Tolerant() { table->updateData->OnExecute(true); }
+
+    std::unique_ptr<CCommandTable> table;
+    std::unique_ptr<CMainView> view;
+};
+
+TEST_F(CommandUpdateDataTest, StartShowsTheSampleProcessed) {
+    ASSERT_TRUE(view->sampleImage);
+    const CDibPtr& shown = view->wholePane->Image();
+    ASSERT_TRUE(shown);
+    EXPECT_NE(shown, view->sampleImage);
+    EXPECT_EQ(view->detailPane->Image(), shown);
+    EXPECT_EQ(shown->Header()->biWidth, 298);
+    EXPECT_EQ(shown->Header()->biHeight, 372);
+    // JPEG: the rounded corners are filled with the white background, fully opaque. With every
+    // corner rounded, the first pixel of the bits is a corner whichever way the rows run.
+    const u8* corner = shown->Bits();
+    EXPECT_EQ(corner[0], 255);
+    EXPECT_EQ(corner[1], 255);
+    EXPECT_EQ(corner[2], 255);
+    EXPECT_EQ(corner[3], 255);
+
+    // A change of the background colour recomputes the preview: the corner turns red.
+    Type(ctl::kColorText, L"FF0000");
+    EXPECT_EQ(TheSetting().round.backgroundColor, 0x0000FFu);
+    const u8* red = view->wholePane->Image()->Bits();
+    EXPECT_EQ(red[0], 0);
+    EXPECT_EQ(red[1], 0);
+    EXPECT_EQ(red[2], 255);
+    // A shrink choice that fails the conversion leaves the panes as they are.
+    CDibPtr before = view->wholePane->Image();
+    view->lastSourceImage.reset(new CDib);
+    Tolerant();
+    EXPECT_EQ(view->wholePane->Image(), before);
+}
+
+// Colours within a few steps of each other: the blend back on to the window may round.
+bool Near(QRgb got, QRgb want) {
+    return std::abs(qRed(got) - qRed(want)) <= 4 && std::abs(qGreen(got) - qGreen(want)) <= 4 &&
+           std::abs(qBlue(got) - qBlue(want)) <= 4;
+}
+
+// The view paints the swatch and both panes itself.
+TEST_F(CommandUpdateDataTest, ViewPaintsSwatchAndPanes) {
+    Type(ctl::kColorText, L"0000FF");
+    QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::black);
+    view->render(&image);
+    const Rect& swatch = view->swatch->GetRect();
+    QPoint middle((swatch.left + swatch.right) / 2, (swatch.top + swatch.bottom) / 2);
+    EXPECT_TRUE(Near(image.pixel(middle), qRgb(0, 0, 255)));
+    // The frame of the swatch is not the colour.
+    EXPECT_FALSE(Near(image.pixel(swatch.left, swatch.top), qRgb(0, 0, 255)));
+    // The panes show the preview, which is no plain face colour: its corners are blue now.
+    QRgb face = view->palette().color(QPalette::Window).rgb();
+    for (const auto& pane : {view->wholePane, view->detailPane}) {
+        const Rect& r = pane->GetRect();
+        EXPECT_NE(image.pixel((r.left + r.right) / 2, (r.top + r.bottom) / 2), face);
+    }
+    // The detail pane shows the top-left corner of the image at real size: the pane's first
+    // pixel is the rounded corner, filled with the background.
+    const Rect& detail = view->detailPane->GetRect();
+    EXPECT_TRUE(Near(image.pixel(detail.left, detail.top), qRgb(0, 0, 255)));
+}
+
+TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
+    auto* shrink = qobject_cast<QComboBox*>(view->Control(ctl::kShrink));
+    shrink->setCurrentIndex(1);
+    Type(ctl::kCustomWidth, L"640");
+    Type(ctl::kCustomHeight, L"480");
+    view->SetChecked(ctl::kPng, true);
+    Type(ctl::kQualityNumber, L"");
+    Type(ctl::kColorText, L"0a0B0c");
+    view->SetChecked(ctl::kTransparent, true);
+    view->SetChecked(ctl::kBottomLeft, false);
+    view->SetChecked(ctl::kTop, false);
+    Type(ctl::kRadius, L"4.5");
+    Type(ctl::kBlurWidth, L"2");
+    EXPECT_EQ(Strict().id, 0);
+    const CSetting& s = TheSetting();
+    EXPECT_EQ(s.shrink.shrinkType, 1u);
+    EXPECT_EQ(s.shrink.customWidth, 640);
+    EXPECT_EQ(s.shrink.customHeight, 480);
+    EXPECT_EQ(s.saveType, 1u);
+    EXPECT_EQ(s.jpegQuality, 0u); // an empty quality reads as 0
+    EXPECT_EQ(s.round.backgroundColor, 0x0C0B0Au);
+    EXPECT_TRUE(s.round.transparent);
+    EXPECT_EQ(s.round.corners, 15u - 2u);
+    EXPECT_EQ(s.round.edges, 15u - 2u);
+    EXPECT_EQ(s.round.radius.tenths, 45);
+    EXPECT_EQ(s.round.blurWidth.tenths, 20);
+    EXPECT_EQ(s.subFolders.front(), L"round");
+}
+
+TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
+    Type(ctl::kRadius, L"abc");
+    my::CCtrlException e = Strict();
+    EXPECT_EQ(e.id, 184);
+    EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
+
+    Type(ctl::kRadius, L"-1");
+    e = Strict();
+    EXPECT_EQ(e.id, 199);
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
+    Type(ctl::kRadius, L"10");
+
+    // The colour comes before the length in the order of the stages.
+    Type(ctl::kColorText, L"FFF");
+    Type(ctl::kBlurWidth, L"x");
+    e = Strict();
+    EXPECT_EQ(e.id, 186);
+    EXPECT_EQ(e.text, L"色の形式が不正です");
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kColorText));
+    Type(ctl::kColorText, L"FFFFFF");
+    EXPECT_EQ(Strict().id, 184);
+    Type(ctl::kBlurWidth, L"1");
+
+    Type(ctl::kQualityNumber, L"101");
+    e = Strict();
+    EXPECT_EQ(e.id, 185);
+    EXPECT_EQ(e.text, L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100");
+    Type(ctl::kQualityNumber, L"80");
+
+    // A custom size is read even when no custom shrink is chosen.
+    Type(ctl::kCustomWidth, L"0");
+    e = Strict();
+    EXPECT_EQ(e.id, 181);
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kCustomWidth));
+    Type(ctl::kCustomWidth, L"w");
+    e = Strict();
+    EXPECT_EQ(e.id, 180);
+    EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 142");
+    Type(ctl::kCustomWidth, L"200");
+
+    qobject_cast<QComboBox*>(view->Control(ctl::kShrink))->setCurrentIndex(-1);
+    e = Strict();
+    EXPECT_EQ(e.id, 182);
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kShrink));
+    qobject_cast<QComboBox*>(view->Control(ctl::kShrink))->setCurrentIndex(0);
+
+    // An empty sub-folder fails last and leaves the history.
+    auto* folder = qobject_cast<QComboBox*>(view->Control(ctl::kSubFolder));
+    folder->setEditText(QString());
+    e = Strict();
+    EXPECT_EQ(e.id, 187);
+    EXPECT_EQ(e.text, L"サブフォルダ名が空です");
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kSubFolder));
+    ASSERT_EQ(TheSetting().subFolders.size(), 1u);
+    EXPECT_EQ(TheSetting().subFolders.front(), L"round");
+}
+
+TEST_F(CommandUpdateDataTest, TolerantUpdateKeepsTheLastGoodValues) {
+    Type(ctl::kColorText, L"00FF00");
+    EXPECT_EQ(TheSetting().round.backgroundColor, 0x00FF00u);
+    Type(ctl::kColorText, L"zz");
+    EXPECT_EQ(view->swatch->Color(), 0u);
+    EXPECT_EQ(TheSetting().round.backgroundColor, 0x00FF00u);
+    // The other stages still run: the quality is read.
+    Type(ctl::kQualityNumber, L"33");
+    Tolerant();
+    EXPECT_EQ(TheSetting().jpegQuality, 33u);
+    EXPECT_EQ(TheSetting().round.backgroundColor, 0x00FF00u);
+    // A negative length is the one bad value that the settings hold.
+    Type(ctl::kRadius, L"-3");
+    EXPECT_EQ(TheSetting().round.radius.tenths, -30);
+}
+
+TEST_F(CommandUpdateDataTest, SubFolderHistory) {
+    auto* folder = qobject_cast<QComboBox*>(view->Control(ctl::kSubFolder));
+    for (int i = 1; i <= 17; ++i) {
+        folder->setEditText(QStringLiteral("f%1").arg(i));
+        Tolerant();
+    }
+    const CHistoryList& history = TheSetting().subFolders;
+    ASSERT_EQ(history.size(), 16u);
+    EXPECT_EQ(history.front(), L"f17");
+    EXPECT_EQ(std::find(history.begin(), history.end(), L"round"), history.end());
+    EXPECT_EQ(std::find(history.begin(), history.end(), L"f1"), history.end());
+    EXPECT_EQ(folder->count(), 16);
+    EXPECT_EQ(folder->itemText(0), QStringLiteral("f17"));
+    EXPECT_EQ(folder->itemText(15), QStringLiteral("f2"));
+    EXPECT_EQ(folder->currentIndex(), 0);
+    // Choosing an older name moves it to the front without a duplicate.
+    folder->setCurrentIndex(5);
+    Tolerant();
+    EXPECT_EQ(history.size(), 16u);
+    EXPECT_EQ(history.front(), L"f12");
+    EXPECT_EQ(folder->itemText(1), QStringLiteral("f17"));
+    EXPECT_EQ(folder->currentText(), QStringLiteral("f12"));
+}
+
+TEST_F(CommandUpdateDataTest, NothingRunsWithoutTheRunFlagOrAView) {
+    Type(ctl::kQualityNumber, L"200");
+    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(false));
+    view.reset();
+    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(true));
+}
+
+} // namespace

@@ -1,0 +1,243 @@
+// Tests of the drop target: the data of a Qt drag as the item block, the guarded hooks of the
+// generic target, and the refusals of the program's rule (outside the view, while a worker runs).
+#include "ui/DropCtrler.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+
+#include <QDragEnterEvent>
+#include <QDragLeaveEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
+#include <QMainWindow>
+#include <QMimeData>
+#include <QUrl>
+
+#include "QtTestApp.h"
+#include "RecordingMsg.h"
+#include "foundation/Paths.h"
+#include "foundation/ResultText.h"
+#include "ui/MainFrame.h"
+#include "ui/MainView.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+QList<QUrl> Urls(const std::vector<std::wstring>& paths) {
+    QList<QUrl> urls;
+    for (const auto& path : paths)
+        urls << QUrl::fromLocalFile(QString::fromStdWString(path));
+    return urls;
+}
+
+TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
+    TestApp();
+    SetUiLanguage(1041);
+    const std::vector<std::wstring> paths = {L"/tmp/drop test/ファイル 1.png", L"/tmp/b#2.jpg"};
+    QMimeData mime;
+    mime.setUrls(Urls(paths));
+    CMimeDropData data(&mime);
+
+    std::vector<u8> block;
+    ASSERT_EQ(data.GetData(kShellIdListArrayFormat, block), 0u);
+    std::vector<std::string> encoded;
+    for (const QUrl& url : Urls(paths))
+        encoded.push_back(url.toEncoded().toStdString());
+    EXPECT_EQ(block, BuildShellIdListArray(encoded));
+    EXPECT_EQ(encoded[0].find(' '), std::string::npos) << "URIs travel percent-encoded";
+
+    std::vector<CItemIDList> items;
+    GetDroppedItems(&data, items);
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(items[0].GetPathOrThrow(), paths[0]);
+    EXPECT_EQ(items[1].GetPathOrThrow(), paths[1]);
+
+    // Only the one format exists, and only with a URI list.
+    EXPECT_EQ(data.GetData(L"CF_HDROP", block), 0x80040064u);
+    EXPECT_TRUE(block.empty());
+    QMimeData text;
+    text.setText(QStringLiteral("words"));
+    CMimeDropData textData(&text);
+    EXPECT_EQ(textData.GetData(kShellIdListArrayFormat, block), 0x80040064u);
+    EXPECT_EQ(CMimeDropData(nullptr).GetData(kShellIdListArrayFormat, block), 0x80040064u);
+    try {
+        GetDroppedItems(&textData, items);
+        ADD_FAILURE() << "a drag without a URI list has no items";
+    } catch (const my::CException& e) {
+        EXPECT_EQ(e.id, 58803);
+        EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: " + ResultText(0x80040064));
+    }
+}
+
+// A client that holds the worker inside its call until it is opened.
+class CGateClient : public lvx::CLunavexTaskClient {
+public:
+    void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask>) override {
+        std::unique_lock<std::mutex> guard(lock_);
+        inside_ = true;
+        changed_.notify_all();
+        changed_.wait(guard, [this] { return open_; });
+    }
+    void WaitUntilInside() {
+        std::unique_lock<std::mutex> guard(lock_);
+        changed_.wait(guard, [this] { return inside_; });
+    }
+    void Open() {
+        std::lock_guard<std::mutex> guard(lock_);
+        open_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    bool inside_ = false;
+    bool open_ = false;
+};
+
+// The generic target refuses everything; its hooks are reached with global coordinates.
+class CRecordingTarget : public CDropCtrlerImpl {
+public:
+    using CDropCtrlerImpl::eventFilter;
+    int enters = 0;
+    int leaves = 0;
+    QPoint lastAt;
+
+protected:
+    void OnDragEnter(u32, i32, i32) override { ++enters; }
+    void OnDragLeave() override { ++leaves; }
+    void OnDrag(u32 keyState, i32 x, i32 y, u32& effect, bool drop) override {
+        lastAt = QPoint(x, y);
+        CDropCtrlerImpl::OnDrag(keyState, x, y, effect, drop);
+    }
+};
+
+// The program's target with its filter reachable: Qt delivers a drop and a leave to a window only
+// while its own drag is in progress, so the tests hand those events to the filter directly.
+class CTestDropCtrler : public lvx::CDropCtrler {
+public:
+    using CDropCtrlerImpl::eventFilter;
+};
+
+class DropCtrlerFrameTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+        ASSERT_TRUE(frame.Create());
+        frame.Window()->move(100, 50);
+        frame.Window()->show();
+        view = lvx::TheView();
+        ASSERT_NE(view, nullptr);
+        mime.setUrls(Urls({L"/tmp/a.png"}));
+    }
+
+    // Hands a drag event of type at point (frame coordinates) to target's filter on the frame
+    // window, or through Qt's delivery when target is the window; returns whether it was
+    // accepted, with the action in action.
+    bool Send(QObject* target, QEvent::Type type, QPoint at, Qt::DropAction& action) {
+        QWidget* window = frame.Window();
+        auto deliver = [&](QEvent& event) {
+            if (auto* drop = dynamic_cast<CTestDropCtrler*>(target))
+                drop->eventFilter(window, &event);
+            else if (auto* generic = dynamic_cast<CRecordingTarget*>(target))
+                generic->eventFilter(window, &event);
+            else
+                QCoreApplication::sendEvent(window, &event);
+        };
+        if (type == QEvent::DragEnter) {
+            QDragEnterEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
+                                  Qt::NoModifier);
+            deliver(event);
+            action = event.dropAction();
+            return event.isAccepted();
+        }
+        if (type == QEvent::DragMove) {
+            QDragMoveEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
+                                 Qt::NoModifier);
+            deliver(event);
+            action = event.dropAction();
+            return event.isAccepted();
+        }
+        QDropEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
+                         Qt::NoModifier);
+        deliver(event);
+        action = event.dropAction();
+        return event.isAccepted();
+    }
+
+    QPoint OverView() const { return view->mapTo(frame.Window(), view->rect().center()); }
+
+    lvx::CMainFrame frame;
+    lvx::CMainView* view = nullptr;
+    QMimeData mime;
+    CRecordingMsg msg;
+};
+
+TEST_F(DropCtrlerFrameTest, TheGenericTargetRefusesAndSeesGlobalPoints) {
+    CRecordingTarget target;
+    ASSERT_TRUE(target.Register(frame.Window()));
+    EXPECT_TRUE(frame.Window()->acceptDrops());
+    Qt::DropAction action = Qt::MoveAction;
+    EXPECT_FALSE(Send(frame.Window(), QEvent::DragEnter, QPoint(10, 20), action));
+    EXPECT_EQ(target.enters, 1);
+    EXPECT_TRUE(target.IsDragging());
+    EXPECT_EQ(target.lastAt, frame.Window()->mapToGlobal(QPoint(10, 20)));
+    EXPECT_NE(target.lastAt, QPoint(10, 20)) << "the window is not at the origin";
+    QDragLeaveEvent leave;
+    target.eventFilter(frame.Window(), &leave);
+    EXPECT_EQ(target.leaves, 1);
+    EXPECT_FALSE(target.IsDragging());
+    target.Revoke();
+    EXPECT_FALSE(frame.Window()->acceptDrops());
+}
+
+TEST_F(DropCtrlerFrameTest, ASourceThatOffersNoCopyIsRefused) {
+    CTestDropCtrler drop;
+    ASSERT_TRUE(drop.Register(frame.Window()));
+    QDropEvent moveOnly(OverView(), Qt::MoveAction, &mime, Qt::LeftButton, Qt::NoModifier);
+    drop.eventFilter(frame.Window(), &moveOnly);
+    EXPECT_FALSE(moveOnly.isAccepted());
+    EXPECT_NE(moveOnly.dropAction(), Qt::MoveAction);
+}
+
+TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
+    CTestDropCtrler drop;
+    drop.messageSink = &msg;
+    ASSERT_TRUE(drop.Register(frame.Window()));
+
+    // Over the menu bar: refused, and a drop there names id 195.
+    Qt::DropAction action = Qt::CopyAction;
+    EXPECT_FALSE(Send(frame.Window(), QEvent::DragEnter, QPoint(3, 3), action));
+    EXPECT_NE(action, Qt::MoveAction);
+    EXPECT_FALSE(Send(&drop, QEvent::Drop, QPoint(3, 3), action));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"現在のところ、フレーム部分へのドロップには対応していません");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(drop.IsDragging());
+
+    // Over the view with no command table: refused without a failure.
+    msg.boxes.clear();
+    EXPECT_FALSE(Send(&drop, QEvent::Drop, OverView(), action));
+    EXPECT_TRUE(msg.boxes.empty());
+
+    // A worker runs: refused over the view too, with id 194.
+    CGateClient gate;
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(L"held", L"/nowhere/held", &gate);
+    view->pool.Add(task);
+    ASSERT_TRUE(view->pool.threads.at(0)->Start());
+    gate.WaitUntilInside();
+    EXPECT_FALSE(Send(&drop, QEvent::DragMove, OverView(), action));
+    EXPECT_FALSE(Send(&drop, QEvent::Drop, OverView(), action));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"実行中にはドロップできません");
+    gate.Open();
+    ASSERT_TRUE(view->pool.threads[0]->Wait(kWaitForever));
+}
+
+} // namespace

@@ -1,0 +1,176 @@
+// Tests of the length sets: value edit, unit list and slider in step with the stored length.
+#include "ui/LengthCtrlSet.h"
+
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QSlider>
+
+#include "QtTestApp.h"
+#include "batch/Setting.h"
+#include "foundation/Exception.h"
+#include "foundation/ResString.h"
+#include "ui/ControlText.h"
+#include "ui/MainView.h"
+#include "ui/NamedInt.h"
+
+namespace {
+
+using lvx::CMainView;
+namespace ctl = lvx::ctl;
+
+class LengthCtrlSetTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TestApp();
+        SetUiLanguage(1041);
+        TheSetting() = CSetting();
+        view = std::make_unique<CMainView>();
+    }
+    void TearDown() override { view.reset(); }
+
+    std::wstring Text(i32 id) const {
+        std::wstring text;
+        GetControlText(view->Control(id), text);
+        return text;
+    }
+    void Type(i32 id, const std::wstring& text) { SetControlText(view->Control(id), text, true); }
+    QSlider* Slider(i32 id) const { return qobject_cast<QSlider*>(view->Control(id)); }
+    void ChooseUnit(i32 id, int index) {
+        auto* combo = qobject_cast<QComboBox*>(view->Control(id));
+        combo->setCurrentIndex(index);
+        emit combo->activated(index);
+    }
+    LengthValue& Radius() { return TheSetting().round.radius; }
+
+    std::unique_ptr<CMainView> view;
+};
+
+TEST_F(LengthCtrlSetTest, SetsAndUnitList) {
+    ASSERT_EQ(view->lengthSets.size(), 2u);
+    auto radius = view->FindLengthSet(ctl::kRadiusSlider);
+    ASSERT_TRUE(radius);
+    EXPECT_EQ(radius, view->lengthSets[0]);
+    EXPECT_EQ(view->FindLengthSet(ctl::kRadiusUnit), radius);
+    EXPECT_EQ(view->FindLengthSet(ctl::kBlurWidth), view->lengthSets[1]);
+    EXPECT_FALSE(view->FindLengthSet(ctl::kColorText));
+    EXPECT_EQ(radius->length, &TheSetting().round.radius);
+
+    const auto& units = lvx::LengthUnits();
+    ASSERT_EQ(units.size(), 2u);
+    EXPECT_EQ(units.front(), std::make_pair(0u, 173u));
+    EXPECT_EQ(units.back(), std::make_pair(1u, 174u));
+
+    QSlider* slider = Slider(ctl::kRadiusSlider);
+    EXPECT_EQ(slider->minimum(), 0);
+    EXPECT_EQ(slider->maximum(), 20);
+    EXPECT_EQ(slider->singleStep(), 1);
+    EXPECT_EQ(slider->pageStep(), 1);
+    EXPECT_EQ(slider->tickInterval(), 1);
+
+    CNamedInt named(42);
+    EXPECT_EQ(named.name, L"42");
+    named.SetName(58568);
+    EXPECT_EQ(named.name, L"低");
+    named.SetName(0);
+    EXPECT_EQ(named.name, L"");
+}
+
+TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
+    Type(ctl::kRadius, L"10.5");
+    EXPECT_EQ(Radius().tenths, 105);
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 10);
+    EXPECT_EQ(Text(ctl::kRadius), L"10.5"); // not rounded by the slider
+    Type(ctl::kRadius, L"25");
+    EXPECT_EQ(Radius().tenths, 250);
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 20);
+    Type(ctl::kRadius, L"1.29");
+    EXPECT_EQ(Radius().tenths, 12);
+    Type(ctl::kRadius, L"007");
+    EXPECT_EQ(Radius().tenths, 70);
+    Type(ctl::kRadius, L"+3");
+    EXPECT_EQ(Radius().tenths, 30);
+    // Text that does not read leaves field and slider.
+    for (const wchar_t* bad : {L"abc", L".5", L"1,5", L"1e3"}) {
+        Type(ctl::kRadius, bad);
+        EXPECT_EQ(Radius().tenths, 30) << bad;
+        EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 3) << bad;
+    }
+    // An empty edit stores 0; a negative number is stored, the slider clamps at 0.
+    Type(ctl::kRadius, L"");
+    EXPECT_EQ(Radius().tenths, 0);
+    Type(ctl::kRadius, L"-1");
+    EXPECT_EQ(Radius().tenths, -10);
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 0);
+    // The percent number stays untouched.
+    EXPECT_EQ(Radius().thousandths, 50);
+}
+
+TEST_F(LengthCtrlSetTest, SliderWritesWholeNumbers) {
+    Type(ctl::kRadius, L"10.5");
+    Slider(ctl::kRadiusSlider)->setValue(3); // a move of the user
+    EXPECT_EQ(Text(ctl::kRadius), L"3");
+    EXPECT_EQ(Radius().tenths, 30);
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 3);
+    Slider(ctl::kBlurSlider)->setValue(20);
+    EXPECT_EQ(Text(ctl::kBlurWidth), L"20");
+    EXPECT_EQ(TheSetting().round.blurWidth.tenths, 200);
+}
+
+TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
+    ChooseUnit(ctl::kRadiusUnit, 1);
+    EXPECT_EQ(Radius().unit, 1u);
+    EXPECT_EQ(Text(ctl::kRadius), L"5");
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 5);
+    Type(ctl::kRadius, L"7.5");
+    EXPECT_EQ(Radius().thousandths, 75);
+    EXPECT_EQ(Radius().tenths, 100);
+    ChooseUnit(ctl::kRadiusUnit, 0);
+    EXPECT_EQ(Radius().unit, 0u);
+    EXPECT_EQ(Text(ctl::kRadius), L"10");
+    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 10);
+    // No selection: dropped without a word.
+    ChooseUnit(ctl::kRadiusUnit, -1);
+    EXPECT_EQ(Radius().unit, 0u);
+}
+
+TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
+    auto radius = view->lengthSets[0];
+    Type(ctl::kRadius, L"12.5");
+    radius->ReadLength();
+    EXPECT_EQ(Radius().tenths, 125);
+
+    Type(ctl::kRadius, L"x");
+    try {
+        radius->ReadValue();
+        FAIL();
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(e.id, 184);
+        EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
+        EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
+    }
+    Type(ctl::kRadius, L"-2");
+    try {
+        radius->ReadValue();
+        FAIL();
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(e.id, 199);
+        EXPECT_EQ(e.text, L"長さの範囲が不正です");
+    }
+    qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
+    try {
+        radius->ReadUnit();
+        FAIL();
+    } catch (const my::CCtrlException& e) {
+        EXPECT_EQ(e.id, 180);
+        EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");
+        EXPECT_EQ(e.ctrl, view->Control(ctl::kRadiusUnit));
+    }
+    // ReadLength stores nothing when one part fails.
+    Type(ctl::kRadius, L"9");
+    Radius().tenths = 125;
+    EXPECT_THROW(radius->ReadLength(), my::CCtrlException);
+    EXPECT_EQ(Radius().tenths, 125);
+}
+
+} // namespace

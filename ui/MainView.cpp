@@ -1,0 +1,525 @@
+// The main view: the controls of dialog 139, their start values, their notifications, the panes
+// and the batch timer.
+#include "ui/MainView.h"
+
+#include <algorithm>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QSlider>
+
+#include "app/CommandTable.h"
+#include "batch/Setting.h"
+#include "foundation/HexColor.h"
+#include "foundation/Numbers.h"
+#include "foundation/ResString.h"
+#include "image/ImageIo.h"
+#include "image/NamedShrink.h"
+#include "ui/ColorWidget.h"
+#include "ui/ControlText.h"
+#include "ui/DibWidget.h"
+#include "ui/LengthCtrlSet.h"
+#include "ui/MainFrame.h"
+#include "ui/NamedInt.h"
+
+namespace lvx {
+
+namespace {
+
+CMainView* g_view = nullptr;
+
+// The controls that only an idle view enables.
+constexpr i32 kIdleControls[] = {
+    ctl::kShrink,     ctl::kPng,          ctl::kJpeg,        ctl::kColorText,  ctl::kChooseColor,
+    ctl::kTopLeft,    ctl::kBottomLeft,   ctl::kBottomRight, ctl::kTopRight,   ctl::kRadius,
+    ctl::kRadiusUnit, ctl::kRadiusSlider, ctl::kLeft,        ctl::kTop,        ctl::kRight,
+    ctl::kBottom,     ctl::kBlurWidth,    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,
+    ctl::kOpenOutput};
+
+// The corner checks in bit order (1, 2, 4, 8), then the edge checks in bit order.
+constexpr i32 kCornerChecks[] = {ctl::kTopLeft, ctl::kBottomLeft, ctl::kBottomRight,
+                                 ctl::kTopRight};
+constexpr i32 kEdgeChecks[] = {ctl::kLeft, ctl::kTop, ctl::kRight, ctl::kBottom};
+
+constexpr u32 kSampleName = 138;
+constexpr int kCustomColorCount = 16;
+
+std::vector<std::wstring> NamesOf(const std::vector<boost::shared_ptr<CNamedInt>>& list) {
+    std::vector<std::wstring> names;
+    for (const auto& entry : list)
+        names.push_back(entry->name);
+    return names;
+}
+
+QColor ToQColor(ColorRef color) {
+    return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+}
+
+ColorRef FromQColor(const QColor& color) {
+    return static_cast<ColorRef>(color.red()) | static_cast<ColorRef>(color.green()) << 8 |
+           static_cast<ColorRef>(color.blue()) << 16;
+}
+
+// The custom colours of the colour dialog live as long as the process and start white.
+void InitCustomColors() {
+    static bool done = false;
+    if (done)
+        return;
+    done = true;
+    for (int i = 0; i < kCustomColorCount; ++i)
+        QColorDialog::setCustomColor(i, QColor(255, 255, 255));
+}
+
+} // namespace
+
+const std::vector<boost::shared_ptr<CNamedInt>>& CustomSizeList() {
+    static const std::vector<boost::shared_ptr<CNamedInt>> list = [] {
+        std::vector<boost::shared_ptr<CNamedInt>> sizes;
+        for (i32 size : ShrinkSizes())
+            sizes.push_back(boost::shared_ptr<CNamedInt>(new CNamedInt(size)));
+        return sizes;
+    }();
+    return list;
+}
+
+const std::vector<boost::shared_ptr<CNamedInt>>& QualityList() {
+    static const std::vector<boost::shared_ptr<CNamedInt>> list = [] {
+        const std::pair<i32, u32> entries[] = {
+            {0, 58567}, {30, 58568}, {50, 58569}, {80, 58570}, {100, 58571}};
+        std::vector<boost::shared_ptr<CNamedInt>> qualities;
+        for (const auto& [value, id] : entries) {
+            boost::shared_ptr<CNamedInt> entry(new CNamedInt(value));
+            entry->SetName(id);
+            qualities.push_back(entry);
+        }
+        return qualities;
+    }();
+    return list;
+}
+
+CMainView* TheView() {
+    return g_view;
+}
+
+CMainView::CMainView(QWidget* parent) : QWidget(parent) {
+    g_view = this;
+    setObjectName(QStringLiteral("view"));
+    timer_ = new QTimer(this);
+    timer_->setInterval(static_cast<int>(timerPeriod));
+    connect(timer_, &QTimer::timeout, this, [] {
+        CCommandTable* table = CCommandTable::Current();
+        if (table && table->timer)
+            table->timer->Execute(true, false);
+    });
+    BuildControls();
+    ConnectControls();
+    OnInitDialog();
+}
+
+CMainView::~CMainView() {
+    KillTimer();
+    if (g_view == this)
+        g_view = nullptr;
+}
+
+QWidget* CMainView::Control(i32 id) const {
+    auto it = controls_.find(id);
+    return it == controls_.end() ? nullptr : it->second;
+}
+
+// The notifications that Windows would send, and no more: user edits and the program's own
+// text changes for edits, user choices for combos, clicks for buttons, user moves for sliders.
+void CMainView::ConnectControls() {
+    auto combo = [this](i32 id) { return qobject_cast<QComboBox*>(Control(id)); };
+    auto edit = [this](i32 id) { return qobject_cast<QLineEdit*>(Control(id)); };
+    auto button = [this](i32 id) { return qobject_cast<QAbstractButton*>(Control(id)); };
+
+    connect(combo(ctl::kShrink), &QComboBox::activated, this, [this] { OnShrinkChanged(); });
+    for (i32 id : {ctl::kCustomWidth, ctl::kCustomHeight}) {
+        connect(combo(id), &QComboBox::activated, this, [this] { RunUpdate(); });
+        connect(combo(id)->lineEdit(), &QLineEdit::textEdited, this, [this] { RunUpdate(); });
+    }
+    connect(edit(ctl::kQualityNumber), &QLineEdit::textChanged, this,
+            [this] { OnQualityNumberChanged(); });
+    connect(combo(ctl::kQualityName), &QComboBox::activated, this,
+            [this] { OnQualityNameChanged(); });
+    connect(edit(ctl::kColorText), &QLineEdit::textChanged, this, [this] { OnColorTextChanged(); });
+    for (i32 id : {ctl::kRadius, ctl::kBlurWidth}) {
+        connect(edit(id), &QLineEdit::textChanged, this, [this, id] {
+            if (auto set = FindLengthSet(id))
+                set->OnValueChanged();
+            RunUpdate();
+        });
+    }
+    for (i32 id : {ctl::kRadiusUnit, ctl::kBlurUnit}) {
+        connect(combo(id), &QComboBox::activated, this, [this, id] {
+            if (auto set = FindLengthSet(id))
+                set->OnUnitChanged();
+            RunUpdate();
+        });
+    }
+    for (i32 id : {ctl::kRadiusSlider, ctl::kBlurSlider}) {
+        connect(qobject_cast<QSlider*>(Control(id)), &QSlider::valueChanged, this, [this, id] {
+            if (auto set = FindLengthSet(id))
+                set->OnSliderMoved();
+            RunUpdate();
+        });
+    }
+    for (i32 id : {ctl::kPng, ctl::kJpeg})
+        connect(button(id), &QAbstractButton::clicked, this, [this, id] { OnSaveTypeClicked(id); });
+    connect(button(ctl::kChooseColor), &QAbstractButton::clicked, this,
+            [this] { OnChooseColor(); });
+    connect(button(ctl::kTransparent), &QAbstractButton::clicked, this, [this] { RunUpdate(); });
+    for (i32 id : kCornerChecks)
+        connect(button(id), &QAbstractButton::clicked, this, [this] { OnAnchorCheck(); });
+    for (i32 id : kEdgeChecks)
+        connect(button(id), &QAbstractButton::clicked, this, [this] { OnAnchorCheck(); });
+    for (i32 id : {ctl::kStop, ctl::kOpenOutput})
+        connect(button(id), &QAbstractButton::clicked, this, [this, id] { PostToFrame(id); });
+}
+
+void CMainView::OnInitDialog() {
+    CSetting& setting = TheSetting();
+    const ShrinkSettings& shrink = setting.shrink;
+    const RoundSettings& round = setting.round;
+    stopRequested = false;
+
+    std::vector<std::wstring> shrinkNames;
+    for (const auto& choice : ShrinkChoices())
+        shrinkNames.push_back(choice->name);
+    FillCombo(Control(ctl::kShrink), shrinkNames);
+    int shrinkIndex = -1;
+    for (size_t i = 0; i < ShrinkChoices().size(); ++i) {
+        const CNamedShrink& choice = *ShrinkChoices()[i];
+        if (choice.kind == shrink.shrinkType &&
+            static_cast<i32>(choice.width) == shrink.shrinkWidth &&
+            static_cast<i32>(choice.height) == shrink.shrinkHeight) {
+            shrinkIndex = static_cast<int>(i);
+            break;
+        }
+    }
+    qobject_cast<QComboBox*>(Control(ctl::kShrink))->setCurrentIndex(shrinkIndex);
+
+    const std::pair<i32, i32> customs[] = {{ctl::kCustomWidth, shrink.customWidth},
+                                           {ctl::kCustomHeight, shrink.customHeight}};
+    for (const auto& [id, value] : customs) {
+        FillCombo(Control(id), NamesOf(CustomSizeList()));
+        qobject_cast<QComboBox*>(Control(id))->setCurrentIndex(-1);
+        SetControlText(Control(id), ToText(value), true);
+    }
+
+    SetChecked(setting.saveType == 2 ? ctl::kJpeg : ctl::kPng, true);
+    SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
+    FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
+    int qualityIndex = -1;
+    for (size_t i = 0; i < QualityList().size(); ++i) {
+        if (static_cast<u32>(QualityList()[i]->value) == setting.jpegQuality) {
+            qualityIndex = static_cast<int>(i);
+            break;
+        }
+    }
+    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(qualityIndex);
+
+    SetControlText(Control(ctl::kColorText), FormatHexColor(round.backgroundColor), true);
+    SetChecked(ctl::kTransparent, round.transparent);
+    for (int bit = 0; bit < 4; ++bit) {
+        SetChecked(kCornerChecks[bit], (round.corners >> bit) & 1);
+        SetChecked(kEdgeChecks[bit], (round.edges >> bit) & 1);
+    }
+
+    lengthSets.clear();
+    lengthSets.emplace_back(new CLengthCtrlSet(ctl::kRadius, ctl::kRadiusUnit, ctl::kRadiusSlider,
+                                               this, &setting.round.radius));
+    lengthSets.emplace_back(new CLengthCtrlSet(ctl::kBlurWidth, ctl::kBlurUnit, ctl::kBlurSlider,
+                                               this, &setting.round.blurWidth));
+    for (const auto& set : lengthSets)
+        set->Init();
+
+    std::vector<std::wstring> folders(setting.subFolders.begin(), setting.subFolders.end());
+    FillCombo(Control(ctl::kSubFolder), folders);
+    qobject_cast<QComboBox*>(Control(ctl::kSubFolder))->setCurrentIndex(0);
+
+    swatch.reset(new CColorWidget);
+    swatch->SetEdge(edge::kSunken, edge::kRect);
+    swatch->SetColor(0);
+    Rect swatchRect = ControlRect(ctl::kSwatch);
+    swatch->Create(this, &swatchRect, false);
+    swatch->SetId(ctl::kSwatch);
+    swatch->SetColor(setting.round.backgroundColor);
+    swatch->SetVisible(true);
+    InvalidateWidget(swatch.get());
+
+    CreatePane(wholePane, ctl::kWholePane);
+    CreatePane(detailPane, ctl::kDetailPane);
+    detailPane->SetAnchor(AnchorFor(setting.round.corners, setting.round.edges));
+
+    if (Failed(LoadImageResource(sampleImage, kSampleName, "IMAGE")))
+        sampleImage.reset();
+    UpdateControlStates(false);
+    RunUpdate();
+}
+
+Rect CMainView::ControlRect(i32 id) const {
+    QWidget* control = Control(id);
+    if (!control)
+        return {};
+    QRect r = control->geometry();
+    return Rect{r.left(), r.top(), r.left() + r.width(), r.top() + r.height()};
+}
+
+// A pane is square, keeping the top, bottom and right of its control's rectangle. Where the
+// font's dialog units make the rectangle taller than wide in pixels, the square would reach over
+// the group boxes at its left; the pane then keeps the rectangle's own left.
+void CMainView::CreatePane(boost::shared_ptr<CSimpleDibWidget>& pane, i32 id) {
+    pane.reset(new CSimpleDibWidget);
+    Rect rect = ControlRect(id);
+    pane->Create(this, &rect, false);
+    pane->SetId(id);
+    rect.left = std::max(rect.left, rect.right - (rect.bottom - rect.top));
+    pane->SetRect(&rect);
+    pane->SetBackground(FromQColor(palette().color(QPalette::Window)));
+    pane->SetVisible(true);
+    InvalidateWidget(pane.get());
+}
+
+void CMainView::UpdateControlStates(bool running) {
+    const CSetting& setting = TheSetting();
+    for (i32 id : kIdleControls)
+        Enable(id, !running);
+    Enable(ctl::kStop, running);
+    bool custom = !running && setting.shrink.shrinkType == 1;
+    Enable(ctl::kCustomWidth, custom);
+    Enable(ctl::kCustomHeight, custom);
+    Enable(ctl::kTransparent, !running && setting.saveType == 1);
+    bool jpeg = !running && setting.saveType == 2;
+    Enable(ctl::kQualityNumber, jpeg);
+    Enable(ctl::kQualityName, jpeg);
+}
+
+void CMainView::Stop() {
+    stopRequested = true;
+    pool.StopAll(true);
+}
+
+void CMainView::OnTaskFinished(boost::shared_ptr<CLunavexTask> task) {
+    CNamedLock lock(resultsLock);
+    results.push_back(task);
+}
+
+void CMainView::StartTimer() {
+    timer_->start();
+    timerId = 1;
+}
+
+void CMainView::KillTimer() {
+    if (timer_)
+        timer_->stop();
+    timerId = 0;
+}
+
+boost::shared_ptr<CLengthCtrlSet> CMainView::FindLengthSet(i32 controlId) const {
+    for (const auto& set : lengthSets) {
+        if (set->edit == controlId || set->unitList == controlId || set->slider == controlId)
+            return set;
+    }
+    return {};
+}
+
+void CMainView::ShowResult(const CDibPtr& image) {
+    for (CSimpleDibWidget* pane : {wholePane.get(), detailPane.get()}) {
+        if (!pane)
+            continue;
+        pane->SetImage(image);
+        InvalidateWidget(pane);
+    }
+}
+
+void CMainView::RunUpdate() {
+    CCommandTable* table = CCommandTable::Current();
+    if (table && table->updateData)
+        table->updateData->Execute(true, false);
+}
+
+void CMainView::InvalidateWidget(const CWidget* widget) {
+    if (widget)
+        update(ToQRect(widget->GetRect()));
+}
+
+bool CMainView::IsChecked(i32 id) const {
+    auto* button = qobject_cast<QAbstractButton*>(Control(id));
+    return button && button->isChecked();
+}
+
+void CMainView::SetChecked(i32 id, bool on) {
+    if (auto* button = qobject_cast<QAbstractButton*>(Control(id)))
+        button->setChecked(on);
+}
+
+void CMainView::Enable(i32 id, bool enabled) {
+    if (QWidget* control = Control(id))
+        control->setEnabled(enabled);
+}
+
+bool CMainView::ReadNumber(QWidget* control, u32 digits, i32& out) {
+    std::wstring text;
+    if (!GetControlTextTrimmed(control, text, true))
+        return false;
+    if (text.empty()) {
+        out = 0;
+        return true;
+    }
+    return ParseFixed(out, text, static_cast<i32>(digits));
+}
+
+// An item counts as selected while the edit shows it: typing into the edit of a combo leaves it
+// without a selection, as the system's combo does.
+bool CMainView::ReadComboText(QWidget* control, std::wstring& out) {
+    auto* combo = qobject_cast<QComboBox*>(control);
+    if (!combo)
+        return false;
+    int index = combo->currentIndex();
+    if (index >= 0 && (!combo->isEditable() || combo->itemText(index) == combo->currentText())) {
+        out = combo->itemText(index).toStdWString();
+        return true;
+    }
+    return GetControlTextTrimmed(control, out, true);
+}
+
+bool CMainView::ReadComboNumber(QWidget* control, u32 digits, i32& out) {
+    std::wstring text;
+    if (!ReadComboText(control, text))
+        return false;
+    if (text.empty()) {
+        out = 0;
+        return true;
+    }
+    return ParseFixed(out, text, static_cast<i32>(digits));
+}
+
+void CMainView::FillCombo(QWidget* control, const std::vector<std::wstring>& names) {
+    auto* combo = qobject_cast<QComboBox*>(control);
+    if (!combo)
+        return;
+    for (const std::wstring& name : names)
+        combo->addItem(QString::fromStdWString(name));
+}
+
+void CMainView::OnShrinkChanged() {
+    auto* combo = qobject_cast<QComboBox*>(Control(ctl::kShrink));
+    int index = combo->currentIndex();
+    if (index < 0 || index >= static_cast<int>(ShrinkChoices().size()))
+        return;
+    bool custom = ShrinkChoices()[static_cast<size_t>(index)]->kind == 1;
+    Enable(ctl::kCustomWidth, custom);
+    Enable(ctl::kCustomHeight, custom);
+    RunUpdate();
+}
+
+void CMainView::OnQualityNumberChanged() {
+    std::wstring text;
+    i32 value = 0;
+    if (!GetControlTextTrimmed(Control(ctl::kQualityNumber), text, true) ||
+        !ParseUnsigned(value, text))
+        return;
+    int index = -1;
+    for (size_t i = 0; i < QualityList().size(); ++i) {
+        if (QualityList()[i]->value == value) {
+            index = static_cast<int>(i);
+            break;
+        }
+    }
+    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(index);
+}
+
+void CMainView::OnQualityNameChanged() {
+    int index = qobject_cast<QComboBox*>(Control(ctl::kQualityName))->currentIndex();
+    if (index < 0 || index >= static_cast<int>(QualityList().size()))
+        return;
+    SetControlText(Control(ctl::kQualityNumber),
+                   ToText(QualityList()[static_cast<size_t>(index)]->value), true);
+}
+
+void CMainView::OnSaveTypeClicked(i32 id) {
+    if (id == ctl::kPng)
+        Enable(ctl::kTransparent, true);
+    if (id == ctl::kJpeg) {
+        Enable(ctl::kQualityNumber, true);
+        Enable(ctl::kQualityName, true);
+    }
+    RunUpdate();
+}
+
+// The swatch shows black while the text is no colour; the settings follow in the update.
+void CMainView::OnColorTextChanged() {
+    if (!swatch)
+        return;
+    std::wstring text;
+    u32 color = 0;
+    if (!GetControlTextTrimmed(Control(ctl::kColorText), text, true) || !ParseHexColor(color, text))
+        color = 0;
+    swatch->SetColor(color);
+    InvalidateWidget(swatch.get());
+    RunUpdate();
+}
+
+void CMainView::OnChooseColor() {
+    if (!swatch)
+        return;
+    InitCustomColors();
+    QWidget* owner = QApplication::activeWindow();
+    QColorDialog dialog(owner ? owner : this);
+    // A black swatch opens the dialog on its own default colour.
+    if (swatch->Color() != 0)
+        dialog.setCurrentColor(ToQColor(swatch->Color()));
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    ColorRef color = FromQColor(dialog.selectedColor());
+    swatch->SetColor(color);
+    SetControlText(Control(ctl::kColorText), FormatHexColor(color), true);
+    InvalidateWidget(swatch.get());
+    RunUpdate();
+}
+
+void CMainView::OnAnchorCheck() {
+    if (detailPane) {
+        u32 corners = 0;
+        u32 edges = 0;
+        for (int bit = 0; bit < 4; ++bit) {
+            corners |= IsChecked(kCornerChecks[bit]) ? 1u << bit : 0u;
+            edges |= IsChecked(kEdgeChecks[bit]) ? 1u << bit : 0u;
+        }
+        u32 anchor = AnchorFor(corners, edges);
+        if (anchor != detailPane->Anchor()) {
+            detailPane->SetAnchor(anchor);
+            InvalidateWidget(detailPane.get());
+        }
+    }
+    RunUpdate();
+}
+
+// The frame acts on Stop and on opening the output folder.
+void CMainView::PostToFrame(i32 id) {
+    if (CMainFrame* frame = TheFrame())
+        frame->PostCommand(id);
+}
+
+void CMainView::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    CDCScreen screen;
+    Rect client{0, 0, width(), height()};
+    screen.Attach(&painter, client);
+    if (swatch)
+        swatch->Paint(screen, 1.0);
+    if (wholePane)
+        wholePane->Paint(screen, 1.0);
+    if (detailPane)
+        detailPane->Paint(screen, 1.0);
+    screen.Release();
+}
+
+} // namespace lvx

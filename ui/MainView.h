@@ -1,0 +1,141 @@
+// lvx::CMainView: the one window in which the user works. It shows every option of a conversion
+// (the controls of dialog 139, each known by its resource id), the two preview panes, the status
+// line and the progress bar, and it holds the state of a running batch. It converts nothing
+// itself: every change the user makes runs the tolerant update command.
+//
+// Threads: everything here runs on the main thread except OnTaskFinished, which the worker calls
+// and which only appends to `results` under `resultsLock`.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <QTimer>
+#include <QWidget>
+#include <boost/shared_ptr.hpp>
+
+#include "batch/AutoCriticalSection.h"
+#include "batch/LunavexTask.h"
+#include "batch/TaskThread.h"
+#include "image/Dib.h"
+
+class CColorWidget;
+class CWidget;
+class CNamedInt;
+class CSimpleDibWidget;
+
+namespace lvx {
+
+class CLengthCtrlSet;
+
+// Control ids of dialog 139.
+namespace ctl {
+constexpr i32 kShrink = 141, kCustomWidth = 142, kCustomHeight = 143, kQualityNumber = 144,
+              kQualityName = 145, kColorText = 146, kRadius = 147, kBlurWidth = 148,
+              kRadiusUnit = 149, kBlurUnit = 150, kPng = 151, kJpeg = 152, kChooseColor = 153,
+              kTransparent = 154, kTopLeft = 155, kBottomLeft = 156, kBottomRight = 157,
+              kTopRight = 158, kLeft = 159, kTop = 160, kRight = 161, kBottom = 162, kStop = 163,
+              kOpenOutput = 164, kSubFolder = 165, kRadiusSlider = 166, kBlurSlider = 167,
+              kSwatch = 168, kDetailPane = 169, kWholePane = 170, kStatus = 171, kProgress = 172;
+} // namespace ctl
+
+class CMainView : public QWidget, public CLunavexTaskClient {
+    Q_OBJECT
+
+public:
+    // Builds the controls of dialog 139 (sizes from dialog units of the view's font) and runs
+    // the start sequence: lists filled, settings written into the controls, panes made, sample
+    // loaded, first preview.
+    explicit CMainView(QWidget* parent = nullptr);
+    ~CMainView() override;
+
+    // The control with a resource id; null for an id the dialog does not have.
+    QWidget* Control(i32 id) const;
+
+    // Enables the controls for idle (false) or a running batch (true).
+    void UpdateControlStates(bool running);
+    // The user pressed Stop: remembers it and stops the pool without waiting.
+    void Stop();
+    // Worker thread: appends the task to `results` under `resultsLock`; nothing else.
+    void OnTaskFinished(boost::shared_ptr<CLunavexTask> task) override;
+
+    // The batch timer: id 1, 200 ms; each tick runs the timer command. KillTimer also drops a
+    // tick that is already pending.
+    void StartTimer();
+    void KillTimer();
+    bool TimerRunning() const { return timerId != 0; }
+
+    // The length set that owns a control id; empty when none does.
+    boost::shared_ptr<CLengthCtrlSet> FindLengthSet(i32 controlId) const;
+    // Shows an image in both panes and repaints them (no erase).
+    void ShowResult(const CDibPtr& image);
+
+    // Runs the tolerant update of the command table, when there is a table.
+    void RunUpdate();
+    // Handlers of the colour controls and of the eight corner and edge checks.
+    void OnColorTextChanged();
+    void OnChooseColor();
+    void OnAnchorCheck();
+    // Repaints the rectangle of a pane or of the swatch, without erasing.
+    void InvalidateWidget(const CWidget* widget);
+
+    // A check or radio control is on.
+    bool IsChecked(i32 id) const;
+    void SetChecked(i32 id, bool on);
+    void Enable(i32 id, bool enabled);
+
+    // Control helpers. ReadNumber: the trimmed text; empty reads as 0, anything else as a
+    // fixed-point number with digits places. ReadComboNumber: the same on the selected list item,
+    // or on the edit text when no item is selected. ReadComboText gives that text itself.
+    static bool ReadNumber(QWidget* control, u32 digits, i32& out);
+    static bool ReadComboNumber(QWidget* control, u32 digits, i32& out);
+    static bool ReadComboText(QWidget* control, std::wstring& out);
+    // Adds the names in order.
+    static void FillCombo(QWidget* control, const std::vector<std::wstring>& names);
+
+    // The state of a batch.
+    u32 timerPeriod = 200;
+    u32 timerId = 0;
+    bool stopRequested = false;
+    i32 fileCount = 0;
+    i32 doneCount = 0;
+    CTaskThreadPool pool;
+    CAutoCriticalSection resultsLock;
+    std::vector<boost::shared_ptr<CLunavexTask>> results;
+
+    boost::shared_ptr<CColorWidget> swatch;
+    std::vector<boost::shared_ptr<CLengthCtrlSet>> lengthSets; // radius, then blur width
+    boost::shared_ptr<CSimpleDibWidget> wholePane;
+    boost::shared_ptr<CSimpleDibWidget> detailPane;
+    CDibPtr sampleImage;
+    CDibPtr lastSourceImage; // source of the newest good file of the last batch
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void BuildControls();
+    void ConnectControls();
+    void OnInitDialog();
+    void OnShrinkChanged();
+    void OnQualityNumberChanged();
+    void OnQualityNameChanged();
+    void OnSaveTypeClicked(i32 id);
+    void PostToFrame(i32 id);
+    void CreatePane(boost::shared_ptr<CSimpleDibWidget>& pane, i32 id);
+    Rect ControlRect(i32 id) const;
+
+    QTimer* timer_ = nullptr;
+    std::map<i32, QWidget*> controls_;
+};
+
+// The values of the custom width and height lists, named by their decimal text.
+const std::vector<boost::shared_ptr<CNamedInt>>& CustomSizeList();
+// The JPEG quality list: 0, 30, 50, 80, 100 with their names.
+const std::vector<boost::shared_ptr<CNamedInt>>& QualityList();
+
+// The view of the process's frame; null before the frame has made it.
+CMainView* TheView();
+
+} // namespace lvx

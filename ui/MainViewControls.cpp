@@ -1,0 +1,221 @@
+// The control template of the main view: the 45 controls of dialog 139 built as child widgets,
+// in tab order, at their rectangles in the dialog units of the view's font.
+#include "ui/MainView.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QRegularExpressionValidator>
+#include <QSlider>
+
+#include "foundation/ResString.h"
+#include "ui/ControlId.h"
+#include "ui/DialogUnits.h"
+
+namespace lvx {
+
+namespace {
+
+enum class Kind {
+    Group,
+    DropList,
+    EditCombo,
+    Label,
+    Radio,
+    Edit,
+    DigitsEdit,
+    Frame,
+    Button,
+    DefaultButton,
+    Check,
+    Slider,
+    Progress
+};
+
+// One control of the dialog template: id (0: none of its own), kind, caption string id (0: no
+// caption) and rectangle in dialog units; a combo's height is that of its open list.
+struct ControlDef {
+    i32 id;
+    Kind kind;
+    u32 caption;
+    int x, y, width, height;
+};
+
+// The 45 controls in tab order.
+constexpr ControlDef kControls[] = {
+    {0, Kind::Group, 63100, 7, 7, 275, 33},
+    {ctl::kShrink, Kind::DropList, 0, 16, 20, 138, 290},
+    {ctl::kCustomWidth, Kind::EditCombo, 0, 162, 20, 48, 289},
+    {0, Kind::Label, 63101, 216, 22, 8, 8},
+    {ctl::kCustomHeight, Kind::EditCombo, 0, 228, 20, 48, 290},
+    {0, Kind::Group, 63102, 7, 44, 275, 47},
+    {ctl::kPng, Kind::Radio, 63103, 16, 59, 195, 10},
+    {ctl::kJpeg, Kind::Radio, 63104, 16, 74, 117, 10},
+    {0, Kind::Label, 63105, 140, 75, 30, 8},
+    {ctl::kQualityNumber, Kind::DigitsEdit, 0, 174, 73, 21, 13},
+    {ctl::kQualityName, Kind::DropList, 0, 200, 73, 76, 30},
+    {0, Kind::Group, 63106, 7, 95, 275, 33},
+    {ctl::kSwatch, Kind::Frame, 0, 16, 109, 39, 11},
+    {0, Kind::Label, 63107, 61, 110, 8, 8},
+    {ctl::kColorText, Kind::Edit, 0, 70, 108, 43, 13},
+    {ctl::kChooseColor, Kind::Button, 63108, 119, 107, 55, 14},
+    {ctl::kTransparent, Kind::Check, 63109, 187, 110, 87, 10},
+    {0, Kind::Group, 63110, 7, 132, 275, 47},
+    {ctl::kTopLeft, Kind::Check, 63111, 16, 146, 32, 10},
+    {ctl::kTopRight, Kind::Check, 63112, 53, 146, 32, 10},
+    {ctl::kBottomLeft, Kind::Check, 63113, 16, 158, 32, 10},
+    {ctl::kBottomRight, Kind::Check, 63114, 53, 158, 32, 10},
+    {0, Kind::Label, 63115, 94, 146, 32, 8},
+    {ctl::kRadius, Kind::Edit, 0, 130, 144, 24, 13},
+    {ctl::kRadiusUnit, Kind::DropList, 0, 158, 144, 60, 30},
+    {ctl::kRadiusSlider, Kind::Slider, 0, 94, 162, 180, 11},
+    {0, Kind::Group, 63116, 7, 183, 275, 47},
+    {ctl::kTop, Kind::Check, 63117, 40, 197, 24, 10},
+    {ctl::kLeft, Kind::Check, 63118, 16, 203, 24, 10},
+    {ctl::kRight, Kind::Check, 63119, 65, 203, 24, 10},
+    {ctl::kBottom, Kind::Check, 63120, 40, 209, 24, 10},
+    {0, Kind::Label, 63121, 94, 197, 24, 8},
+    {ctl::kBlurWidth, Kind::Edit, 0, 129, 194, 24, 13},
+    {ctl::kBlurUnit, Kind::DropList, 0, 157, 194, 60, 30},
+    {ctl::kBlurSlider, Kind::Slider, 0, 93, 212, 180, 11},
+    {0, Kind::Group, 63122, 7, 233, 276, 33},
+    {0, Kind::Label, 63123, 16, 245, 133, 13},
+    {ctl::kSubFolder, Kind::EditCombo, 0, 152, 245, 70, 30},
+    {0, Kind::Label, 63124, 226, 245, 51, 13},
+    {ctl::kStatus, Kind::Label, 63125, 7, 275, 257, 8},
+    {ctl::kStop, Kind::DefaultButton, 63126, 267, 272, 77, 16},
+    {ctl::kOpenOutput, Kind::Button, 63127, 348, 272, 77, 16},
+    {ctl::kDetailPane, Kind::Frame, 0, 290, 10, 135, 124},
+    {ctl::kWholePane, Kind::Frame, 0, 290, 142, 135, 124},
+    {ctl::kProgress, Kind::Progress, 0, 7, 295, 418, 6},
+};
+
+// A closed combo box is as high as an edit of the template.
+constexpr int kComboHeightUnits = 13;
+
+QString Text(u32 id) {
+    std::wstring text;
+    if (id != 0)
+        LoadResString(text, id, true);
+    return QString::fromStdWString(text);
+}
+
+// Japanese glyphs are wider against the font's dialog units than the template's captions allow
+// with some fonts: a caption that would be clipped gets a font a little smaller, down to 80 %.
+void FitCaption(QWidget* control, int width) {
+    bool hasCaption = qobject_cast<QLabel*>(control) || qobject_cast<QAbstractButton*>(control);
+    if (!hasCaption || qobject_cast<QPushButton*>(control))
+        return;
+    QFont font = control->font();
+    const qreal original = font.pointSizeF();
+    if (original <= 0)
+        return;
+    for (qreal size = original; control->sizeHint().width() > width && size > original * 0.8;) {
+        size -= 0.25;
+        font.setPointSizeF(size);
+        control->setFont(font);
+    }
+}
+} // namespace
+
+// Every control is a direct child of the view, made in tab order, so that the focus chain is the
+// template's order and a group box lies under the controls inside it.
+void CMainView::BuildControls() {
+    CDialogUnits du(font());
+    QWidget* pendingBuddyLabel = nullptr;
+    for (const ControlDef& def : kControls) {
+        QWidget* control = nullptr;
+        QRect rect = du.Rect(def.x, def.y, def.width, def.height);
+        QString caption = Text(def.caption);
+        switch (def.kind) {
+        case Kind::Group:
+            control = new QGroupBox(caption, this);
+            break;
+        case Kind::DropList:
+        case Kind::EditCombo: {
+            auto* combo = new QComboBox(this);
+            combo->setEditable(def.kind == Kind::EditCombo);
+            combo->setInsertPolicy(QComboBox::NoInsert);
+            combo->setMaxVisibleItems(qMax(1, rect.height() / qMax(1, du.Y(10))));
+            rect.setHeight(du.Y(kComboHeightUnits));
+            control = combo;
+            break;
+        }
+        case Kind::Label: {
+            auto* label = new QLabel(caption, this);
+            label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+            if (caption.contains(QLatin1Char('&')))
+                pendingBuddyLabel = label;
+            control = label;
+            break;
+        }
+        case Kind::Radio:
+            control = new QRadioButton(caption, this);
+            break;
+        case Kind::Check:
+            control = new QCheckBox(caption, this);
+            break;
+        case Kind::Edit:
+        case Kind::DigitsEdit: {
+            auto* edit = new QLineEdit(this);
+            if (def.kind == Kind::DigitsEdit)
+                edit->setValidator(new QRegularExpressionValidator(
+                    QRegularExpression(QStringLiteral("[0-9]*")), edit));
+            control = edit;
+            break;
+        }
+        case Kind::Frame: {
+            auto* frame = new QFrame(this);
+            frame->hide();
+            control = frame;
+            break;
+        }
+        case Kind::Button:
+        case Kind::DefaultButton: {
+            auto* button = new QPushButton(caption, this);
+            button->setDefault(def.kind == Kind::DefaultButton);
+            button->setAutoDefault(false);
+            // Stop and Open output start disabled; the start values enable what an idle view has.
+            button->setEnabled(def.id != ctl::kStop && def.id != ctl::kOpenOutput);
+            control = button;
+            break;
+        }
+        case Kind::Slider: {
+            auto* slider = new QSlider(Qt::Horizontal, this);
+            slider->setTickPosition(QSlider::TicksBelow);
+            control = slider;
+            break;
+        }
+        case Kind::Progress: {
+            auto* bar = new QProgressBar(this);
+            bar->setTextVisible(false);
+            bar->setValue(0);
+            control = bar;
+            break;
+        }
+        }
+        control->setGeometry(rect);
+        FitCaption(control, rect.width());
+        // A label's access key moves the focus to the next control of the tab order.
+        if (pendingBuddyLabel && control != pendingBuddyLabel && def.id != 0 &&
+            def.kind != Kind::Label) {
+            static_cast<QLabel*>(pendingBuddyLabel)->setBuddy(control);
+            pendingBuddyLabel = nullptr;
+        }
+        if (def.id != 0) {
+            SetControlId(control, def.id);
+            control->setObjectName(QStringLiteral("ctl%1").arg(def.id));
+            controls_[def.id] = control;
+        }
+    }
+    setFixedSize(du.Size(432, 308));
+}
+
+} // namespace lvx
