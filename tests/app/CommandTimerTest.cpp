@@ -13,6 +13,7 @@
 #include <QProgressBar>
 #include <QTimer>
 
+#include "../batch/GateClient.h"
 #include "BatchViewFixture.h"
 #include "batch/AutoCriticalSection.h"
 #include "ui/DibWidget.h"
@@ -20,39 +21,6 @@
 namespace {
 
 using Task = boost::shared_ptr<lvx::CLunavexTask>;
-
-// A client that records each finished task and, while closed, holds the worker inside the call.
-class CGateClient : public lvx::CLunavexTaskClient {
-public:
-    void OnTaskFinished(Task task) override {
-        std::unique_lock<std::mutex> guard(lock_);
-        finished.push_back(task);
-        inside_ = true;
-        changed_.notify_all();
-        changed_.wait(guard, [this] { return open_; });
-        inside_ = false;
-    }
-    void WaitUntilInside() {
-        std::unique_lock<std::mutex> guard(lock_);
-        changed_.wait(guard, [this] { return inside_; });
-    }
-    void Open() {
-        std::lock_guard<std::mutex> guard(lock_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    size_t FinishedCount() {
-        std::lock_guard<std::mutex> guard(lock_);
-        return finished.size();
-    }
-
-private:
-    std::vector<Task> finished;
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool inside_ = false;
-    bool open_ = false;
-};
 
 // A task with no encoder: run by the worker, it fails at once and calls its client.
 Task GateTask(CGateClient* client, const wchar_t* name) {

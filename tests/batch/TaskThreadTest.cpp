@@ -3,44 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <mutex>
-#include <vector>
+#include "GateClient.h"
 
 namespace {
-
-// A client that records each finished task and, while closed, holds the worker inside the call.
-class CGateClient : public lvx::CLunavexTaskClient {
-public:
-    void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask> task) override {
-        std::unique_lock<std::mutex> guard(lock_);
-        finished.push_back(task);
-        inside_ = true;
-        changed_.notify_all();
-        changed_.wait(guard, [this] { return open_; });
-        inside_ = false;
-    }
-    void WaitUntilInside() {
-        std::unique_lock<std::mutex> guard(lock_);
-        changed_.wait(guard, [this] { return inside_; });
-    }
-    void Open() {
-        std::lock_guard<std::mutex> guard(lock_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    std::vector<boost::shared_ptr<lvx::CLunavexTask>> Finished() {
-        std::lock_guard<std::mutex> guard(lock_);
-        return finished;
-    }
-
-private:
-    std::vector<boost::shared_ptr<lvx::CLunavexTask>> finished;
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool inside_ = false;
-    bool open_ = false;
-};
 
 // A task with no encoder: it fails at once with id 200 and calls its client.
 boost::shared_ptr<lvx::CLunavexTask> QuickTask(lvx::CLunavexTaskClient* client,

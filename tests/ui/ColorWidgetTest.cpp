@@ -8,11 +8,10 @@
 
 #include <QImage>
 
+#include "PixelCheck.h"
 #include "QtTestApp.h"
 
 namespace {
-
-using Bgra = std::array<int, 4>;
 
 constexpr QRgb kMarker = 0xFF102030;
 const Bgra kMarkerPixel{0x30, 0x20, 0x10, 255};
@@ -24,20 +23,6 @@ const Bgra kShadow{0xA0, 0xA0, 0xA0, 255};
 const Bgra kDarkShadow{0x69, 0x69, 0x69, 255};
 const Bgra kLight{0xE3, 0xE3, 0xE3, 255};
 const Bgra kHighlight{255, 255, 255, 255};
-
-Bgra PixelOf(const QImage& image, int x, int y) {
-    const uchar* p = image.constScanLine(y) + x * 4;
-    return {p[0], p[1], p[2], p[3]};
-}
-
-::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
-    for (int c = 0; c < 4; ++c)
-        if (std::abs(got[c] - want[c]) > tolerance)
-            return ::testing::AssertionFailure()
-                   << "got " << got[0] << "," << got[1] << "," << got[2] << "," << got[3]
-                   << " want " << want[0] << "," << want[1] << "," << want[2] << "," << want[3];
-    return ::testing::AssertionSuccess();
-}
 
 QImage PaintOnTarget(CColorWidget& widget, double opacity) {
     TestApp();

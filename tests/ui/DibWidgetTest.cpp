@@ -10,11 +10,10 @@
 
 #include <QImage>
 
+#include "PixelCheck.h"
 #include "QtTestApp.h"
 
 namespace {
-
-using Bgra = std::array<int, 4>;
 
 // What the target holds where nothing is painted, and the panes' background.
 constexpr QRgb kMarker = 0xFF102030;
@@ -23,20 +22,6 @@ constexpr ColorRef kBackground = 0x00336699; // red 0x99, green 0x66, blue 0x33
 const Bgra kBackgroundPixel{0x33, 0x66, 0x99, 255};
 // The pane: 10 x 10 at (5, 7) on a 20 x 20 target.
 const Rect kPane{5, 7, 15, 17};
-
-Bgra PixelOf(const QImage& image, int x, int y) {
-    const uchar* p = image.constScanLine(y) + x * 4;
-    return {p[0], p[1], p[2], p[3]};
-}
-
-::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
-    for (int c = 0; c < 4; ++c)
-        if (std::abs(got[c] - want[c]) > tolerance)
-            return ::testing::AssertionFailure()
-                   << "got " << got[0] << "," << got[1] << "," << got[2] << "," << got[3]
-                   << " want " << want[0] << "," << want[1] << "," << want[2] << "," << want[3];
-    return ::testing::AssertionSuccess();
-}
 
 // An opaque image whose pixel (x, y) is red 10x, green 20 + 20y, blue 200.
 Bgra Gradient(int x, int y) {

@@ -11,30 +11,14 @@
 
 #include <QPainter>
 
+#include "PixelCheck.h"
 #include "QtTestApp.h"
 
 namespace {
 
-using Bgra = std::array<int, 4>;
-
-// The bytes blue, green, red, alpha of pixel (x, y) of a 32-bit image, read from its scanline.
-Bgra PixelOf(const QImage& image, int x, int y) {
-    const uchar* p = image.constScanLine(y) + x * 4;
-    return {p[0], p[1], p[2], p[3]};
-}
-
 Bgra At(const CScreen& screen, int x, int y) {
     const Rect* r = screen.GetRect();
     return PixelOf(*screen.GetImage(), x - r->left, y - r->top);
-}
-
-::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
-    for (int c = 0; c < 4; ++c)
-        if (std::abs(got[c] - want[c]) > tolerance)
-            return ::testing::AssertionFailure()
-                   << "got " << got[0] << "," << got[1] << "," << got[2] << "," << got[3]
-                   << " want " << want[0] << "," << want[1] << "," << want[2] << "," << want[3];
-    return ::testing::AssertionSuccess();
 }
 
 void SetPixel(CDib& dib, int x, int y, int r, int g, int b, int a) {
