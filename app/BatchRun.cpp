@@ -1,9 +1,7 @@
 // The headless batch run.
 #include "app/BatchRun.h"
 
-#include <filesystem>
 #include <map>
-#include <system_error>
 #include <vector>
 
 #include <boost/make_shared.hpp>
@@ -34,17 +32,6 @@ std::wstring Text(u32 id, const std::wstring& argument = {}) {
     std::wstring text;
     FormatResString(text, id, {argument});
     return text;
-}
-
-// True when writing output would replace source: the same path, or the same file by another name.
-bool IsSameFile(const std::wstring& source, const std::wstring& output) {
-    std::error_code ec;
-    std::filesystem::path a(ToFileSystemPath(source)), b(ToFileSystemPath(output));
-    if (std::filesystem::equivalent(a, b, ec))
-        return true;
-    auto ca = std::filesystem::weakly_canonical(a, ec);
-    auto cb = std::filesystem::weakly_canonical(b, ec);
-    return !ec && ca == cb;
 }
 
 struct PlannedTask {

@@ -3,9 +3,7 @@
 
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
-#include <system_error>
 
 #include <QApplication>
 #include <QMainWindow>
@@ -33,15 +31,7 @@ constexpr i32 kIdSaveSettingFailed = 192;
 constexpr i32 kIdFileNotFound = 189;
 constexpr i32 kIdNoEncoder = 190;
 constexpr i32 kIdDeleteFailed = 191;
-constexpr i32 kIdOutputIsSource = 63200;
-
-// True when output names the file at source: a sub-folder named "." (or a link back to the
-// source's folder) with the source's own extension would make the batch delete its source before
-// reading it.
-bool IsSameFile(const std::wstring& source, const std::wstring& output) {
-    std::error_code error;
-    return std::filesystem::equivalent(ToFileSystemPath(source), ToFileSystemPath(output), error);
-}
+constexpr i32 kIdOutputIsSource = 62005;
 
 // Deletes a file as DeleteFileW does: a folder is not deleted.
 bool DeleteFileAt(const std::wstring& path) {

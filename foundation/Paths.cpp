@@ -145,6 +145,11 @@ bool IsRootLike(const std::wstring& path) {
            (g_style == PathStyle::Posix && path == L"/");
 }
 
+bool IsSameFile(const std::wstring& a, const std::wstring& b) {
+    std::error_code ec;
+    return std::filesystem::equivalent(ToFileSystemPath(a), ToFileSystemPath(b), ec);
+}
+
 i32 CreateFolderTree(const std::wstring& path) {
     if (g_style == PathStyle::Windows) {
         size_t colon = path.find(L':');

@@ -115,6 +115,18 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     EXPECT_EQ(NearestExistingFolder(L"/nonexistent-lvx-root/x"), L"/");
 }
 
+TEST(PathsTest, TheSameFileIsFoundByAnyOfItsNames) {
+    auto dir = TempDir("same");
+    std::ofstream(dir / "a.png") << "x";
+    std::ofstream(dir / "b.png") << "x";
+    const std::wstring a = FromFileSystemPath((dir / "a.png").string());
+    EXPECT_TRUE(IsSameFile(a, a));
+    EXPECT_TRUE(IsSameFile(a, FromFileSystemPath((dir / "." / "a.png").string())));
+    EXPECT_FALSE(IsSameFile(a, FromFileSystemPath((dir / "b.png").string())));
+    EXPECT_FALSE(IsSameFile(a, FromFileSystemPath((dir / "round" / "a.png").string())))
+        << "an output that does not exist yet is no source";
+}
+
 TEST(PathsTest, FileSystemNamesAreUtf8) {
     EXPECT_EQ(ToFileSystemPath(L"/写真/ä.png"), "/\xE5\x86\x99\xE7\x9C\x9F/\xC3\xA4.png");
     EXPECT_EQ(FromFileSystemPath("/\xE5\x86\x99\xE7\x9C\x9F"), L"/写真");

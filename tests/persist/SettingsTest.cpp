@@ -11,6 +11,7 @@
 
 #include "batch/Setting.h"
 #include "persist/RegValue.h"
+#include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
 #include "platform/XdgSandbox.h"
 
@@ -62,18 +63,6 @@ std::string Replace(std::string text, const std::string& from, const std::string
 
 std::vector<std::wstring> Entries(const CHistoryList& list) {
     return {list.begin(), list.end()};
-}
-
-// Runs body in a child process and returns its exit status.
-template <class Body> int InChild(Body body) {
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        body();
-        ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 class SettingsTest : public ::testing::Test {

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
 #include "platform/XdgSandbox.h"
 
@@ -26,18 +27,6 @@ std::optional<u32> ReadDword(CRegistryFile& store, const std::wstring& key,
     if (!store.QueryValue(key, name, value) || value.type != 4 || value.bytes.size() != 4)
         return std::nullopt;
     return value.bytes[0] | (value.bytes[1] << 8) | (value.bytes[2] << 16) | (value.bytes[3] << 24);
-}
-
-// Runs body in a child process and returns its exit status.
-template <class Body> int InChild(Body body) {
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        body();
-        ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 } // namespace

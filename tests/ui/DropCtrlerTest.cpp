@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
+#include "../batch/GateClient.h"
+
 #include <filesystem>
-#include <mutex>
 
 #include <QDragEnterEvent>
 #include <QDragLeaveEvent>
@@ -72,32 +72,6 @@ TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
         EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: " + ResultText(0x80040064));
     }
 }
-
-// A client that holds the worker inside its call until it is opened.
-class CGateClient : public lvx::CLunavexTaskClient {
-public:
-    void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask>) override {
-        std::unique_lock<std::mutex> guard(lock_);
-        inside_ = true;
-        changed_.notify_all();
-        changed_.wait(guard, [this] { return open_; });
-    }
-    void WaitUntilInside() {
-        std::unique_lock<std::mutex> guard(lock_);
-        changed_.wait(guard, [this] { return inside_; });
-    }
-    void Open() {
-        std::lock_guard<std::mutex> guard(lock_);
-        open_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool inside_ = false;
-    bool open_ = false;
-};
 
 // The generic target refuses everything; its hooks are reached with global coordinates.
 class CRecordingTarget : public CDropCtrlerImpl {
