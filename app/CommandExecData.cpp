@@ -12,6 +12,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "app/CommandUpdateData.h"
+#include "batch/BatchPlan.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "batch/TaskThread.h"
@@ -28,10 +29,7 @@ namespace lvx {
 namespace {
 
 constexpr i32 kIdSaveSettingFailed = 192;
-constexpr i32 kIdFileNotFound = 189;
-constexpr i32 kIdNoEncoder = 190;
 constexpr i32 kIdDeleteFailed = 191;
-constexpr i32 kIdOutputIsSource = 62005;
 
 // Deletes a file as DeleteFileW does: a folder is not deleted.
 bool DeleteFileAt(const std::wstring& path) {
@@ -76,30 +74,17 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     paths.reserve(droppedItems.size());
     for (const CItemIDList& item : droppedItems)
         paths.push_back(item.GetPathOrThrow());
-    for (const std::wstring& path : paths) {
-        if (!IsExistingFile(path))
-            throw my::CException(kIdFileNotFound, path);
-    }
+    // Every check runs before anything changes: a refused drop leaves the last batch as it was.
+    std::vector<PlannedFile> planned = PlanBatch(paths, TheSetting(), view);
 
     // Leftovers of an earlier batch go; its results stay until the run below begins.
     view->pool.StopWaitAndClear(kWaitForever);
 
-    const CSetting& setting = TheSetting();
     std::vector<std::wstring> existing;
-    for (const std::wstring& path : paths) {
-        std::wstring output;
-        MakeOutputPath(output, path, setting);
-        if (IsSameFile(path, output))
-            throw my::CException(kIdOutputIsSource, path);
-        boost::shared_ptr<CLunavexTask> task(new CLunavexTask);
-        task->Init(path, output, view);
-        task->SetShrink(setting.shrink);
-        task->SetRound(setting.round);
-        if (Failed(task->PrepareEncoder(setting.saveType, setting.jpegQuality)))
-            throw my::CException(kIdNoEncoder);
-        view->pool.Add(task);
-        if (FileExists(output))
-            existing.push_back(output);
+    for (const PlannedFile& file : planned) {
+        view->pool.Add(file.task);
+        if (file.outputExists)
+            existing.push_back(file.task->outputFile);
     }
 
     // The tasks of a declined batch wait on the pending list until the next batch clears it.

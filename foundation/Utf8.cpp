@@ -1,4 +1,4 @@
-// Conversion between the program's wide strings and UTF-8.
+// Lossless conversion between the program's wide strings and UTF-8.
 #include "foundation/Utf8.h"
 
 #include "foundation/Types.h"
@@ -6,6 +6,10 @@
 namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
+
+wchar_t EscapeByte(u8 byte) {
+    return static_cast<wchar_t>(0xDC00 + byte);
+}
 
 // Length of the sequence that lead byte starts, 0 for a byte that cannot start one.
 int SequenceLength(u8 lead) {
@@ -57,7 +61,7 @@ std::wstring WideFromUtf8(std::string_view text) {
             continue;
         }
         if (length == 0 || i + length > text.size()) {
-            out += kReplacement;
+            out += EscapeByte(lead);
             ++i;
             continue;
         }
@@ -70,8 +74,10 @@ std::wstring WideFromUtf8(std::string_view text) {
         }
         // Overlong forms, surrogates and values beyond the last code point are not characters.
         static constexpr u32 kLowest[] = {0, 0, 0x80, 0x800, 0x10000};
+        // Only the lead byte is escaped here: the bytes after it are looked at afresh, so that a
+        // cut sequence followed by a valid character keeps that character.
         if (!valid || c < kLowest[length] || (c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF) {
-            out += kReplacement;
+            out += EscapeByte(lead);
             ++i;
             continue;
         }
@@ -85,10 +91,31 @@ std::string Utf8FromWide(std::wstring_view text) {
     std::string out;
     out.reserve(text.size());
     for (wchar_t w : text) {
+        if (IsEscapedByte(w)) {
+            out += static_cast<char>(w - 0xDC00);
+            continue;
+        }
         u32 c = static_cast<u32>(w);
         if ((c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF)
             c = kReplacement;
         AppendUtf8(out, c);
+    }
+    return out;
+}
+
+std::wstring ReadableText(std::wstring_view text) {
+    static constexpr wchar_t kHex[] = L"0123456789ABCDEF";
+    std::wstring out;
+    out.reserve(text.size());
+    for (wchar_t w : text) {
+        if (!IsEscapedByte(w)) {
+            out += w;
+            continue;
+        }
+        const unsigned byte = static_cast<unsigned>(w - 0xDC00);
+        out += L"\\x";
+        out += kHex[byte >> 4];
+        out += kHex[byte & 0xF];
     }
     return out;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/ResString.h"
+#include "foundation/Utf8.h"
 
 namespace {
 
@@ -101,8 +102,9 @@ i32 CMessageBoxMsg::Show(const std::wstring& text, u32 flags) {
     if (!owner)
         owner = static_cast<QWidget*>(owner_);
 
-    QMessageBox box(IconOf(flags), QString::fromStdWString(title), QString::fromStdWString(text),
-                    QMessageBox::NoButton, owner);
+    // A file name that is not UTF-8 shows each of its other bytes as \xNN.
+    QMessageBox box(IconOf(flags), QString::fromStdWString(title),
+                    QString::fromStdWString(ReadableText(text)), QMessageBox::NoButton, owner);
     std::vector<ButtonRow> rows = ButtonsOf(flags);
     for (const ButtonRow& row : rows)
         box.addButton(row.button);

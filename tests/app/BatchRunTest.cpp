@@ -160,10 +160,47 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     settings.saveType = 1;
     settings.subFolders.Add(L".");
     EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_NE(err.str().find(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました")),
-              std::string::npos);
+    EXPECT_EQ(err.str(),
+              Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました\n\n"
+                           L"元のファイル: " +
+                           W(dir / "a.png") + L"\n出力ファイル: " + W(dir) + L"/./a.png\n"));
     CDibPtr still;
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
+}
+
+TEST_F(BatchRunTest, AnOutputThatIsAnotherSourceIsRefusedEvenWithOverwrite) {
+    auto dir = FreshDir("other-source");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
+    std::filesystem::create_directories(dir / "round");
+    ASSERT_TRUE(Write(*Solid(4, 4, 9, 9, 9), L"image/png", dir / "round" / "a.png"));
+    const std::string before = ReadAll(dir / "round" / "a.png");
+    CSetting settings;
+    auto options = Parse({"--format=png", "--overwrite", (dir / "a.jpg").string(),
+                          (dir / "round" / "a.png").string()});
+    lvx::ApplyBatchOptions(options, settings);
+    EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"出力先が、変換する別のファイルと同じになるため中止しました"
+                                      L"\n\n元のファイル: " +
+                                      W(dir / "a.jpg") + L"\n出力先になる変換元のファイル: " +
+                                      W(dir / "round" / "a.png") + L"\n"));
+    EXPECT_EQ(ReadAll(dir / "round" / "a.png"), before);
+}
+
+TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
+    auto dir = FreshDir("bytes");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xE9.png"));
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xEF\xBF\xBD.png"));
+    CSetting settings;
+    ASSERT_EQ(Run(Parse({(dir / "photo\xE9.png").string()}), settings), lvx::exitcode::kConverted)
+        << err.str();
+    // Standard output carries the path byte for byte; the look-alike is not touched.
+    EXPECT_EQ(out.str(), (dir / "round" / "photo\xE9.jpg").string() + "\n");
+    EXPECT_TRUE(std::filesystem::is_regular_file(dir / "round" / "photo\xE9.jpg"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "round" / "photo\xEF\xBF\xBD.jpg"));
+    // Messages show the byte that is not UTF-8 as \xE9.
+    EXPECT_EQ(Run(Parse({(dir / "gone\xE9.png").string()}), settings), lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(),
+              Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir) + L"/gone\\xE9.png\n"));
 }
 
 TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {

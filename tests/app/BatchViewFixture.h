@@ -69,6 +69,10 @@ protected:
     void Drop(const std::vector<std::filesystem::path>& files) {
         QMimeData data;
         data.setUrls(Urls(files));
+        Drop(data);
+    }
+
+    void Drop(const QMimeData& data) {
         CMimeDropData dropData(&data);
         table_->execData->SetDropData(&dropData);
         frame_->OnCommand(lvx::cmd::kExecData);

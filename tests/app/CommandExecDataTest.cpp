@@ -7,6 +7,7 @@
 #include <QProgressBar>
 
 #include "BatchViewFixture.h"
+#include "foundation/Utf8.h"
 
 namespace {
 
@@ -48,7 +49,9 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     msg.boxes.clear();
     Drop({a});
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"出力先が元のファイルと同じになるため中止しました\n\n" + W(a));
+    EXPECT_EQ(msg.boxes[0].text,
+              L"出力先が元のファイルと同じになるため中止しました\n\n元のファイル: " + W(a) +
+                  L"\n出力ファイル: " + W(dir) + L"/./a.png");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(ReadText(a), before);
     EXPECT_FALSE(view->TimerRunning());
@@ -113,31 +116,51 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_EQ(ReadText(dir / "out" / "b.png").substr(1, 3), "PNG");
 }
 
-TEST_F(CommandExecDataTest, TwoSourcesWithOneOutputOverwriteWithoutAQuestion) {
+TEST_F(CommandExecDataTest, OutputsThatWouldReplaceASourceOrEachOtherAreRefused) {
     auto dir = testfiles::FreshDir("exec-same-output");
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
     ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
 
+    // Two sources with one output: the second would replace the first one's result.
     Drop({png, bmp});
-    ASSERT_TRUE(RunToEnd());
-    EXPECT_TRUE(msg.boxes.empty()) << "the output did not exist when the batch began";
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
-    ASSERT_EQ(view->results.size(), 2u);
-    EXPECT_EQ(view->results[0]->outputFile, view->results[1]->outputFile);
-    // The second (8 x 6) source wrote the file last: the PNG's width is that of the BMP.
-    std::string bytes = ReadText(dir / "out" / "same.png");
-    ASSERT_GE(bytes.size(), 24u);
-    EXPECT_EQ(static_cast<u8>(bytes[19]), 8) << "width of the IHDR chunk";
-
-    // When that output exists, it is listed twice and its second deletion fails with id 191.
-    msg.answers = {1};
-    Drop({png, bmp});
-    ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[0].flags, 49u);
-    EXPECT_EQ(msg.boxes[1].text, L"ファイルの削除に失敗しました\n\n" + W(dir / "out" / "same.png"));
-    EXPECT_FALSE(fs::exists(dir / "out" / "same.png")) << "what was deleted stays deleted";
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"次のファイルは同じ出力ファイルになるため中止しました\n\n" +
+                                     W(png) + L"\n" + W(bmp) + L"\n\n出力ファイル: " +
+                                     W(dir / "out" / "same.png"));
+    EXPECT_FALSE(fs::exists(dir / "out"));
     EXPECT_FALSE(view->TimerRunning());
+
+    // An output that is another dropped file: asking to replace it would delete a source.
+    fs::create_directories(dir / "out");
+    auto inner = Png(dir / "out", "same.png", 100);
+    const std::string innerBytes = ReadText(inner);
+    msg.boxes.clear();
+    Drop({png, inner});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text,
+              L"出力先が、変換する別のファイルと同じになるため中止しました\n\n元のファイル: " +
+                  W(png) + L"\n出力先になる変換元のファイル: " + W(inner));
+    EXPECT_EQ(ReadText(inner), innerBytes);
+    EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
+}
+
+TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
+    auto dir = testfiles::FreshDir("exec-bytes");
+    auto latin = Png(dir, "photo\xE9.png", 200);
+    auto lookalike = Png(dir, "photo\xEF\xBF\xBD.png", 100);
+    // The URI list as a file manager sends it: the bytes percent-encoded.
+    QMimeData data;
+    data.setData("text/uri-list",
+                 QByteArray::fromStdString("file://" + dir.string() + "/photo%E9.png\r\n"));
+    Drop(data);
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(msg.boxes.empty()) << (msg.boxes.empty() ? std::string() : Utf8FromWide(msg.boxes[0].text));
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "photo\xE9.png"));
+    EXPECT_FALSE(fs::exists(dir / "out" / "photo\xEF\xBF\xBD.png")) << "not the look-alike";
+    ASSERT_EQ(view->results.size(), 1u);
+    EXPECT_EQ(ToFileSystemPath(view->results[0]->inputPath), latin.string());
+    EXPECT_TRUE(fs::exists(lookalike));
 }
 
 TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {

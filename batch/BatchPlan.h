@@ -1,0 +1,35 @@
+// The plan of a batch: one task for each source, with every check that must pass before anything
+// on disk changes. The window's drop and lunavex-batch both start their batches from it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "batch/LunavexTask.h"
+
+class CSetting;
+
+namespace lvx {
+
+struct PlannedFile {
+    boost::shared_ptr<CLunavexTask> task;
+    bool outputExists = false; // a file (not a folder) is at the output path now
+};
+
+// Makes one task for each source, in order, with copies of the shrink and round settings, a
+// prepared encoder and `client`. Reads the file system and changes nothing. Throws
+// my::CException, naming the files, for the first of:
+//   189   a source that is not an existing file (a folder, a missing file);
+//   187, 188 from MakeOutputPath (no sub-folder name, no file name);
+//   62005 an output that is its own source (compared as files, so "." folders and links count);
+//   62030 an output that is another source of the batch (it would be replaced before it is read);
+//   62006 two sources with one output;
+//   62031 a folder standing at an output path;
+//   62032 a file standing where the output folder must be;
+//   190   no encoder for the save type.
+std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
+                                   const CSetting& settings, CLunavexTaskClient* client);
+
+} // namespace lvx
