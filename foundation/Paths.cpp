@@ -145,11 +145,6 @@ bool IsRootLike(const std::wstring& path) {
            (g_style == PathStyle::Posix && path == L"/");
 }
 
-bool IsSameFile(const std::wstring& a, const std::wstring& b) {
-    std::error_code ec;
-    return std::filesystem::equivalent(ToFileSystemPath(a), ToFileSystemPath(b), ec);
-}
-
 i32 CreateFolderTree(const std::wstring& path) {
     if (g_style == PathStyle::Windows) {
         size_t colon = path.find(L':');
@@ -165,10 +160,10 @@ i32 CreateFolderTree(const std::wstring& path) {
         return 0;
     if (IsDirectory(path))
         return 0;
-    // Something that is not a folder stands in the way: create_directories says EEXIST, which
-    // would otherwise read as "already exists" and count as success.
-    if (ec.value() == EEXIST)
-        return 80; // ERROR_FILE_EXISTS
+    // Something that is not a folder stands in the way, at the folder's own name (EEXIST, which
+    // would otherwise read as "already exists" and count as success) or above it (ENOTDIR).
+    if (ec.value() == EEXIST || ec.value() == ENOTDIR)
+        return win32::kFileExists;
     return static_cast<i32>(Win32FromErrno(ec.value()));
 }
 

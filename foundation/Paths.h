@@ -35,9 +35,6 @@ bool IsExistingFile(const std::wstring& path);
 bool IsDrivePath(const std::wstring& path);
 bool IsUncServerPath(const std::wstring& path);
 bool IsRootLike(const std::wstring& path);
-// True when both paths name one existing file, by the same name or another (a "." folder, a
-// link): writing the second would replace the first.
-bool IsSameFile(const std::wstring& a, const std::wstring& b);
 
 // Makes the folder with all missing parents. Returns a Win32 code, 0 for success; a folder that
 // exists already is a success, anything else in its place is not.

@@ -39,6 +39,7 @@ constexpr CodeText kWin32Texts[] = {
     {win32::kTimeout, 61013},
     {win32::kResourceNameNotFound, 61014},
     {win32::kBusy, 61015},
+    {win32::kFileExists, 61016},
 };
 
 // Result codes of COM that are no Win32 codes.

@@ -19,7 +19,7 @@ constexpr ErrnoPair kPairs[] = {
     {ENFILE, win32::kTooManyOpenFiles},
     {EACCES, win32::kAccessDenied},
     {EPERM, win32::kAccessDenied},
-    {EISDIR, win32::kAccessDenied},
+    {EISDIR, win32::kDirectory},
     {ENOMEM, win32::kNotEnoughMemory},
     {EROFS, win32::kWriteProtect},
     {EINVAL, win32::kInvalidParameter},

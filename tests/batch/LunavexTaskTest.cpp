@@ -150,14 +150,17 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) +
                                    L"\n\n" + W(dir / "gone.png"));
 
-    // A folder that cannot be made: 58998 with the system text and the folder.
+    // A folder that cannot be made because a file is in its way, at its own name or above it:
+    // 58998 with the text that says so, and the folder.
     std::ofstream(dir / "blocker") << "x";
-    task = RunTask(W(dir / "ok.png"), W(dir / "blocker" / "sub" / "ok.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, 58998);
-    const std::wstring folder = W(dir / "blocker" / "sub") + L"/";
-    ASSERT_GT(task->errorText.size(), folder.size());
-    EXPECT_EQ(task->errorText.rfind(L"フォルダーの作成に失敗しました - ", 0), 0u);
-    EXPECT_EQ(task->errorText.substr(task->errorText.size() - folder.size() - 2), L"\n\n" + folder);
+    for (const auto& output : {dir / "blocker" / "sub" / "ok.png", dir / "blocker" / "ok.png"}) {
+        task = RunTask(W(dir / "ok.png"), W(output), 1, RoundSettings{});
+        EXPECT_EQ(task->errorId, 58998);
+        EXPECT_EQ(task->errorText,
+                  L"フォルダーの作成に失敗しました - 同じ名前のファイルがあるため、フォルダーを作"
+                  L"れません。\n\n" +
+                      W(output.parent_path()) + L"/");
+    }
 
     // An output that cannot be written (a folder stands at its path): 202 with the output path.
     std::filesystem::create_directories(dir / "out" / "ok.png");

@@ -8,6 +8,7 @@
 #include "LanguageGuard.h"
 #include "foundation/Exception.h"
 #include "foundation/TextUtil.h"
+#include "foundation/Win32Error.h"
 
 namespace {
 
@@ -24,6 +25,12 @@ TEST(ResultText, ErrnoCodesComeFromTheCLibrary) {
         EXPECT_EQ(ResultText(2), L"No such file or directory");
         EXPECT_EQ(ResultText(0x80070005), L"Permission denied");
         EXPECT_EQ(ResultText(0x80070070), L"No space left on device");
+        // A folder where a file was expected says so, and does not read as a permission problem.
+        EXPECT_EQ(ResultText(0x80000000u | 0x70000u | static_cast<u32>(Win32FromErrno(EISDIR))),
+                  L"Is a directory");
+        // A file standing where a folder must be made has a text of our own.
+        EXPECT_EQ(ResultText(0x80070050), L"A file of that name is in the way; the folder cannot "
+                                          L"be made.");
     }
     CLanguageGuard guard(1041);
     // Japanese when the ja_JP.UTF-8 locale is installed, else the C locale's English.
