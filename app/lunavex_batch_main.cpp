@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr u32 kIdDamagedKeptAside = 62010;
 constexpr u32 kIdCannotGoOn = 62011;
 constexpr u32 kIdUnknownException = 58724;
 
@@ -63,9 +62,9 @@ int Run(int argc, char** argv) {
     }
     // A copy of the stored settings; what is missing keeps its default, and nothing is written.
     LoadSetting();
-    const std::wstring& keptAside = TheRegistryFile()->DamagedFileKeptAs();
-    if (!keptAside.empty())
-        PrintMessage(kIdDamagedKeptAside, keptAside);
+    const std::wstring damaged = TheRegistryFile()->DamagedFileMessage();
+    if (!damaged.empty())
+        std::cerr << Utf8FromWide(damaged) << "\n";
     CSetting settings = TheSetting();
     lvx::ApplyBatchOptions(options, settings);
     g_runStarted = true;

@@ -76,14 +76,18 @@ i32 KeepAside(const std::string& path, std::string& aside) {
     return 0;
 }
 
+std::wstring KeptAsideMessage(const std::wstring& aside) {
+    std::wstring text;
+    if (!aside.empty())
+        FormatResString(text, kIdDamagedKeptAside, {aside});
+    return text;
+}
+
 // Says in the log where a damaged store was kept, so that the user can find it again.
 void LogKeptAside(const std::wstring& aside) {
     boost::shared_ptr<CLogFile> log = TheLog();
-    if (!log)
-        return;
-    std::wstring line;
-    FormatResString(line, kIdDamagedKeptAside, {aside});
-    log->Write(line + L"\n");
+    if (log)
+        log->Write(KeptAsideMessage(aside) + L"\n");
 }
 
 std::mutex g_storeMutex;
@@ -295,6 +299,10 @@ i32 CRegistryFile::Flush() {
 
 i32 CRegistryFile::MaybeFlush() {
     return batchDepth_ > 0 ? 0 : WriteChanges();
+}
+
+std::wstring CRegistryFile::DamagedFileMessage() const {
+    return KeptAsideMessage(damagedKeptAs_);
 }
 
 void CRegistryFile::EnsureLoaded() {

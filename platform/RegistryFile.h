@@ -111,6 +111,9 @@ public:
 
     // The name under which a damaged file was kept aside by this object; empty when none was.
     const std::wstring& DamagedFileKeptAs() const { return damagedKeptAs_; }
+    // The sentence for the user that says where the damaged file was kept; empty when none was.
+    // The same sentence goes into the log when the file is kept aside.
+    std::wstring DamagedFileMessage() const;
 
     // Called after the temporary file is written and synced, before it replaces the store; a
     // false answer ends the write there, as a crash would, and leaves the temporary file behind.

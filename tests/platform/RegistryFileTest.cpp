@@ -266,8 +266,12 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
         EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
         EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
 
-        std::wstring line;
-        FormatResString(line, 62010, {store.DamagedFileKeptAs()});
+        // The sentence names the kept file, and the log holds it as one line.
+        std::wstring line = store.DamagedFileMessage();
+        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
+        std::wstring unfilled;
+        LoadResString(unfilled, 62010, true);
+        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
         StopLog();
         EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" /
                                             "LOG.txt"),
