@@ -209,24 +209,15 @@ private:
         // The key is held, not its path: a value line then costs its own length, however long
         // the path is.
         section_ = &tree.Key(path);
-        return true;
+        return tree.Keys().size() <= kMostKeys;
     }
 
-    // Names of 1 to kMostKeyNameChars characters, at most kMostKeyLevels of them.
+    // Names of at least one character, kMostKeyPathChars in all.
     static bool ValidPath(const std::wstring& path) {
-        std::size_t levels = 0;
-        std::size_t start = 0;
-        for (;;) {
-            std::size_t end = path.find(L'\\', start);
-            if (end == std::wstring::npos)
-                end = path.size();
-            const std::size_t length = end - start;
-            if (length == 0 || length > kMostKeyNameChars || ++levels > kMostKeyLevels)
-                return false;
-            if (end == path.size())
-                return true;
-            start = end + 1;
-        }
+        if (path.empty() || path.size() > kMostKeyPathChars || path.front() == L'\\' ||
+            path.back() == L'\\')
+            return false;
+        return path.find(L"\\\\") == std::wstring::npos;
     }
 
     bool ParseValue(std::wstring_view body) {

@@ -201,23 +201,38 @@ TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
     EXPECT_EQ(tree, before);
 }
 
-TEST(RegistryExportTest, KeysKeepTheRegistrysLimitsOfDepthAndNameLength) {
+TEST(RegistryExportTest, AKeyPathHasTheRegistrysLimitOfLength) {
     const std::string header = "Windows Registry Editor Version 5.00\n";
-    auto section = [](std::size_t levels, std::size_t nameChars) {
-        std::string path = "[HKEY_CURRENT_USER";
+    // levels names of one letter each: 2 * levels - 1 characters.
+    auto section = [](std::size_t levels, const std::string& sign = "") {
+        std::string path = "[" + sign + "HKEY_CURRENT_USER";
         for (std::size_t i = 0; i < levels; ++i)
-            path += "\\" + std::string(nameChars, static_cast<char>('a' + i % 26));
+            path += "\\" + std::string(1, static_cast<char>('a' + i % 26));
         return path + "]\n";
     };
-    CRegTree deepest;
-    ASSERT_TRUE(ParseRegistryExport(
-        Utf8File(header + section(kMostKeyLevels, 1) + "\"v\"=dword:1\n"), deepest));
+    const std::size_t deepest = (kMostKeyPathChars + 1) / 2;
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File(header + section(deepest) + "\"v\"=dword:1\n"), tree));
     // Every level is a key of its own, and the root besides.
-    EXPECT_EQ(deepest.Keys().size(), kMostKeyLevels + 1);
-    EXPECT_FALSE(Parses(header + section(kMostKeyLevels + 1, 1)));
-    EXPECT_FALSE(Parses(header + "[-" + section(kMostKeyLevels + 1, 1).substr(1)));
-    EXPECT_TRUE(Parses(header + section(3, kMostKeyNameChars)));
-    EXPECT_FALSE(Parses(header + section(3, kMostKeyNameChars + 1)));
+    EXPECT_EQ(tree.Keys().size(), deepest + 1);
+    EXPECT_FALSE(Parses(header + section(deepest + 1)));
+    EXPECT_FALSE(Parses(header + section(deepest + 1, "-")));
+    EXPECT_FALSE(Parses(header + section(20000)));
+    // One long name counts the same.
+    EXPECT_TRUE(
+        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars, 'n') + "]\n"));
+    EXPECT_FALSE(
+        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars + 1, 'n') + "]\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K\\]\n"));
+
+    // Keys in all: the root, "K" and the keys below it.
+    std::string many = header;
+    for (std::size_t i = 0; i + 2 < kMostKeys; ++i)
+        many += "[HKEY_CURRENT_USER\\K\\" + std::to_string(i) + "]\n";
+    EXPECT_TRUE(Parses(many));
+    EXPECT_FALSE(Parses(many + "[HKEY_CURRENT_USER\\One-more]\n"));
+    // A removed key makes room again.
+    EXPECT_TRUE(Parses(many + "[-HKEY_CURRENT_USER\\K\\0]\n[HKEY_CURRENT_USER\\One-more]\n"));
 }
 
 TEST(RegistryExportTest, BytesThatAreNotUtf8AreRefusedRatherThanReplaced) {
