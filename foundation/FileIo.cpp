@@ -232,9 +232,9 @@ i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t si
     CFileDescriptor fd;
     if (i32 code = CreateTemporary(folder, options.newFileMode, temporary, fd))
         return code;
-    // The new file keeps the permissions of the one it replaces.
+    // The new file keeps the permissions of the file it replaces (not those of a link's target).
     struct stat old {};
-    if (::stat(target.c_str(), &old) == 0 && S_ISREG(old.st_mode))
+    if (::lstat(target.c_str(), &old) == 0 && S_ISREG(old.st_mode))
         ::fchmod(fd.Get(), old.st_mode & 07777);
     i32 code = WriteAll(fd.Get(), data, size);
     if (code == 0 && ::fsync(fd.Get()) != 0)
