@@ -1,17 +1,48 @@
 // lunavex-batch: converts image files from the command line with the stored settings.
+#include <cstdio>
+#include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "app/BatchOptions.h"
 #include "app/BatchRun.h"
 #include "batch/Setting.h"
+#include "foundation/GuardedCall.h"
+#include "foundation/ResString.h"
+#include "foundation/ResultText.h"
 #include "foundation/Utf8.h"
 #include "image/Codec.h"
 #include "persist/Settings.h"
+#include "platform/RegistryFile.h"
 #include "resources/Version.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+constexpr u32 kIdCannotGoOn = 62011;
+constexpr u32 kIdUnknownException = 58724;
+
+// True once the first file may have been written: a failure after it is a failed run, before it a
+// refused one.
+bool g_runStarted = false;
+
+// Says a message on standard error, with argument or else the string argumentId as its %s; when
+// even that fails for want of memory, a plain line.
+void PrintMessage(u32 id, const std::wstring& argument, u32 argumentId = 0) noexcept {
+    try {
+        std::wstring text;
+        std::wstring filled = argument;
+        if (argumentId != 0)
+            LoadResString(filled, argumentId, false);
+        FormatResString(text, id, {filled});
+        std::cerr << Utf8FromWide(text) << "\n";
+    } catch (...) {
+        std::fputs("lunavex-batch: stopped\n", stderr);
+    }
+}
+
+int Run(int argc, char** argv) {
     if (!EnsureVipsStarted())
         return 1;
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -31,9 +62,30 @@ int main(int argc, char** argv) {
     }
     // A copy of the stored settings; what is missing keeps its default, and nothing is written.
     LoadSetting();
+    const std::wstring damaged = TheRegistryFile()->DamagedFileMessage();
+    if (!damaged.empty())
+        std::cerr << Utf8FromWide(damaged) << "\n";
     CSetting settings = TheSetting();
     lvx::ApplyBatchOptions(options, settings);
+    g_runStarted = true;
     int code = lvx::RunBatch(options, settings, std::cout, std::cerr);
     StopVips();
     return code;
+}
+
+} // namespace
+
+// Nothing that is thrown ends the process by a signal: it is said on standard error, and the exit
+// status says that the run stopped: 3 before any file was written, 1 once files may have been.
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        PrintMessage(kIdCannotGoOn, ResultText(hr::kOutOfMemory));
+    } catch (const std::exception& e) {
+        PrintMessage(kIdCannotGoOn, WideFromWhat(e));
+    } catch (...) {
+        PrintMessage(kIdCannotGoOn, L"", kIdUnknownException);
+    }
+    return g_runStarted ? lvx::exitcode::kTaskFailed : lvx::exitcode::kRefused;
 }

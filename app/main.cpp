@@ -1,16 +1,34 @@
 // The entry point of the window program: the program's life on its main thread, in its fixed
 // order of start and end.
 
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
 #include <QApplication>
 #include <QMetaObject>
 
 #include "app/CommandTable.h"
+#include "foundation/GuardedCall.h"
 #include "foundation/Log.h"
+#include "foundation/ResString.h"
+#include "foundation/Utf8.h"
 #include "image/Codec.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
 namespace {
+
+// The text of id with argument as its %s on standard error; a plain line when that fails too.
+void PrintFailure(u32 id, const std::wstring& argument) noexcept {
+    try {
+        std::wstring text;
+        FormatResString(text, id, {argument});
+        std::cerr << Utf8FromWide(text) << "\n";
+    } catch (...) {
+        std::fputs("lunavex: stopped\n", stderr);
+    }
+}
 
 // Builds the objects in their order, runs the start-up command and the event loop, and tears
 // down in the reverse order. The exit code of a normal run is 1: the frame's destruction ends
@@ -42,6 +60,15 @@ int Run(char* programPath) {
 
 } // namespace
 
+// What escapes the run (the commands guard their own bodies) is said on standard error; the
+// process ends with status 2 instead of a signal.
 int main(int, char** argv) {
-    return Run(argv[0]);
+    try {
+        return Run(argv[0]);
+    } catch (const std::exception& e) {
+        PrintFailure(58722, WideFromWhat(e));
+    } catch (...) {
+        PrintFailure(58724, L"");
+    }
+    return 2;
 }

@@ -1,6 +1,12 @@
 // The UTF-16 log stream and the process-wide log object.
 #include "foundation/Log.h"
 
+#include <ext/stdio_filebuf.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "foundation/FileIo.h"
 #include "foundation/KnownFolders.h"
 #include "foundation/Paths.h"
 
@@ -20,6 +26,22 @@ const std::locale& Utf16Locale() {
 }
 
 boost::shared_ptr<CLogFile> g_log;
+
+// The log file at path, cut to length 0, opened without following a link. A link, a pipe or
+// anything else that is neither a regular file nor a folder in its place is removed once and a new
+// file made: the log is made anew at each start anyway.
+i32 OpenLogFile(const std::wstring& path, CFileDescriptor& fd) {
+    const i32 code = OpenOwnFile(path, O_WRONLY | O_CREAT | O_TRUNC, fd);
+    if (code == 0)
+        return 0;
+    const std::string name = ToFileSystemPath(path);
+    struct stat info {};
+    if (::lstat(name.c_str(), &info) != 0 || S_ISREG(info.st_mode) || S_ISDIR(info.st_mode))
+        return code;
+    if (::unlink(name.c_str()) != 0)
+        return code;
+    return OpenOwnFile(path, O_WRONLY | O_CREAT | O_EXCL, fd);
+}
 
 } // namespace
 
@@ -60,8 +82,19 @@ utf16_filebuf::utf16_filebuf() {
     pubimbue(Utf16Locale());
 }
 
-bool utf16_filebuf::OpenTruncated(const std::string& path) {
-    return open(path, std::ios::out | std::ios::binary | std::ios::trunc) != nullptr;
+bool utf16_filebuf::OpenDescriptor(int fd) {
+    if (is_open())
+        close();
+    // The standard buffer opens only by name; this one is built on the descriptor and its state
+    // moved into ours.
+    __gnu_cxx::stdio_filebuf<wchar_t> opened(fd, std::ios::out | std::ios::binary);
+    if (!opened.is_open()) {
+        ::close(fd);
+        return false;
+    }
+    opened.pubimbue(Utf16Locale());
+    swap(opened);
+    return is_open();
 }
 
 bool CLogFile::OpenDefault() {
@@ -81,7 +114,8 @@ bool CLogFile::Open(const std::wstring& path) {
     if (buffer_.is_open() && !buffer_.close())
         setstate(std::ios::failbit);
     clear();
-    if (!buffer_.OpenTruncated(ToFileSystemPath(path))) {
+    CFileDescriptor fd;
+    if (OpenLogFile(path, fd) != 0 || !buffer_.OpenDescriptor(fd.Release())) {
         setstate(std::ios::failbit);
         return false;
     }

@@ -30,7 +30,9 @@ protected:
 class utf16_filebuf : public std::basic_filebuf<wchar_t> {
 public:
     utf16_filebuf();
-    bool OpenTruncated(const std::string& path);
+    // Takes over fd, a file open for writing, closing what the buffer held before. The buffer
+    // closes fd with itself.
+    bool OpenDescriptor(int fd);
 };
 
 class utf16_ofstream : public std::basic_ostream<wchar_t> {
@@ -48,6 +50,8 @@ public:
     // Opens LOG.txt in the application data folder, making the folder when it is missing.
     bool OpenDefault();
     // Opens path cut to length 0 and writes the byte order mark. A failure leaves a failed stream.
+    // A link in path's place is never followed: it is replaced by a new file, so that the start
+    // cannot cut the file that the link points to.
     bool Open(const std::wstring& path);
     void Close();
     const std::wstring& Path() const { return path_; }

@@ -7,7 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "foundation/Utf8.h"
+#include "foundation/FileIo.h"
+#include "foundation/Paths.h"
 #include "foundation/Win32Error.h"
 #include "image/Codec.h"
 #include "resources/ResourceData.h"
@@ -17,26 +18,6 @@ namespace {
 // The read asks whether to stop after each chunk of this size.
 constexpr size_t kChunkBytes = size_t{4} << 20;
 constexpr u64 kLargestFile = 0xFFFFFFFFull;
-
-HResult ResultFromErrno(int error) {
-    return ResultFromWin32(Win32FromErrno(error));
-}
-
-// Closes the descriptor on every path.
-class CFileHandle {
-public:
-    explicit CFileHandle(int fd) : fd_(fd) {}
-    CFileHandle(const CFileHandle&) = delete;
-    CFileHandle& operator=(const CFileHandle&) = delete;
-    ~CFileHandle() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    int Get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 // Fills `buffer` from the descriptor; stops early at the end of the file. Returns the bytes
 // read, or a failure code in `result`.
@@ -66,9 +47,9 @@ size_t ReadChunks(int fd, u8* buffer, size_t size, const CTerminable* stop, HRes
 } // namespace
 
 HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTerminable* stop) {
-    const std::string name = Utf8FromWide(path);
+    const std::string name = ToFileSystemPath(path);
     // Without O_NONBLOCK the open of a FIFO would wait for a writer before the type could be seen.
-    CFileHandle file(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    CFileDescriptor file(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.Get() < 0)
         return ResultFromErrno(errno);
     struct stat info {};

@@ -1,17 +1,13 @@
 // The encoder list, the encoder-parameter block and the atomic write of an encoded image.
 #include "image/ImageSaver.h"
 
-#include <atomic>
-#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
-#include <fcntl.h>
 #include <new>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
-#include "foundation/Utf8.h"
+#include "foundation/FileIo.h"
 #include "foundation/Win32Error.h"
 #include "image/BmpWriter.h"
 #include "image/Codec.h"
@@ -64,66 +60,6 @@ u32 JpegQuality(const EncoderParameters* block) {
             return *static_cast<const u32*>(entry->Value);
     }
     return kDefaultJpegQuality;
-}
-
-HResult ResultFromErrno(int error) {
-    return ResultFromWin32(Win32FromErrno(error));
-}
-
-// A temporary file beside the target, created exclusively.
-int CreateTemporary(const std::string& folder, std::string& name) {
-    static std::atomic<u32> counter{0};
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        name = folder + ".lvx" + std::to_string(::getpid()) + "-" +
-               std::to_string(counter.fetch_add(1)) + ".tmp";
-        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || errno != EEXIST)
-            return fd;
-    }
-    errno = EEXIST;
-    return -1;
-}
-
-bool WriteAll(int fd, const u8* data, size_t size) {
-    while (size > 0) {
-        const ssize_t done = ::write(fd, data, size);
-        if (done < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        data += done;
-        size -= static_cast<size_t>(done);
-    }
-    return true;
-}
-
-// Writes the bytes to a temporary file in the target's folder, flushes it to the disk and moves
-// it over the target, so that the target is either the old file or the whole new one.
-HResult WriteFileAtomic(const std::wstring& path, const std::vector<u8>& bytes) {
-    const std::string target = Utf8FromWide(path);
-    const size_t slash = target.rfind('/');
-    const std::string folder =
-        slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-    std::string temporary;
-    const int fd = CreateTemporary(folder, temporary);
-    if (fd < 0)
-        return ResultFromErrno(errno);
-    bool ok = WriteAll(fd, bytes.data(), bytes.size()) && ::fsync(fd) == 0;
-    int error = ok ? 0 : errno;
-    if (::close(fd) != 0 && ok) {
-        ok = false;
-        error = errno;
-    }
-    if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) {
-        ok = false;
-        error = errno;
-    }
-    if (!ok) {
-        ::unlink(temporary.c_str());
-        return ResultFromErrno(error);
-    }
-    return hr::kOk;
 }
 
 } // namespace
@@ -194,7 +130,9 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     }
     if (Failed(result))
         return result;
-    return WriteFileAtomic(path, bytes);
+    // The output replaces whatever stands under its name, a link included: a link planted in an
+    // output folder never leads the write to a file elsewhere.
+    return ResultFromWin32(WriteFileAtomically(path, bytes.data(), bytes.size()));
 }
 
 } // namespace Gdiplus

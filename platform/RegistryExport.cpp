@@ -68,7 +68,54 @@ std::optional<u32> ParseHex(std::wstring_view text, std::size_t maxDigits) {
     return value;
 }
 
-// The text of the file: the byte order mark decides between UTF-16LE and UTF-8.
+// True when text is well-formed UTF-8: shortest forms only, no surrogates, nothing above
+// U+10FFFF.
+bool IsValidUtf8(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t length = 0;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0)
+                low = 0xA0; // shorter forms of U+0000 to U+07FF
+            if (lead == 0xED)
+                high = 0x9F; // the surrogates U+D800 to U+DFFF
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0)
+                low = 0x90; // shorter forms of U+0000 to U+FFFF
+            if (lead == 0xF4)
+                high = 0x8F; // above U+10FFFF
+        } else {
+            return false;
+        }
+        if (text.size() - i < length)
+            return false;
+        const auto second = static_cast<unsigned char>(text[i + 1]);
+        if (second < low || second > high)
+            return false;
+        for (std::size_t k = 2; k < length; ++k) {
+            const auto next = static_cast<unsigned char>(text[i + k]);
+            if (next < 0x80 || next > 0xBF)
+                return false;
+        }
+        i += length;
+    }
+    return true;
+}
+
+// The text of the file: the byte order mark decides between UTF-16LE and UTF-8. A file whose text
+// could not be read exactly (a Latin-1 file, say) has none: read with replacement characters and
+// written back, its names would be lost for good.
 std::optional<std::wstring> DecodeFile(const std::vector<u8>& bytes) {
     if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
         if (bytes.size() % 2 != 0)
@@ -81,6 +128,8 @@ std::optional<std::wstring> DecodeFile(const std::vector<u8>& bytes) {
     if (bytes.size() >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
         skip = 3;
     std::string_view text(reinterpret_cast<const char*>(bytes.data()) + skip, bytes.size() - skip);
+    if (!IsValidUtf8(text))
+        return std::nullopt;
     return WideFromUtf8(text);
 }
 
@@ -118,7 +167,7 @@ public:
             std::wstring_view body = TrimLeft(TrimRight(*line));
             if (body.empty() || body.front() == L';')
                 continue;
-            bool ok = body.front() == L'[' ? ParseSection(body, tree) : ParseValue(body, tree);
+            bool ok = body.front() == L'[' ? ParseSection(body, tree) : ParseValue(body);
             if (!ok)
                 return false;
         }
@@ -154,21 +203,24 @@ private:
             return false;
         if (remove) {
             tree.RemoveKey(path);
-            section_.reset();
+            section_ = nullptr;
             return true;
         }
-        tree.CreateKey(path);
-        section_ = path;
-        return true;
+        // The key is held, not its path: a value line then costs its own length, however long
+        // the path is.
+        section_ = &tree.Key(path);
+        return tree.Keys().size() <= kMostKeys;
     }
 
+    // Names of at least one character, kMostKeyPathChars in all.
     static bool ValidPath(const std::wstring& path) {
-        if (path.empty() || path.front() == L'\\' || path.back() == L'\\')
+        if (path.empty() || path.size() > kMostKeyPathChars || path.front() == L'\\' ||
+            path.back() == L'\\')
             return false;
         return path.find(L"\\\\") == std::wstring::npos;
     }
 
-    bool ParseValue(std::wstring_view body, CRegTree& tree) {
+    bool ParseValue(std::wstring_view body) {
         if (!section_)
             return false;
         std::wstring name;
@@ -186,13 +238,13 @@ private:
             return false;
         rest = TrimLeft(rest.substr(1));
         if (rest == L"-") {
-            tree.RemoveValue(*section_, name);
+            section_->Remove(name);
             return true;
         }
         std::optional<RegValueData> value = ParseData(rest);
         if (!value)
             return false;
-        tree.SetValue(*section_, name, *value);
+        section_->Set(name, *value);
         return true;
     }
 
@@ -265,7 +317,7 @@ private:
 
     std::wstring text_;
     std::size_t pos_ = 0;
-    std::optional<std::wstring> section_;
+    RegKeyData* section_ = nullptr;
 };
 
 std::wstring Escape(const std::wstring& text) {
@@ -351,7 +403,7 @@ std::vector<u8> FormatRegistryExport(const CRegTree& tree) {
         if (key.path.empty())
             continue;
         text += L"[" + std::wstring(kRoot) + L"\\" + key.path + L"]\r\n";
-        for (const auto& [name, value] : key.values)
+        for (const auto& [name, value] : key.AllValues())
             AppendValueLine(text, name, value);
         text += L"\r\n";
     }

@@ -2,14 +2,18 @@
 #include "platform/RegistryFile.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#include <new>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include "foundation/FileIo.h"
 #include "foundation/KnownFolders.h"
+#include "foundation/Log.h"
 #include "foundation/Paths.h"
+#include "foundation/ResString.h"
 #include "foundation/Win32Error.h"
 #include "platform/RegistryExport.h"
 
@@ -25,54 +29,20 @@ std::wstring Fold(const std::wstring& text) {
     return out;
 }
 
-bool SameName(const std::wstring& a, const std::wstring& b) {
-    return a.size() == b.size() && Fold(a) == Fold(b);
-}
+// The text that says where a damaged store was kept.
+constexpr u32 kIdDamagedKeptAside = 62010;
 
-// The parent of a key path; empty for a key directly below the root.
-std::wstring ParentKey(const std::wstring& path) {
-    std::size_t slash = path.rfind(L'\\');
-    return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash);
-}
-
-i32 LastErrorCode() {
-    return Win32FromErrno(errno);
-}
-
-// A descriptor closed by its owner.
-class CFd {
-public:
-    explicit CFd(int fd) : fd_(fd) {}
-    CFd(const CFd&) = delete;
-    CFd& operator=(const CFd&) = delete;
-    ~CFd() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    int Get() const { return fd_; }
-    bool Valid() const { return fd_ >= 0; }
-    int Release() {
-        int fd = fd_;
-        fd_ = -1;
-        return fd;
-    }
-
-private:
-    int fd_;
-};
-
-// The advisory lock on the file name + ".lock", held while the object lives.
+// The advisory lock on the file name + ".lock", held while the object lives. The lock file is
+// opened without following a link, so that a link planted under its name creates nothing.
 class CStoreLock {
 public:
-    explicit CStoreLock(const std::string& storePath)
-        : fd_(::open((storePath + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (!fd_.Valid()) {
-            error_ = LastErrorCode();
+    explicit CStoreLock(const std::wstring& storePath) {
+        error_ = OpenOwnFile(storePath + L".lock", O_RDWR | O_CREAT, fd_);
+        if (error_)
             return;
-        }
         while (::flock(fd_.Get(), LOCK_EX) != 0) {
             if (errno != EINTR) {
-                error_ = LastErrorCode();
+                error_ = LastWin32Error();
                 return;
             }
         }
@@ -80,56 +50,44 @@ public:
     i32 Error() const { return error_; }
 
 private:
-    CFd fd_;
+    CFileDescriptor fd_;
     i32 error_ = 0;
 };
 
-bool WriteAll(int fd, const std::vector<u8>& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-// Reads the whole file into out; an absent file is no failure and leaves exists false.
-i32 ReadAll(const std::string& path, std::vector<u8>& out, bool& exists) {
-    exists = false;
-    CFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!fd.Valid())
-        return errno == ENOENT ? 0 : LastErrorCode();
-    exists = true;
-    out.clear();
-    u8 buffer[16384];
-    for (;;) {
-        ssize_t n = ::read(fd.Get(), buffer, sizeof buffer);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return LastErrorCode();
-        if (n == 0)
-            return 0;
-        out.insert(out.end(), buffer, buffer + n);
-    }
-}
-
-std::string DamagedName(const std::string& path) {
+// Moves the file at path aside to path + ".damaged-YYYYMMDD-HHMMSS" (with "-2", "-3" ... when
+// that name is taken), never replacing a file that is there already. The new name, or empty with
+// the Win32 code.
+i32 KeepAside(const std::string& path, std::string& aside) {
     std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
     char stamp[32];
     std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
-    std::string base = path + ".damaged-" + stamp;
-    std::string name = base;
-    struct stat st;
-    for (int n = 2; ::lstat(name.c_str(), &st) == 0; ++n)
-        name = base + "-" + std::to_string(n);
-    return name;
+    const std::string base = path + ".damaged-" + stamp;
+    aside = base;
+    for (int n = 2;
+         ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) != 0; ++n) {
+        if (errno != EEXIST) {
+            aside.clear();
+            return LastWin32Error();
+        }
+        aside = base + "-" + std::to_string(n);
+    }
+    return 0;
+}
+
+std::wstring KeptAsideMessage(const std::wstring& aside) {
+    std::wstring text;
+    if (!aside.empty())
+        FormatResString(text, kIdDamagedKeptAside, {aside});
+    return text;
+}
+
+// Says in the log where a damaged store was kept, so that the user can find it again.
+void LogKeptAside(const std::wstring& aside) {
+    boost::shared_ptr<CLogFile> log = TheLog();
+    if (log)
+        log->Write(KeptAsideMessage(aside) + L"\n");
 }
 
 std::mutex g_storeMutex;
@@ -178,26 +136,47 @@ std::wstring WideFromUtf16Le(const u8* bytes, std::size_t byteCount) {
     return out;
 }
 
-const RegValueData* RegKeyData::Find(const std::wstring& name) const {
-    for (const auto& [own, value] : values) {
-        if (SameName(own, name))
-            return &value;
+RegKeyData::RegKeyData(const RegKeyData& other) : path(other.path), values_(other.values_) {
+    Reindex();
+}
+
+RegKeyData& RegKeyData::operator=(const RegKeyData& other) {
+    if (this != &other) {
+        path = other.path;
+        values_ = other.values_;
+        Reindex();
     }
-    return nullptr;
+    return *this;
+}
+
+void RegKeyData::Reindex() {
+    index_.clear();
+    for (auto it = values_.begin(); it != values_.end(); ++it)
+        index_.emplace(Fold(it->first), it);
+}
+
+const RegValueData* RegKeyData::Find(const std::wstring& name) const {
+    auto found = index_.find(Fold(name));
+    return found == index_.end() ? nullptr : &found->second->second;
 }
 
 void RegKeyData::Set(const std::wstring& name, const RegValueData& value) {
-    for (auto& [own, stored] : values) {
-        if (SameName(own, name)) {
-            stored = value;
-            return;
-        }
+    std::wstring folded = Fold(name);
+    auto found = index_.find(folded);
+    if (found != index_.end()) {
+        found->second->second = value;
+        return;
     }
-    values.emplace_back(name, value);
+    values_.emplace_back(name, value);
+    index_.emplace(std::move(folded), std::prev(values_.end()));
 }
 
 void RegKeyData::Remove(const std::wstring& name) {
-    std::erase_if(values, [&name](const auto& entry) { return SameName(entry.first, name); });
+    auto found = index_.find(Fold(name));
+    if (found == index_.end())
+        return;
+    values_.erase(found->second);
+    index_.erase(found);
 }
 
 bool CRegTree::HasKey(const std::wstring& path) const {
@@ -210,27 +189,50 @@ const RegKeyData* CRegTree::FindKey(const std::wstring& path) const {
 }
 
 bool CRegTree::CreateKey(const std::wstring& path) {
+    const std::size_t before = keys_.size();
+    Key(path);
+    return keys_.size() != before;
+}
+
+RegKeyData& CRegTree::Key(const std::wstring& path) {
     std::wstring folded = Fold(path);
-    if (keys_.count(folded))
-        return false;
-    if (!path.empty())
-        CreateKey(ParentKey(path));
-    keys_.emplace(folded, RegKeyData{path, {}});
-    return true;
+    auto found = keys_.find(folded);
+    if (found != keys_.end())
+        return found->second;
+    // The missing parents, nearest first, up to the first that exists; then made from the top.
+    std::vector<std::size_t> ends{path.size()};
+    for (std::size_t end = path.size(); end > 0;) {
+        const std::size_t slash = path.rfind(L'\\', end - 1);
+        end = slash == std::wstring::npos ? 0 : slash;
+        if (keys_.count(folded.substr(0, end)))
+            break;
+        ends.push_back(end);
+    }
+    auto made = keys_.end();
+    for (auto it = ends.rbegin(); it != ends.rend(); ++it)
+        made = keys_.emplace(folded.substr(0, *it), RegKeyData(path.substr(0, *it))).first;
+    return made->second;
 }
 
 void CRegTree::RemoveKey(const std::wstring& path) {
-    std::wstring folded = Fold(path);
-    std::wstring below = folded + L"\\";
-    std::erase_if(keys_, [&](const auto& entry) {
-        return entry.first == folded || path.empty() || entry.first.starts_with(below);
-    });
+    if (path.empty()) {
+        keys_.clear();
+        return;
+    }
+    const std::wstring folded = Fold(path);
+    keys_.erase(folded);
+    // The sub-keys are one run of the ordered map: all names that begin with the path and "\".
+    const std::wstring below = folded + L"\\";
+    auto first = keys_.lower_bound(below);
+    auto last = first;
+    while (last != keys_.end() && last->first.starts_with(below))
+        ++last;
+    keys_.erase(first, last);
 }
 
 void CRegTree::SetValue(const std::wstring& path, const std::wstring& name,
                         const RegValueData& value) {
-    CreateKey(path);
-    keys_.at(Fold(path)).Set(name, value);
+    Key(path).Set(name, value);
 }
 
 void CRegTree::RemoveValue(const std::wstring& path, const std::wstring& name) {
@@ -299,31 +301,43 @@ i32 CRegistryFile::MaybeFlush() {
     return batchDepth_ > 0 ? 0 : WriteChanges();
 }
 
+std::wstring CRegistryFile::DamagedFileMessage() const {
+    return KeptAsideMessage(damagedKeptAs_);
+}
+
 void CRegistryFile::EnsureLoaded() {
     if (loaded_)
         return;
-    loaded_ = true;
-    if (filePath_.empty() || !FileExists(filePath_))
+    if (filePath_.empty() || !FileExists(filePath_)) {
+        loaded_ = true;
         return;
+    }
     // A file that cannot be read leaves the store empty in memory; writes read it again and fail
-    // in the same way, so that it is never replaced.
-    CStoreLock fileLock(ToFileSystemPath(filePath_));
+    // in the same way, so that it is never replaced. Memory that runs out while reading leaves
+    // the store unread, so that a later call tries again, and goes on to the caller.
+    CStoreLock fileLock(filePath_);
     ReadFile(tree_);
+    loaded_ = true;
 }
 
 i32 CRegistryFile::ReadFile(CRegTree& tree) {
     tree = CRegTree();
-    std::string path = ToFileSystemPath(filePath_);
+    // When the store is a link (into a folder of dot files, say), the file that it points to is
+    // the one that is read, kept aside and replaced.
+    std::wstring target;
+    if (i32 code = ResolveLinks(filePath_, target))
+        return code;
     std::vector<u8> bytes;
     bool exists = false;
-    if (i32 code = ReadAll(path, bytes, exists))
+    if (i32 code = ReadWholeFile(target, bytes, exists))
         return code;
     if (!exists || ParseRegistryExport(bytes, tree))
         return 0;
-    std::string aside = DamagedName(path);
-    if (::rename(path.c_str(), aside.c_str()) != 0)
-        return LastErrorCode();
+    std::string aside;
+    if (i32 code = KeepAside(ToFileSystemPath(target), aside))
+        return code;
     damagedKeptAs_ = FromFileSystemPath(aside);
+    LogKeptAside(damagedKeptAs_);
     return 0;
 }
 
@@ -332,51 +346,38 @@ i32 CRegistryFile::WriteChanges() {
         return 0;
     if (filePath_.empty())
         return win32::kPathNotFound;
-    if (i32 code = CreateFolderTree(ParentPath(filePath_)))
-        return code;
-    CStoreLock fileLock(ToFileSystemPath(filePath_));
-    if (fileLock.Error())
-        return fileLock.Error();
-    CRegTree merged;
-    if (i32 code = ReadFile(merged))
-        return code;
-    for (const Change& change : pending_) {
-        if (change.isValue)
-            merged.SetValue(change.path, change.name, change.value);
-        else
-            merged.CreateKey(change.path);
+    try {
+        if (i32 code = CreateFolderTree(ParentPath(filePath_)))
+            return code;
+        CStoreLock fileLock(filePath_);
+        if (fileLock.Error())
+            return fileLock.Error();
+        CRegTree merged;
+        if (i32 code = ReadFile(merged))
+            return code;
+        for (const Change& change : pending_) {
+            if (change.isValue)
+                merged.SetValue(change.path, change.name, change.value);
+            else
+                merged.CreateKey(change.path);
+        }
+        if (i32 code = ReplaceFile(FormatRegistryExport(merged)))
+            return code;
+        tree_ = std::move(merged);
+    } catch (const std::bad_alloc&) {
+        // Writes end in destructors of write batches: a failure here is a code, never a throw.
+        return win32::kNotEnoughMemory;
     }
-    if (i32 code = ReplaceFile(FormatRegistryExport(merged)))
-        return code;
-    tree_ = std::move(merged);
     pending_.clear();
     return 0;
 }
 
 i32 CRegistryFile::ReplaceFile(const std::vector<u8>& bytes) {
-    std::string path = ToFileSystemPath(filePath_);
-    std::string temp = path + ".tmp";
-    CFd fd(::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (!fd.Valid())
-        return LastErrorCode();
-    if (!WriteAll(fd.Get(), bytes) || ::fsync(fd.Get()) != 0 || ::close(fd.Release()) != 0) {
-        i32 code = LastErrorCode();
-        ::unlink(temp.c_str());
-        return code;
-    }
-    if (beforeReplace_ && !beforeReplace_())
-        return win32::kOperationAborted;
-    if (::rename(temp.c_str(), path.c_str()) != 0) {
-        i32 code = LastErrorCode();
-        ::unlink(temp.c_str());
-        return code;
-    }
-    // The rename itself lasts only once the folder that holds the name is synced.
-    CFd folder(::open(ToFileSystemPath(ParentPath(filePath_)).c_str(),
-                      O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.Valid())
-        ::fsync(folder.Get());
-    return 0;
+    AtomicWriteOptions options;
+    options.throughLinks = true;
+    options.newFileMode = 0600;
+    options.beforeReplace = beforeReplace_;
+    return WriteFileAtomically(filePath_, bytes.data(), bytes.size(), options);
 }
 
 std::shared_ptr<CRegistryFile> TheRegistryFile() {

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "foundation/Types.h"
@@ -26,15 +28,34 @@ struct RegValueData {
 
 // A key of the store: its path below HKEY_CURRENT_USER as first spelt, and its values in the
 // order in which they were first set. Names compare without regard to ASCII case; the empty name
-// is the default value.
-struct RegKeyData {
-    std::wstring path;
-    std::vector<std::pair<std::wstring, RegValueData>> values;
+// is the default value. Finding, setting and removing a value take constant time, so that a key
+// with many values is read in time linear in its size.
+class RegKeyData {
+public:
+    using Values = std::list<std::pair<std::wstring, RegValueData>>;
+
+    RegKeyData() = default;
+    explicit RegKeyData(std::wstring keyPath) : path(std::move(keyPath)) {}
+    RegKeyData(const RegKeyData& other);
+    RegKeyData& operator=(const RegKeyData& other);
+    RegKeyData(RegKeyData&&) = default;
+    RegKeyData& operator=(RegKeyData&&) = default;
 
     const RegValueData* Find(const std::wstring& name) const;
     void Set(const std::wstring& name, const RegValueData& value);
     void Remove(const std::wstring& name);
-    bool operator==(const RegKeyData&) const = default;
+    const Values& AllValues() const { return values_; }
+    bool operator==(const RegKeyData& other) const {
+        return path == other.path && values_ == other.values_;
+    }
+
+    std::wstring path;
+
+private:
+    void Reindex();
+
+    Values values_;
+    std::unordered_map<std::wstring, Values::iterator> index_; // by folded name
 };
 
 // All keys of the store, by their folded path. The root itself has the empty path.
@@ -44,6 +65,9 @@ public:
     const RegKeyData* FindKey(const std::wstring& path) const;
     // Creates the key with all its parents; true when it did not exist before.
     bool CreateKey(const std::wstring& path);
+    // The key, created with its parents when missing. The reference stays valid until the key is
+    // removed.
+    RegKeyData& Key(const std::wstring& path);
     void RemoveKey(const std::wstring& path); // with all its sub-keys
     void SetValue(const std::wstring& path, const std::wstring& name, const RegValueData& value);
     void RemoveValue(const std::wstring& path, const std::wstring& name);
@@ -58,8 +82,11 @@ private:
 // once, unless a write batch is open, in which case the changes go out together when the last
 // batch closes. A write takes the lock file beside the store, reads the file again, lays this
 // process's changes over it (ours win for the values that we set; keys and values of others
-// survive), writes a temporary file, syncs it and renames it over the store. A file that cannot
-// be parsed is renamed aside (name + ".damaged-YYYYMMDD-HHMMSS") and the store starts empty.
+// survive) and replaces the file atomically (foundation/FileIo.h). When the store's name is a
+// link, the file that it points to is read and replaced and the link stays. A file that cannot be
+// parsed is renamed aside (name + ".damaged-YYYYMMDD-HHMMSS"), a line in the log says where, and
+// the store starts empty. Running out of memory while reading throws std::bad_alloc to the caller
+// and leaves the file as it is; a write answers it with code 8.
 // All calls come from the main thread; a mutex guards the state all the same.
 class CRegistryFile {
 public:
@@ -84,6 +111,9 @@ public:
 
     // The name under which a damaged file was kept aside by this object; empty when none was.
     const std::wstring& DamagedFileKeptAs() const { return damagedKeptAs_; }
+    // The sentence for the user that says where the damaged file was kept; empty when none was.
+    // The same sentence goes into the log when the file is kept aside.
+    std::wstring DamagedFileMessage() const;
 
     // Called after the temporary file is written and synced, before it replaces the store; a
     // false answer ends the write there, as a crash would, and leaves the temporary file behind.

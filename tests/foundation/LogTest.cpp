@@ -9,6 +9,8 @@
 #include <iterator>
 #include <vector>
 
+#include <sys/stat.h>
+
 #include "foundation/Paths.h"
 
 namespace {
@@ -63,6 +65,32 @@ TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
     std::vector<unsigned char> expected{0xFF, 0xFE};
     EXPECT_EQ(ReadBytes(state / "Harrowmere" / "Lunavex32" / "LOG.txt"), expected);
     ::unsetenv("XDG_STATE_HOME");
+}
+
+TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
+    auto dir = TempDir("linked");
+    std::ofstream(dir / "victim") << "precious";
+    std::filesystem::create_symlink(dir / "victim", dir / "LOG.txt");
+    std::filesystem::create_symlink(dir / "nowhere", dir / "LOG2.txt");
+    for (const char* name : {"LOG.txt", "LOG2.txt"}) {
+        CLogFile log;
+        ASSERT_TRUE(log.Open(FromFileSystemPath((dir / name).string()))) << name;
+        log.Write(L"x");
+        log.Close();
+        EXPECT_FALSE(std::filesystem::is_symlink(dir / name)) << name;
+        std::vector<unsigned char> expected{0xFF, 0xFE, 0x78, 0};
+        EXPECT_EQ(ReadBytes(dir / name), expected) << name;
+    }
+    std::vector<unsigned char> untouched{'p', 'r', 'e', 'c', 'i', 'o', 'u', 's'};
+    EXPECT_EQ(ReadBytes(dir / "victim"), untouched);
+    EXPECT_FALSE(std::filesystem::exists(dir / "nowhere"));
+
+    // A pipe in its place is replaced too, without waiting for a reader.
+    ASSERT_EQ(::mkfifo((dir / "LOG3.txt").c_str(), 0600), 0);
+    CLogFile log;
+    EXPECT_TRUE(log.Open(FromFileSystemPath((dir / "LOG3.txt").string())));
+    log.Close();
+    EXPECT_TRUE(std::filesystem::is_regular_file(dir / "LOG3.txt"));
 }
 
 TEST(LogTest, AFolderThatCannotBeMadeLeavesAClosedStreamAndGoesOn) {

@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <cstring>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "image/ImageIo.h"
 #include "image/PixelTestUtil.h"
 
@@ -213,4 +216,39 @@ TEST(ImageSaver, FailedWritesLeaveNothingBehind) {
 
     CDib notLoaded;
     EXPECT_EQ(saver.SaveDib(notLoaded, true, Wide(dir.File("x.png"))), 0x80004005u);
+}
+
+TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
+    CTempDir dir;
+    CDibPtr dib = Translucent(3, 3);
+    CImageSaver saver;
+    ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
+    std::filesystem::create_directories(dir.Path() / "round");
+    std::filesystem::create_directories(dir.Path() / "elsewhere");
+
+    // What a save killed before its rename left: the temporary file of a process that is gone.
+    const pid_t dead = ::fork();
+    if (dead == 0)
+        ::_exit(0);
+    ::waitpid(dead, nullptr, 0);
+    const std::string leftover = ".lvx" + std::to_string(dead) + "-0.tmp";
+    WriteBytes(dir.File("round/" + leftover), std::vector<u8>(100, 0x11));
+
+    // An output name that is a link to a file elsewhere: the link is replaced, not written
+    // through.
+    const std::vector<u8> precious(7, 0x42);
+    WriteBytes(dir.File("elsewhere/precious"), precious);
+    std::filesystem::create_symlink(dir.Path() / "elsewhere" / "precious",
+                                    dir.Path() / "round" / "a.png");
+
+    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("round/a.png"))), hr::kOk);
+    EXPECT_FALSE(std::filesystem::is_symlink(dir.Path() / "round" / "a.png"));
+    CDibPtr back;
+    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("round/a.png"))), hr::kOk);
+    EXPECT_TRUE(PixelsNear(*back, *dib, 0));
+    EXPECT_EQ(ReadBytes(dir.File("elsewhere/precious")), precious);
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.Path() / "round"))
+        names.push_back(entry.path().filename().string());
+    EXPECT_EQ(names, std::vector<std::string>{"a.png"});
 }

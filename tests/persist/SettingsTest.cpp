@@ -389,6 +389,29 @@ TEST_F(SettingsTest, ADamagedStoreIsKeptAsideAndTheDefaultsStay) {
     EXPECT_EQ(sandbox_.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
 }
 
+TEST_F(SettingsTest, AStoreThatIsNotUtf8IsKeptAsideInsteadOfLosingItsNames) {
+    // The same name in UTF-8 reads exactly and survives a save.
+    CSetting settings;
+    EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "/srv/out", "/srv/Bilder-\xC3\x84"), settings));
+    EXPECT_EQ(settings.outputPath, L"/srv/Bilder-\u00C4");
+    ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    ResetTheRegistryFile();
+    CSetting again;
+    EXPECT_TRUE(LoadSetting(again, CRegKey::CurrentUser()));
+    EXPECT_EQ(again.outputPath, L"/srv/Bilder-\u00C4");
+
+    // In Latin-1 it cannot be read exactly: nothing of the file is taken, and the file is kept.
+    const std::string latin1 = Replace(ValidFile(), "/srv/out", "/srv/Bilder-\xC4");
+    CSetting fresh;
+    EXPECT_FALSE(LoadFrom(latin1, fresh));
+    EXPECT_EQ(fresh, CSetting());
+    std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
+    ASSERT_EQ(aside.size(), 1u);
+    EXPECT_TRUE(SaveSetting(fresh, CRegKey::CurrentUser()));
+    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
+}
+
 TEST_F(SettingsTest, AStoreThatCannotBeWrittenFailsBothWays) {
     XdgSandbox::WriteBytes(sandbox_.Root() / "plain-file", "x");
     ::setenv("XDG_CONFIG_HOME", (sandbox_.Root() / "plain-file" / "config").c_str(), 1);

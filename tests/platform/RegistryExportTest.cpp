@@ -200,3 +200,95 @@ TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
         ParseRegistryExport(Utf8File(header + "[HKEY_CURRENT_USER\\New]\n\"a\"=?\n"), tree));
     EXPECT_EQ(tree, before);
 }
+
+TEST(RegistryExportTest, AKeyPathHasTheRegistrysLimitOfLength) {
+    const std::string header = "Windows Registry Editor Version 5.00\n";
+    // levels names of one letter each: 2 * levels - 1 characters.
+    auto section = [](std::size_t levels, const std::string& sign = "") {
+        std::string path = "[" + sign + "HKEY_CURRENT_USER";
+        for (std::size_t i = 0; i < levels; ++i)
+            path += "\\" + std::string(1, static_cast<char>('a' + i % 26));
+        return path + "]\n";
+    };
+    const std::size_t deepest = (kMostKeyPathChars + 1) / 2;
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File(header + section(deepest) + "\"v\"=dword:1\n"), tree));
+    // Every level is a key of its own, and the root besides.
+    EXPECT_EQ(tree.Keys().size(), deepest + 1);
+    EXPECT_FALSE(Parses(header + section(deepest + 1)));
+    EXPECT_FALSE(Parses(header + section(deepest + 1, "-")));
+    EXPECT_FALSE(Parses(header + section(20000)));
+    // One long name counts the same.
+    EXPECT_TRUE(
+        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars, 'n') + "]\n"));
+    EXPECT_FALSE(
+        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars + 1, 'n') + "]\n"));
+    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K\\]\n"));
+
+    // Keys in all: the root, "K" and the keys below it.
+    std::string many = header;
+    for (std::size_t i = 0; i + 2 < kMostKeys; ++i)
+        many += "[HKEY_CURRENT_USER\\K\\" + std::to_string(i) + "]\n";
+    EXPECT_TRUE(Parses(many));
+    EXPECT_FALSE(Parses(many + "[HKEY_CURRENT_USER\\One-more]\n"));
+    // A removed key makes room again.
+    EXPECT_TRUE(Parses(many + "[-HKEY_CURRENT_USER\\K\\0]\n[HKEY_CURRENT_USER\\One-more]\n"));
+}
+
+TEST(RegistryExportTest, BytesThatAreNotUtf8AreRefusedRatherThanReplaced) {
+    const std::string head =
+        "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"P\"=\"";
+    for (const char* bad :
+         {"Bilder-\xC4", "\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xED\xA0\x80", "\xF0\x80\x80\x80",
+          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE5\x86", "\x80", "\xFF"}) {
+        EXPECT_FALSE(Parses(head + bad + "\"\n")) << bad;
+        EXPECT_FALSE(Parses("\xEF\xBB\xBF" + head + bad + "\"\n")) << bad;
+    }
+    // The largest forms of each length, and the smallest above the surrogates, are read exactly.
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(
+        Utf8File(head + "\xC3\x84\xDF\xBF\xED\x9F\xBF\xEE\x80\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF" +
+                 "\"\n"),
+        tree));
+    EXPECT_EQ(*tree.FindKey(L"K")->Find(L"P"),
+              Text(1, L"\u00C4\u07FF\uD7FF\uE000\U0001F600\U0010FFFF"));
+}
+
+TEST(RegistryExportTest, ManyValuesOfOneKeyKeepTheirOrderAndTheirNames) {
+    const std::size_t count = 50000;
+    std::string text = "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n";
+    for (std::size_t i = 0; i < count; ++i)
+        text += "\"V" + std::to_string(i) + "\"=dword:" + std::to_string(i % 10) + "\n";
+    // A name in another case sets the value in its place; a removed one comes back at the end.
+    text += "\"v0\"=dword:7\n\"V1\"=-\n\"v1\"=dword:8\n";
+    text += "[HKEY_CURRENT_USER\\K\\Sub]\n[HKEY_CURRENT_USER\\K\\Sub\\Deeper]\n"
+            "[HKEY_CURRENT_USER\\Ka]\n[HKEY_CURRENT_USER\\K\\Sub2]\n[-HKEY_CURRENT_USER\\k\\sub]\n";
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File(text), tree));
+    const RegKeyData* key = tree.FindKey(L"K");
+    ASSERT_NE(key, nullptr);
+    const RegKeyData::Values& values = key->AllValues();
+    ASSERT_EQ(values.size(), count);
+    EXPECT_EQ(values.front().first, L"V0");
+    EXPECT_EQ(values.front().second, Dword(7));
+    EXPECT_EQ(std::next(values.begin())->first, L"V2");
+    EXPECT_EQ(values.back().first, L"v1");
+    EXPECT_EQ(values.back().second, Dword(8));
+    EXPECT_EQ(std::prev(values.end(), 2)->first, L"V" + std::to_wstring(count - 1));
+    EXPECT_EQ(*key->Find(L"v49999"), Dword((count - 1) % 10));
+    EXPECT_EQ(key->Find(L"V50000"), nullptr);
+
+    // The removed key took its sub-keys and nothing that only begins with the same letters.
+    EXPECT_FALSE(tree.HasKey(L"K\\Sub"));
+    EXPECT_FALSE(tree.HasKey(L"K\\Sub\\Deeper"));
+    EXPECT_TRUE(tree.HasKey(L"K\\Sub2"));
+    EXPECT_TRUE(tree.HasKey(L"Ka"));
+
+    // A copy of the tree is a tree of its own.
+    CRegTree copy = tree;
+    copy.SetValue(L"K", L"V2", Dword(9));
+    EXPECT_EQ(*tree.FindKey(L"K")->Find(L"V2"), Dword(2));
+    EXPECT_EQ(*copy.FindKey(L"K")->Find(L"V2"), Dword(9));
+    copy.SetValue(L"K", L"V2", Dword(2));
+    EXPECT_EQ(copy, tree);
+}

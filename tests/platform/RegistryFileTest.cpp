@@ -9,6 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/Log.h"
+#include "foundation/Paths.h"
+#include "foundation/ResString.h"
 #include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
 #include "platform/XdgSandbox.h"
@@ -62,7 +65,7 @@ TEST(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
     EXPECT_NE(again.get(), store.get());
     EXPECT_EQ(ReadDword(*again, L"SOFTWARE\\harrowmere\\Lunavex32", L"n"), 80u);
     // Nothing is left beside the store but its lock file.
-    EXPECT_TRUE(sandbox.FilesStartingWith("Lunavex32.reg.tmp").empty());
+    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
     EXPECT_TRUE(std::filesystem::exists(sandbox.ConfigFolder() / "Lunavex32.reg.lock"));
 }
 
@@ -143,7 +146,7 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
               }),
               7);
     EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
-    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.tmp").size(), 1u);
+    EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 1u);
 
     // The same in this process: the write reports the failure, memory keeps the change pending.
     CRegistryFile store(sandbox.StoreFileW());
@@ -158,7 +161,126 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     EXPECT_EQ(store.Flush(), 0);
     CRegistryFile after(sandbox.StoreFileW());
     EXPECT_EQ(ReadDword(after, L"K", L"v"), 3u);
-    EXPECT_TRUE(sandbox.FilesStartingWith("Lunavex32.reg.tmp").empty());
+    // The child's file and the stopped one of this process, which is still alive, stay until a
+    // later process writes here.
+    EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 2u);
+}
+
+TEST(RegistryFileTest, TheNextProcessRemovesWhatAKilledWriteLeft) {
+    XdgSandbox sandbox;
+    EXPECT_EQ(InChild([&sandbox] {
+                  CRegistryFile store(sandbox.StoreFileW());
+                  store.SetBeforeReplaceHook([] {
+                      ::_exit(9);
+                      return true;
+                  });
+                  store.SetValue(L"K", L"v", Dword(1));
+              }),
+              9);
+    std::vector<std::filesystem::path> left = sandbox.FilesStartingWith(".lvx");
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
+
+    CRegistryFile store(sandbox.StoreFileW());
+    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(2)), 0);
+    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 2u);
+}
+
+TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
+    XdgSandbox sandbox;
+    std::filesystem::create_directories(sandbox.ConfigFolder());
+    const std::filesystem::path victim = sandbox.Root() / "victim.txt";
+    XdgSandbox::WriteBytes(victim, "precious");
+
+    // The old fixed temporary name as a link: the write neither truncates nor replaces its target.
+    std::filesystem::create_symlink(victim, sandbox.ConfigFolder() / "Lunavex32.reg.tmp");
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
+    }
+    std::vector<u8> kept = XdgSandbox::ReadBytes(victim);
+    EXPECT_EQ(std::string(kept.begin(), kept.end()), "precious");
+    EXPECT_FALSE(std::filesystem::is_symlink(sandbox.StoreFile()));
+
+    // The lock file as a link to a file that does not exist: nothing is made there and the write
+    // fails instead.
+    std::filesystem::remove(sandbox.ConfigFolder() / "Lunavex32.reg.lock");
+    std::filesystem::create_symlink(sandbox.Root() / "made-by-lock",
+                                    sandbox.ConfigFolder() / "Lunavex32.reg.lock");
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_NE(store.SetValue(L"K", L"v", Dword(2)), 0);
+    }
+    EXPECT_FALSE(std::filesystem::exists(sandbox.Root() / "made-by-lock"));
+    std::filesystem::remove(sandbox.ConfigFolder() / "Lunavex32.reg.lock");
+
+    // The store as a link into a folder of dot files: the file there is replaced, the link stays.
+    const std::filesystem::path dotfiles = sandbox.Root() / "dotfiles" / "lunavex.reg";
+    std::filesystem::create_directories(dotfiles.parent_path());
+    std::filesystem::rename(sandbox.StoreFile(), dotfiles);
+    std::filesystem::create_symlink(dotfiles, sandbox.StoreFile());
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_EQ(ReadDword(store, L"K", L"v"), 1u);
+        EXPECT_EQ(store.SetValue(L"K", L"w", Dword(3)), 0);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(sandbox.StoreFile()));
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(dotfiles), tree));
+    CRegistryFile reader(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(reader, L"K", L"w"), 3u);
+
+    // Damaged behind the link: the file there is kept aside beside itself, the link stays and
+    // the next write makes the file anew where the link points.
+    XdgSandbox::WriteBytes(dotfiles, "not a registry file");
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_FALSE(store.KeyExists(L"K"));
+        EXPECT_EQ(ParentPath(store.DamagedFileKeptAs()),
+                  FromFileSystemPath(dotfiles.parent_path().string()));
+        EXPECT_EQ(store.SetValue(L"K", L"x", Dword(4)), 0);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(sandbox.StoreFile()));
+    CRegistryFile last(sandbox.StoreFileW());
+    EXPECT_EQ(ReadDword(last, L"K", L"x"), 4u);
+    EXPECT_EQ(ReadDword(last, L"K", L"w"), std::nullopt);
+}
+
+TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog) {
+    XdgSandbox sandbox;
+    // Latin-1: the name "Bilder-\xC4" would come back with a replacement character.
+    const std::string latin1 =
+        "Windows Registry Editor Version 5.00\r\n\r\n"
+        "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
+    XdgSandbox::WriteBytes(sandbox.StoreFile(), latin1);
+    StartLog();
+    {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_FALSE(store.KeyExists(L"K"));
+        std::vector<std::filesystem::path> aside =
+            sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
+        ASSERT_EQ(aside.size(), 1u);
+        std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+        EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
+        EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
+
+        // The sentence names the kept file, and the log holds it as one line.
+        std::wstring line = store.DamagedFileMessage();
+        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
+        std::wstring unfilled;
+        LoadResString(unfilled, 62010, true);
+        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
+        StopLog();
+        EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" /
+                                            "LOG.txt"),
+                  line + L"\r\n");
+
+        // A write starts a new file and leaves the kept one as it was.
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
+        EXPECT_EQ(XdgSandbox::ReadBytes(aside[0]), kept);
+    }
 }
 
 TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {

@@ -1,0 +1,244 @@
+// Tests of the file layer: the atomic replacement with links, leftovers of dead processes, files
+// of our own opened without following links, and whole-file reads that never wait on a pipe.
+#include "foundation/FileIo.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "foundation/Paths.h"
+#include "foundation/Win32Error.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A fresh folder of its own for each test, removed at the end.
+class CScratch {
+public:
+    CScratch() {
+        std::string pattern = (fs::temp_directory_path() / "lvx-fileio-XXXXXX").string();
+        root_ = ::mkdtemp(pattern.data());
+    }
+    ~CScratch() {
+        std::error_code error;
+        fs::remove_all(root_, error);
+    }
+    fs::path operator/(const std::string& name) const { return root_ / name; }
+    const fs::path& Root() const { return root_; }
+
+private:
+    fs::path root_;
+};
+
+std::wstring W(const fs::path& path) {
+    return FromFileSystemPath(path.string());
+}
+
+std::string ReadText(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void WriteText(const fs::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
+
+i32 WriteAtomically(const fs::path& path, const std::string& text,
+                    const AtomicWriteOptions& options = {}) {
+    return WriteFileAtomically(W(path), reinterpret_cast<const u8*>(text.data()), text.size(),
+                               options);
+}
+
+std::vector<std::string> Names(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The pid of a process that has ended and been reaped.
+pid_t DeadPid() {
+    pid_t pid = ::fork();
+    if (pid == 0)
+        ::_exit(0);
+    ::waitpid(pid, nullptr, 0);
+    return pid;
+}
+
+std::string TempName(pid_t pid, int n) {
+    return ".lvx" + std::to_string(pid) + "-" + std::to_string(n) + ".tmp";
+}
+
+} // namespace
+
+TEST(FileIoTest, AtomicWriteReplacesTheWholeFileAndLeavesNothingBeside) {
+    CScratch dir;
+    AtomicWriteOptions privateFile;
+    privateFile.newFileMode = 0600;
+    ASSERT_EQ(WriteAtomically(dir / "a.bin", std::string("one\0two", 7), privateFile), 0);
+    EXPECT_EQ(ReadText(dir / "a.bin"), std::string("one\0two", 7));
+    EXPECT_EQ(fs::status(dir / "a.bin").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+
+    // A file that exists is replaced as a whole and keeps its permissions.
+    WriteText(dir / "b.bin", std::string(5000, 'x'));
+    fs::permissions(dir / "b.bin",
+                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    ASSERT_EQ(WriteAtomically(dir / "b.bin", "short"), 0);
+    EXPECT_EQ(ReadText(dir / "b.bin"), "short");
+    EXPECT_EQ(fs::status(dir / "b.bin").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"a.bin", "b.bin"}));
+
+    // A missing folder, and a folder in the target's place: nothing is left behind.
+    EXPECT_EQ(WriteAtomically(dir / "missing" / "c.bin", "x"), win32::kFileNotFound);
+    fs::create_directory(dir / "taken");
+    EXPECT_NE(WriteAtomically(dir / "taken", "x"), 0);
+    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
+
+    // A write stopped before the rename leaves the old file and its temporary file.
+    AtomicWriteOptions stopped;
+    stopped.beforeReplace = [] { return false; };
+    EXPECT_EQ(WriteAtomically(dir / "b.bin", "never", stopped), win32::kOperationAborted);
+    EXPECT_EQ(ReadText(dir / "b.bin"), "short");
+    std::vector<std::string> names = Names(dir.Root());
+    ASSERT_EQ(names.size(), 4u);
+    EXPECT_EQ(names[0].substr(0, 4), ".lvx");
+    EXPECT_EQ(ReadText(dir / names[0]), "never");
+}
+
+TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
+    CScratch dir;
+    fs::create_directories(dir / "dotfiles");
+    fs::create_directories(dir / "config");
+    WriteText(dir / "dotfiles" / "settings", "old");
+
+    // Through the link: the file it points to is replaced, the link stays (a relative link, and a
+    // chain of two).
+    fs::create_symlink("../dotfiles/settings", dir / "config" / "first");
+    fs::create_symlink("first", dir / "config" / "settings");
+    AtomicWriteOptions through;
+    through.throughLinks = true;
+    ASSERT_EQ(WriteAtomically(dir / "config" / "settings", "new", through), 0);
+    EXPECT_TRUE(fs::is_symlink(dir / "config" / "settings"));
+    EXPECT_TRUE(fs::is_symlink(dir / "config" / "first"));
+    EXPECT_EQ(ReadText(dir / "dotfiles" / "settings"), "new");
+    EXPECT_EQ(Names(dir / "dotfiles"), std::vector<std::string>{"settings"});
+
+    // A link to a file that does not exist yet: the file is made where the link points.
+    fs::create_symlink(dir / "dotfiles" / "later", dir / "config" / "later");
+    ASSERT_EQ(WriteAtomically(dir / "config" / "later", "made", through), 0);
+    EXPECT_TRUE(fs::is_symlink(dir / "config" / "later"));
+    EXPECT_EQ(ReadText(dir / "dotfiles" / "later"), "made");
+
+    std::wstring end;
+    EXPECT_EQ(ResolveLinks(W(dir / "config" / "settings"), end), 0);
+    EXPECT_EQ(end, W(dir / "config" / ".." / "dotfiles" / "settings"));
+    fs::create_symlink("loop-b", dir / "config" / "loop-a");
+    fs::create_symlink("loop-a", dir / "config" / "loop-b");
+    EXPECT_EQ(ResolveLinks(W(dir / "config" / "loop-a"), end), Win32FromErrno(ELOOP));
+
+    // Without following: the link itself is replaced by a plain file; its target stays.
+    ASSERT_EQ(WriteAtomically(dir / "config" / "settings", "plain"), 0);
+    EXPECT_FALSE(fs::is_symlink(dir / "config" / "settings"));
+    EXPECT_EQ(ReadText(dir / "config" / "settings"), "plain");
+    EXPECT_EQ(ReadText(dir / "dotfiles" / "settings"), "new");
+}
+
+TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
+    CScratch dir;
+    fs::create_directories(dir / "out");
+    fs::create_directories(dir / "elsewhere");
+    const pid_t dead = DeadPid();
+    const std::string mine = TempName(::getpid(), 999999);
+    WriteText(dir / "out" / TempName(dead, 0), "stale");
+    WriteText(dir / "out" / mine, "a live process's");
+    WriteText(dir / "out" / (".lvx" + std::to_string(dead) + "-x.tmp"), "another name");
+    WriteText(dir / "elsewhere" / "victim", "keep");
+    fs::create_symlink(dir / "elsewhere" / "victim", dir / "out" / TempName(dead, 1));
+
+    ASSERT_EQ(WriteAtomically(dir / "out" / "a.png", "image"), 0);
+    std::vector<std::string> kept{".lvx" + std::to_string(dead) + "-x.tmp", TempName(dead, 1), mine,
+                                  "a.png"};
+    std::sort(kept.begin(), kept.end());
+    EXPECT_EQ(Names(dir / "out"), kept);
+    EXPECT_EQ(ReadText(dir / "elsewhere" / "victim"), "keep");
+
+    // A save killed between writing and renaming leaves its temporary file; the next process
+    // that saves into the folder removes it.
+    fs::create_directories(dir / "round");
+    pid_t child = ::fork();
+    if (child == 0) {
+        AtomicWriteOptions killed;
+        killed.beforeReplace = [] {
+            ::_exit(7);
+            return true;
+        };
+        WriteAtomically(dir / "round" / "b.png", "half", killed);
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    ASSERT_EQ(WEXITSTATUS(status), 7);
+    std::vector<std::string> left = Names(dir / "round");
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_TRUE(left[0].starts_with(".lvx" + std::to_string(child) + "-")) << left[0];
+
+    ASSERT_EQ(WriteAtomically(dir / "round" / "b.png", "whole"), 0);
+    EXPECT_EQ(Names(dir / "round"), std::vector<std::string>{"b.png"});
+    EXPECT_EQ(ReadText(dir / "round" / "b.png"), "whole");
+}
+
+TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {
+    CScratch dir;
+    WriteText(dir / "victim", "precious");
+    fs::create_symlink(dir / "victim", dir / "LOG.txt");
+    fs::create_symlink(dir / "nowhere", dir / "lock");
+    CFileDescriptor fd;
+    EXPECT_EQ(OpenOwnFile(W(dir / "LOG.txt"), O_WRONLY | O_CREAT | O_TRUNC, fd),
+              Win32FromErrno(ELOOP));
+    EXPECT_FALSE(fd.Valid());
+    EXPECT_EQ(ReadText(dir / "victim"), "precious");
+    EXPECT_EQ(OpenOwnFile(W(dir / "lock"), O_RDWR | O_CREAT, fd), Win32FromErrno(ELOOP));
+    EXPECT_FALSE(fs::exists(dir / "nowhere"));
+
+    // A pipe is refused at once, for writing and for reading.
+    ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(OpenOwnFile(W(dir / "pipe"), O_RDWR | O_CREAT, fd), win32::kAccessDenied);
+    std::vector<u8> bytes{1, 2, 3};
+    bool exists = false;
+    EXPECT_EQ(ReadWholeFile(W(dir / "pipe"), bytes, exists), win32::kAccessDenied);
+    EXPECT_TRUE(exists);
+    EXPECT_EQ(bytes, (std::vector<u8>{1, 2, 3}));
+
+    // A regular file opens, cut when asked; a new one is made with the owner's rights only.
+    WriteText(dir / "own", "old contents");
+    ASSERT_EQ(OpenOwnFile(W(dir / "own"), O_WRONLY | O_TRUNC, fd), 0);
+    EXPECT_EQ(WriteAll(fd.Get(), reinterpret_cast<const u8*>("ab"), 2), 0);
+    EXPECT_EQ(fd.Close(), 0);
+    EXPECT_EQ(ReadText(dir / "own"), "ab");
+    ASSERT_EQ(OpenOwnFile(W(dir / "fresh"), O_RDWR | O_CREAT, fd), 0);
+    EXPECT_EQ(fs::status(dir / "fresh").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+
+    // Whole-file reads: exact bytes, and a missing file is no failure.
+    EXPECT_EQ(ReadWholeFile(W(dir / "victim"), bytes, exists), 0);
+    EXPECT_TRUE(exists);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "precious");
+    EXPECT_EQ(ReadWholeFile(W(dir / "missing"), bytes, exists), 0);
+    EXPECT_FALSE(exists);
+    EXPECT_EQ(ReadWholeFile(W(dir.Root()), bytes, exists), win32::kAccessDenied);
+}
