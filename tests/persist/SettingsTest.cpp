@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "batch/Setting.h"
+#include "foundation/Paths.h"
 #include "persist/RegValue.h"
 #include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
@@ -184,6 +185,21 @@ TEST_F(SettingsTest, EveryFieldReadsBackWhole) {
     EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
     EXPECT_EQ(loaded, saved);
     EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"a", L"b", L"round"}));
+}
+
+TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {
+    // The last output folder and a sub-folder name from an old archive: Latin-1 and Shift_JIS.
+    CSetting saved;
+    saved.outputPath = FromFileSystemPath("/srv/Bilder-\xC4/");
+    saved.subFolders.Add(FromFileSystemPath("\x8E\xCA\x90^"));
+    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
+    ResetTheRegistryFile();
+    CSetting loaded;
+    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
+    EXPECT_EQ(ToFileSystemPath(loaded.outputPath), "/srv/Bilder-\xC4/");
+    EXPECT_EQ(ToFileSystemPath(loaded.subFolders.front()), "\x8E\xCA\x90^");
+    EXPECT_TRUE(sandbox_.FilesStartingWith("Lunavex32.reg.damaged-").empty())
+        << "the store that holds them reads back exactly";
 }
 
 TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
