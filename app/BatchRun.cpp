@@ -63,6 +63,7 @@ std::vector<PlannedTask> PlanTasks(const BatchOptions& options, const CSetting& 
         task->Init(path, output, nullptr);
         task->SetShrink(settings.shrink);
         task->SetRound(settings.round);
+        task->SetMaxPixels(settings.maxPixels);
         if (Failed(task->PrepareEncoder(settings.saveType, settings.jpegQuality)))
             throw my::CException(kIdNoEncoder);
         planned.push_back({task, FileExists(output)});

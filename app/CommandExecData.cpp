@@ -95,6 +95,7 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
         task->Init(path, output, view);
         task->SetShrink(setting.shrink);
         task->SetRound(setting.round);
+        task->SetMaxPixels(setting.maxPixels);
         if (Failed(task->PrepareEncoder(setting.saveType, setting.jpegQuality)))
             throw my::CException(kIdNoEncoder);
         view->pool.Add(task);

@@ -17,6 +17,9 @@ constexpr u32 kProductId = 131;
 // start-up build a list of billions of empty names.
 constexpr u32 kMostListEntries = 0xFFFF;
 
+// The best quality of the JPEG encoder; a stored value above it is read as it.
+constexpr u32 kBestJpegQuality = 100;
+
 // The key of a list entry: "%s\%02d" of the list's key and the entry's index.
 std::wstring EntryKeyName(const std::wstring& list, std::size_t index) {
     wchar_t number[24];
@@ -169,6 +172,13 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
     ok &= LoadHistory(setting, L"SubFolder", settings.subFolders);
     if (settings.saveType == savetype::kBmp)
         settings.saveType = savetype::kPng;
+    if (settings.jpegQuality > kBestJpegQuality)
+        settings.jpegQuality = kBestJpegQuality;
+    // Stores written before the pixel limit existed lack it, so it does not count; a limit of 0
+    // would refuse every file and keeps what the field holds.
+    u32 maxPixels = 0;
+    if (ReadDwordValue(setting, L"MaxPixels", maxPixels) && maxPixels != 0)
+        settings.maxPixels = maxPixels;
     return ok;
 }
 
@@ -188,6 +198,7 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     ok &= SaveRound(setting, settings.round);
     ok &= SaveWindow(setting, settings.window);
     ok &= SaveHistory(setting, L"SubFolder", settings.subFolders);
+    ok &= WriteDwordValue(setting, L"MaxPixels", settings.maxPixels) == 0;
     ok &= batch.Commit() == 0;
     return ok;
 }
