@@ -12,6 +12,7 @@
 #include <vips/vips8>
 
 #include "image/BmpReader.h"
+#include "image/EncoderSetup.h"
 #include "image/JpegScans.h"
 
 using vips::VError;
@@ -22,9 +23,6 @@ namespace {
 // A new bitmap carries the resolution of the screen it was made for: 96 dots per inch, which is
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
 constexpr double kNewBitmapPixelsPerMm = 96.0 / 25.4;
-
-// The JPEG encoder's best quality; libvips takes 1 to 100 and saves anything else at its default.
-constexpr u32 kBestJpegQuality = 100;
 
 // The libvips loaders that DecodeImage uses: the formats that the program reads, all of them
 // among libvips' trusted loaders. Anything else that libvips would recognise (SVG, PDF, JPEG 2000,

@@ -17,9 +17,6 @@ constexpr u32 kProductId = 131;
 // start-up build a list of billions of empty names.
 constexpr u32 kMostListEntries = 0xFFFF;
 
-// The best quality of the JPEG encoder; a stored value above it is read as it.
-constexpr u32 kBestJpegQuality = 100;
-
 // The key of a list entry: "%s\%02d" of the list's key and the entry's index.
 std::wstring EntryKeyName(const std::wstring& list, std::size_t index) {
     wchar_t number[24];
