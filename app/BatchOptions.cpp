@@ -1,7 +1,9 @@
 // Parsing of the lunavex-batch command line.
 #include "app/BatchOptions.h"
 
+#include <cstdint>
 #include <map>
+#include <string>
 
 #include "batch/Setting.h"
 #include "foundation/HexColor.h"
@@ -135,6 +137,17 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
         out.jpegQuality = quality;
         return true;
     }
+    if (name == L"max-pixels") {
+        // Digits only, 1 to 4294967295: the range of the stored value.
+        if (value.empty() || value.size() > 10 ||
+            value.find_first_not_of(L"0123456789") != std::wstring::npos)
+            return false;
+        const u64 pixels = std::stoull(value);
+        if (pixels == 0 || pixels > UINT32_MAX)
+            return false;
+        out.maxPixels = static_cast<u32>(pixels);
+        return true;
+    }
     if (name == L"subfolder") {
         if (value.empty())
             return false;
@@ -145,8 +158,9 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 }
 
 bool IsValueOption(const std::wstring& name) {
-    static const wchar_t* names[] = {L"shrink",     L"radius", L"blur",    L"corners",  L"edges",
-                                     L"background", L"format", L"quality", L"subfolder"};
+    static const wchar_t* names[] = {L"shrink",    L"radius",     L"blur",   L"corners",
+                                     L"edges",     L"background", L"format", L"quality",
+                                     L"subfolder", L"max-pixels"};
     for (const wchar_t* n : names) {
         if (name == n)
             return true;
@@ -251,6 +265,8 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
         s.jpegQuality = *o.jpegQuality;
     if (o.subFolder)
         s.subFolders.Add(*o.subFolder);
+    if (o.maxPixels)
+        s.maxPixels = *o.maxPixels;
 }
 
 std::wstring BatchUsage() {

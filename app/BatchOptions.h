@@ -30,6 +30,7 @@ struct BatchOptions {
     std::optional<u32> saveType;
     std::optional<u32> jpegQuality;
     std::optional<std::wstring> subFolder;
+    std::optional<u32> maxPixels; // at least 1
 };
 
 // Parses argv (UTF-8). On a bad option returns false with a message for the user in error.

@@ -78,6 +78,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         task->Init(source, output, client);
         task->SetShrink(settings.shrink);
         task->SetRound(settings.round);
+        task->SetMaxPixels(settings.maxPixels);
         if (Failed(task->PrepareEncoder(settings.saveType, settings.jpegQuality)))
             throw my::CException(kIdNoEncoder);
         planned.push_back({task, identity.exists});

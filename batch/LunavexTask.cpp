@@ -20,6 +20,8 @@ constexpr i32 kIdLoadFailed = 201;
 constexpr i32 kIdSaveFailed = 202;
 constexpr i32 kIdFolderFailed = 58998;
 constexpr i32 kIdBackgroundFailed = 59035;
+constexpr i32 kIdImageTooLarge = 62023;
+constexpr i32 kIdTooManyScans = 62024;
 constexpr i32 kIdEmptySubFolder = 187;
 constexpr i32 kIdBadFilePath = 188;
 constexpr i32 kSubFolderControl = 165;
@@ -31,6 +33,14 @@ size_t AfterLastSeparator(const std::wstring& path) {
             return i;
     }
     return 0;
+}
+
+// A count with its digits in groups of three, "268,402,689", so that a limit reads at a glance.
+std::wstring GroupedNumber(u64 value) {
+    std::wstring digits = std::to_wstring(value);
+    for (size_t at = digits.size(); at > 3; at -= 3)
+        digits.insert(at - 3, 1, L',');
+    return digits;
 }
 
 } // namespace
@@ -60,6 +70,10 @@ void CLunavexTask::SetRound(const RoundSettings& settings) {
     roundStep.edges = settings.edges;
     roundStep.radius = settings.radius;
     roundStep.blurWidth = settings.blurWidth;
+}
+
+void CLunavexTask::SetMaxPixels(u32 maxPixels) {
+    limits.maxPixels = maxPixels;
 }
 
 HResult CLunavexTask::PrepareBmpEncoder() {
@@ -95,9 +109,10 @@ void CLunavexTask::Convert() {
         return;
     }
     CDibPtr image;
-    HResult code = LoadImageFile(image, inputPath, this);
+    Size declared;
+    HResult code = LoadImageFile(image, inputPath, this, limits, &declared);
     if (Failed(code)) {
-        Fail(kIdLoadFailed, code, inputPath);
+        FailLoad(code, declared);
         return;
     }
     Process(image);
@@ -140,6 +155,24 @@ void CLunavexTask::ReleaseImages() {
     shrinkStep.result.reset();
     roundStep.source.reset();
     roundStep.result.reset();
+}
+
+void CLunavexTask::FailLoad(HResult code, const Size& declared) {
+    if (code == hr::kImageTooLarge) {
+        errorId = kIdImageTooLarge;
+        FormatResString(errorText, kIdImageTooLarge,
+                        {ResultText(code), GroupedNumber(static_cast<u64>(declared.cx)),
+                         GroupedNumber(static_cast<u64>(declared.cy)),
+                         GroupedNumber(limits.maxPixels)});
+    } else if (code == hr::kTooManyScans) {
+        errorId = kIdTooManyScans;
+        FormatResString(errorText, kIdTooManyScans,
+                        {ResultText(code), GroupedNumber(limits.maxScans)});
+    } else {
+        Fail(kIdLoadFailed, code, inputPath);
+        return;
+    }
+    errorText += L"\n\n" + inputPath;
 }
 
 void CLunavexTask::Fail(i32 id, HResult code) {

@@ -7,6 +7,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "batch/CanTerminate.h"
+#include "image/DecodeLimits.h"
 #include "image/Dib.h"
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
@@ -42,6 +43,8 @@ public:
               CLunavexTaskClient* client);
     void SetShrink(const ShrinkSettings& settings);
     void SetRound(const RoundSettings& settings);
+    // The largest source, in pixels, that the load accepts; a larger one fails before decoding.
+    void SetMaxPixels(u32 maxPixels);
 
     HResult PrepareBmpEncoder();
     HResult PrepareJpegEncoder(u32 quality);
@@ -75,6 +78,11 @@ public:
     std::wstring outputFolder;
     bool keepsAlpha = false;
     boost::shared_ptr<Gdiplus::CImageSaver> saver;
+    CDecodeLimits limits;
+
+private:
+    // The failure of the load, with the size and the limit where a limit refused the file.
+    void FailLoad(HResult code, const Size& declared);
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foundation/Types.h"
+#include "image/DecodeLimits.h"
 #include "image/RoundSettings.h"
 #include "image/ShrinkSettings.h"
 
@@ -63,6 +64,7 @@ public:
     WindowSetting window;
     ShrinkSettings shrink;
     RoundSettings round;
+    u32 maxPixels = kDefaultMaxPixels; // a larger source is refused before it is decoded
 
     bool operator==(const CSetting&) const = default;
 };

@@ -42,7 +42,7 @@ constexpr CodeText kWin32Texts[] = {
     {win32::kFileExists, 61016},
 };
 
-// Result codes of COM that are no Win32 codes.
+// Result codes of COM that are no Win32 codes, and the program's own codes.
 constexpr CodeText kComTexts[] = {
     {hr::kFail, 61030},    // E_FAIL
     {hr::kNotImpl, 61031}, // E_NOTIMPL
@@ -51,6 +51,9 @@ constexpr CodeText kComTexts[] = {
     {0x80004003, 61034},   // E_POINTER
     {0x8000FFFF, 61035},   // E_UNEXPECTED
     {0x80040064, 61036},   // DV_E_FORMATETC
+    {hr::kNotOrdinaryFile, 62020},
+    {hr::kImageTooLarge, 62021},
+    {hr::kTooManyScans, 62022},
 };
 
 u32 FindTextId(const CodeText* begin, const CodeText* end, HResult code) {

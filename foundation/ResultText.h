@@ -10,6 +10,7 @@
 // - a Win32 code (a code up to 0xFFFF, or 0x8007xxxx) with a text of our own table comes from the
 //   string table, else, when it stems from an errno value, from the C library (strerror_l) in the
 //   UI language (the C locale's English when the Japanese locale is not installed);
-// - the COM codes of our own table (E_FAIL, E_NOTIMPL, E_ABORT, ...) come from the string table;
+// - the COM codes of our own table (E_FAIL, E_NOTIMPL, E_ABORT, ...) and the program's own codes
+//   (hr::kNotOrdinaryFile, hr::kImageTooLarge, hr::kTooManyScans) come from the string table;
 // - anything else is "Unknown HRESULT: " and the code in lower-case hexadecimal without prefix.
 std::wstring ResultText(HResult code);

@@ -3,10 +3,17 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <string>
 
 #include <vips/vips8>
+
+#include "image/BmpReader.h"
+#include "image/EncoderSetup.h"
+#include "image/JpegScans.h"
 
 using vips::VError;
 using vips::VImage;
@@ -16,6 +23,49 @@ namespace {
 // A new bitmap carries the resolution of the screen it was made for: 96 dots per inch, which is
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
 constexpr double kNewBitmapPixelsPerMm = 96.0 / 25.4;
+
+// The libvips loaders that DecodeImage uses: the formats that the program reads, all of them
+// among libvips' trusted loaders. Anything else that libvips would recognise (SVG, PDF, JPEG 2000,
+// JPEG XL, Radiance, ImageMagick) is treated as no image at all.
+constexpr const char* kAllowedLoaders[] = {"jpegload_buffer", "pngload_buffer",  "gifload_buffer",
+                                           "tiffload_buffer", "webpload_buffer", "heifload_buffer"};
+
+// The operation name of the loader that claims the buffer, when it is one of the allowed ones;
+// null otherwise. libvips answers with the loader's type name, which is turned into the
+// operation's nickname here.
+const char* AllowedLoaderFor(const u8* data, size_t size) {
+    const char* typeName = vips_foreign_find_load_buffer(data, size);
+    if (!typeName)
+        return nullptr;
+    const char* nickname = vips_nickname_find(g_type_from_name(typeName));
+    if (!nickname)
+        return nullptr;
+    for (const char* allowed : kAllowedLoaders) {
+        if (std::strcmp(nickname, allowed) == 0)
+            return allowed;
+    }
+    return nullptr;
+}
+
+// Whether a failure reported by libvips or one of the libraries under it was a failed
+// allocation. They report it only as text: libvips' own "out of memory", libpng's "insufficient
+// memory", libwebp's "out of memory" status.
+bool IsOutOfMemoryText(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text.find("out of memory") != std::string::npos ||
+           text.find("insufficient memory") != std::string::npos ||
+           text.find("memory error") != std::string::npos;
+}
+
+// The code of an encoder's failure: memory when that is what ran out, else an unspecified
+// failure. Clears libvips' error text.
+HResult EncoderFailure(const VError& error, bool outputOutOfMemory) {
+    const bool memory = outputOutOfMemory || IsOutOfMemoryText(error.what()) ||
+                        IsOutOfMemoryText(vips_error_buffer());
+    vips_error_clear();
+    return memory ? hr::kOutOfMemory : hr::kFail;
+}
 
 // Rows of a decoded image go straight into the CDib as libvips hands them over.
 struct CRowSink {
@@ -122,11 +172,17 @@ i32 PelsPerMeter(double pixelsPerMm) {
     return static_cast<i32>(dpi * 10000.0 / 254.0 + 0.5);
 }
 
-HResult DecodeOpened(VImage image, const CLoader& loader, CDibPtr& out) {
+HResult DecodeOpened(VImage image, const CLoader& loader, const CDecodeLimits& limits,
+                     Size* declared, CDibPtr& out) {
     const u64 width = static_cast<u64>(image.width());
     const u64 height = static_cast<u64>(image.height());
     if (width == 0 || height == 0)
         return hr::kNotImpl;
+    if (declared)
+        *declared = Size{image.width(), image.height()};
+    // The loader has read the header only: refuse here, before a pixel is decoded.
+    if (width * height > limits.maxPixels)
+        return hr::kImageTooLarge;
     if (width * height * 4 > UINT32_MAX)
         return hr::kOutOfMemory;
     const double xres = image.xres();
@@ -172,12 +228,36 @@ VImage ForSaving(const CDib& dib, bool withAlpha, bool keepAlpha) {
                         ->set("yres", kNewBitmapPixelsPerMm));
 }
 
-void TakeBlob(VipsBlob* blob, std::vector<u8>& out) {
-    size_t length = 0;
-    const void* bytes = vips_blob_get(blob, &length);
-    out.assign(static_cast<const u8*>(bytes), static_cast<const u8*>(bytes) + length);
-    vips_area_unref(VIPS_AREA(blob));
-}
+// An encoder's output, gathered in a vector that the encoder writes through a custom target.
+// libvips' own memory target grows with GLib's allocator, which ends the process when memory
+// runs out; here a failed allocation fails the write, and the encoder reports it.
+class CVectorTarget {
+public:
+    explicit CVectorTarget(std::vector<u8>& out) : out_(out) { out_.clear(); }
+
+    vips::VTarget Make() {
+        VipsTargetCustom* target = vips_target_custom_new();
+        g_signal_connect(target, "write", G_CALLBACK(OnWrite), this);
+        return vips::VTarget(VIPS_TARGET(target));
+    }
+    bool OutOfMemory() const { return outOfMemory_; }
+
+private:
+    static gint64 OnWrite(VipsTargetCustom*, const void* data, gint64 length, void* self) {
+        auto* sink = static_cast<CVectorTarget*>(self);
+        const u8* bytes = static_cast<const u8*>(data);
+        try {
+            sink->out_.insert(sink->out_.end(), bytes, bytes + length);
+        } catch (const std::bad_alloc&) {
+            sink->outOfMemory_ = true;
+            return -1;
+        }
+        return length;
+    }
+
+    std::vector<u8>& out_;
+    bool outOfMemory_ = false;
+};
 
 } // namespace
 
@@ -190,24 +270,39 @@ bool EnsureVipsStarted() {
     static bool started = false;
     std::call_once(once, [] {
         started = VIPS_INIT("lunavex") == 0;
-        g_log_set_handler("VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE),
+        // A few hundred bytes of SVG or PDF can ask for minutes of work and gigabytes of memory,
+        // and ImageMagick writes whole decoded images into the temporary folder: none of the
+        // loaders that libvips marks untrusted may run, whoever asks for them.
+        if (started)
+            vips_block_untrusted_set(TRUE);
+        g_log_set_handler("VIPS",
+                          static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE),
                           DropVipsWarning, nullptr);
     });
     return started;
 }
 
-void StopVips() { vips_shutdown(); }
+void StopVips() {
+    vips_shutdown();
+}
 
-HResult DecodeImage(const u8* data, size_t size, CDibPtr& out) {
+HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
+                    Size* declared) {
     if (!data || size == 0)
         return hr::kNotImpl;
+    if (IsBmp(data, size))
+        return ReadBmp(data, size, limits.maxPixels, out, declared);
     if (!EnsureVipsStarted())
         return hr::kFail;
-    const char* loader = vips_foreign_find_load_buffer(data, size);
+    const char* loader = AllowedLoaderFor(data, size);
     if (!loader) {
         vips_error_clear();
         return hr::kNotImpl;
     }
+    // Every scan of a progressive JPEG is a pass over the whole image, even an empty one.
+    if (std::strcmp(loader, "jpegload_buffer") == 0 &&
+        CountJpegScans(data, size, limits.maxScans) > limits.maxScans)
+        return hr::kTooManyScans;
     CLoader open;
     VipsImage* opened = open.Open(loader, data, size);
     if (!opened) {
@@ -215,7 +310,7 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out) {
         return hr::kNotImpl;
     }
     try {
-        const HResult result = DecodeOpened(VImage(opened), open, out);
+        const HResult result = DecodeOpened(VImage(opened), open, limits, declared, out);
         vips_error_clear();
         return result;
     } catch (const VError&) {
@@ -231,20 +326,21 @@ HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
         return hr::kFail;
     if (!EnsureVipsStarted())
         return hr::kFail;
+    CVectorTarget target(out);
     try {
         // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
-        const int q = quality == 0 ? 1 : static_cast<int>(std::min<u32>(quality, 1000));
-        VipsBlob* blob =
-            ForSaving(dib, false, false)
-                .jpegsave_buffer(
-                    VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
-        TakeBlob(blob, out);
+        const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
+        ForSaving(dib, false, false)
+            .jpegsave_target(
+                target.Make(),
+                VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
         return hr::kOk;
-    } catch (const VError&) {
-        vips_error_clear();
-        return hr::kFail;
+    } catch (const VError& error) {
+        out.clear();
+        return EncoderFailure(error, target.OutOfMemory());
     } catch (const std::bad_alloc&) {
-        return hr::kFail;
+        out.clear();
+        return hr::kOutOfMemory;
     }
 }
 
@@ -253,18 +349,18 @@ HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
         return hr::kFail;
     if (!EnsureVipsStarted())
         return hr::kFail;
+    CVectorTarget target(out);
     try {
-        VipsBlob* blob = ForSaving(dib, true, keepAlpha)
-                             .pngsave_buffer(VImage::option()
-                                                 ->set("bitdepth", 8)
-                                                 ->set("strip", true)
-                                                 ->set("interlace", false));
-        TakeBlob(blob, out);
+        ForSaving(dib, true, keepAlpha)
+            .pngsave_target(
+                target.Make(),
+                VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
         return hr::kOk;
-    } catch (const VError&) {
-        vips_error_clear();
-        return hr::kFail;
+    } catch (const VError& error) {
+        out.clear();
+        return EncoderFailure(error, target.OutOfMemory());
     } catch (const std::bad_alloc&) {
-        return hr::kFail;
+        out.clear();
+        return hr::kOutOfMemory;
     }
 }

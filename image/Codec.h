@@ -6,24 +6,33 @@
 #include <vector>
 
 #include "foundation/Types.h"
+#include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
-// Starts libvips once for the process; later calls only report whether that worked. Any thread.
+// Starts libvips once for the process, with its untrusted loaders (SVG, PDF, ImageMagick and
+// the like) blocked; later calls only report whether that worked. Any thread.
 bool EnsureVipsStarted();
 // Shuts libvips down at the end of the program, after the last image operation.
 void StopVips();
 
 // Decodes the first image of an encoded buffer into a new 32-bit straight-alpha bottom-up image,
-// with the file's resolution in the header. Opaque sources get alpha 255. 0x80004001 when the
-// bytes are not an image that can be decoded (or are truncated or corrupt), 0x8007000E when the
-// 32-bit buffer would not fit in 32 bits (checked before any pixel is decoded) or memory runs
-// out. `out` is only set on success. Any thread.
-HResult DecodeImage(const u8* data, size_t size, CDibPtr& out);
+// with the file's resolution in the header. Opaque sources get alpha 255. BMP goes through our
+// own reader (image/BmpReader.h); JPEG, PNG, GIF, TIFF, WebP and HEIF/AVIF through libvips; any
+// other content, and a buffer that no loader claims, gives 0x80004001, as do bytes that are
+// truncated or corrupt. Before any pixel is decoded: hr::kImageTooLarge when the header declares
+// more pixels than limits.maxPixels, hr::kTooManyScans for a JPEG of more scans than
+// limits.maxScans, 0x8007000E when the 32-bit buffer would not fit in 32 bits; 0x8007000E also
+// when memory runs out. `declared` (when given) receives the size that the header declares,
+// also when the image is refused. `out` is only set on success. Any thread.
+HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
+                    Size* declared = nullptr);
 
-// Encodes a 32-bit image as a baseline JPEG of the given quality (0 to 100, 0 taken as 1), colour
-// only, no metadata. 0x80004005 when the encoder refuses.
+// Encodes a 32-bit image as a baseline JPEG of the given quality (0 to 100; 0 is taken as 1 and
+// anything above 100 as 100), colour only, no metadata. 0x8007000E when memory runs out,
+// 0x80004005 when the encoder refuses for another reason.
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out);
 
 // Encodes a 32-bit image as an 8-bit RGBA PNG with no metadata; without keepAlpha every pixel is
-// written opaque. 0x80004005 when the encoder refuses.
+// written opaque. 0x8007000E when memory runs out, 0x80004005 when the encoder refuses for another
+// reason.
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out);

@@ -13,6 +13,10 @@ constexpr u32 kPng = 1;
 constexpr u32 kJpeg = 2;
 } // namespace savetype
 
+// The JPEG encoder's best quality. A larger number, from the store or a caller, is taken as it:
+// libvips accepts 1 to 100 and would save anything else at its default with a warning.
+constexpr u32 kBestJpegQuality = 100;
+
 // Each preparation sets keepsAlpha to false, replaces `saver` by a new saver (releasing any
 // earlier one, so no parameter of an earlier preparation survives), and selects the encoder.
 // When no encoder is found `saver` becomes empty and the lookup's code is returned. Run on the

@@ -48,6 +48,10 @@ size_t ReadChunks(int fd, u8* buffer, size_t size, const CTerminable* stop, HRes
 
 HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTerminable* stop) {
     const std::string name = ToFileSystemPath(path);
+    // A socket cannot be opened at all (ENXIO), so the kind of file is asked before the open.
+    struct stat kind {};
+    if (::stat(name.c_str(), &kind) == 0 && !S_ISREG(kind.st_mode) && !S_ISDIR(kind.st_mode))
+        return hr::kNotOrdinaryFile;
     // Without O_NONBLOCK the open of a FIFO would wait for a writer before the type could be seen.
     CFileDescriptor file(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.Get() < 0)
@@ -59,7 +63,7 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTermi
         return ResultFromErrno(EISDIR);
     // A pipe, socket or device is no image file: only regular files are read.
     if (!S_ISREG(info.st_mode))
-        return hr::kNotImpl;
+        return hr::kNotOrdinaryFile;
     const u64 size = static_cast<u64>(info.st_size);
     if (size > kLargestFile)
         return hr::kOutOfMemory;
@@ -76,16 +80,18 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTermi
     return hr::kOk;
 }
 
-HResult ImageToDib(const u8* data, size_t size, CDibPtr& out) {
-    return DecodeImage(data, size, out);
+HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
+                   Size* declared) {
+    return DecodeImage(data, size, out, limits, declared);
 }
 
-HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop) {
+HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop,
+                      const CDecodeLimits& limits, Size* declared) {
     CFileBytes bytes;
     const HResult result = ReadFileToBuffer(bytes, path, stop);
     if (Failed(result))
         return result;
-    return ImageToDib(bytes.data.get(), bytes.size, out);
+    return ImageToDib(bytes.data.get(), bytes.size, out, limits, declared);
 }
 
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type) {

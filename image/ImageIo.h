@@ -7,6 +7,7 @@
 
 #include "foundation/Terminable.h"
 #include "foundation/Types.h"
+#include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
 // The whole content of a file, owned.
@@ -17,18 +18,20 @@ struct CFileBytes {
 
 // Reads the whole file into memory, in chunks, asking `stop` between them. The Win32 code of the
 // failing call as a result code when the file cannot be opened or read (a folder gives the code
-// of EISDIR), 0x8007000E for a file of 4 GiB or more (refused before reading) or when memory runs
-// out, 0x800703E3 when stopped. Any thread.
+// of EISDIR), hr::kNotOrdinaryFile for a socket, pipe or device, 0x8007000E for a file of 4 GiB or
+// more (refused before reading) or when memory runs out, 0x800703E3 when stopped. Any thread.
 HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path,
                          const CTerminable* stop = nullptr);
 
 // Decodes an image held in memory into a new 32-bit image: the same pixels as drawing the decoded
 // image at its own size into a cleared buffer, with the file's resolution in the header. `out`
-// is set only on success. See DecodeImage for the codes.
-HResult ImageToDib(const u8* data, size_t size, CDibPtr& out);
+// is set only on success. See DecodeImage for the codes, the limits and `declared`.
+HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
+                   Size* declared = nullptr);
 
 // Reads and decodes an image file; the decoder decides by content, not by the file's name.
-HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop = nullptr);
+HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop = nullptr,
+                      const CDecodeLimits& limits = {}, Size* declared = nullptr);
 
 // Decodes a built-in binary resource, e.g. (138, "IMAGE"); 0x80004005 when there is none.
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type);

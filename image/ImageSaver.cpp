@@ -126,7 +126,7 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
             break;
         }
     } catch (const std::bad_alloc&) {
-        return hr::kFail;
+        return hr::kOutOfMemory;
     }
     if (Failed(result))
         return result;

@@ -169,6 +169,13 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
     ok &= LoadHistory(setting, L"SubFolder", settings.subFolders);
     if (settings.saveType == savetype::kBmp)
         settings.saveType = savetype::kPng;
+    if (settings.jpegQuality > kBestJpegQuality)
+        settings.jpegQuality = kBestJpegQuality;
+    // Stores written before the pixel limit existed lack it, so it does not count; a limit of 0
+    // would refuse every file and keeps what the field holds.
+    u32 maxPixels = 0;
+    if (ReadDwordValue(setting, L"MaxPixels", maxPixels) && maxPixels != 0)
+        settings.maxPixels = maxPixels;
     return ok;
 }
 
@@ -188,6 +195,7 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     ok &= SaveRound(setting, settings.round);
     ok &= SaveWindow(setting, settings.window);
     ok &= SaveHistory(setting, L"SubFolder", settings.subFolders);
+    ok &= WriteDwordValue(setting, L"MaxPixels", settings.maxPixels) == 0;
     ok &= batch.Commit() == 0;
     return ok;
 }

@@ -219,6 +219,37 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
     EXPECT_FALSE(std::filesystem::exists(dir / "round" / "c.jpg"));
 }
 
+TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
+    CSetting s;
+    lvx::ApplyBatchOptions(Parse({"--max-pixels=63"}), s);
+    EXPECT_EQ(s.maxPixels, 63u);
+    lvx::ApplyBatchOptions(Parse({"--max-pixels", "4294967295"}), s);
+    EXPECT_EQ(s.maxPixels, 4294967295u);
+    for (const char* bad : {"--max-pixels=0", "--max-pixels=1.5", "--max-pixels=many",
+                            "--max-pixels=4294967296", "--max-pixels=-5"}) {
+        lvx::BatchOptions options;
+        std::wstring error;
+        EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
+        EXPECT_EQ(error, L"オプションの値が不正です: " + WideFromUtf8(bad));
+    }
+
+    auto dir = FreshDir("limit");
+    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    // The program applies the options to its settings before the run, as here.
+    const lvx::BatchOptions tight = Parse({"--max-pixels=63", (dir / "a.png").string()});
+    CSetting settings;
+    lvx::ApplyBatchOptions(tight, settings);
+    EXPECT_EQ(Run(tight, settings), lvx::exitcode::kTaskFailed);
+    EXPECT_NE(err.str().find(Utf8FromWide(L": 8 × 8 ピクセル (上限は 63 ピクセル)")),
+              std::string::npos)
+        << err.str();
+    EXPECT_FALSE(std::filesystem::exists(dir / "round" / "a.jpg"));
+    const lvx::BatchOptions enough = Parse({"--max-pixels=64", (dir / "a.png").string()});
+    lvx::ApplyBatchOptions(enough, settings);
+    EXPECT_EQ(Run(enough, settings), lvx::exitcode::kConverted);
+    EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
+}
+
 // The real program: help, version, and an exit code seen by the shell.
 TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     auto dir = FreshDir("exe");
@@ -238,6 +269,7 @@ TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     std::string output;
     EXPECT_EQ(run("--help", output), 0);
     EXPECT_NE(output.find("--overwrite"), std::string::npos);
+    EXPECT_NE(output.find("--max-pixels=N"), std::string::npos);
     EXPECT_NE(output.find("Exit status"), std::string::npos) << "English outside a Japanese locale";
     EXPECT_EQ(run("--bogus", output), 2);
     EXPECT_EQ(run("", output), 2);

@@ -5,7 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
 #include <fstream>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "TaskTestFiles.h"
 #include "batch/Setting.h"
@@ -184,6 +189,91 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
         << "nothing is saved after a failure";
+}
+
+namespace {
+
+void PutLittleEndian(std::vector<char>& out, u32 value, int bytes) {
+    for (int i = 0; i < bytes; ++i)
+        out.push_back(static_cast<char>(value >> (8 * i)));
+}
+
+// An 8-bit run-length BMP of the given size whose data ends at once: a few bytes for any size.
+void WriteEmptyRunLengthBmp(const std::filesystem::path& path, u32 width, u32 height) {
+    std::vector<char> file = {'B', 'M'};
+    PutLittleEndian(file, 14 + 40 + 4 + 2, 4);
+    PutLittleEndian(file, 0, 4);
+    PutLittleEndian(file, 14 + 40 + 4, 4);
+    for (u32 value : {40u, width, height})
+        PutLittleEndian(file, value, 4);
+    PutLittleEndian(file, 1, 2);
+    PutLittleEndian(file, 8, 2);
+    for (u32 value : {1u, 2u, 0u, 0u, 1u, 0u})
+        PutLittleEndian(file, value, 4);
+    PutLittleEndian(file, 0x00808080, 4); // palette: one grey
+    file.insert(file.end(), {0, 1});      // end of bitmap
+    std::ofstream(path, std::ios::binary).write(file.data(), static_cast<long>(file.size()));
+}
+
+} // namespace
+
+TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
+    auto dir = FreshDir("refused");
+    ASSERT_TRUE(Write(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
+
+    // A limit of one pixel less than the image: the size and the limit in the text.
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
+    task->SetMaxPixels(599);
+    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
+    task->Run();
+    EXPECT_EQ(task->errorId, 62023);
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kImageTooLarge) +
+                                   L": 30 × 20 ピクセル (上限は 599 ピクセル)\n\n" +
+                                   W(dir / "small.png"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "out" / "small.png"));
+    task.reset(new lvx::CLunavexTask);
+    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
+    task->SetMaxPixels(600);
+    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
+    task->Run();
+    EXPECT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
+
+    // The default limit against a 30000 x 30000 header: big numbers come in groups of three.
+    WriteEmptyRunLengthBmp(dir / "huge.bmp", 30000, 30000);
+    task = RunTask(W(dir / "huge.bmp"), W(dir / "out" / "huge.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 62023);
+    EXPECT_NE(task->errorText.find(L": 30,000 × 30,000 ピクセル (上限は 268,402,689 ピクセル)"),
+              std::wstring::npos)
+        << testing::PrintToString(task->errorText);
+
+    // A JPEG of one scan more than the limit: refused with the limit in the text.
+    std::vector<char> jpeg = {'\xFF', '\xD8'};
+    for (u32 i = 0; i <= kDefaultMaxScans; ++i)
+        jpeg.insert(jpeg.end(), {'\xFF', '\xDA', 0, 8, 1, 1, 0, 0, 0, 0x10});
+    jpeg.insert(jpeg.end(), {'\xFF', '\xD9'});
+    std::ofstream(dir / "scans.jpg", std::ios::binary)
+        .write(jpeg.data(), static_cast<long>(jpeg.size()));
+    task = RunTask(W(dir / "scans.jpg"), W(dir / "out" / "scans.png"), 1, RoundSettings{});
+    EXPECT_EQ(task->errorId, 62024);
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kTooManyScans) +
+                                   L" (上限は 1,000 スキャン)\n\n" + W(dir / "scans.jpg"));
+
+    // A socket where a file was expected: not an ordinary file, rather than a device failure.
+    const std::filesystem::path socketPath = dir / "s.png";
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_GE(listener, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(socketPath.string().size(), sizeof address.sun_path);
+    std::strcpy(address.sun_path, socketPath.c_str());
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    task = RunTask(W(socketPath), W(dir / "out" / "s.png"), 1, RoundSettings{});
+    ::close(listener);
+    EXPECT_EQ(task->errorId, 201);
+    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " +
+                                   ResultText(hr::kNotOrdinaryFile) + L"\n\n" + W(socketPath));
+    EXPECT_NE(task->errorText.find(L"通常のファイルではありません"), std::wstring::npos);
 }
 
 TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {

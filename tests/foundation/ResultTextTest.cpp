@@ -62,6 +62,21 @@ TEST(ResultText, OwnTableInBothLanguages) {
     EXPECT_EQ(ResultText(0), L"この操作を正しく終了しました。");
 }
 
+TEST(ResultText, TheProgramsOwnCodesSayWhatHappened) {
+    {
+        CLanguageGuard guard(1033);
+        EXPECT_EQ(ResultText(hr::kNotOrdinaryFile),
+                  L"Not an ordinary file (a device, pipe or socket)");
+        EXPECT_EQ(ResultText(hr::kImageTooLarge), L"The image is too large");
+        EXPECT_EQ(ResultText(hr::kTooManyScans), L"The JPEG file has too many scans");
+    }
+    CLanguageGuard guard(1041);
+    EXPECT_EQ(ResultText(hr::kNotOrdinaryFile),
+              L"通常のファイルではありません (デバイス、パイプ、ソケットなど)");
+    EXPECT_EQ(ResultText(hr::kImageTooLarge), L"画像が大きすぎます");
+    EXPECT_EQ(ResultText(hr::kTooManyScans), L"JPEG ファイルのスキャンが多すぎます");
+}
+
 TEST(ResultText, FacilityEightUsesTheLowWord) {
     CLanguageGuard guard(1033);
     // Facility 0x0008: the low word 0x0005 is the Win32 code "access denied".

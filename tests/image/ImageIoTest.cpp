@@ -1,8 +1,12 @@
 // Tests of reading image files and resources into the 32-bit buffer.
 #include "image/ImageIo.h"
 
+#include <cstring>
+
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "image/PixelTestUtil.h"
@@ -156,10 +160,22 @@ TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
     CDibPtr dib;
     EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u); // ERROR_FILE_NOT_FOUND
     EXPECT_EQ(LoadPath(dib, dir.Path().string()), 0x8007010Bu);     // a folder: "Is a directory"
-    // A named pipe with no writer would block a plain open for ever; it is refused as no image.
+    // A named pipe with no writer would block a plain open for ever; it is refused as no
+    // ordinary file, and so is a socket, which cannot be opened at all.
     const std::string fifo = dir.File("pipe.png");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    EXPECT_EQ(LoadPath(dib, fifo), 0x80004001u);
+    EXPECT_EQ(LoadPath(dib, fifo), hr::kNotOrdinaryFile);
+    const std::string socketPath = dir.File("socket.png");
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_GE(listener, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(socketPath.size(), sizeof address.sun_path);
+    std::memcpy(address.sun_path, socketPath.c_str(), socketPath.size() + 1);
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(LoadPath(dib, socketPath), hr::kNotOrdinaryFile);
+    ::close(listener);
+    EXPECT_EQ(LoadPath(dib, "/dev/null"), hr::kNotOrdinaryFile);
     EXPECT_FALSE(dib);
 }
 
@@ -175,9 +191,16 @@ TEST(ImageIo, HugeFilesAndImagesAreRefusedBeforeReading) {
     ::close(fd);
     EXPECT_EQ(LoadPath(dib, big), kTooLarge);
 
-    // A header that declares 70000 x 70000: 19.6 GB of 32-bit pixels.
+    // A header that declares 70000 x 70000: above the pixel limit, and even without the limit
+    // 19.6 GB of 32-bit pixels.
     WriteBytes(dir.File("wide.png"), MakePng(70000, 70000, 2, 8, {{0, 0, 0}}));
-    EXPECT_EQ(LoadPath(dib, dir.File("wide.png")), kTooLarge);
+    Size declared;
+    EXPECT_EQ(LoadImageFile(dib, Wide(dir.File("wide.png")), nullptr, CDecodeLimits{}, &declared),
+              hr::kImageTooLarge);
+    EXPECT_EQ(declared, (Size{70000, 70000}));
+    EXPECT_EQ(LoadImageFile(dib, Wide(dir.File("wide.png")), nullptr,
+                            CDecodeLimits{UINT64_MAX, kDefaultMaxScans}),
+              kTooLarge);
     EXPECT_FALSE(dib);
 }
 

@@ -116,7 +116,8 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
                   L"]\r\n"
                   L"\"OutputPath\"=\"/home/u/Pictures\"\r\n"
                   L"\"SaveType\"=dword:00000002\r\n"
-                  L"\"JpegQuality\"=dword:00000050\r\n\r\n" +
+                  L"\"JpegQuality\"=dword:00000050\r\n"
+                  L"\"MaxPixels\"=dword:0fff8001\r\n\r\n" +
                   s +
                   L"\\Round]\r\n"
                   L"\"BkColor\"=dword:00ffffff\r\n"
@@ -170,6 +171,7 @@ TEST_F(SettingsTest, EveryFieldReadsBackWhole) {
     saved.round.edges = 10;
     saved.round.radius = {1, 125, 40};
     saved.round.blurWidth = {1, 30, 20};
+    saved.maxPixels = 4000000;
     ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
     std::wstring file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
     EXPECT_NE(file.find(L"\"OutputPath\"=\"/srv/\u5199\u771f \\\"out\\\"\\\\x\"\r\n"),
@@ -263,6 +265,41 @@ TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
     EXPECT_TRUE(LoadFrom(
         Replace(ValidFile(), "\"FullScreen\"=dword:00000001", "\"FullScreen\"=\"1\""), badFlag));
     EXPECT_FALSE(badFlag.window.fullScreen);
+}
+
+TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {
+    // Above the encoder's best quality: read as the best.
+    CSetting high;
+    EXPECT_TRUE(LoadFrom(
+        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a", "\"JpegQuality\"=dword:00000096"),
+        high));
+    EXPECT_EQ(high.jpegQuality, 100u);
+    CSetting best;
+    EXPECT_TRUE(LoadFrom(
+        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a", "\"JpegQuality\"=dword:00000064"),
+        best));
+    EXPECT_EQ(best.jpegQuality, 100u);
+
+    // The pixel limit: read when stored; missing, 0 or of another type, the default stays, and
+    // a store of an earlier version (without it) still loads as complete.
+    const CSetting defaults;
+    const std::string withLimit =
+        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a\n",
+                "\"JpegQuality\"=dword:0000005a\n\"MaxPixels\"=dword:000f4240\n");
+    CSetting limited;
+    EXPECT_TRUE(LoadFrom(withLimit, limited));
+    EXPECT_EQ(limited.maxPixels, 1000000u);
+    CSetting missing;
+    EXPECT_TRUE(LoadFrom(ValidFile(), missing));
+    EXPECT_EQ(missing.maxPixels, defaults.maxPixels);
+    CSetting zero;
+    EXPECT_TRUE(LoadFrom(
+        Replace(withLimit, "\"MaxPixels\"=dword:000f4240", "\"MaxPixels\"=dword:00000000"), zero));
+    EXPECT_EQ(zero.maxPixels, defaults.maxPixels);
+    CSetting text;
+    EXPECT_TRUE(
+        LoadFrom(Replace(withLimit, "\"MaxPixels\"=dword:000f4240", "\"MaxPixels\"=\"5\""), text));
+    EXPECT_EQ(text.maxPixels, defaults.maxPixels);
 }
 
 TEST_F(SettingsTest, CountDecidesTheLengthOfTheList) {

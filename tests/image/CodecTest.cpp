@@ -1,0 +1,210 @@
+// Tests of the decoder's door: which loaders may run, the pixel and scan limits checked before
+// decoding, and the encoders' quality and failure codes.
+#include "image/Codec.h"
+
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include <sys/resource.h>
+
+#include "image/JpegScans.h"
+#include "image/PixelTestUtil.h"
+
+using namespace testutil;
+
+namespace {
+
+std::vector<u8> Text(const std::string& text) {
+    return std::vector<u8>(text.begin(), text.end());
+}
+
+// Files that libvips' untrusted loaders read: tiny, and each able to ask for gigabytes.
+const std::string kSvg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"200000\" "
+                         "height=\"200000\" viewBox=\"0 0 1 1\"><rect width=\"1\" height=\"1\" "
+                         "fill=\"red\"/></svg>";
+
+std::string Pdf() {
+    std::string body = "%PDF-1.4\n";
+    const char* objects[] = {"<</Type/Catalog/Pages 2 0 R>>", "<</Type/Pages/Kids[3 0 R]/Count 1>>",
+                             "<</Type/Page/Parent 2 0 R/MediaBox[0 0 14400 14400]>>"};
+    std::vector<size_t> offsets;
+    for (int i = 0; i < 3; ++i) {
+        offsets.push_back(body.size());
+        body += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    const size_t xref = body.size();
+    body += "xref\n0 4\n0000000000 65535 f \n";
+    for (size_t offset : offsets) {
+        char line[32];
+        std::snprintf(line, sizeof line, "%010zu 00000 n \n", offset);
+        body += line;
+    }
+    body += "trailer\n<</Size 4/Root 1 0 R>>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
+    return body;
+}
+
+// The libvips loader that would claim the bytes if no loader were blocked.
+std::string LoaderWithoutBlocking(const std::vector<u8>& bytes) {
+    vips_block_untrusted_set(FALSE);
+    const char* name = vips_foreign_find_load_buffer(bytes.data(), bytes.size());
+    vips_block_untrusted_set(TRUE);
+    vips_error_clear();
+    return name ? vips_nickname_find(g_type_from_name(name)) : "";
+}
+
+// Counts the warnings that GLib's object system logs, such as a property set out of its range.
+class CGObjectWarnings {
+public:
+    CGObjectWarnings() {
+        handler_ = g_log_set_handler("GLib-GObject", G_LOG_LEVEL_WARNING, Count, &count_);
+    }
+    ~CGObjectWarnings() { g_log_remove_handler("GLib-GObject", handler_); }
+    int count() const { return count_; }
+
+private:
+    static void Count(const gchar*, GLogLevelFlags, const gchar*, gpointer count) {
+        ++*static_cast<int*>(count);
+    }
+    guint handler_ = 0;
+    int count_ = 0;
+};
+
+std::vector<u8> FileBytes(const std::string& path) {
+    return ReadBytes(path);
+}
+
+} // namespace
+
+TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    const std::vector<u8> svg = Text(kSvg);
+    const std::vector<u8> pdf = Text(Pdf());
+    // The bytes are what libvips' SVG and PDF loaders claim.
+    EXPECT_EQ(LoaderWithoutBlocking(svg), "svgload_buffer");
+    EXPECT_EQ(LoaderWithoutBlocking(pdf), "pdfload_buffer");
+
+    CDibPtr dib;
+    EXPECT_EQ(DecodeImage(svg.data(), svg.size(), dib), hr::kNotImpl);
+    EXPECT_EQ(DecodeImage(pdf.data(), pdf.size(), dib), hr::kNotImpl);
+    EXPECT_FALSE(dib);
+
+    // Blocked for every caller in the process, not only for the decoder.
+    EXPECT_THROW(vips::VImage::new_from_buffer(svg.data(), svg.size(), ""), vips::VError);
+    vips_error_clear();
+
+    // Bytes that no loader claims.
+    const std::vector<u8> words = Text("not an image at all");
+    EXPECT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
+}
+
+TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
+    CDibPtr dib;
+    Size declared;
+    // A PNG whose header declares 30000 x 30000 with one row of data behind it.
+    const std::vector<u8> png = MakePng(30000, 30000, 2, 8, {{0, 0, 0}});
+    EXPECT_EQ(DecodeImage(png.data(), png.size(), dib, CDecodeLimits{}, &declared),
+              hr::kImageTooLarge);
+    EXPECT_EQ(declared, (Size{30000, 30000}));
+    EXPECT_FALSE(dib);
+
+    // Each format that libvips reads, 4 x 3: refused at 11 pixels, read at 12.
+    CTempDir dir;
+    const std::vector<u8> pixels = TestPictureRgb(4, 3);
+    for (const char* name : {"a.jpg", "a.png", "a.tif", "a.webp", "a.gif"}) {
+        SaveWithVips(dir.File(name), pixels, 4, 3, 3);
+        const std::vector<u8> file = FileBytes(dir.File(name));
+        CDibPtr out;
+        Size size;
+        EXPECT_EQ(
+            DecodeImage(file.data(), file.size(), out, CDecodeLimits{11, kDefaultMaxScans}, &size),
+            hr::kImageTooLarge)
+            << name;
+        EXPECT_EQ(size, (Size{4, 3})) << name;
+        EXPECT_FALSE(out) << name;
+        EXPECT_EQ(DecodeImage(file.data(), file.size(), out, CDecodeLimits{12, kDefaultMaxScans}),
+                  hr::kOk)
+            << name;
+        ASSERT_TRUE(out) << name;
+        EXPECT_EQ(out->Width(), 4) << name;
+    }
+}
+
+TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
+    CTempDir dir;
+    SaveWithVips(dir.File("p.jpg"), TestPictureRgb(16, 16), 16, 16, 3,
+                 vips::VImage::option()->set("interlace", true));
+    std::vector<u8> jpeg = FileBytes(dir.File("p.jpg"));
+    const u32 scans = CountJpegScans(jpeg.data(), jpeg.size(), kDefaultMaxScans);
+    ASSERT_GT(scans, 1u);
+    ASSERT_LT(scans, kDefaultMaxScans);
+
+    CDibPtr dib;
+    EXPECT_EQ(DecodeImage(jpeg.data(), jpeg.size(), dib), hr::kOk);
+    dib.reset();
+    EXPECT_EQ(DecodeImage(jpeg.data(), jpeg.size(), dib, CDecodeLimits{kDefaultMaxPixels, scans}),
+              hr::kOk);
+    dib.reset();
+    EXPECT_EQ(
+        DecodeImage(jpeg.data(), jpeg.size(), dib, CDecodeLimits{kDefaultMaxPixels, scans - 1}),
+        hr::kTooManyScans);
+    EXPECT_FALSE(dib);
+
+    // Empty refinement scans of the first component put in before the end: the hostile form.
+    jpeg.resize(jpeg.size() - 2);
+    const u8 emptyScan[] = {0xFF, 0xDA, 0x00, 0x08, 0x01, 0x01, 0x00, 0x00, 0x00, 0x10};
+    for (u32 i = 0; i < kDefaultMaxScans; ++i)
+        jpeg.insert(jpeg.end(), std::begin(emptyScan), std::end(emptyScan));
+    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+    EXPECT_EQ(DecodeImage(jpeg.data(), jpeg.size(), dib), hr::kTooManyScans);
+    EXPECT_FALSE(dib);
+}
+
+TEST(Codec, JpegQualityAboveTheBestIsTheBestWithoutAWarning) {
+    CDibPtr dib = MakeDib(32, 16, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 8), static_cast<u8>(y * 16), static_cast<u8>(x ^ y), 255};
+    });
+    std::vector<u8> best, above, usual;
+    ASSERT_EQ(EncodeJpeg(*dib, 100, best), hr::kOk);
+    ASSERT_EQ(EncodeJpeg(*dib, 75, usual), hr::kOk);
+    CGObjectWarnings warnings;
+    ASSERT_EQ(EncodeJpeg(*dib, 150, above), hr::kOk);
+    EXPECT_EQ(warnings.count(), 0);
+    EXPECT_EQ(above, best);
+    EXPECT_NE(above, usual);
+}
+
+// The encoders report a failed allocation as such. The test runs in a child process whose
+// address space is capped just above what it uses, so that the encoder's output buffer cannot
+// grow.
+TEST(Codec, AnEncoderOutOfMemorySaysSo) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto encodeUnderCap = [](bool png) {
+        // Noise does not compress: the encoded file is about as large as the pixels.
+        u32 seed = 12345;
+        CDibPtr dib = MakeDib(4000, 4000, [&seed](i32, i32) {
+            seed = seed * 1103515245u + 12345u;
+            return Bgra{static_cast<u8>(seed >> 24), static_cast<u8>(seed >> 16),
+                        static_cast<u8>(seed >> 8), 255};
+        });
+        std::vector<u8> warmUp;
+        CDibPtr small = MakeDib(8, 8, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
+        if (Failed(png ? EncodePng(*small, true, warmUp) : EncodeJpeg(*small, 100, warmUp)))
+            std::_Exit(3);
+        std::ifstream status("/proc/self/status");
+        std::string line;
+        rlim_t used = 0;
+        while (std::getline(status, line)) {
+            if (line.rfind("VmSize:", 0) == 0)
+                used = std::stoull(line.substr(7)) * 1024;
+        }
+        // Room for the encoder's threads and rows, not for the 40 MB or more of its output.
+        const rlimit cap{used + (rlim_t{24} << 20), used + (rlim_t{24} << 20)};
+        setrlimit(RLIMIT_AS, &cap);
+        std::vector<u8> out;
+        const HResult result = png ? EncodePng(*dib, true, out) : EncodeJpeg(*dib, 100, out);
+        std::_Exit(result == hr::kOutOfMemory ? 0 : result == hr::kOk ? 2 : 1);
+    };
+    EXPECT_EXIT(encodeUnderCap(true), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(encodeUnderCap(false), ::testing::ExitedWithCode(0), "");
+}
