@@ -54,6 +54,7 @@ constexpr CodeText kComTexts[] = {
     {hr::kNotOrdinaryFile, 62020},
     {hr::kImageTooLarge, 62021},
     {hr::kTooManyScans, 62022},
+    {hr::kTooLargeForJpeg, 62025},
 };
 
 u32 FindTextId(const CodeText* begin, const CodeText* end, HResult code) {

@@ -25,6 +25,7 @@ constexpr HResult kAborted = 0x800703E3; // ERROR_OPERATION_ABORTED as a result 
 constexpr HResult kNotOrdinaryFile = 0xA04C0001; // a device, pipe or socket given as a file
 constexpr HResult kImageTooLarge = 0xA04C0002;   // more pixels than the decode limit
 constexpr HResult kTooManyScans = 0xA04C0003;    // a JPEG of more scans than the decode limit
+constexpr HResult kTooLargeForJpeg = 0xA04C0004; // a side longer than JPEG can hold
 } // namespace hr
 
 inline bool Failed(HResult code) {

@@ -20,6 +20,9 @@ using vips::VImage;
 
 namespace {
 
+// The longest side that libjpeg writes; a longer one would only fail inside the encoder.
+constexpr i32 kLargestJpegSide = 65500;
+
 // A new bitmap carries the resolution of the screen it was made for: 96 dots per inch, which is
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
 constexpr double kNewBitmapPixelsPerMm = 96.0 / 25.4;
@@ -324,6 +327,8 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
     if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
         return hr::kFail;
+    if (dib.Width() > kLargestJpegSide || dib.Height() > kLargestJpegSide)
+        return hr::kTooLargeForJpeg;
     if (!EnsureVipsStarted())
         return hr::kFail;
     CVectorTarget target(out);

@@ -31,6 +31,8 @@ TEST(ResultText, ErrnoCodesComeFromTheCLibrary) {
         // A file standing where a folder must be made has a text of our own.
         EXPECT_EQ(ResultText(0x80070050), L"A file of that name is in the way; the folder cannot "
                                           L"be made.");
+        EXPECT_EQ(ResultText(hr::kTooLargeForJpeg),
+                  L"Too large for the JPEG format (at most 65,500 pixels a side)");
     }
     CLanguageGuard guard(1041);
     // Japanese when the ja_JP.UTF-8 locale is installed, else the C locale's English.

@@ -174,6 +174,19 @@ TEST(Codec, JpegQualityAboveTheBestIsTheBestWithoutAWarning) {
     EXPECT_NE(above, usual);
 }
 
+TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
+    CDibPtr wide = MakeDib(65501, 1, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
+    CDibPtr tall = MakeDib(1, 65501, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
+    CDibPtr widest = MakeDib(65500, 1, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
+    std::vector<u8> bytes;
+    EXPECT_EQ(EncodeJpeg(*wide, 80, bytes), hr::kTooLargeForJpeg);
+    EXPECT_TRUE(bytes.empty());
+    EXPECT_EQ(EncodeJpeg(*tall, 80, bytes), hr::kTooLargeForJpeg);
+    EXPECT_EQ(EncodeJpeg(*widest, 80, bytes), hr::kOk);
+    EXPECT_FALSE(bytes.empty());
+    EXPECT_EQ(EncodePng(*wide, false, bytes), hr::kOk);
+}
+
 // The encoders report a failed allocation as such. The test runs in a child process whose
 // address space is capped just above what it uses, so that the encoder's output buffer cannot
 // grow.
