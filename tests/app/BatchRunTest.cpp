@@ -3,13 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 
 #include "../batch/TaskTestFiles.h"
+#include "ShellCommand.h"
 #include "app/BatchOptions.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
@@ -256,15 +254,7 @@ TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     auto config = dir / "config";
     std::string env = "XDG_CONFIG_HOME=" + config.string() + " LANG=C.UTF-8 LC_ALL= ";
     auto run = [&](const std::string& args, std::string& output) {
-        std::string command = env + LVX_BATCH_EXE + std::string(" ") + args + " 2>&1";
-        FILE* pipe = ::popen(command.c_str(), "r");
-        output.clear();
-        char buffer[4096];
-        size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            output.append(buffer, n);
-        int status = ::pclose(pipe);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return RunShellCommand(env + LVX_BATCH_EXE + std::string(" ") + args + " 2>&1", output);
     };
     std::string output;
     EXPECT_EQ(run("--help", output), 0);

@@ -155,7 +155,8 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
                  QByteArray::fromStdString("file://" + dir.string() + "/photo%E9.png\r\n"));
     Drop(data);
     ASSERT_TRUE(RunToEnd());
-    EXPECT_TRUE(msg.boxes.empty()) << (msg.boxes.empty() ? std::string() : Utf8FromWide(msg.boxes[0].text));
+    EXPECT_TRUE(msg.boxes.empty())
+        << (msg.boxes.empty() ? std::string() : Utf8FromWide(msg.boxes[0].text));
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "photo\xE9.png"));
     EXPECT_FALSE(fs::exists(dir / "out" / "photo\xEF\xBF\xBD.png")) << "not the look-alike";
     ASSERT_EQ(view->results.size(), 1u);

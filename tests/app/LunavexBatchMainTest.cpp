@@ -2,13 +2,11 @@
 // that a settings file that once exhausted memory is read at once under a memory limit.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <fstream>
 #include <string>
 
 #include "../batch/TaskTestFiles.h"
+#include "ShellCommand.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 
@@ -28,14 +26,7 @@ int RunBatchExe(const std::filesystem::path& config, const std::string& prefix,
     std::string command = prefix + "XDG_CONFIG_HOME=" + config.string() +
                           " LANG=C.UTF-8 LC_ALL= " + LVX_BATCH_EXE + " " + args +
                           " 2>&1 >/dev/null";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    errors.clear();
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        errors.append(buffer, n);
-    int status = ::pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return RunShellCommand(command, errors);
 }
 
 std::string Utf16Store(const std::string& asciiBody) {
