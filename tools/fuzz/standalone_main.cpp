@@ -11,6 +11,8 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+// Optional, as with libFuzzer: a target that needs a one-time start defines it.
+extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 namespace {
 
@@ -44,6 +46,8 @@ std::vector<fs::path> FilesIn(const fs::path& folder) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (LLVMFuzzerInitialize)
+        LLVMFuzzerInitialize(&argc, &argv);
     std::size_t ran = 0;
     for (int i = 1; i < argc; ++i) {
         const fs::path path(argv[i]);
