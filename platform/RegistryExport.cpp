@@ -400,9 +400,11 @@ bool ParseRegistryExport(const std::vector<u8>& fileBytes, CRegTree& tree) {
 std::vector<u8> FormatRegistryExport(const CRegTree& tree) {
     std::wstring text = std::wstring(kRegistryExportHeader) + L"\r\n\r\n";
     for (const auto& [folded, key] : tree.Keys()) {
-        if (key.path.empty())
+        // The root itself gets a section only when it holds values, so that a file that gave it
+        // some keeps them.
+        if (key.path.empty() && key.AllValues().empty())
             continue;
-        text += L"[" + std::wstring(kRoot) + L"\\" + key.path + L"]\r\n";
+        text += L"[" + std::wstring(kRoot) + (key.path.empty() ? L"" : L"\\" + key.path) + L"]\r\n";
         for (const auto& [name, value] : key.AllValues())
             AppendValueLine(text, name, value);
         text += L"\r\n";

@@ -11,8 +11,10 @@ class QWidget;
 // Ctrl+Ins, Shift+Ins, Alt+Backspace, F6 and Shift+F6, each with exactly those modifiers.
 bool IsFrameAccelerator(int key, Qt::KeyboardModifiers modifiers);
 
-// An application-wide event filter that swallows those keys for the widgets of one window.
+// An application-wide event filter that swallows those keys for the widgets of one window. Its
+// own meta-object lets the frame find it among the window's children by its type.
 class CAcceleratorFilter : public QObject {
+    Q_OBJECT
 public:
     explicit CAcceleratorFilter(QWidget* window);
 

@@ -291,4 +291,26 @@ TEST(RegistryExportTest, ManyValuesOfOneKeyKeepTheirOrderAndTheirNames) {
     EXPECT_EQ(*copy.FindKey(L"K")->Find(L"V2"), Dword(9));
     copy.SetValue(L"K", L"V2", Dword(2));
     EXPECT_EQ(copy, tree);
+
+TEST(RegistryExportTest, ValuesOfTheRootItselfSurviveAWrite) {
+    CRegTree tree;
+    ASSERT_TRUE(ParseRegistryExport(Utf8File("Windows Registry Editor Version 5.00\n"
+                                             "[HKEY_CURRENT_USER]\n\"x\"=dword:1\n"
+                                             "[HKEY_CURRENT_USER\\K]\n\"y\"=dword:2\n"),
+                                    tree));
+    const std::vector<u8> written = FormatRegistryExport(tree);
+    CRegTree back;
+    ASSERT_TRUE(ParseRegistryExport(written, back));
+    EXPECT_EQ(back, tree);
+    ASSERT_NE(back.FindKey(L""), nullptr);
+    ASSERT_NE(back.FindKey(L"")->Find(L"x"), nullptr);
+    EXPECT_EQ(*back.FindKey(L"")->Find(L"x"), Dword(1));
+
+    // A root without values still gets no section of its own.
+    CRegTree plain;
+    plain.SetValue(L"K", L"y", Dword(2));
+    const std::vector<u8> text = FormatRegistryExport(plain);
+    const std::wstring wide = WideFromUtf16Le(text.data() + 2, text.size() - 2);
+    EXPECT_EQ(wide.find(L"[HKEY_CURRENT_USER]"), std::wstring::npos);
+    EXPECT_NE(wide.find(L"[HKEY_CURRENT_USER\\K]"), std::wstring::npos);
 }
