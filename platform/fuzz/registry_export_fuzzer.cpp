@@ -19,7 +19,7 @@ void Check(bool condition) {
 // that a written file needs to hold.
 bool OnlyEmptyRoot(const CRegTree& tree) {
     const RegKeyData* root = tree.FindKey(L"");
-    return tree.Keys().size() == 1 && root && root->values.empty();
+    return tree.Keys().size() == 1 && root && root->AllValues().empty();
 }
 
 } // namespace

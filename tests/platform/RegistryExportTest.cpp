@@ -291,6 +291,7 @@ TEST(RegistryExportTest, ManyValuesOfOneKeyKeepTheirOrderAndTheirNames) {
     EXPECT_EQ(*copy.FindKey(L"K")->Find(L"V2"), Dword(9));
     copy.SetValue(L"K", L"V2", Dword(2));
     EXPECT_EQ(copy, tree);
+}
 
 TEST(RegistryExportTest, ValuesOfTheRootItselfSurviveAWrite) {
     CRegTree tree;
