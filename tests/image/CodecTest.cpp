@@ -194,11 +194,11 @@ TEST(Codec, AnEncoderOutOfMemorySaysSo) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     auto encodeUnderCap = [](bool png) {
         // Noise does not compress: the encoded file is about as large as the pixels.
-        u32 seed = 12345;
-        CDibPtr dib = MakeDib(4000, 4000, [&seed](i32, i32) {
-            seed = seed * 1103515245u + 12345u;
-            return Bgra{static_cast<u8>(seed >> 24), static_cast<u8>(seed >> 16),
-                        static_cast<u8>(seed >> 8), 255};
+        u32 state = 12345;
+        CDibPtr dib = MakeDib(4000, 4000, [&state](i32, i32) {
+            state = state * 1103515245u + 12345u;
+            return Bgra{static_cast<u8>(state >> 24), static_cast<u8>(state >> 16),
+                        static_cast<u8>(state >> 8), 255};
         });
         std::vector<u8> warmUp;
         CDibPtr small = MakeDib(8, 8, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
