@@ -6,6 +6,7 @@
 #include <string>
 
 #include "../batch/TaskTestFiles.h"
+#include "AddressSpaceLimit.h"
 #include "ShellCommand.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
@@ -74,6 +75,7 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
 }
 
 TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
+    LVX_SKIP_UNDER_ADDRESS_LIMIT();
     SetUiLanguage(1033);
     auto dir = FreshDir("main-deep");
     auto folder = dir / "config" / "Harrowmere";

@@ -1,6 +1,7 @@
 // Tests of the decoder's door: which loaders may run, the pixel and scan limits checked before
 // decoding, and the encoders' quality and failure codes.
 #include "image/Codec.h"
+#include "AddressSpaceLimit.h"
 
 #include <cstring>
 #include <fstream>
@@ -191,6 +192,7 @@ TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
 // address space is capped just above what it uses, so that the encoder's output buffer cannot
 // grow.
 TEST(Codec, AnEncoderOutOfMemorySaysSo) {
+    LVX_SKIP_UNDER_ADDRESS_LIMIT();
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     auto encodeUnderCap = [](bool png) {
         // Noise does not compress: the encoded file is about as large as the pixels.
