@@ -111,13 +111,32 @@ bool IsOpaque(const CDib& dib, const Rect& r) {
     return true;
 }
 
+// libvips' reduce of 8-bit pixels sums fixed-point weights, whose rounding darkens a plain colour
+// by a level or two once a factor passes about 50, and its kernel spans at most 2000 source
+// pixels (a factor of 333 for Lanczos 3). Beyond a factor of 32 a box average by a whole number
+// first brings the factor down to between 16 and 32, so that large shrinks keep their colours and
+// a shrink to a single pixel works.
+constexpr double kLargestReduce = 32.0;
+
+int BoxFactor(double shrink) {
+    return shrink > kLargestReduce ? static_cast<int>(shrink / (kLargestReduce / 2)) : 1;
+}
+
 // Shrinking on both axes runs the kernel over its full support (reduce); growing on either axis
 // goes through libvips' general resize.
 VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel) {
     const double hshrink = static_cast<double>(in.width()) / dstWidth;
     const double vshrink = static_cast<double>(in.height()) / dstHeight;
-    if (hshrink >= 1.0 && vshrink >= 1.0)
-        return in.reduce(hshrink, vshrink, VImage::option()->set("kernel", kernel));
+    if (hshrink >= 1.0 && vshrink >= 1.0) {
+        VImage image = in;
+        const int boxH = BoxFactor(hshrink);
+        const int boxV = BoxFactor(vshrink);
+        if (boxH > 1 || boxV > 1)
+            image = image.shrink(boxH, boxV);
+        return image.reduce(static_cast<double>(image.width()) / dstWidth,
+                            static_cast<double>(image.height()) / dstHeight,
+                            VImage::option()->set("kernel", kernel));
+    }
     return in.resize(1.0 / hshrink,
                      VImage::option()->set("vscale", 1.0 / vshrink)->set("kernel", kernel));
 }

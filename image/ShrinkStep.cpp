@@ -62,6 +62,9 @@ void CShrinkStep::FitSize(i32 width, i32 height, CDibPtr image) {
         size.cx = std::min(MulDiv(height, imageWidth, imageHeight), width);
         size.cy = height;
     }
+    // A long thin image fitted into a small box keeps at least one pixel across.
+    size.cx = std::max(size.cx, 1);
+    size.cy = std::max(size.cy, 1);
     CDibPtr resized;
     const HResult code = ResizeImage(resized, Rect{0, 0, size.cx, size.cy}, *image,
                                      Rect{0, 0, imageWidth, imageHeight});
