@@ -444,13 +444,12 @@ void CMainView::OnQualityNameChanged() {
                    ToText(QualityList()[static_cast<size_t>(index)]->value), true);
 }
 
+// Each format greys the other's controls as well as enabling its own, as the enabling rules say:
+// Transparent only with PNG, the quality only with JPEG.
 void CMainView::OnSaveTypeClicked(i32 id) {
-    if (id == ctl::kPng)
-        Enable(ctl::kTransparent, true);
-    if (id == ctl::kJpeg) {
-        Enable(ctl::kQualityNumber, true);
-        Enable(ctl::kQualityName, true);
-    }
+    Enable(ctl::kTransparent, id == ctl::kPng);
+    Enable(ctl::kQualityNumber, id == ctl::kJpeg);
+    Enable(ctl::kQualityName, id == ctl::kJpeg);
     RunUpdate();
 }
 

@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSlider>
+#include <QtTest/QTest>
 
 #include "QtTestApp.h"
 #include "batch/Setting.h"
@@ -219,14 +221,28 @@ TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
     Choose(view, ctl::kShrink, -1);
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
 
-    // Clicking PNG enables Transparent and leaves the quality controls as they are.
+    // Each format click sets both sides: PNG enables Transparent and greys the quality, JPEG
+    // the other way round.
     qobject_cast<QAbstractButton*>(view.Control(ctl::kPng))->click();
     EXPECT_TRUE(Enabled(view, ctl::kTransparent));
-    EXPECT_TRUE(Enabled(view, ctl::kQualityNumber));
-    view.UpdateControlStates(true);
-    view.UpdateControlStates(false);
+    EXPECT_FALSE(Enabled(view, ctl::kQualityNumber));
+    EXPECT_FALSE(Enabled(view, ctl::kQualityName));
     qobject_cast<QAbstractButton*>(view.Control(ctl::kJpeg))->click();
+    EXPECT_FALSE(Enabled(view, ctl::kTransparent));
     EXPECT_TRUE(Enabled(view, ctl::kQualityNumber));
+    EXPECT_TRUE(Enabled(view, ctl::kQualityName));
+    // An arrow key moves the choice within the group and sets the states the same way.
+    view.show();
+    QApplication::setActiveWindow(&view);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    view.Control(ctl::kJpeg)->setFocus();
+    QTest::keyClick(view.Control(ctl::kJpeg), Qt::Key_Up);
+    EXPECT_TRUE(view.IsChecked(ctl::kPng));
+    EXPECT_TRUE(Enabled(view, ctl::kTransparent));
+    EXPECT_FALSE(Enabled(view, ctl::kQualityNumber));
+    QTest::keyClick(view.Control(ctl::kPng), Qt::Key_Down);
+    EXPECT_TRUE(view.IsChecked(ctl::kJpeg));
+    EXPECT_FALSE(Enabled(view, ctl::kTransparent));
     EXPECT_TRUE(Enabled(view, ctl::kQualityName));
 }
 
