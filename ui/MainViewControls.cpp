@@ -143,6 +143,10 @@ void CMainView::BuildControls() {
             auto* combo = new QComboBox(this);
             combo->setEditable(def.kind == Kind::EditCombo);
             combo->setInsertPolicy(QComboBox::NoInsert);
+            // What the user types stays as typed: no inline completion ("100" must not become
+            // "1000"), and Enter picks a list entry only when it matches in case as well.
+            if (combo->isEditable())
+                combo->setCompleter(nullptr);
             combo->setMaxVisibleItems(qMax(1, rect.height() / qMax(1, du.Y(10))));
             rect.setHeight(du.Y(kComboHeightUnits));
             control = combo;

@@ -161,6 +161,31 @@ TEST_F(MainViewTest, FirstStartShowsTheDefaults) {
     EXPECT_EQ(view.sampleImage->Header()->biHeight, 372);
 }
 
+TEST_F(MainViewTest, EditableCombosKeepExactlyWhatWasTyped) {
+    CMainView view;
+    view.show();
+    QApplication::setActiveWindow(&view);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    // "100" is the start of the list entry "1000", and "ROUND" differs from "round" in case only.
+    ASSERT_GE(Combo(view, ctl::kCustomWidth)->findText("1000"), 0);
+    const struct {
+        i32 id;
+        const char* typed;
+    } cases[] = {{ctl::kCustomWidth, "100"}, {ctl::kSubFolder, "ROUND"}};
+    for (const auto& c : cases) {
+        view.Control(c.id)->setEnabled(true); // as the custom shrink choice leaves it
+        QLineEdit* edit = Combo(view, c.id)->lineEdit();
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClicks(edit, c.typed);
+        EXPECT_EQ(TextOf(view, c.id), QString(c.typed).toStdWString());
+        QTest::keyClick(edit, Qt::Key_Return);
+        EXPECT_EQ(TextOf(view, c.id), QString(c.typed).toStdWString()) << "Enter keeps it";
+        view.Control(ctl::kRadius)->setFocus();
+        EXPECT_EQ(TextOf(view, c.id), QString(c.typed).toStdWString()) << "leaving keeps it";
+    }
+}
+
 TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
     TheSetting().saveType = 0;
     TheSetting().jpegQuality = 55;
