@@ -170,8 +170,19 @@ void CMainView::ConnectControls() {
             RunUpdate();
         });
     }
-    for (i32 id : {ctl::kPng, ctl::kJpeg})
+    for (i32 id : {ctl::kPng, ctl::kJpeg}) {
         connect(button(id), &QAbstractButton::clicked, this, [this, id] { OnSaveTypeClicked(id); });
+        // Tab enters the format group at the chosen format, as in every dialog; the arrow keys
+        // move within the group whatever the focus policy.
+        connect(button(id), &QAbstractButton::toggled, this, [this, button] {
+            const bool anyChecked =
+                button(ctl::kPng)->isChecked() || button(ctl::kJpeg)->isChecked();
+            for (i32 radio : {ctl::kPng, ctl::kJpeg}) {
+                QAbstractButton* b = button(radio);
+                b->setFocusPolicy(b->isChecked() || !anyChecked ? Qt::StrongFocus : Qt::ClickFocus);
+            }
+        });
+    }
     connect(button(ctl::kChooseColor), &QAbstractButton::clicked, this,
             [this] { OnChooseColor(); });
     connect(button(ctl::kTransparent), &QAbstractButton::clicked, this, [this] { RunUpdate(); });

@@ -186,6 +186,27 @@ TEST_F(MainViewTest, EditableCombosKeepExactlyWhatWasTyped) {
     }
 }
 
+TEST_F(MainViewTest, TabReachesTheChosenFormat) {
+    for (u32 saveType : {2u, 1u}) {
+        TheSetting().saveType = saveType;
+        CMainView view;
+        view.show();
+        QApplication::setActiveWindow(&view);
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+        const i32 chosen = saveType == 2 ? ctl::kJpeg : ctl::kPng;
+        ASSERT_TRUE(view.IsChecked(chosen));
+        // Tab from the control before the group, and Shift+Tab from the one after it.
+        view.Control(ctl::kCustomHeight)->setEnabled(true);
+        view.Control(ctl::kCustomHeight)->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        EXPECT_EQ(QApplication::focusWidget(), view.Control(chosen)) << saveType;
+        view.Control(ctl::kQualityNumber)->setEnabled(true);
+        view.Control(ctl::kQualityNumber)->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+        EXPECT_EQ(QApplication::focusWidget(), view.Control(chosen)) << saveType;
+    }
+}
+
 TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
     TheSetting().saveType = 0;
     TheSetting().jpegQuality = 55;
