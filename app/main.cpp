@@ -14,6 +14,7 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/Codec.h"
+#include "platform/qt/TerminationSignal.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
@@ -46,6 +47,11 @@ int Run(char* programPath) {
     {
         lvx::CMainFrame frame;
         CCommandTable commands;
+        // SIGTERM ends the session as the desktop's log-out does: the settings are saved first.
+        CTerminationSignal termination([&frame] {
+            frame.OnEndSession();
+            QCoreApplication::exit(1);
+        });
         commands.init->Execute(true, false);
         // Without a window nothing would ever end the loop: it ends at once then.
         if (!frame.Window())

@@ -94,6 +94,37 @@ protected:
         return process.exitCode();
     }
 
+    // Starts the program with no test hook, waits until it has read its settings (which makes the
+    // settings file), sends SIGTERM and returns the exit code.
+    int RunAndTerminate() {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        QString base = QString::fromStdString(home.string());
+        env.insert(QStringLiteral("HOME"), base);
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), base + QStringLiteral("/config"));
+        env.insert(QStringLiteral("XDG_STATE_HOME"), base + QStringLiteral("/state"));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        env.insert(QStringLiteral("LANG"), QStringLiteral("ja_JP.UTF-8"));
+        env.remove(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"));
+        env.remove(QStringLiteral("LVX_TEST_OPEN_ABOUT"));
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
+        if (!process.waitForStarted(10000))
+            return -1000;
+        for (int i = 0; i < 600 && !fs::exists(SettingsFile()); ++i)
+            process.waitForFinished(100);
+        EXPECT_TRUE(fs::exists(SettingsFile())) << "the program read its settings";
+        process.terminate(); // SIGTERM
+        if (!process.waitForFinished(60000)) {
+            process.kill();
+            process.waitForFinished(5000);
+            ADD_FAILURE() << "lunavex did not end on SIGTERM";
+            return -1001;
+        }
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "not ended by the signal";
+        return process.exitCode();
+    }
+
     fs::path SettingsFile() const { return home / "config" / "Harrowmere" / "Lunavex32.reg"; }
     fs::path LogFile() const { return home / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt"; }
 
@@ -145,6 +176,16 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
         EXPECT_TRUE(window[QString::fromLatin1(name)].startsWith(QStringLiteral("dword:"))) << name;
 
     EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder")][QStringLiteral("Count")], Dword(1));
+    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")],
+              QStringLiteral("\"round\""));
+}
+
+TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
+    EXPECT_EQ(RunAndTerminate(), 1);
+    RegFile reg = ParseRegFile(ReadBytes(SettingsFile()));
+    const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
+    // Reading creates only the application key; the values come from the save on the way out.
+    EXPECT_EQ(reg[key][QStringLiteral("SaveType")], Dword(2));
     EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")],
               QStringLiteral("\"round\""));
 }
