@@ -67,9 +67,9 @@ protected:
     }
     void TearDown() override { fs::remove_all(home); }
 
-    // Runs the program until it ends by itself; a box or a hang fails by the timeout.
-    int RunProgram() {
-        QProcess process;
+    // The program's folders below home, the offscreen platform, Japanese; closed by its test hook
+    // once shown when closeAfterShow is set.
+    QProcessEnvironment Environment(bool closeAfterShow) const {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         QString base = QString::fromStdString(home.string());
         env.insert(QStringLiteral("HOME"), base);
@@ -77,9 +77,17 @@ protected:
         env.insert(QStringLiteral("XDG_STATE_HOME"), base + QStringLiteral("/state"));
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         env.insert(QStringLiteral("LANG"), QStringLiteral("ja_JP.UTF-8"));
-        env.insert(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"), QStringLiteral("1"));
+        env.remove(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"));
+        if (closeAfterShow)
+            env.insert(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"), QStringLiteral("1"));
         env.remove(QStringLiteral("LVX_TEST_OPEN_ABOUT"));
-        process.setProcessEnvironment(env);
+        return env;
+    }
+
+    // Runs the program until it ends by itself; a box or a hang fails by the timeout.
+    int RunProgram() {
+        QProcess process;
+        process.setProcessEnvironment(Environment(true));
         process.start(QStringLiteral(LVX_GUI_EXE),
                       QStringList{QStringLiteral("--ignored"), QStringLiteral("-platform")});
         if (!process.waitForStarted(10000))
@@ -98,16 +106,7 @@ protected:
     // settings file), sends SIGTERM and returns the exit code.
     int RunAndTerminate() {
         QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        QString base = QString::fromStdString(home.string());
-        env.insert(QStringLiteral("HOME"), base);
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), base + QStringLiteral("/config"));
-        env.insert(QStringLiteral("XDG_STATE_HOME"), base + QStringLiteral("/state"));
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        env.insert(QStringLiteral("LANG"), QStringLiteral("ja_JP.UTF-8"));
-        env.remove(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"));
-        env.remove(QStringLiteral("LVX_TEST_OPEN_ABOUT"));
-        process.setProcessEnvironment(env);
+        process.setProcessEnvironment(Environment(false));
         process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
         if (!process.waitForStarted(10000))
             return -1000;
