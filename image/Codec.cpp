@@ -262,6 +262,27 @@ private:
     bool outOfMemory_ = false;
 };
 
+// Runs one of libvips' savers into out through a vector target. 0x80004005 for an image that is
+// not a 32-bit one or when the saver refuses, 0x8007000E when memory runs out; out is left empty
+// on every failure.
+template <class Save> HResult Encode(const CDib& dib, std::vector<u8>& out, Save save) {
+    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
+        return hr::kFail;
+    if (!EnsureVipsStarted())
+        return hr::kFail;
+    CVectorTarget target(out);
+    try {
+        save(target.Make());
+        return hr::kOk;
+    } catch (const VError& error) {
+        out.clear();
+        return EncoderFailure(error, target.OutOfMemory());
+    } catch (const std::bad_alloc&) {
+        out.clear();
+        return hr::kOutOfMemory;
+    }
+}
+
 } // namespace
 
 // libvips reports what it met in a damaged file through GLib's log as well as through its failure;
@@ -325,47 +346,22 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
 }
 
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
-    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
-        return hr::kFail;
-    if (dib.Width() > kLargestJpegSide || dib.Height() > kLargestJpegSide)
+    if (IsDib32(dib) && (dib.Width() > kLargestJpegSide || dib.Height() > kLargestJpegSide))
         return hr::kTooLargeForJpeg;
-    if (!EnsureVipsStarted())
-        return hr::kFail;
-    CVectorTarget target(out);
-    try {
-        // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
-        const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
+    // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
+    const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
+    return Encode(dib, out, [&](vips::VTarget target) {
         ForSaving(dib, false, false)
             .jpegsave_target(
-                target.Make(),
-                VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
-        return hr::kOk;
-    } catch (const VError& error) {
-        out.clear();
-        return EncoderFailure(error, target.OutOfMemory());
-    } catch (const std::bad_alloc&) {
-        out.clear();
-        return hr::kOutOfMemory;
-    }
+                target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
+    });
 }
 
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
-    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
-        return hr::kFail;
-    if (!EnsureVipsStarted())
-        return hr::kFail;
-    CVectorTarget target(out);
-    try {
+    return Encode(dib, out, [&](vips::VTarget target) {
         ForSaving(dib, true, keepAlpha)
             .pngsave_target(
-                target.Make(),
+                target,
                 VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
-        return hr::kOk;
-    } catch (const VError& error) {
-        out.clear();
-        return EncoderFailure(error, target.OutOfMemory());
-    } catch (const std::bad_alloc&) {
-        out.clear();
-        return hr::kOutOfMemory;
-    }
+    });
 }

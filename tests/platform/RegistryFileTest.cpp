@@ -32,6 +32,20 @@ std::optional<u32> ReadDword(CRegistryFile& store, const std::wstring& key,
     return value.bytes[0] | (value.bytes[1] << 8) | (value.bytes[2] << 16) | (value.bytes[3] << 24);
 }
 
+// Sets K\v to value in a child process that dies once the temporary file is written and synced,
+// before it replaces the store; returns the child's exit status.
+constexpr int kDiedBeforeRename = 7;
+int DieBeforeTheRename(const XdgSandbox& sandbox, u32 value) {
+    return InChild([&sandbox, value] {
+        CRegistryFile store(sandbox.StoreFileW());
+        store.SetBeforeReplaceHook([] {
+            ::_exit(kDiedBeforeRename);
+            return true;
+        });
+        store.SetValue(L"K", L"v", Dword(value));
+    });
+}
+
 } // namespace
 
 TEST(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
@@ -136,15 +150,7 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     std::vector<u8> before = XdgSandbox::ReadBytes(sandbox.StoreFile());
 
     // A process that dies between writing the temporary file and renaming it.
-    EXPECT_EQ(InChild([&sandbox] {
-                  CRegistryFile store(sandbox.StoreFileW());
-                  store.SetBeforeReplaceHook([] {
-                      ::_exit(7);
-                      return true;
-                  });
-                  store.SetValue(L"K", L"v", Dword(2));
-              }),
-              7);
+    EXPECT_EQ(DieBeforeTheRename(sandbox, 2), kDiedBeforeRename);
     EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
     EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 1u);
 
@@ -168,15 +174,7 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
 
 TEST(RegistryFileTest, TheNextProcessRemovesWhatAKilledWriteLeft) {
     XdgSandbox sandbox;
-    EXPECT_EQ(InChild([&sandbox] {
-                  CRegistryFile store(sandbox.StoreFileW());
-                  store.SetBeforeReplaceHook([] {
-                      ::_exit(9);
-                      return true;
-                  });
-                  store.SetValue(L"K", L"v", Dword(1));
-              }),
-              9);
+    EXPECT_EQ(DieBeforeTheRename(sandbox, 1), kDiedBeforeRename);
     std::vector<std::filesystem::path> left = sandbox.FilesStartingWith(".lvx");
     ASSERT_EQ(left.size(), 1u);
     EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
