@@ -164,10 +164,20 @@ void CMainView::ConnectControls() {
         });
     }
     for (i32 id : {ctl::kRadiusSlider, ctl::kBlurSlider}) {
-        connect(qobject_cast<QSlider*>(Control(id)), &QSlider::valueChanged, this, [this, id] {
+        auto* slider = qobject_cast<QSlider*>(Control(id));
+        auto touched = [this, id] {
             if (auto set = FindLengthSet(id))
                 set->OnSliderMoved();
             RunUpdate();
+        };
+        connect(slider, &QSlider::valueChanged, this, touched);
+        // A touch that leaves the position where it was (a press and release of the handle, an
+        // arrow key at the end) reports too, so that any touch turns the value into a whole
+        // number. An action comes before its move: when it moves nothing, no change follows.
+        connect(slider, &QSlider::sliderReleased, this, touched);
+        connect(slider, &QSlider::actionTriggered, this, [slider, touched] {
+            if (slider->sliderPosition() == slider->value())
+                touched();
         });
     }
     for (i32 id : {ctl::kPng, ctl::kJpeg}) {

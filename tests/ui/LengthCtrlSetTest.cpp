@@ -5,6 +5,8 @@
 
 #include <QComboBox>
 #include <QSlider>
+#include <QStyleOptionSlider>
+#include <QtTest/QTest>
 
 #include "QtTestApp.h"
 #include "batch/Setting.h"
@@ -115,6 +117,50 @@ TEST_F(LengthCtrlSetTest, SliderWritesWholeNumbers) {
     Slider(ctl::kBlurSlider)->setValue(20);
     EXPECT_EQ(Text(ctl::kBlurWidth), L"20");
     EXPECT_EQ(TheSetting().round.blurWidth.tenths, 200);
+}
+
+// The handle's centre, where the style draws it.
+QPoint HandleCentre(QSlider* slider) {
+    QStyleOptionSlider option;
+    option.initFrom(slider);
+    option.orientation = slider->orientation();
+    option.minimum = slider->minimum();
+    option.maximum = slider->maximum();
+    option.sliderPosition = slider->sliderPosition();
+    option.sliderValue = slider->value();
+    option.tickPosition = slider->tickPosition();
+    option.subControls = QStyle::SC_All;
+    return slider->style()
+        ->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, slider)
+        .center();
+}
+
+TEST_F(LengthCtrlSetTest, AnyTouchOfTheSliderMakesAWholeNumber) {
+    QSlider* slider = Slider(ctl::kRadiusSlider);
+    // A press and release of the handle that moves nothing.
+    Type(ctl::kRadius, L"10.5");
+    const QPoint handle = HandleCentre(slider);
+    QTest::mousePress(slider, Qt::LeftButton, {}, handle);
+    QTest::mouseRelease(slider, Qt::LeftButton, {}, handle);
+    EXPECT_EQ(slider->value(), 10);
+    EXPECT_EQ(Text(ctl::kRadius), L"10");
+    EXPECT_EQ(Radius().tenths, 100);
+    // An arrow key against the end: the position stays at 20, the value becomes 20.
+    Type(ctl::kRadius, L"25.5");
+    slider->setFocus();
+    QTest::keyClick(slider, Qt::Key_Right);
+    EXPECT_EQ(slider->value(), 20);
+    EXPECT_EQ(Text(ctl::kRadius), L"20");
+    EXPECT_EQ(Radius().tenths, 200);
+    Type(ctl::kRadius, L"-1");
+    QTest::keyClick(slider, Qt::Key_Home);
+    EXPECT_EQ(Text(ctl::kRadius), L"0");
+    EXPECT_EQ(Radius().tenths, 0);
+    // A key that moves reports once, with the new position.
+    Type(ctl::kRadius, L"3.5");
+    QTest::keyClick(slider, Qt::Key_Left);
+    EXPECT_EQ(Text(ctl::kRadius), L"2");
+    EXPECT_EQ(Radius().tenths, 20);
 }
 
 TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
