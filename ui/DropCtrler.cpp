@@ -190,10 +190,10 @@ void CDropCtrler::OnDrag(u32, i32 x, i32 y, u32& effect, bool drop) {
         effect = dropeffect::kNone;
         return;
     }
+    // Data that holds no file list (a text, an empty list) is taken as well, so that its drop
+    // arrives and the command shows why there is nothing to convert.
     CMimeDropData data(DataObject());
     command->SetDropData(&data);
-    if (!command->CanExecute())
-        effect = dropeffect::kNone;
     // Posted, so that the batch (and the box of a failure) begins after the drag has ended.
     if (drop) {
         if (CMainFrame* frame = TheFrame())

@@ -77,9 +77,9 @@ private:
 
 namespace lvx {
 
-// The rule of the program: copy only; drops over the main view only; none while a worker runs;
-// the drop command checks the data, and a drop posts command 140 to the frame, also when the
-// check failed (the command then shows the failure).
+// The rule of the program: copy only; drops over the main view only; none while a worker runs.
+// The drop command reads the data at every movement, and a drop posts command 140 to the frame,
+// also when the data holds no file list (the command then shows why).
 class CDropCtrler : public CDropCtrlerImpl {
 protected:
     void OnDrag(u32 keyState, i32 x, i32 y, u32& effect, bool drop) override;

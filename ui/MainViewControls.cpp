@@ -219,6 +219,10 @@ void CMainView::BuildControls() {
             controls_[def.id] = control;
         }
     }
+    // A drop anywhere on the view is a drop of files to convert: no control takes it as text (an
+    // edit or an editable combo would otherwise type the file's address into a setting).
+    for (QWidget* child : findChildren<QWidget*>())
+        child->setAcceptDrops(false);
     setFixedSize(du.Size(432, 308));
 }
 

@@ -5,6 +5,7 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QProgressBar>
+#include <QWindow>
 
 #include "BatchViewFixture.h"
 #include "foundation/Utf8.h"
@@ -15,13 +16,6 @@ namespace fs = std::filesystem;
 using testfiles::W;
 
 class CommandExecDataTest : public BatchViewFixture {};
-
-// The program's drop target with its filter reachable: Qt delivers a drop to a window only while
-// its own drag is in progress, so the drop is handed to the filter directly.
-class CTestDropCtrler : public lvx::CDropCtrler {
-public:
-    using CDropCtrlerImpl::eventFilter;
-};
 
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
     auto dir = testfiles::FreshDir("exec-folder");
@@ -213,49 +207,87 @@ TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
     EXPECT_TRUE(table_->execData->CanExecute());
 }
 
-TEST_F(CommandExecDataTest, ADropOnTheViewPostsTheCommandAndTheBatchRuns) {
+// A drag as the platform delivers it: enter, then drop, both to the window's QWindow, which
+// hands them to the widget under the point that takes drops. Returns whether the enter and the
+// drop were taken, and the action of the drop.
+struct DragAnswer {
+    bool entered = false;
+    bool dropped = false;
+    Qt::DropAction action = Qt::IgnoreAction;
+};
+
+DragAnswer DragAndDrop(QWidget* window, QWidget* over, const QMimeData& data) {
+    QWindow* handle = window->windowHandle();
+    const QPoint at = over->mapTo(window, over->rect().center());
+    // The source offers a move as well; the answer is a copy.
+    const Qt::DropActions offered = Qt::MoveAction | Qt::CopyAction;
+    DragAnswer answer;
+    QDragEnterEvent enter(at, offered, &data, Qt::LeftButton, Qt::NoModifier);
+    enter.setDropAction(Qt::MoveAction);
+    QCoreApplication::sendEvent(handle, &enter);
+    answer.entered = enter.isAccepted();
+    QDropEvent drop(at, offered, &data, Qt::LeftButton, Qt::NoModifier);
+    drop.setDropAction(Qt::MoveAction);
+    QCoreApplication::sendEvent(handle, &drop);
+    answer.dropped = drop.isAccepted();
+    answer.action = drop.dropAction();
+    return answer;
+}
+
+TEST_F(CommandExecDataTest, ADropOnAnyControlOfTheViewStartsTheBatch) {
     auto dir = testfiles::FreshDir("exec-drop");
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 50);
-    CTestDropCtrler target;
-    ASSERT_TRUE(target.Register(frame_->Window()));
-    const QPoint overView = view->mapTo(frame_->Window(), view->rect().center());
-
     QMimeData files;
     files.setUrls(Urls({a, b}));
-    // The source offers a move as well; the answer is a copy.
-    const Qt::DropActions offered = Qt::MoveAction | Qt::CopyAction;
-    QDragEnterEvent enter(overView, offered, &files, Qt::LeftButton, Qt::NoModifier);
-    enter.setDropAction(Qt::MoveAction);
-    QCoreApplication::sendEvent(frame_->Window(), &enter);
-    EXPECT_TRUE(enter.isAccepted());
-    EXPECT_EQ(enter.dropAction(), Qt::CopyAction) << "never a move, whatever the source offers";
-    QDropEvent drop(overView, offered, &files, Qt::LeftButton, Qt::NoModifier);
-    drop.setDropAction(Qt::MoveAction);
-    target.eventFilter(frame_->Window(), &drop);
-    EXPECT_TRUE(drop.isAccepted());
-    EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
-    EXPECT_FALSE(view->TimerRunning()) << "the command is posted, not run inside the drop";
-    ASSERT_TRUE(QTest::qWaitFor([this] { return view->TimerRunning(); }, 10000));
-    ASSERT_TRUE(RunToEnd());
-    EXPECT_TRUE(msg.boxes.empty());
-    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
-    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
+    files.setText(files.urls()[0].toString()); // file managers offer the address as text too
+    const CHistoryList historyBefore = TheSetting().subFolders;
 
-    // A text has no item list: refused at once, and the drop shows id 58803 through the command.
+    for (i32 id : {lvx::ctl::kRadius, lvx::ctl::kSubFolder}) {
+        QWidget* control = view->Control(id);
+        std::wstring before;
+        GetControlText(control, before);
+        fs::remove_all(dir / "out");
+        const DragAnswer answer = DragAndDrop(frame_->Window(), control, files);
+        EXPECT_TRUE(answer.entered) << id;
+        EXPECT_TRUE(answer.dropped) << id;
+        EXPECT_EQ(answer.action, Qt::CopyAction) << "never a move, whatever the source offers";
+        EXPECT_EQ(ControlText(id), before) << "the drop typed nothing into control " << id;
+        EXPECT_FALSE(view->TimerRunning()) << "the command is posted, not run inside the drop";
+        ASSERT_TRUE(QTest::qWaitFor([this] { return view->TimerRunning(); }, 10000)) << id;
+        ASSERT_TRUE(RunToEnd());
+        EXPECT_TRUE(msg.boxes.empty());
+        EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png")) << id;
+        EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png")) << id;
+        EXPECT_EQ(ControlText(id), before) << id;
+        msg.boxes.clear();
+    }
+    EXPECT_EQ(TheSetting().subFolders, historyBefore) << "no address in the sub-folder history";
+}
+
+TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
     QMimeData text;
     text.setText(QStringLiteral("plain words"));
-    QDragEnterEvent textEnter(overView, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(frame_->Window(), &textEnter);
-    EXPECT_FALSE(textEnter.isAccepted());
-    QDropEvent textDrop(overView, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
-    target.eventFilter(frame_->Window(), &textDrop);
-    EXPECT_FALSE(textDrop.isAccepted());
-    EXPECT_TRUE(msg.boxes.empty());
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !msg.boxes.empty(); }, 10000));
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text.rfind(L"IDataObject->GetData に失敗しました: ", 0), 0u);
-    EXPECT_FALSE(target.IsDragging());
+    QMimeData empty;
+    empty.setUrls({});
+    struct Case {
+        const QMimeData* data;
+        std::wstring start;
+    };
+    for (const Case& c : {Case{&text, L"IDataObject->GetData に失敗しました: "},
+                          Case{&empty, L"パスが取得できませんでした: "}}) {
+        msg.boxes.clear();
+        const DragAnswer answer =
+            DragAndDrop(frame_->Window(), view->Control(lvx::ctl::kStatus), *c.data);
+        EXPECT_TRUE(answer.entered) << "refused at enter, the drop would never arrive";
+        EXPECT_TRUE(answer.dropped);
+        EXPECT_TRUE(msg.boxes.empty()) << "the message comes from the posted command";
+        ASSERT_TRUE(QTest::qWaitFor([this] { return !msg.boxes.empty(); }, 10000));
+        ASSERT_EQ(msg.boxes.size(), 1u);
+        EXPECT_EQ(msg.boxes[0].text.rfind(c.start, 0), 0u) << msg.boxes[0].text;
+        EXPECT_EQ(msg.boxes[0].flags, 16u);
+        EXPECT_FALSE(view->TimerRunning());
+    }
 }
 
 } // namespace
