@@ -2,8 +2,10 @@
 // order of start and end.
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 
 #include <QApplication>
 #include <QMetaObject>
@@ -14,11 +16,15 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/Codec.h"
+#include "platform/qt/QtOwnParts.h"
+#include "platform/qt/QtStartGuard.h"
 #include "platform/qt/TerminationSignal.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
 namespace {
+
+constexpr u32 kIdNoDisplay = 62060;
 
 // The text of id with argument as its %s on standard error; a plain line when that fails too.
 void PrintFailure(u32 id, const std::wstring& argument) noexcept {
@@ -38,7 +44,18 @@ int Run(char* programPath) {
     // The command line has no effect: Qt is given the program's name alone.
     int argc = 1;
     char* argv[] = {programPath, nullptr};
+    // Without a display Qt would abort with lines about its plugins; the user reads one line.
+    std::optional<CQtStartGuard> starting;
+    {
+        const char* display = std::getenv("DISPLAY");
+        std::wstring line;
+        FormatResString(line, kIdNoDisplay, {WideFromUtf8(display ? display : "")});
+        starting.emplace(Utf8FromWide(ReadableText(line)));
+    }
     QApplication application(argc, argv);
+    starting.reset();
+    KeepQtSettingsInMemory();
+    InstallQtTranslations(UiLanguage());
     application.setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(AppIcon());
     EnsureVipsStarted();

@@ -189,6 +189,27 @@ TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
               QStringLiteral("\"round\""));
 }
 
+TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
+    for (const char* display : {"", ":9873"}) {
+        QProcessEnvironment env = Environment(false);
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        env.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(display));
+        env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
+        ASSERT_TRUE(process.waitForFinished(60000)) << display;
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "not an abort: " << display;
+        EXPECT_EQ(process.exitCode(), 2) << display;
+        const QString expected =
+            QStringLiteral("lunavex: ディスプレイに接続できないため起動できません (DISPLAY=") +
+            QString::fromLatin1(display) + QStringLiteral(")\n");
+        EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()), expected);
+        EXPECT_TRUE(process.readAllStandardOutput().isEmpty());
+        EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
+    }
+}
+
 TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
     ASSERT_EQ(RunProgram(), 1);
     std::string first = ReadBytes(SettingsFile());
