@@ -32,7 +32,7 @@ HResult CompositeOver(CDib& target, const CDib& source, u32 color) {
             }
             const u32 a = in[3];
             for (int k = 0; k < 3; ++k) {
-                out[k] = static_cast<u8>((in[k] * a + fill[k] * (255 - a) + 127) / 255);
+                out[k] = BlendOverByte(in[k], a, fill[k]);
             }
             out[3] = 255;
             in += 4;

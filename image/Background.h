@@ -7,6 +7,11 @@
 // A COLORREF (0x00BBGGRR) as an opaque ARGB value (0xFFRRGGBB); its top byte is dropped.
 u32 ColorRefToArgb(u32 color);
 
+// A colour byte s of alpha a laid over the opaque colour byte c, rounded to the nearest.
+inline u8 BlendOverByte(u32 s, u32 a, u32 c) {
+    return static_cast<u8>((s * a + c * (255 - a) + 127) / 255);
+}
+
 // Fills `target` with `color` and blends `source` over it from (0, 0): each colour byte becomes
 // (s * a + c * (255 - a) + 127) / 255, the source byte s weighed by the source alpha a against the
 // colour byte c, rounded to the nearest; alpha becomes 255. Where the images differ in size only

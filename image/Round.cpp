@@ -161,7 +161,7 @@ HResult ApplyCornerMask(const CDib& mask, const CPixelRangePair& range) {
                 continue;
             }
             u8* alpha = line + static_cast<std::ptrdiff_t>(i) * begin.pixelStep + 3;
-            *alpha = static_cast<u8>(*alpha * *m / 255);
+            *alpha = MaskedAlpha(*alpha, *m);
         }
     }
     return hr::kOk;

@@ -35,7 +35,12 @@ HResult DrawCornerMask(CDib& mask, double rx, double ry);
 // ellipse u >= 0, v >= 0, (u / a)^2 + (v / b)^2 <= 1. Worked out from the integral of the arc.
 double QuarterEllipseArea(double u0, double u1, double v0, double v1, double a, double b);
 
-// Multiplies the alpha of the walked pixels by the mask's blue byte, divided by 255 with the
-// remainder dropped; pixels under a mask value of 255 are skipped. The mask is read from its top
+// An alpha byte under a corner mask byte: alpha * mask / 255 with the remainder dropped.
+inline u8 MaskedAlpha(u8 alpha, u8 mask) {
+    return static_cast<u8>(alpha * mask / 255);
+}
+
+// Multiplies the alpha of the walked pixels by the mask's blue byte as MaskedAlpha does; pixels
+// under a mask value of 255 are skipped. The mask is read from its top
 // row down, one mask line per range line.
 HResult ApplyCornerMask(const CDib& mask, const CPixelRangePair& range);
