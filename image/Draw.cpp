@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "image/Codec.h"
+#include "image/Resample.h"
 
 using vips::VError;
 using vips::VImage;
@@ -59,25 +60,6 @@ void DrawSameSize(const CDib& source, const Rect& src, CDib& target, const Rect&
                  src.Width());
 }
 
-// The resampling kernel for each interpolation mode of the logic:
-//   2 high quality           -> Lanczos 3: the sharpest antialiased shrink, for output files;
-//   7 high quality bicubic   -> cubic (Catmull-Rom): loading and painting;
-//   6 high quality bilinear  -> linear;
-//   5 nearest neighbour      -> nearest;
-//   0 default and any other  -> linear, the graphics library's own default quality.
-VipsKernel KernelFor(i32 interpolation) {
-    switch (interpolation) {
-    case interp::kHighQuality:
-        return VIPS_KERNEL_LANCZOS3;
-    case interp::kHighQualityBicubic:
-        return VIPS_KERNEL_CUBIC;
-    case interp::kNearestNeighbor:
-        return VIPS_KERNEL_NEAREST;
-    default:
-        return VIPS_KERNEL_LINEAR;
-    }
-}
-
 // Where the resampled rows go: the destination rectangle of the target, in memory row order.
 struct CBlendSink {
     CDib* target;
@@ -111,45 +93,6 @@ bool IsOpaque(const CDib& dib, const Rect& r) {
     return true;
 }
 
-// libvips' reduce of 8-bit pixels sums fixed-point weights, whose rounding darkens a plain colour
-// by a level or two once a factor passes about 50, and its kernel spans at most 2000 source
-// pixels (a factor of 333 for Lanczos 3). Beyond a factor of 32 a box average by a whole number
-// first brings the factor down to between 16 and 32, so that large shrinks keep their colours and
-// a shrink to a single pixel works.
-constexpr double kLargestReduce = 32.0;
-
-int BoxFactor(double shrink) {
-    return shrink > kLargestReduce ? static_cast<int>(shrink / (kLargestReduce / 2)) : 1;
-}
-
-// Shrinking on both axes runs the kernel over its full support (reduce); growing on either axis
-// goes through libvips' general resize.
-VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel) {
-    const double hshrink = static_cast<double>(in.width()) / dstWidth;
-    const double vshrink = static_cast<double>(in.height()) / dstHeight;
-    if (hshrink >= 1.0 && vshrink >= 1.0) {
-        VImage image = in;
-        const int boxH = BoxFactor(hshrink);
-        const int boxV = BoxFactor(vshrink);
-        if (boxH > 1 || boxV > 1)
-            image = image.shrink(boxH, boxV);
-        return image.reduce(static_cast<double>(image.width()) / dstWidth,
-                            static_cast<double>(image.height()) / dstHeight,
-                            VImage::option()->set("kernel", kernel));
-    }
-    return in.resize(1.0 / hshrink,
-                     VImage::option()->set("vscale", 1.0 / vshrink)->set("kernel", kernel));
-}
-
-// libvips may round the output size differently: pad by repeating the edge, then cut.
-VImage ExactSize(VImage image, i32 width, i32 height) {
-    if (image.width() == width && image.height() == height)
-        return image;
-    image = image.embed(0, 0, std::max(width, image.width()), std::max(height, image.height()),
-                        VImage::option()->set("extend", VIPS_EXTEND_COPY));
-    return image.crop(0, 0, width, height);
-}
-
 // A resampled copy of the src rectangle, exactly dstWidth x dstHeight, in straight alpha.
 // The rows stay in the bottom-up memory order of the CDib; the kernels are symmetric, so scaling
 // the rows upside down is the same as scaling them the right way up.
@@ -157,22 +100,9 @@ VImage Resample(const CDib& source, const Rect& src, i32 dstWidth, i32 dstHeight
                 i32 interpolation) {
     VImage whole = VImage::new_from_memory(const_cast<u8*>(source.Bits()), source.GetSizeImage(),
                                            source.Width(), source.Height(), 4, VIPS_FORMAT_UCHAR);
-    whole = whole.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
     VImage part =
         whole.extract_area(src.left, source.Height() - src.bottom, src.Width(), src.Height());
-    const VipsKernel kernel = KernelFor(interpolation);
-    if (IsOpaque(source, src)) {
-        // Only the colour is resampled; the alpha of an opaque image stays exactly 255.
-        VImage colour = part.extract_band(0, VImage::option()->set("n", 3));
-        return ExactSize(Rescale(colour, dstWidth, dstHeight, kernel), dstWidth, dstHeight)
-            .bandjoin(255.0);
-    }
-    // Colours are weighted by their alpha while they are mixed, so that the colour hidden under
-    // transparent pixels does not bleed into the visible ones.
-    VImage scaled = Rescale(part.premultiply(), dstWidth, dstHeight, kernel);
-    VImage straight = ExactSize(scaled, dstWidth, dstHeight).unpremultiply();
-    // Round to nearest on the way back to bytes; the cast itself drops the fraction.
-    return straight.linear(1.0, 0.5).cast(VIPS_FORMAT_UCHAR);
+    return ResampleRgba(part, dstWidth, dstHeight, interpolation, IsOpaque(source, src));
 }
 
 bool DrawResampled(const CDib& source, const Rect& src, CDib& target, const Rect& dst,
