@@ -12,8 +12,10 @@
 #include <vips/vips8>
 
 #include "image/BmpReader.h"
+#include "image/DecodeStream.h"
 #include "image/EncoderSetup.h"
 #include "image/JpegScans.h"
+#include "image/StreamEncoders.h"
 
 using vips::VError;
 using vips::VImage;
@@ -118,7 +120,7 @@ public:
     // pointer into the caller's buffer after the decode. Only the header is read here; pixels
     // are decoded on demand, row by row. The loaders' defaults give the first page or frame and
     // apply no orientation tag. Null with the libvips error set on failure.
-    VipsImage* Open(const char* loader, const u8* data, size_t size) {
+    VipsImage* Open(const char* loader, const u8* data, size_t size, int shrink = 1) {
         op_ = vips_operation_new(loader);
         if (!op_)
             return nullptr;
@@ -129,6 +131,8 @@ public:
             vips_object_set(VIPS_OBJECT(op_), "buffer", blob, "access", VIPS_ACCESS_SEQUENTIAL,
                             "fail_on", VIPS_FAIL_ON_ERROR, nullptr);
         vips_area_unref(VIPS_AREA(blob));
+        if (!setFailed && shrink > 1)
+            vips_object_set(VIPS_OBJECT(op_), "shrink", shrink, nullptr);
         VipsImage* image = nullptr;
         if (!setFailed && !vips_object_build(VIPS_OBJECT(op_)))
             g_object_get(op_, "out", &image, nullptr);
@@ -142,8 +146,9 @@ private:
     std::atomic<bool> invalidated_{false};
 };
 
-// Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
-VImage ToRgba8(VImage in) {
+// Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha;
+// hasAlpha tells whether the alpha came from the image or was made 255.
+VImage ToRgba8(VImage in, bool& hasAlpha) {
     const VipsInterpretation space = vips_image_guess_interpretation(in.get_image());
     if (space != VIPS_INTERPRETATION_sRGB && space != VIPS_INTERPRETATION_MULTIBAND &&
         vips_colourspace_issupported(in.get_image())) {
@@ -153,6 +158,7 @@ VImage ToRgba8(VImage in) {
         const bool shift = in.format() == VIPS_FORMAT_USHORT || in.format() == VIPS_FORMAT_SHORT;
         in = in.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", shift));
     }
+    hasAlpha = in.bands() == 2 || in.bands() >= 4;
     switch (in.bands()) {
     case 1:
         return VImage::bandjoin({in, in, in}).bandjoin(255.0);
@@ -175,41 +181,6 @@ i32 PelsPerMeter(double pixelsPerMm) {
     return static_cast<i32>(dpi * 10000.0 / 254.0 + 0.5);
 }
 
-HResult DecodeOpened(VImage image, const CLoader& loader, const CDecodeLimits& limits,
-                     Size* declared, CDibPtr& out) {
-    const u64 width = static_cast<u64>(image.width());
-    const u64 height = static_cast<u64>(image.height());
-    if (width == 0 || height == 0)
-        return hr::kNotImpl;
-    if (declared)
-        *declared = Size{image.width(), image.height()};
-    // The loader has read the header only: refuse here, before a pixel is decoded.
-    if (width * height > limits.maxPixels)
-        return hr::kImageTooLarge;
-    if (width * height * 4 > UINT32_MAX)
-        return hr::kOutOfMemory;
-    const double xres = image.xres();
-    const double yres = image.yres();
-
-    VImage rgba = ToRgba8(image);
-    if (static_cast<u64>(rgba.width()) != width || static_cast<u64>(rgba.height()) != height ||
-        rgba.bands() != 4 || rgba.format() != VIPS_FORMAT_UCHAR)
-        return hr::kNotImpl;
-
-    CDibPtr dib(new (std::nothrow) CDib);
-    if (!dib)
-        return hr::kOutOfMemory;
-    if (!dib->Create32(static_cast<i32>(width), static_cast<i32>(height)) || !dib->AllocBits())
-        return hr::kOutOfMemory;
-    CRowSink sink{dib.get()};
-    if (vips_sink_disc(rgba.get_image(), WriteStrip, &sink) || loader.Invalidated())
-        return hr::kNotImpl;
-    dib->Header()->biXPelsPerMeter = PelsPerMeter(xres);
-    dib->Header()->biYPelsPerMeter = PelsPerMeter(yres);
-    out = dib;
-    return hr::kOk;
-}
-
 // The rows of a CDib as a top-down libvips image of the bands blue, green, red, alpha. Shares the
 // CDib's memory; no pixel is copied.
 VImage WrapDib(const CDib& dib) {
@@ -218,17 +189,22 @@ VImage WrapDib(const CDib& dib) {
     return bottomUp.flip(VIPS_DIRECTION_VERTICAL);
 }
 
-// Colour bands in RGB order, with the resolution of a new bitmap.
+// An image as the encoders take it: sRGB, with the resolution of a new bitmap.
+VImage Tagged(const VImage& image) {
+    return image.copy(VImage::option()
+                          ->set("interpretation", VIPS_INTERPRETATION_sRGB)
+                          ->set("xres", kNewBitmapPixelsPerMm)
+                          ->set("yres", kNewBitmapPixelsPerMm));
+}
+
+// Colour bands in RGB order, with alpha when asked for (255 without keepAlpha).
 VImage ForSaving(const CDib& dib, bool withAlpha, bool keepAlpha) {
     VImage bgra = WrapDib(dib);
     std::vector<VImage> bands = {bgra[2], bgra[1], bgra[0]};
     VImage rgb = VImage::bandjoin(bands);
     if (withAlpha)
         rgb = keepAlpha ? rgb.bandjoin(bgra[3]) : rgb.bandjoin(255.0);
-    return rgb.copy(VImage::option()
-                        ->set("interpretation", VIPS_INTERPRETATION_sRGB)
-                        ->set("xres", kNewBitmapPixelsPerMm)
-                        ->set("yres", kNewBitmapPixelsPerMm));
+    return rgb;
 }
 
 // An encoder's output, gathered in a vector that the encoder writes through a custom target.
@@ -262,12 +238,9 @@ private:
     bool outOfMemory_ = false;
 };
 
-// Runs one of libvips' savers into out through a vector target. 0x80004005 for an image that is
-// not a 32-bit one or when the saver refuses, 0x8007000E when memory runs out; out is left empty
-// on every failure.
-template <class Save> HResult Encode(const CDib& dib, std::vector<u8>& out, Save save) {
-    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
-        return hr::kFail;
+// Runs one of libvips' savers into out through a vector target. 0x80004005 when the saver or the
+// pipeline under it fails, 0x8007000E when memory runs out; out is left empty on every failure.
+template <class Save> HResult Encode(std::vector<u8>& out, Save save) {
     if (!EnsureVipsStarted())
         return hr::kFail;
     CVectorTarget target(out);
@@ -281,6 +254,24 @@ template <class Save> HResult Encode(const CDib& dib, std::vector<u8>& out, Save
         out.clear();
         return hr::kOutOfMemory;
     }
+}
+
+// Encodes a 32-bit image through one of the row encoders. 0x80004005 for an image that is not a
+// 32-bit one.
+template <class EncodeRows>
+HResult EncodeDib(const CDib& dib, std::vector<u8>& out, EncodeRows encode, bool withAlpha,
+                  bool keepAlpha) {
+    out.clear();
+    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0 || !EnsureVipsStarted())
+        return hr::kFail;
+    VImage image;
+    try {
+        image = ForSaving(dib, withAlpha, keepAlpha);
+    } catch (const VError&) {
+        vips_error_clear();
+        return hr::kFail;
+    }
+    return encode(image);
 }
 
 } // namespace
@@ -310,12 +301,31 @@ void StopVips() {
     vips_shutdown();
 }
 
-HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
-                    Size* declared) {
+struct CDecodeStream::Impl {
+    CDibPtr bmp; // a BMP, decoded whole by our own reader
+    const u8* data = nullptr;
+    size_t size = 0;
+    const char* loader = nullptr;
+    std::unique_ptr<CLoader> open;
+    VImage image;
+    Size declared;
+};
+
+CDecodeStream::CDecodeStream() : impl_(new Impl) {}
+
+CDecodeStream::~CDecodeStream() = default;
+
+HResult CDecodeStream::Open(const u8* data, size_t size, const CDecodeLimits& limits,
+                            Size* declared) {
+    *impl_ = Impl();
     if (!data || size == 0)
         return hr::kNotImpl;
-    if (IsBmp(data, size))
-        return ReadBmp(data, size, limits.maxPixels, out, declared);
+    if (IsBmp(data, size)) {
+        const HResult code = ReadBmp(data, size, limits.maxPixels, impl_->bmp, declared);
+        if (impl_->bmp)
+            impl_->declared = Size{impl_->bmp->Width(), impl_->bmp->Height()};
+        return code;
+    }
     if (!EnsureVipsStarted())
         return hr::kFail;
     const char* loader = AllowedLoaderFor(data, size);
@@ -327,16 +337,130 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
     if (std::strcmp(loader, "jpegload_buffer") == 0 &&
         CountJpegScans(data, size, limits.maxScans) > limits.maxScans)
         return hr::kTooManyScans;
-    CLoader open;
-    VipsImage* opened = open.Open(loader, data, size);
+    auto open = std::make_unique<CLoader>();
+    VipsImage* opened = open->Open(loader, data, size);
     if (!opened) {
         vips_error_clear();
         return hr::kNotImpl;
     }
-    try {
-        const HResult result = DecodeOpened(VImage(opened), open, limits, declared, out);
+    VImage image(opened);
+    const u64 width = static_cast<u64>(image.width());
+    const u64 height = static_cast<u64>(image.height());
+    if (width == 0 || height == 0)
+        return hr::kNotImpl;
+    if (declared)
+        *declared = Size{image.width(), image.height()};
+    // The loader has read the header only: refuse here, before a pixel is decoded.
+    if (width * height > limits.maxPixels)
+        return hr::kImageTooLarge;
+    impl_->data = data;
+    impl_->size = size;
+    impl_->loader = loader;
+    impl_->open = std::move(open);
+    impl_->image = image;
+    impl_->declared = Size{image.width(), image.height()};
+    return hr::kOk;
+}
+
+Size CDecodeStream::DeclaredSize() const {
+    return impl_->declared;
+}
+
+bool CDecodeStream::ReduceFor(i32 width, i32 height) {
+    if (!impl_->loader || std::strcmp(impl_->loader, "jpegload_buffer") != 0)
+        return true;
+    const i64 fullWidth = impl_->declared.cx;
+    const i64 fullHeight = impl_->declared.cy;
+    // The decoder's scaled size is the full size divided and rounded up.
+    int shrink = 8;
+    while (shrink > 1 && ((fullWidth + shrink - 1) / shrink < width ||
+                          (fullHeight + shrink - 1) / shrink < height))
+        shrink /= 2;
+    if (shrink == 1)
+        return true;
+    auto open = std::make_unique<CLoader>();
+    VipsImage* opened = open->Open(impl_->loader, impl_->data, impl_->size, shrink);
+    if (!opened) {
         vips_error_clear();
-        return result;
+        return false;
+    }
+    impl_->open = std::move(open);
+    impl_->image = VImage(opened);
+    return true;
+}
+
+VImage CDecodeStream::Rgba() const {
+    if (impl_->bmp) {
+        VImage bgra = WrapDib(*impl_->bmp);
+        return VImage::bandjoin({bgra[2], bgra[1], bgra[0], bgra[3]});
+    }
+    bool hasAlpha = false;
+    return ToRgba8(impl_->image, hasAlpha);
+}
+
+bool CDecodeStream::HasAlpha() const {
+    if (impl_->bmp) {
+        const CDib& dib = *impl_->bmp;
+        for (i32 y = 0; y < dib.Height(); ++y) {
+            const u8* alpha = dib.PixelAt(0, y) + 3;
+            for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
+                if (*alpha != 255)
+                    return true;
+            }
+        }
+        return false;
+    }
+    bool hasAlpha = false;
+    ToRgba8(impl_->image, hasAlpha);
+    return hasAlpha;
+}
+
+double CDecodeStream::XResolution() const {
+    return impl_->bmp ? 0.0 : impl_->image.xres();
+}
+
+double CDecodeStream::YResolution() const {
+    return impl_->bmp ? 0.0 : impl_->image.yres();
+}
+
+bool CDecodeStream::Damaged() const {
+    return impl_->open && impl_->open->Invalidated();
+}
+
+HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
+                    Size* declared) {
+    if (!data || size == 0)
+        return hr::kNotImpl;
+    if (IsBmp(data, size))
+        return ReadBmp(data, size, limits.maxPixels, out, declared);
+    try {
+        CDecodeStream stream;
+        HResult code = stream.Open(data, size, limits, declared);
+        if (Failed(code))
+            return code;
+        const Size full = stream.DeclaredSize();
+        if (static_cast<u64>(full.cx) * static_cast<u64>(full.cy) * 4 > UINT32_MAX)
+            return hr::kOutOfMemory;
+        VImage rgba = stream.Rgba();
+        if (rgba.width() != full.cx || rgba.height() != full.cy || rgba.bands() != 4 ||
+            rgba.format() != VIPS_FORMAT_UCHAR)
+            return hr::kNotImpl;
+        CDibPtr dib(new (std::nothrow) CDib);
+        if (!dib)
+            return hr::kOutOfMemory;
+        if (!dib->Create32(full.cx, full.cy) || !dib->AllocBits())
+            return hr::kOutOfMemory;
+        CRowSink sink{dib.get()};
+        code = vips_sink_disc(rgba.get_image(), WriteStrip, &sink) || stream.Damaged()
+                   ? hr::kNotImpl
+                   : hr::kOk;
+        vips_error_clear();
+        if (Failed(code))
+            return code;
+        dib->Header()->biXPelsPerMeter = PelsPerMeter(stream.XResolution());
+        dib->Header()->biYPelsPerMeter = PelsPerMeter(stream.YResolution());
+        out = dib;
+        return hr::kOk;
     } catch (const VError&) {
         vips_error_clear();
         return hr::kNotImpl;
@@ -345,23 +469,33 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
     }
 }
 
-HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
-    if (IsDib32(dib) && (dib.Width() > kLargestJpegSide || dib.Height() > kLargestJpegSide))
+HResult EncodeJpegRows(const VImage& rgb, u32 quality, std::vector<u8>& out) {
+    out.clear();
+    if (rgb.width() > kLargestJpegSide || rgb.height() > kLargestJpegSide)
         return hr::kTooLargeForJpeg;
     // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
     const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
-    return Encode(dib, out, [&](vips::VTarget target) {
-        ForSaving(dib, false, false)
-            .jpegsave_target(
-                target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
+    return Encode(out, [&](vips::VTarget target) {
+        Tagged(rgb).jpegsave_target(
+            target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
     });
 }
 
-HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
-    return Encode(dib, out, [&](vips::VTarget target) {
-        ForSaving(dib, true, keepAlpha)
-            .pngsave_target(
-                target,
-                VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
+HResult EncodePngRows(const VImage& rgba, std::vector<u8>& out) {
+    return Encode(out, [&](vips::VTarget target) {
+        Tagged(rgba).pngsave_target(
+            target,
+            VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
     });
+}
+
+HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
+    return EncodeDib(
+        dib, out, [&](const VImage& image) { return EncodeJpegRows(image, quality, out); }, false,
+        false);
+}
+
+HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
+    return EncodeDib(
+        dib, out, [&](const VImage& image) { return EncodePngRows(image, out); }, true, keepAlpha);
 }

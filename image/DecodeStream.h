@@ -1,0 +1,53 @@
+// CDecodeStream: an encoded image opened for one pass over its pixels, row by row, so that a
+// conversion never holds the whole decoded image.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include <vips/vips8>
+
+#include "foundation/Types.h"
+#include "image/DecodeLimits.h"
+
+// The loaders, the limits and the codes are those of DecodeImage (image/Codec.h). The encoded
+// bytes must outlive the stream and every pipeline made from it. Any thread, one stream each.
+class CDecodeStream {
+public:
+    CDecodeStream();
+    CDecodeStream(const CDecodeStream&) = delete;
+    CDecodeStream& operator=(const CDecodeStream&) = delete;
+    ~CDecodeStream();
+
+    // Reads the header and checks the limits; no pixel is decoded yet, except for BMP, which our
+    // own reader decodes whole. `declared` (when given) receives the size that the header
+    // declares, also when the image is refused.
+    HResult Open(const u8* data, size_t size, const CDecodeLimits& limits,
+                 Size* declared = nullptr);
+
+    // The size of the image as the file declares it.
+    Size DeclaredSize() const;
+
+    // Lets the decoder skip detail that a shrink to width x height would only average away: a
+    // JPEG is decoded at 1/2, 1/4 or 1/8 of its size, the smallest of them that still covers
+    // width x height. Other formats keep their size. Call before Rgba; false when the loader
+    // could not be opened again (the stream then keeps the full size).
+    bool ReduceFor(i32 width, i32 height);
+
+    // The pixels as four 8-bit bands, red, green, blue and straight alpha, top row first, at the
+    // declared size or the reduced one. A pipeline: rows are decoded when they are asked for.
+    vips::VImage Rgba() const;
+    // False when the decoded form has no alpha band, so that every alpha of Rgba is 255.
+    bool HasAlpha() const;
+    // The resolution that the file states, in pixels per millimetre; 0 when it states none.
+    double XResolution() const;
+    double YResolution() const;
+
+    // True when the loader reported a damaged file while the pixels were read, also where the
+    // pipeline itself finished.
+    bool Damaged() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
