@@ -11,6 +11,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "app/CommandTimer.h"
 #include "app/CommandUpdateData.h"
 #include "batch/BatchPlan.h"
 #include "batch/LunavexTask.h"
@@ -30,6 +31,7 @@ namespace {
 
 constexpr i32 kIdSaveSettingFailed = 192;
 constexpr i32 kIdDeleteFailed = 191;
+constexpr u32 kIdWorkerNotStarted = 62040;
 
 // Deletes a file as DeleteFileW does: a folder is not deleted.
 bool DeleteFileAt(const std::wstring& path) {
@@ -100,8 +102,13 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     view->doneCount = 0;
     view->results.clear(); // no worker runs: StopWaitAndClear has waited for them
     view->pool.SetThreadCount(1);
-    for (const auto& thread : view->pool.threads)
-        thread->Start();
+    for (const auto& thread : view->pool.threads) {
+        if (!thread->Start()) {
+            // No worker would ever report: the run ends at once, as a run ends, with the reason.
+            CCommandTimer(msg).FinishBatch(-1, kIdWorkerNotStarted);
+            return false;
+        }
+    }
     view->StartTimer();
     return true;
 }

@@ -28,8 +28,9 @@ public:
     void OnExecute(bool run) override;
     // Checks every item, builds the tasks, asks before overwriting, deletes the old outputs and
     // starts the worker and the timer of the view. True when a run has begun; false when there is
-    // no view or the user declined the overwrite question. Nothing on disk changes before every
-    // check has passed and the user has agreed.
+    // no view, the user declined the overwrite question, or the worker could not be started (the
+    // run has then ended with a message). Nothing on disk changes before every check has passed
+    // and the user has agreed.
     bool StartBatch(const std::vector<CItemIDList>& droppedItems);
 
     my::CCtrlException dropError; // id 0 when the last SetDropData had no failure

@@ -1,5 +1,6 @@
 // Tests of the drop command: the checks before anything on disk changes, the overwrite question,
-// a whole run to its end, and a run that stops at a file that is no image.
+// a whole run to its end, a run that stops at a file that is no image, and a worker that cannot
+// start.
 #include "app/CommandExecData.h"
 
 #include <QDragEnterEvent>
@@ -256,6 +257,27 @@ TEST_F(CommandExecDataTest, ADropOnTheViewPostsTheCommandAndTheBatchRuns) {
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text.rfind(L"IDataObject->GetData に失敗しました: ", 0), 0u);
     EXPECT_FALSE(target.IsDragging());
+}
+
+TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
+    auto dir = testfiles::FreshDir("exec-no-worker");
+    auto a = Png(dir, "a.png", 200);
+    auto b = Png(dir, "b.png", 100);
+    // A forced stop is the state in which a worker refuses to start.
+    view->pool.threads.at(0)->SetForcedStop(true);
+
+    Drop({a, b});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text,
+              L"変換処理のスレッドを開始できなかったため、ファイルは変換されていません");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(view->pool.pending.Count(), 0u);
+    EXPECT_EQ(view->pool.cancelled.Count(), 2u);
+    EXPECT_FALSE(fs::exists(dir / "out"));
 }
 
 } // namespace
