@@ -1,8 +1,6 @@
 // The drop command: from the dropped items to a running batch.
 #include "app/CommandExecData.h"
 
-#include <unistd.h>
-
 #include <string>
 
 #include <QApplication>
@@ -19,7 +17,6 @@
 #include "batch/TaskThread.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
-#include "foundation/Paths.h"
 #include "foundation/ShellIdListArray.h"
 #include "persist/Settings.h"
 #include "ui/MainFrame.h"
@@ -30,13 +27,7 @@ namespace lvx {
 namespace {
 
 constexpr i32 kIdSaveSettingFailed = 192;
-constexpr i32 kIdDeleteFailed = 191;
 constexpr u32 kIdWorkerNotStarted = 62040;
-
-// Deletes a file as DeleteFileW does: a folder is not deleted.
-bool DeleteFileAt(const std::wstring& path) {
-    return ::unlink(ToFileSystemPath(path).c_str()) == 0;
-}
 
 } // namespace
 
@@ -92,10 +83,8 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     // The tasks of a declined batch wait on the pending list until the next batch clears it.
     if (!existing.empty() && !(msg && msg->QueryOverwriteFiles(existing)))
         return false;
-    for (const std::wstring& output : existing) {
-        if (!DeleteFileAt(output))
-            throw my::CException(kIdDeleteFailed, output);
-    }
+    // Nothing is deleted: each old output stays until its new file takes its place.
+    AllowReplacing(planned);
 
     view->stopRequested = false;
     view->fileCount = static_cast<i32>(view->pool.pending.Count());
