@@ -46,7 +46,9 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
         Say(err, e.text);
         return exitcode::kRefused;
     }
-    if (!options.overwrite) {
+    if (options.overwrite) {
+        AllowReplacing(planned);
+    } else {
         std::vector<std::wstring> existing;
         for (const PlannedFile& p : planned) {
             if (p.outputExists)

@@ -1,8 +1,6 @@
 // The drop command: from the dropped items to a running batch.
 #include "app/CommandExecData.h"
 
-#include <unistd.h>
-
 #include <string>
 
 #include <QApplication>
@@ -11,6 +9,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "app/CommandTimer.h"
 #include "app/CommandUpdateData.h"
 #include "batch/BatchPlan.h"
 #include "batch/LunavexTask.h"
@@ -18,7 +17,6 @@
 #include "batch/TaskThread.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
-#include "foundation/Paths.h"
 #include "foundation/ShellIdListArray.h"
 #include "persist/Settings.h"
 #include "ui/MainFrame.h"
@@ -29,12 +27,7 @@ namespace lvx {
 namespace {
 
 constexpr i32 kIdSaveSettingFailed = 192;
-constexpr i32 kIdDeleteFailed = 191;
-
-// Deletes a file as DeleteFileW does: a folder is not deleted.
-bool DeleteFileAt(const std::wstring& path) {
-    return ::unlink(ToFileSystemPath(path).c_str()) == 0;
-}
+constexpr u32 kIdWorkerNotStarted = 62040;
 
 } // namespace
 
@@ -90,18 +83,21 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     // The tasks of a declined batch wait on the pending list until the next batch clears it.
     if (!existing.empty() && !(msg && msg->QueryOverwriteFiles(existing)))
         return false;
-    for (const std::wstring& output : existing) {
-        if (!DeleteFileAt(output))
-            throw my::CException(kIdDeleteFailed, output);
-    }
+    // Nothing is deleted: each old output stays until its new file takes its place.
+    AllowReplacing(planned);
 
     view->stopRequested = false;
     view->fileCount = static_cast<i32>(view->pool.pending.Count());
     view->doneCount = 0;
     view->results.clear(); // no worker runs: StopWaitAndClear has waited for them
     view->pool.SetThreadCount(1);
-    for (const auto& thread : view->pool.threads)
-        thread->Start();
+    for (const auto& thread : view->pool.threads) {
+        if (!thread->Start()) {
+            // No worker would ever report: the run ends at once, as a run ends, with the reason.
+            CCommandTimer(msg).FinishBatch(-1, kIdWorkerNotStarted);
+            return false;
+        }
+    }
     view->StartTimer();
     return true;
 }

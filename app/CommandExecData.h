@@ -26,10 +26,12 @@ public:
     // run false: only the check of dropError. run true: the controls into the settings, the
     // settings saved, then the batch started.
     void OnExecute(bool run) override;
-    // Checks every item, builds the tasks, asks before overwriting, deletes the old outputs and
-    // starts the worker and the timer of the view. True when a run has begun; false when there is
-    // no view or the user declined the overwrite question. Nothing on disk changes before every
-    // check has passed and the user has agreed.
+    // Checks every item, builds the tasks, asks before overwriting and starts the worker and the
+    // timer of the view. True when a run has begun; false when there is no view, the user
+    // declined the overwrite question, or the worker could not be started (the run has then
+    // ended with a message). Nothing on disk changes before every check has passed and the user
+    // has agreed, and no old output is deleted: a task replaces its output when its new file is
+    // complete, and only an output that the user agreed to replace.
     bool StartBatch(const std::vector<CItemIDList>& droppedItems);
 
     my::CCtrlException dropError; // id 0 when the last SetDropData had no failure

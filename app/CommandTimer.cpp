@@ -23,6 +23,7 @@ namespace {
 constexpr u32 kIdStopped = 175;
 constexpr u32 kIdProgress = 176;
 constexpr u32 kIdAllDone = 177;
+constexpr u32 kIdWorkerEnded = 62041;
 
 // Counts the ticks that wrote a progress line; it is never reset, so that a batch need not begin
 // with no dots.
@@ -40,14 +41,17 @@ void CCommandTimer::OnExecute(bool run) {
     CMainView* view = TheView();
     if (!view)
         return;
+    // Read before the poll: a worker that has ended by now has handed over every result it ever
+    // will, so that the poll below sees them all and a missing one is really missing.
+    const bool workerRunning = view->pool.AnyRunning();
     i32 failedIndex = -1;
     if (PollResults(failedIndex))
         ShowProgress();
-    bool finished =
-        failedIndex >= 0 ||
-        (!view->pool.AnyRunning() && (view->stopRequested || view->doneCount >= view->fileCount));
-    if (finished)
+    if (failedIndex >= 0 ||
+        (!workerRunning && (view->stopRequested || view->doneCount >= view->fileCount)))
         FinishBatch(failedIndex);
+    else if (!workerRunning)
+        FinishBatch(-1, kIdWorkerEnded); // gone with files unreported: nothing more will come
 }
 
 bool CCommandTimer::PollResults(i32& failedIndex) {
@@ -100,25 +104,33 @@ void CCommandTimer::ShowProgress() {
     ++g_dotCounter;
 }
 
-void CCommandTimer::FinishBatch(i32 failedIndex) {
+void CCommandTimer::FinishBatch(i32 failedIndex, u32 messageId) {
     CMainView* view = TheView();
     if (!view)
         return;
     // No tick may come while the box below runs its own event loop.
     view->KillTimer();
-    if (failedIndex >= 0)
+    const bool cutShort = failedIndex >= 0 || messageId != 0;
+    if (cutShort)
         view->pool.StopAll(true);
     for (const auto& thread : view->pool.threads)
         thread->Wait(kWaitForever);
 
     std::wstring status;
-    if (failedIndex < 0 && !view->stopRequested)
+    if (!cutShort && !view->stopRequested)
         FormatResString(status, kIdAllDone, {view->fileCount});
     else
         LoadResString(status, kIdStopped, true);
     SetStatus(*view, status);
     view->UpdateControlStates(false);
 
+    if (messageId != 0) {
+        std::wstring text;
+        FormatResString(text, messageId, {view->doneCount, view->fileCount});
+        if (msg)
+            msg->Show(text, mb::kError);
+        return;
+    }
     if (failedIndex < 0) {
         QApplication::alert(view->window());
         return;

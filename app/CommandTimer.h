@@ -13,7 +13,8 @@ public:
     explicit CCommandTimer(::CMsg* msg) : CCommand(msg) {}
     // run true: one tick. The batch ends at the first failure, or when no worker runs and either
     // Stop was pressed or every task has been taken in. The end is looked for on every tick, also
-    // on one that brought no new result.
+    // on one that brought no new result. A worker that has ended with tasks unreported and no
+    // stop asked ends the batch with a message that says so.
     void OnExecute(bool run) override;
 
     // Under the results lock: takes in the results that came since the last tick. failedIndex
@@ -23,10 +24,11 @@ public:
     bool PollResults(i32& failedIndex);
     // The progress bar and, while a worker runs, the status line with its moving dots.
     void ShowProgress();
-    // Stops the timer, waits for the worker (stopping it first after a failure), writes the final
-    // status line, enables the controls and shows the failure's text, or draws attention to the
-    // window when there was none.
-    void FinishBatch(i32 failedIndex);
+    // Stops the timer, waits for the worker (stopping it first after a failure or with a
+    // message), writes the final status line, enables the controls and shows the failure's text,
+    // or the message messageId (filled with the files taken in and the files of the batch) when
+    // the batch could not go on, or draws attention to the window when there was neither.
+    void FinishBatch(i32 failedIndex, u32 messageId = 0);
 };
 
 } // namespace lvx

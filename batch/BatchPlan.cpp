@@ -86,4 +86,9 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
     return planned;
 }
 
+void AllowReplacing(const std::vector<PlannedFile>& planned) {
+    for (const PlannedFile& file : planned)
+        file.task->replaceExisting = file.outputExists;
+}
+
 } // namespace lvx

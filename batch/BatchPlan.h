@@ -32,4 +32,8 @@ struct PlannedFile {
 std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client);
 
+// The user agreed to overwrite: each task whose output existed when it was planned may replace
+// it. The others still refuse a file that appears at their output before they save.
+void AllowReplacing(const std::vector<PlannedFile>& planned);
+
 } // namespace lvx

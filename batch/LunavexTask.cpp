@@ -7,6 +7,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "foundation/Win32Error.h"
 #include "image/Background.h"
 #include "image/EncoderSetup.h"
 #include "image/ImageIo.h"
@@ -22,6 +23,7 @@ constexpr i32 kIdFolderFailed = 58998;
 constexpr i32 kIdBackgroundFailed = 59035;
 constexpr i32 kIdImageTooLarge = 62023;
 constexpr i32 kIdTooManyScans = 62024;
+constexpr i32 kIdOutputAppeared = 62042;
 constexpr i32 kIdEmptySubFolder = 187;
 constexpr i32 kIdBadFilePath = 188;
 constexpr i32 kSubFolderControl = 165;
@@ -118,7 +120,12 @@ void CLunavexTask::Convert() {
     Process(image);
     if (errorId != 0)
         return;
-    code = saver->SaveDib(*result, true, outputFile);
+    code = saver->SaveDib(*result, true, outputFile, replaceExisting);
+    if (code == ResultFromWin32(win32::kFileExists)) {
+        errorId = kIdOutputAppeared;
+        FormatResString(errorText, kIdOutputAppeared, {outputFile});
+        return;
+    }
     if (Failed(code))
         Fail(kIdSaveFailed, code, outputFile);
 }

@@ -78,6 +78,10 @@ public:
     std::wstring outputFolder;
     bool keepsAlpha = false;
     boost::shared_ptr<Gdiplus::CImageSaver> saver;
+    // The user agreed that outputFile, which existed when the batch was checked, be replaced.
+    // Without it the save writes only where no file stands, and one that appeared meanwhile
+    // fails the task. Either way the old file stays until the new one is complete.
+    bool replaceExisting = false;
     CDecodeLimits limits;
 
 private:

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
@@ -82,6 +83,24 @@ i32 CreateTemporary(const std::string& folder, unsigned mode, std::string& name,
             return LastWin32Error();
     }
     return win32::kAlreadyExists;
+}
+
+// Gives the finished temporary file the target's name. Without replace the kernel refuses, in the
+// rename itself, a name that is taken, so that nothing made meanwhile is ever replaced.
+i32 PutInPlace(const std::string& temporary, const std::string& target, bool replace) {
+    if (replace)
+        return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : LastWin32Error();
+    if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno == EEXIST)
+        return win32::kFileExists;
+    if (errno != EINVAL)
+        return LastWin32Error();
+    // A file system that cannot refuse inside the rename: the name is looked at just before it.
+    struct stat taken {};
+    if (::lstat(target.c_str(), &taken) == 0)
+        return win32::kFileExists;
+    return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : LastWin32Error();
 }
 
 void SyncFolder(const std::string& folder) {
@@ -243,8 +262,8 @@ i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t si
         code = closed;
     if (code == 0 && options.beforeReplace && !options.beforeReplace())
         return win32::kOperationAborted;
-    if (code == 0 && ::rename(temporary.c_str(), target.c_str()) != 0)
-        code = LastWin32Error();
+    if (code == 0)
+        code = PutInPlace(temporary, target, options.replaceExisting);
     if (code != 0) {
         ::unlink(temporary.c_str());
         return code;

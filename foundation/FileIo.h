@@ -64,13 +64,17 @@ struct AtomicWriteOptions {
     // Called once the temporary file is written and synced, before it replaces the target; false
     // ends the write there, as a crash would, leaving the temporary file (for tests).
     std::function<bool()> beforeReplace;
+    // false: the new file takes the name only where nothing stands under it yet; a file, a link
+    // or a folder there is left as it is and the write fails with 80 (ERROR_FILE_EXISTS).
+    bool replaceExisting = true;
 };
 
 // Replaces the file at path as a whole: a temporary file ".lvx<pid>-<n>.tmp" is created
 // exclusively in the target's folder (never through a link), written, synced, renamed over the
-// target, and the folder is synced so that the rename lasts. The target is either the old file or
-// the whole new one. Before the first write into a folder, the temporary files that dead
-// processes left in it are removed. 0 or the Win32 code; 995 when beforeReplace said no.
+// target (or, without replaceExisting, put under a name that is still free), and the folder is
+// synced so that the rename lasts. The target is either the old file or the whole new one. Before
+// the first write into a folder, the temporary files that dead processes left in it are removed. 0
+// or the Win32 code; 995 when beforeReplace said no.
 i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t size,
                         const AtomicWriteOptions& options = {});
 

@@ -102,7 +102,8 @@ HResult CImageSaver::SelectEncoder(const std::wstring& mimeType) {
     return hr::kFail;
 }
 
-HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path) const {
+HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path,
+                             bool replaceExisting) const {
     const EncoderEntry* encoder = nullptr;
     for (const EncoderEntry& entry : kEncoders) {
         if (entry.clsid == clsid)
@@ -131,8 +132,11 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     if (Failed(result))
         return result;
     // The output replaces whatever stands under its name, a link included: a link planted in an
-    // output folder never leads the write to a file elsewhere.
-    return ResultFromWin32(WriteFileAtomically(path, bytes.data(), bytes.size()));
+    // output folder never leads the write to a file elsewhere. Without replaceExisting whatever
+    // stands there stays, and the write fails instead.
+    AtomicWriteOptions options;
+    options.replaceExisting = replaceExisting;
+    return ResultFromWin32(WriteFileAtomically(path, bytes.data(), bytes.size(), options));
 }
 
 } // namespace Gdiplus

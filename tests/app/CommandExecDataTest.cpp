@@ -1,14 +1,22 @@
 // Tests of the drop command: the checks before anything on disk changes, the overwrite question,
-// a whole run to its end, and a run that stops at a file that is no image.
+// a whole run to its end, a run that stops at a file that is no image, a Stop that keeps the old
+// outputs not yet replaced, and a worker that cannot start.
 #include "app/CommandExecData.h"
+
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
 
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QProgressBar>
 #include <QWindow>
 
+#include <boost/make_shared.hpp>
+
 #include "BatchViewFixture.h"
 #include "foundation/Utf8.h"
+#include "image/ImageIo.h"
 
 namespace {
 
@@ -16,6 +24,44 @@ namespace fs = std::filesystem;
 using testfiles::W;
 
 class CommandExecDataTest : public BatchViewFixture {};
+
+// The view's worker with a pause between its second and third task, where a Stop takes effect:
+// the test presses Stop there, then lets the real loop go on.
+class CPausingWorker : public CMultiTaskThread {
+public:
+    using CMultiTaskThread::CMultiTaskThread;
+
+    u32 ThreadMain() override {
+        for (int i = 0; i < 2; ++i) {
+            current = tasks->Pop();
+            if (!current)
+                return 0;
+            current->terminable = this;
+            current->Run();
+        }
+        std::unique_lock<std::mutex> guard(lock_);
+        paused_ = true;
+        changed_.notify_all();
+        changed_.wait(guard, [this] { return resumed_; });
+        guard.unlock();
+        return CMultiTaskThread::ThreadMain();
+    }
+    void WaitUntilPaused() {
+        std::unique_lock<std::mutex> guard(lock_);
+        changed_.wait(guard, [this] { return paused_; });
+    }
+    void Resume() {
+        std::lock_guard<std::mutex> guard(lock_);
+        resumed_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    bool paused_ = false;
+    bool resumed_ = false;
+};
 
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
     auto dir = testfiles::FreshDir("exec-folder");
@@ -99,7 +145,7 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
 
-    // OK deletes the old outputs and writes them anew.
+    // OK writes them anew: each new file takes the place of its old one.
     msg.boxes.clear();
     msg.answers = {1};
     Drop({a, b});
@@ -288,6 +334,85 @@ TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
         EXPECT_EQ(msg.boxes[0].flags, 16u);
         EXPECT_FALSE(view->TimerRunning());
     }
+}
+
+TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetReplaced) {
+    auto dir = testfiles::FreshDir("exec-stop-keeps");
+    fs::create_directories(dir / "out");
+    std::vector<fs::path> sources;
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = "f" + std::to_string(i) + ".png";
+        sources.push_back(Png(dir, name.c_str(), static_cast<u8>(10 * i)));
+        WriteText(dir / "out" / name, "old output " + name);
+    }
+    auto worker = boost::make_shared<CPausingWorker>(&view->pool.pending);
+    view->pool.threads = {worker};
+
+    msg.answers = {1};
+    Drop(sources);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].flags, 49u) << "the overwrite question, answered OK";
+    worker->WaitUntilPaused();
+    frame_->OnCommand(lvx::cmd::kStop);
+    worker->Resume();
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_EQ(view->pool.cancelled.Count(), 18u);
+
+    // The two files done hold the new images; the eighteen others are the old bytes.
+    for (int i = 0; i < 2; ++i) {
+        CDibPtr source, output;
+        ASSERT_EQ(LoadImageFile(source, W(sources[i])), 0u);
+        ASSERT_EQ(LoadImageFile(output, W(dir / "out" / sources[i].filename())), 0u);
+        ASSERT_EQ(output->Width(), source->Width());
+        ASSERT_EQ(output->Height(), source->Height());
+        const i32 x = source->Width() / 2, y = source->Height() / 2;
+        EXPECT_EQ(std::memcmp(output->PixelAt(x, y), source->PixelAt(x, y), 4), 0) << i;
+    }
+    for (int i = 2; i < 20; ++i) {
+        const std::string name = sources[i].filename().string();
+        EXPECT_EQ(ReadText(dir / "out" / name), "old output " + name);
+    }
+}
+
+TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
+    auto dir = testfiles::FreshDir("exec-same-old-output");
+    auto png = Png(dir, "same.png", 200);
+    auto bmp = dir / "same.bmp";
+    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+    fs::create_directories(dir / "out");
+    WriteText(dir / "out" / "same.png", "old output");
+
+    msg.answers = {1};
+    Drop({png, bmp});
+    ASSERT_EQ(msg.boxes.size(), 1u) << "no overwrite question comes before the refusal";
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"次のファイルは同じ出力ファイルになるため中止しました", 0),
+              0u);
+    EXPECT_EQ(ReadText(dir / "out" / "same.png"), "old output");
+    EXPECT_FALSE(view->TimerRunning());
+}
+
+TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
+    auto dir = testfiles::FreshDir("exec-no-worker");
+    auto a = Png(dir, "a.png", 200);
+    auto b = Png(dir, "b.png", 100);
+    // A forced stop is the state in which a worker refuses to start.
+    view->pool.threads.at(0)->SetForcedStop(true);
+
+    Drop({a, b});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text,
+              L"変換処理のスレッドを開始できなかったため、ファイルは変換されていません");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(view->pool.pending.Count(), 0u);
+    EXPECT_EQ(view->pool.cancelled.Count(), 2u);
+    EXPECT_FALSE(fs::exists(dir / "out"));
 }
 
 } // namespace

@@ -1,11 +1,13 @@
 // Tests of the batch tick, driven by hand with the worker held inside a gate: what a tick takes
-// in and shows, when it ends the batch, Stop, and the close of the frame during a batch.
+// in and shows, when it ends the batch, Stop, a worker that ends early, and the close of the frame
+// during a batch.
 #include "app/CommandTimer.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 #include <QAbstractButton>
@@ -198,6 +200,49 @@ TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
     EXPECT_TRUE(msg.boxes.empty());
     EXPECT_EQ(gate.FinishedCount(), 1u);
+}
+
+TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithItsMessage) {
+    // A client that throws ends the worker's thread inside the task, with the next task left.
+    struct CThrowingClient : lvx::CLunavexTaskClient {
+        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask>) override {
+            throw std::runtime_error("cannot take the task");
+        }
+    } throwing;
+    auto dir = testfiles::FreshDir("timer-early-end");
+    auto source = dir / "a.png";
+    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 8, 1, 2, 3), L"image/png", source));
+    view->pool.StopWaitAndClear(kWaitForever);
+    for (lvx::CLunavexTaskClient* client : {static_cast<lvx::CLunavexTaskClient*>(view),
+                                            static_cast<lvx::CLunavexTaskClient*>(&throwing),
+                                            static_cast<lvx::CLunavexTaskClient*>(view)}) {
+        Task task(new lvx::CLunavexTask);
+        task->Init(testfiles::W(source), testfiles::W(dir / "out" / "a.png"), client);
+        ASSERT_EQ(task->PreparePngEncoder(), 0u);
+        view->pool.Add(task);
+    }
+    ASSERT_TRUE(view->pool.threads.at(0)->Start());
+    ASSERT_TRUE(view->pool.threads.at(0)->Wait(kWaitForever));
+    ASSERT_EQ(view->pool.pending.Count(), 1u);
+    ASSERT_EQ(view->results.size(), 1u) << "the first task reached the view";
+    view->fileCount = 3;
+    view->doneCount = 0;
+    view->stopRequested = false;
+    view->StartTimer();
+    view->UpdateControlStates(true);
+
+    Tick();
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(view->doneCount, 1);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"変換処理のスレッドが途中で終了したため、処理を中断しました"
+                                 L"\n\n処理したファイル: 1 / 3");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(view->pool.pending.Count(), 0u);
+    EXPECT_EQ(view->pool.cancelled.Count(), 1u) << "the task left behind is cancelled";
 }
 
 // Waits in the event loop for the modal box, keeps its text and clicks a button of it.

@@ -6,7 +6,11 @@
 
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -167,9 +171,14 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
                       W(output.parent_path()) + L"/");
     }
 
-    // An output that cannot be written (a folder stands at its path): 202 with the output path.
+    // An output that cannot be written, although the user agreed to replace it (a folder stands
+    // at its path): 202 with the output path.
     std::filesystem::create_directories(dir / "out" / "ok.png");
-    task = RunTask(W(dir / "ok.png"), W(dir / "out" / "ok.png"), 1, RoundSettings{});
+    task.reset(new lvx::CLunavexTask);
+    task->Init(W(dir / "ok.png"), W(dir / "out" / "ok.png"), nullptr);
+    ASSERT_EQ(task->PreparePngEncoder(), 0u);
+    task->replaceExisting = true;
+    task->Run();
     EXPECT_EQ(task->errorId, 202);
     EXPECT_EQ(task->errorText.rfind(L"画像の保存に失敗しました - ", 0), 0u);
     EXPECT_EQ(task->errorText.substr(task->errorText.size() - W(dir / "out" / "ok.png").size() - 2),
@@ -292,6 +301,54 @@ TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
         task->Run();
     }
     EXPECT_EQ(recorder.ids, (std::vector<i32>{0, 201}));
+}
+
+TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFile) {
+    auto dir = FreshDir("replace");
+    ASSERT_TRUE(Write(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(Write(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
+    const auto output = dir / "out" / "same.png";
+    auto makeTask = [&](const char* source, bool replace) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        task->Init(W(dir / source), W(output), nullptr);
+        EXPECT_EQ(task->PreparePngEncoder(), 0u);
+        task->replaceExisting = replace;
+        return task;
+    };
+    auto bytesOf = [](const std::filesystem::path& path) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    };
+    auto pixelOf = [&](const std::filesystem::path& path) {
+        CDibPtr image = Load(W(path));
+        const u8* p = image->PixelAt(6, 5);
+        return std::vector<u8>(p, p + 4);
+    };
+
+    // Two sources with one output, neither asked about it: the first writes it, and the second
+    // finds a file that appeared after the check and leaves it as it is.
+    auto first = makeTask("a.png", false);
+    first->Run();
+    ASSERT_EQ(first->errorId, 0) << testing::PrintToString(first->errorText);
+    const auto firstBytes = bytesOf(output);
+    auto second = makeTask("b.png", false);
+    second->Run();
+    EXPECT_EQ(second->errorId, 62042);
+    EXPECT_EQ(second->errorText,
+              L"確認した後に出力ファイルが作られていたため、置き換えずに中止しました\n\n" +
+                  W(output));
+    EXPECT_EQ(bytesOf(output), firstBytes);
+    EXPECT_EQ(pixelOf(output), pixelOf(dir / "a.png"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "out"),
+                            std::filesystem::directory_iterator()),
+              1)
+        << "no temporary file is left beside it";
+
+    // With consent the second replaces it, and the file holds the second one's image.
+    second = makeTask("b.png", true);
+    second->Run();
+    ASSERT_EQ(second->errorId, 0) << testing::PrintToString(second->errorText);
+    EXPECT_EQ(pixelOf(output), pixelOf(dir / "b.png"));
 }
 
 TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {

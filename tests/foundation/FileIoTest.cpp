@@ -157,6 +157,27 @@ TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
     EXPECT_EQ(ReadText(dir / "dotfiles" / "settings"), "new");
 }
 
+TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
+    CScratch dir;
+    AtomicWriteOptions onlyNew;
+    onlyNew.replaceExisting = false;
+    ASSERT_EQ(WriteAtomically(dir / "new.bin", "made", onlyNew), 0);
+    EXPECT_EQ(ReadText(dir / "new.bin"), "made");
+
+    // A file, a link (even one that leads nowhere) and a folder under the name all stay as they
+    // are, and no temporary file is left beside them.
+    EXPECT_EQ(WriteAtomically(dir / "new.bin", "again", onlyNew), win32::kFileExists);
+    EXPECT_EQ(ReadText(dir / "new.bin"), "made");
+    fs::create_symlink(dir / "nowhere", dir / "link");
+    EXPECT_EQ(WriteAtomically(dir / "link", "x", onlyNew), win32::kFileExists);
+    EXPECT_TRUE(fs::is_symlink(dir / "link"));
+    EXPECT_FALSE(fs::exists(dir / "nowhere"));
+    fs::create_directory(dir / "folder");
+    EXPECT_EQ(WriteAtomically(dir / "folder", "x", onlyNew), win32::kFileExists);
+    EXPECT_TRUE(fs::is_empty(dir / "folder"));
+    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"folder", "link", "new.bin"}));
+}
+
 TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
     CScratch dir;
     fs::create_directories(dir / "out");
