@@ -29,10 +29,13 @@ public:
     Size DeclaredSize() const;
 
     // Lets the decoder skip detail that a shrink to width x height would only average away: a
-    // JPEG is decoded at 1/2, 1/4 or 1/8 of its size, the smallest of them that still covers
-    // width x height. Other formats keep their size. Call before Rgba; false when the loader
-    // could not be opened again (the stream then keeps the full size).
+    // JPEG at least six times that size on both axes is decoded at half its size. Other formats
+    // and smaller shrinks keep the full size. Call before Rgba; false when the loader could not
+    // be opened again (the stream then keeps the full size).
     bool ReduceFor(i32 width, i32 height);
+    // The divisor of the reduction, 1 for none: Rgba then holds ceil(size / divisor) pixels, of
+    // which the image covers size / divisor.
+    int Reduction() const;
 
     // The pixels as four 8-bit bands, red, green, blue and straight alpha, top row first, at the
     // declared size or the reduced one. A pipeline: rows are decoded when they are asked for.

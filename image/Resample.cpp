@@ -40,18 +40,19 @@ int BoxFactor(double shrink) {
 }
 
 // Shrinking on both axes runs the kernel over its full support (reduce); growing on either axis
-// goes through libvips' general resize.
-VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel) {
-    const double hshrink = static_cast<double>(in.width()) / dstWidth;
-    const double vshrink = static_cast<double>(in.height()) / dstHeight;
+// goes through libvips' general resize. coverX and coverY are the share of the input's width and
+// height that maps onto the output (1 for all of it).
+VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel, double coverX,
+               double coverY) {
+    const double hshrink = in.width() * coverX / dstWidth;
+    const double vshrink = in.height() * coverY / dstHeight;
     if (hshrink >= 1.0 && vshrink >= 1.0) {
         VImage image = in;
         const int boxH = BoxFactor(hshrink);
         const int boxV = BoxFactor(vshrink);
         if (boxH > 1 || boxV > 1)
             image = image.shrink(boxH, boxV);
-        return image.reduce(static_cast<double>(image.width()) / dstWidth,
-                            static_cast<double>(image.height()) / dstHeight,
+        return image.reduce(image.width() * coverX / dstWidth, image.height() * coverY / dstHeight,
                             VImage::option()->set("kernel", kernel));
     }
     return in.resize(1.0 / hshrink,
@@ -69,17 +70,21 @@ VImage ExactSize(VImage image, i32 width, i32 height) {
 
 } // namespace
 
-VImage ResampleRgba(const VImage& in, i32 width, i32 height, i32 interpolation, bool opaque) {
+VImage ResampleRgba(const VImage& in, i32 width, i32 height, i32 interpolation, bool opaque,
+                    double extentX, double extentY) {
     const VImage part = in.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
     const VipsKernel kernel = KernelFor(interpolation);
+    const double coverX = extentX > 0 ? extentX / in.width() : 1.0;
+    const double coverY = extentY > 0 ? extentY / in.height() : 1.0;
     if (opaque) {
         // Only the colour is resampled; the alpha of an opaque image stays exactly 255.
         VImage colour = part.extract_band(0, VImage::option()->set("n", 3));
-        return ExactSize(Rescale(colour, width, height, kernel), width, height).bandjoin(255.0);
+        return ExactSize(Rescale(colour, width, height, kernel, coverX, coverY), width, height)
+            .bandjoin(255.0);
     }
     // Colours are weighted by their alpha while they are mixed, so that the colour hidden under
     // transparent pixels does not bleed into the visible ones.
-    VImage scaled = Rescale(part.premultiply(), width, height, kernel);
+    VImage scaled = Rescale(part.premultiply(), width, height, kernel, coverX, coverY);
     VImage straight = ExactSize(scaled, width, height).unpremultiply();
     // Round to nearest on the way back to bytes; the cast itself drops the fraction.
     return straight.linear(1.0, 0.5).cast(VIPS_FORMAT_UCHAR);

@@ -44,20 +44,18 @@ void CShrinkStep::Run() {
     }
 }
 
-void CShrinkStep::FitSize(i32 width, i32 height, CDibPtr image) {
-    const i32 imageWidth = image ? image->Width() : 0;
-    const i32 imageHeight = image ? image->Height() : 0;
+namespace {
+
+// The size of an image of imageWidth x imageHeight fitted into width x height: the image's own
+// size when it fits already, so that it is never enlarged. 59335 for a box under one pixel.
+u32 FitInto(i32 width, i32 height, i32 imageWidth, i32 imageHeight, Size& size) {
+    size = Size{imageWidth, imageHeight};
     // Checked first, so that an image that fits is never enlarged.
-    if (width >= imageWidth && height >= imageHeight) {
-        result = image;
-        return;
-    }
-    if (width < 1 || height < 1) {
-        errorId = kZeroSize;
-        errorCode = 0;
-        return;
-    }
-    Size size{width, MulDiv(width, imageHeight, imageWidth)};
+    if (width >= imageWidth && height >= imageHeight)
+        return 0;
+    if (width < 1 || height < 1)
+        return CShrinkStep::kZeroSize;
+    size = Size{width, MulDiv(width, imageHeight, imageWidth)};
     if (size.cy > height) {
         size.cx = std::min(MulDiv(height, imageWidth, imageHeight), width);
         size.cy = height;
@@ -65,6 +63,37 @@ void CShrinkStep::FitSize(i32 width, i32 height, CDibPtr image) {
     // A long thin image fitted into a small box keeps at least one pixel across.
     size.cx = std::max(size.cx, 1);
     size.cy = std::max(size.cy, 1);
+    return 0;
+}
+
+} // namespace
+
+u32 CShrinkStep::FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const {
+    switch (shrinkType) {
+    case 0:
+        size = Size{imageWidth, imageHeight};
+        return 0;
+    case 1:
+        return FitInto(customWidth, customHeight, imageWidth, imageHeight, size);
+    case 2:
+        return FitInto(shrinkWidth, shrinkHeight, imageWidth, imageHeight, size);
+    default:
+        return kUnknownType;
+    }
+}
+
+void CShrinkStep::FitSize(i32 width, i32 height, CDibPtr image) {
+    const i32 imageWidth = image ? image->Width() : 0;
+    const i32 imageHeight = image ? image->Height() : 0;
+    Size size;
+    errorId = FitInto(width, height, imageWidth, imageHeight, size);
+    errorCode = 0;
+    if (errorId != 0)
+        return;
+    if (size.cx == imageWidth && size.cy == imageHeight) {
+        result = image;
+        return;
+    }
     CDibPtr resized;
     const HResult code = ResizeImage(resized, Rect{0, 0, size.cx, size.cy}, *image,
                                      Rect{0, 0, imageWidth, imageHeight});

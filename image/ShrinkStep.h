@@ -32,6 +32,11 @@ public:
     // 2 into the named size; any other type fails with 59336.
     void Run();
 
+    // The size that Run would give an image of imageWidth x imageHeight, in `size`, without
+    // resampling anything: the image's own size when it passes through. 0, or the id of the
+    // failure that Run would report (59335, 59336).
+    u32 FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const;
+
     // Fits `image` into width x height. An image that fits already passes through as it is; a
     // target under one pixel fails with 59335; a failed resize with 59043 and its code.
     void FitSize(i32 width, i32 height, CDibPtr image);

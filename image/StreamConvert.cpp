@@ -1,0 +1,203 @@
+// A conversion as one libvips pipeline: loader, resample, the edge operation of our own, encoder.
+#include "image/StreamConvert.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include <vips/vips8>
+
+#include "image/Background.h"
+#include "image/Codec.h"
+#include "image/DecodeStream.h"
+#include "image/Draw.h"
+#include "image/EdgePlan.h"
+#include "image/Resample.h"
+#include "image/StreamEncoders.h"
+
+using vips::VError;
+using vips::VImage;
+
+namespace {
+
+// What the edge operation does to each row: the plan's alpha, then either the alpha kept or the
+// pixel laid over the background colour.
+struct CEdgeJob {
+    CEdgePlan plan;
+    bool fill = false;
+    u8 background[3] = {}; // red, green, blue
+    bool sourceOpaque = true;
+    int outBands = 4;
+    std::atomic<bool> sourceFailed{false};
+};
+
+void FreeJob(VipsImage*, CEdgeJob* job) {
+    delete job;
+}
+
+// Applies the plan to the pixels of a row from column left to right (exclusive) that it may
+// change: the whole row in the bands along the top and the bottom, else the side bands only.
+void ApplyPlan(const CEdgePlan& plan, i32 y, i32 left, i32 right, i32 width, u8* row) {
+    auto apply = [&](i32 from, i32 to) {
+        if (to > from)
+            plan.Apply(y, from, to - from, row + static_cast<size_t>(from - left) * 4);
+    };
+    if (plan.TouchesWholeRow(y)) {
+        apply(left, right);
+        return;
+    }
+    const i32 band = plan.SideBand();
+    apply(left, std::min(right, band));
+    apply(std::max(left, std::max(band, width - band)), right);
+}
+
+int GenerateEdges(VipsRegion* out, void* sequence, void*, void* arg, gboolean*) {
+    auto* in = static_cast<VipsRegion*>(sequence);
+    auto* job = static_cast<CEdgeJob*>(arg);
+    const VipsRect area = out->valid;
+    if (vips_region_prepare(in, &area)) {
+        job->sourceFailed = true;
+        return -1;
+    }
+    const i32 width = out->im->Xsize;
+    const i32 right = area.left + area.width;
+    thread_local std::vector<u8> buffer;
+    for (int y = area.top; y < VIPS_RECT_BOTTOM(&area); ++y) {
+        const u8* src = VIPS_REGION_ADDR(in, area.left, y);
+        u8* dst = VIPS_REGION_ADDR(out, area.left, y);
+        if (!job->fill) {
+            std::memcpy(dst, src, static_cast<size_t>(area.width) * 4);
+            ApplyPlan(job->plan, y, area.left, right, width, dst);
+            continue;
+        }
+        buffer.assign(src, src + static_cast<size_t>(area.width) * 4);
+        ApplyPlan(job->plan, y, area.left, right, width, buffer.data());
+        const u8* pixel = buffer.data();
+        for (int x = 0; x < area.width; ++x, pixel += 4, dst += job->outBands) {
+            const u32 alpha = pixel[3];
+            for (int k = 0; k < 3; ++k)
+                dst[k] =
+                    alpha == 255 ? pixel[k] : BlendOverByte(pixel[k], alpha, job->background[k]);
+            if (job->outBands == 4)
+                dst[3] = 255;
+        }
+    }
+    return 0;
+}
+
+// The edge operation over 8-bit RGBA rows: four bands out when the alpha is kept or for a PNG,
+// three for a JPEG. Takes the job; it is freed with the image.
+VImage ApplyEdges(const VImage& rgba, CEdgeJob* job) {
+    VipsImage* in = rgba.get_image();
+    VipsImage* out = vips_image_new();
+    g_signal_connect(out, "close", G_CALLBACK(FreeJob), job);
+    // The output keeps its input alive as long as it may ask it for pixels.
+    g_object_ref(in);
+    vips_object_local(out, in);
+    VImage result(out);
+    if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr))
+        throw VError();
+    out->Bands = job->outBands;
+    out->Type = VIPS_INTERPRETATION_sRGB;
+    if (vips_image_generate(out, vips_start_one, GenerateEdges, vips_stop_one, in, job))
+        throw VError();
+    return result;
+}
+
+StreamFailure::Stage Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId,
+                          HResult code) {
+    failure.stage = stage;
+    failure.errorId = errorId;
+    failure.code = code;
+    return stage;
+}
+
+HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
+                const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
+                const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure) {
+    CDecodeStream stream;
+    HResult code = stream.Open(data, size, limits, &failure.declared);
+    if (Failed(code)) {
+        Fail(failure, StreamFailure::kLoad, 0, code);
+        return code;
+    }
+    const Size full = stream.DeclaredSize();
+    Size fitted;
+    const u32 shrinkError = shrinkStep.FittedSize(full.cx, full.cy, fitted);
+    if (shrinkError != 0) {
+        Fail(failure, StreamFailure::kShrink, shrinkError, 0);
+        return hr::kFail;
+    }
+    const bool resize = fitted.cx != full.cx || fitted.cy != full.cy;
+    if (resize && output.reduceWhileDecoding)
+        stream.ReduceFor(fitted.cx, fitted.cy);
+
+    VImage rgba = stream.Rgba();
+    const bool sourceOpaque = !stream.HasAlpha();
+    if (resize || rgba.width() != fitted.cx || rgba.height() != fitted.cy) {
+        const double reduction = stream.Reduction();
+        rgba = ResampleRgba(rgba, fitted.cx, fitted.cy, interp::kHighQuality, sourceOpaque,
+                            full.cx / reduction, full.cy / reduction);
+    }
+
+    auto* job = new CEdgeJob;
+    const double radius = ResolveLength(roundStep.radius, fitted.cx, fitted.cy);
+    const double fade = ResolveLength(roundStep.blurWidth, fitted.cx, fitted.cy);
+    code = job->plan.Build(fitted.cx, fitted.cy, roundStep.corners, roundStep.edges, radius, fade);
+    if (Failed(code)) {
+        delete job;
+        Fail(failure, StreamFailure::kRound, CRoundStep::kRoundFailed, code);
+        return code;
+    }
+    job->fill = !(roundStep.transparent && output.keepAlpha);
+    const u32 argb = ColorRefToArgb(roundStep.backgroundColor);
+    job->background[0] = static_cast<u8>(argb >> 16);
+    job->background[1] = static_cast<u8>(argb >> 8);
+    job->background[2] = static_cast<u8>(argb);
+    job->sourceOpaque = sourceOpaque;
+    job->outBands = output.jpeg && job->fill ? 3 : 4;
+    const CEdgeJob& watched = *job;
+    VImage finished = ApplyEdges(rgba, job);
+
+    code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, out)
+                       : EncodePngRows(finished, out);
+    // A damaged source shows while its rows are read, that is, while the encoder runs.
+    if (watched.sourceFailed || stream.Damaged()) {
+        out.clear();
+        Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
+        return hr::kNotImpl;
+    }
+    if (Failed(code))
+        Fail(failure, StreamFailure::kSave, 0, code);
+    return code;
+}
+
+} // namespace
+
+HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
+                      const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
+                      const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure) {
+    failure = StreamFailure();
+    out.clear();
+    if (!EnsureVipsStarted()) {
+        Fail(failure, StreamFailure::kLoad, 0, hr::kFail);
+        return hr::kFail;
+    }
+    try {
+        const HResult code =
+            Convert(data, size, limits, shrinkStep, roundStep, output, out, failure);
+        vips_error_clear();
+        return code;
+    } catch (const VError&) {
+        vips_error_clear();
+        out.clear();
+        // Only the loader's and the resampler's pipelines are built before the encoder runs.
+        Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
+        return hr::kNotImpl;
+    } catch (const std::bad_alloc&) {
+        out.clear();
+        Fail(failure, StreamFailure::kLoad, 0, hr::kOutOfMemory);
+        return hr::kOutOfMemory;
+    }
+}

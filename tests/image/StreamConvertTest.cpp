@@ -1,0 +1,248 @@
+// Tests of the streamed conversion: its files against those of the whole-image steps, its
+// failures by stage, and the quality of a JPEG decoded at a reduced size.
+#include "image/StreamConvert.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "PixelTestUtil.h"
+#include "image/Background.h"
+#include "image/Codec.h"
+#include "tools/Scene.h"
+
+namespace {
+
+using namespace testutil;
+
+struct Source {
+    const char* name;
+    std::vector<u8> bytes;
+};
+
+// The whole-image road: decode, the two steps, the background, the encoder; as the task ran it
+// before files were streamed.
+HResult ConvertWhole(const std::vector<u8>& source, const CShrinkStep& shrinkSettings,
+                     const CRoundStep& roundSettings, const StreamOutput& output,
+                     std::vector<u8>& out) {
+    CDibPtr image;
+    HResult code = DecodeImage(source.data(), source.size(), image);
+    if (Failed(code))
+        return code;
+    CShrinkStep shrink;
+    shrink.SetSettings(shrinkSettings.Settings());
+    shrink.source = image;
+    shrink.Run();
+    if (shrink.errorId != 0)
+        return hr::kFail;
+    CRoundStep round;
+    round.SetSettings(roundSettings.Settings());
+    round.source = shrink.result;
+    round.Run();
+    if (round.errorId != 0)
+        return hr::kFail;
+    CDibPtr result = round.result;
+    if (!(round.transparent && output.keepAlpha)) {
+        code = FillBackground(result, *round.result, round.backgroundColor);
+        if (Failed(code))
+            return code;
+    }
+    return output.jpeg ? EncodeJpeg(*result, output.jpegQuality, out)
+                       : EncodePng(*result, true, out);
+}
+
+std::vector<u8> Encoded(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
+                        const char* suffix, CTempDir& dir) {
+    const std::string path = dir.File(std::string("source") + suffix);
+    SaveWithVips(path, pixels, width, height, bands);
+    return ReadBytes(path);
+}
+
+std::vector<Source> Sources(CTempDir& dir) {
+    const i32 w = 211;
+    const i32 h = 143;
+    const std::vector<u8> rgb = TestPictureRgb(w, h);
+    std::vector<u8> rgba;
+    for (size_t i = 0; i < rgb.size(); i += 3) {
+        rgba.insert(rgba.end(), rgb.begin() + static_cast<std::ptrdiff_t>(i),
+                    rgb.begin() + static_cast<std::ptrdiff_t>(i) + 3);
+        rgba.push_back(static_cast<u8>((i / 3 * 37) % 256));
+    }
+    std::vector<u8> grey;
+    for (size_t i = 0; i < rgb.size(); i += 3)
+        grey.push_back(rgb[i + 1]);
+    return {{"jpeg", Encoded(rgb, w, h, 3, ".jpg", dir)},
+            {"png rgb", Encoded(rgb, w, h, 3, ".png", dir)},
+            {"png rgba", Encoded(rgba, w, h, 4, ".png", dir)},
+            {"png grey", Encoded(grey, w, h, 1, ".png", dir)}};
+}
+
+// Decodes an encoded output for a pixel comparison.
+CDibPtr Pixels(const std::vector<u8>& encoded) {
+    CDibPtr image;
+    EXPECT_EQ(DecodeImage(encoded.data(), encoded.size(), image), 0u);
+    return image;
+}
+
+TEST(StreamConvertTest, WithoutAShrinkTheFilesAreThoseOfTheWholeImageByteForByte) {
+    CTempDir dir;
+    CShrinkStep shrink;
+    shrink.shrinkType = 0;
+    for (const Source& source : Sources(dir)) {
+        for (int settings = 0; settings < 4; ++settings) {
+            CRoundStep round;
+            round.corners = settings == 1 ? 5 : 15;
+            round.edges = settings == 2 ? 10 : 15;
+            round.radius = settings == 3 ? LengthValue{lengthunit::kShortEdgeShare, 0, 250}
+                                         : LengthValue{lengthunit::kPixels, 100, 0};
+            round.blurWidth = settings == 3 ? LengthValue{lengthunit::kShortEdgeShare, 0, 80}
+                                            : LengthValue{lengthunit::kPixels, 37, 0};
+            round.backgroundColor = 0x00336699;
+            for (int kind = 0; kind < 3; ++kind) {
+                StreamOutput output;
+                output.jpeg = kind == 0;
+                output.keepAlpha = kind == 2;
+                round.transparent = kind == 2;
+                std::vector<u8> streamed;
+                std::vector<u8> whole;
+                StreamFailure failure;
+                ASSERT_EQ(ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
+                                        output, streamed, failure),
+                          0u)
+                    << source.name;
+                EXPECT_EQ(failure.stage, StreamFailure::kNone);
+                EXPECT_EQ(failure.declared.cx, 211);
+                ASSERT_EQ(ConvertWhole(source.bytes, shrink, round, output, whole), 0u);
+                EXPECT_FALSE(streamed.empty());
+                EXPECT_TRUE(streamed == whole)
+                    << source.name << " settings " << settings << " kind " << kind;
+            }
+        }
+    }
+}
+
+TEST(StreamConvertTest, AShrinkGivesTheWholeImagesPixelsWithinALevel) {
+    CTempDir dir;
+    CShrinkStep shrink;
+    shrink.shrinkType = 1;
+    shrink.customWidth = 97;
+    shrink.customHeight = 1000;
+    CRoundStep round;
+    StreamOutput output; // PNG, so that the comparison sees the pixels themselves
+    for (bool transparent : {false, true}) {
+        round.transparent = transparent;
+        output.keepAlpha = transparent;
+        for (const Source& source : Sources(dir)) {
+            std::vector<u8> streamed;
+            std::vector<u8> whole;
+            StreamFailure failure;
+            ASSERT_EQ(ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
+                                    output, streamed, failure),
+                      0u)
+                << source.name;
+            ASSERT_EQ(ConvertWhole(source.bytes, shrink, round, output, whole), 0u);
+            CDibPtr a = Pixels(streamed);
+            CDibPtr b = Pixels(whole);
+            ASSERT_TRUE(a && b);
+            EXPECT_EQ(a->Width(), 97);
+            EXPECT_EQ(a->Height(), 66);
+            EXPECT_TRUE(PixelsNear(*a, *b, 1)) << source.name;
+        }
+    }
+}
+
+TEST(StreamConvertTest, FailuresNameTheirStage) {
+    CTempDir dir;
+    const std::vector<u8> jpeg = Sources(dir)[0].bytes;
+    CShrinkStep shrink;
+    CRoundStep round;
+    StreamOutput output;
+    std::vector<u8> out;
+    StreamFailure failure;
+
+    const std::vector<u8> words = {'n', 'o', ' ', 'i', 'm', 'a', 'g', 'e'};
+    EXPECT_EQ(ConvertStream(words.data(), words.size(), {}, shrink, round, output, out, failure),
+              hr::kNotImpl);
+    EXPECT_EQ(failure.stage, StreamFailure::kLoad);
+
+    // Cut in the middle of its rows: the header reads, the rows do not.
+    const std::vector<u8> cut(jpeg.begin(),
+                              jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2));
+    EXPECT_EQ(ConvertStream(cut.data(), cut.size(), {}, shrink, round, output, out, failure),
+              hr::kNotImpl);
+    EXPECT_EQ(failure.stage, StreamFailure::kLoad);
+    EXPECT_EQ(failure.declared.cx, 211);
+    EXPECT_TRUE(out.empty());
+
+    CDecodeLimits small;
+    small.maxPixels = 211 * 143 - 1;
+    EXPECT_EQ(ConvertStream(jpeg.data(), jpeg.size(), small, shrink, round, output, out, failure),
+              hr::kImageTooLarge);
+    EXPECT_EQ(failure.stage, StreamFailure::kLoad);
+    EXPECT_EQ(failure.declared.cy, 143);
+
+    shrink.shrinkType = 7;
+    EXPECT_TRUE(
+        Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
+    EXPECT_EQ(failure.stage, StreamFailure::kShrink);
+    EXPECT_EQ(failure.errorId, CShrinkStep::kUnknownType);
+    shrink.shrinkType = 1;
+    shrink.customWidth = 0;
+    EXPECT_TRUE(
+        Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
+    EXPECT_EQ(failure.stage, StreamFailure::kShrink);
+    EXPECT_EQ(failure.errorId, CShrinkStep::kZeroSize);
+}
+
+// Peak signal to noise ratio of two images of one size, over the colour bytes, in decibels.
+double Psnr(const CDib& a, const CDib& b) {
+    double sum = 0;
+    size_t count = 0;
+    for (i32 y = 0; y < a.Height(); ++y) {
+        for (i32 x = 0; x < a.Width(); ++x) {
+            for (int c = 0; c < 3; ++c) {
+                const double d = a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c];
+                sum += d * d;
+                ++count;
+            }
+        }
+    }
+    return sum == 0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 / (sum / count));
+}
+
+TEST(StreamConvertTest, AJpegDecodedSmallerStaysAboveFortyDecibels) {
+    CTempDir dir;
+    // A photograph-like picture: sky, hills, trees, ripples on water and fine grain.
+    const i32 w = 1603;
+    const i32 h = 1201;
+    const std::vector<u8> rgb = PaintScene(w, h);
+    const std::vector<u8> jpeg = Encoded(rgb, w, h, 3, ".jpg", dir);
+    CRoundStep round;
+    StreamOutput output;
+    // Fits that the decoder halves (a sixth of the size or less) and one that it does not.
+    for (i32 box : {267, 199, 100, 300}) {
+        CShrinkStep shrink;
+        shrink.shrinkType = 1;
+        shrink.customWidth = box;
+        shrink.customHeight = box;
+        std::vector<u8> full;
+        std::vector<u8> reduced;
+        StreamFailure failure;
+        ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, full, failure),
+                  0u);
+        output.reduceWhileDecoding = true;
+        ASSERT_EQ(
+            ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, reduced, failure),
+            0u);
+        output.reduceWhileDecoding = false;
+        CDibPtr a = Pixels(full);
+        CDibPtr b = Pixels(reduced);
+        ASSERT_TRUE(a && b);
+        ASSERT_EQ(a->Width(), b->Width());
+        ASSERT_EQ(a->Height(), b->Height());
+        EXPECT_GE(Psnr(*a, *b), 40.0) << box;
+        EXPECT_EQ(full == reduced, box == 300) << box;
+    }
+}
+
+} // namespace
