@@ -111,25 +111,33 @@ void ShowInExplorer(const std::wstring& path, ShellFailureHandler onFailure) {
     if (folder.empty())
         folder.assign(1, PathSeparator());
     // The item goes inside a GVariant string literal; percent-encoding leaves no quote in it.
-    std::string items = "['" + FileUri(path) + "']";
+    const std::vector<std::string> argv{"gdbus",
+                                        "call",
+                                        "--session",
+                                        "--timeout",
+                                        "5",
+                                        "--dest",
+                                        "org.freedesktop.FileManager1",
+                                        "--object-path",
+                                        "/org/freedesktop/FileManager1",
+                                        "--method",
+                                        "org.freedesktop.FileManager1.ShowItems",
+                                        "['" + FileUri(path) + "']",
+                                        ""};
+    // The fall-back runs where the watch calls back, so its own failure to start is reported
+    // there rather than thrown.
+    auto openFolderOnFailure = [folder, onFailure](int status) {
+        if (status == 0)
+            return;
+        try {
+            ShellOpen(folder, L"", onFailure);
+        } catch (const my::CException& failure) {
+            if (onFailure)
+                onFailure(failure);
+        }
+    };
     int startErrno = 0;
-    bool started = StartProgram({"gdbus", "call", "--session", "--timeout", "5", "--dest",
-                                 "org.freedesktop.FileManager1", "--object-path",
-                                 "/org/freedesktop/FileManager1", "--method",
-                                 "org.freedesktop.FileManager1.ShowItems", items, ""},
-                                startErrno, [folder, onFailure](int status) {
-                                    if (status == 0)
-                                        return;
-                                    // This runs where the watch calls back: a fall-back that cannot
-                                    // start is reported, not thrown.
-                                    try {
-                                        ShellOpen(folder, L"", onFailure);
-                                    } catch (const my::CException& failure) {
-                                        if (onFailure)
-                                            onFailure(failure);
-                                    }
-                                });
-    if (!started)
+    if (!StartProgram(argv, startErrno, openFolderOnFailure))
         ShellOpen(folder, L"", onFailure);
 }
 
