@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include <QTest>
 
@@ -136,31 +135,4 @@ TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverWithoutWaitingAndALateFai
         << "xdg-open's 4 (the action failed) has no program for it";
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + folder.string() + "\n--\n");
-}
-
-TEST_F(CommandExplorerTest, WithoutAFileManagerTheFilesFolderOpensAndItsFailureIsShown) {
-    CQtChildWatch watch;
-    CStandInShell shell;
-    shell.Set("gdbus", 1);
-    shell.Set("xdg-open", 2, true);
-    const std::filesystem::path file = shell.Dir() / "写真 1.png";
-    std::ofstream(file) << "x";
-    CRecordingMsg msg;
-    CCommandExplorer command(&msg);
-    command.path = FromFileSystemPath(file.string());
-
-    command.Execute(true, false);
-    // The fall-back starts on this thread when the D-Bus call's failure arrives.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return shell.Started("xdg-open"); }, kArrivalBoundMs))
-        << "the folder opens when ShowItems fails";
-    EXPECT_TRUE(msg.boxes.empty());
-    shell.Release("xdg-open");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !msg.boxes.empty(); }, kArrivalBoundMs));
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, ComposeError(58831, ResultText(0x80070002),
-                                              FromFileSystemPath(shell.Dir().string()) + L" "));
-    std::string calls = shell.Calls();
-    EXPECT_EQ(calls.rfind("gdbus\ncall\n", 0), 0u) << calls;
-    EXPECT_NE(calls.find("--\nxdg-open\n" + shell.Dir().string() + "\n--\n"), std::string::npos)
-        << calls;
 }
