@@ -43,3 +43,11 @@ bool CCommand::CanExecute() {
 }
 
 void CCommand::OnExecute(bool) {}
+
+std::function<void(const my::CException&)> CCommand::LateFailureHandler() const {
+    CMsg* target = msg;
+    return [target](const my::CException& failure) {
+        if (target)
+            target->Error(failure);
+    };
+}

@@ -1,6 +1,8 @@
 // The base of every command: one act, run behind a guard that shows its failure in a box.
 #pragma once
 
+#include <functional>
+
 #include "foundation/Exception.h"
 
 class CMsg;
@@ -21,6 +23,11 @@ public:
     virtual bool CanExecute();
     // The body; the base class does nothing.
     virtual void OnExecute(bool run);
+
+    // Shows a failure that arrives after the body has returned (a helper program's answer) as
+    // Execute shows one that the body throws. The handler holds the message object, not the
+    // command.
+    std::function<void(const my::CException&)> LateFailureHandler() const;
 
     CMsg* msg; // not owned; the program's one message object
 };

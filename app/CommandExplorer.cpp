@@ -20,10 +20,10 @@ void CCommandExplorer::OnExecute(bool run) {
         target = NearestExistingFolder(target);
     }
     if (openFolder && IsDirectory(target)) {
-        ShellOpen(target, L"");
+        ShellOpen(target, L"", LateFailureHandler());
         return;
     }
-    ShowInExplorer(target);
+    ShowInExplorer(target, LateFailureHandler());
 }
 
 namespace lvx {

@@ -9,5 +9,5 @@ void CCommandOpenUrl::OnExecute(bool run) {
         return;
     std::wstring address;
     LoadResString(address, stringId, true);
-    ShellOpen(address, L"");
+    ShellOpen(address, L"", LateFailureHandler());
 }

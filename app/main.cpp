@@ -16,6 +16,7 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/Codec.h"
+#include "platform/qt/QtChildWatch.h"
 #include "platform/qt/QtOwnParts.h"
 #include "platform/qt/QtStartGuard.h"
 #include "platform/qt/TerminationSignal.h"
@@ -62,6 +63,9 @@ int Run(char* programPath) {
     StartLog();
     int code = 1;
     {
+        // The desktop's helpers report their end on this thread; their answers are dropped once
+        // the frame and the commands are gone.
+        CQtChildWatch childWatch;
         lvx::CMainFrame frame;
         CCommandTable commands;
         // SIGTERM ends the session as the desktop's log-out does: the settings are saved first.

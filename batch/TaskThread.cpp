@@ -1,22 +1,34 @@
 // The worker thread and its pool.
 #include "batch/TaskThread.h"
 
-#include <sched.h>
-
 #include <chrono>
 #include <system_error>
+
+#include "foundation/ThreadPriority.h"
+#include "image/Codec.h"
 
 namespace {
 
 std::atomic<u32> g_nextThreadId{1};
 
 // Idle priority for the calling thread: it only gets the processors when nothing else wants them.
+// A refusal leaves the normal priority.
 void LowerPriority(i32 priority) {
-    if (priority > -15)
-        return;
-    sched_param param{};
-    param.sched_priority = 0;
-    sched_setscheduler(0, SCHED_IDLE, &param); // a refusal leaves the normal priority
+    if (priority <= -15)
+        SetIdlePriority();
+}
+
+// The pixel work of a file runs on libvips' worker threads, not on the worker itself. The pool is
+// shared by the whole process and kept between pipelines, and its threads were made by whichever
+// thread first needed them, often the main thread for the previews: they do not inherit the
+// worker's policy. So before each file every one of them goes idle too; threads that libvips adds
+// during a file are made by idle threads and inherit the policy. No thread comes back from the
+// idle policy without privileges, so from the first batch on the previews' pixel work also runs at
+// idle priority: while other programs keep every processor busy, a preview (and the window, which
+// waits for it) is slower than it would be at normal priority.
+void LowerVipsWorkers(i32 priority) {
+    if (priority <= -15)
+        SetIdlePriorityOfThreadsNamed(kVipsWorkerThreadName);
 }
 
 } // namespace
@@ -121,6 +133,7 @@ u32 CMultiTaskThread::ThreadMain() {
         if (!current)
             return 0;
         current->terminable = this;
+        LowerVipsWorkers(priority);
         current->Run();
     }
     current.reset();

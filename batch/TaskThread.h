@@ -1,5 +1,7 @@
 // The worker that runs conversion tasks off the main thread: one thread at idle priority that
 // pops tasks in order until the list is empty or it is told to stop, and the pool that holds it.
+// libvips' worker threads, which do the pixel work of the tasks, go to idle priority before each
+// task as well.
 //
 // Threads: the main thread makes, starts, stops and waits for workers and adds tasks; the worker
 // pops and runs them. A stop takes effect between tasks; the file read of a running task also

@@ -15,6 +15,10 @@ bool EnsureVipsStarted();
 // Shuts libvips down at the end of the program, after the last image operation.
 void StopVips();
 
+// The name that libvips gives the threads of its process-wide pool. They do the pixel work of
+// every pipeline, whichever thread runs it, and are kept for the next one.
+inline constexpr char kVipsWorkerThreadName[] = "libvips worker";
+
 // Decodes the first image of an encoded buffer into a new 32-bit straight-alpha bottom-up image,
 // with the file's resolution in the header. Opaque sources get alpha 255. BMP goes through our
 // own reader (image/BmpReader.h); JPEG, PNG, GIF, TIFF, WebP and HEIF/AVIF through libvips; any

@@ -2,15 +2,9 @@
 #include "platform/Shell.h"
 
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
-#include <memory>
-#include <mutex>
-#include <thread>
 
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
@@ -22,23 +16,10 @@ extern char** environ;
 namespace {
 
 constexpr i32 kIdShellFailed = 58831;
-// How long a hand-over waits for the helper to fail before it counts as started.
-constexpr int kHandOverWaitMs = 3000;
-
-struct Outcome {
-    std::mutex lock;
-    std::condition_variable changed;
-    bool ended = false;
-    int status = 0;
-};
 
 // xdg-open's exit status as the shell's answer: 0 success, 1 bad arguments, 2 no such file,
 // 3 no tool for it, 4 the action failed.
-i32 ShellValueOfXdgOpen(int status, int startErrno) {
-    if (status == kStillRunning)
-        return 42;
-    if (status < 0)
-        return startErrno == ENOMEM ? 8 : 31;
+i32 ShellValueOfXdgOpen(int status) {
     switch (status) {
     case 0:
         return 42;
@@ -51,9 +32,15 @@ i32 ShellValueOfXdgOpen(int status, int startErrno) {
     }
 }
 
+my::CException ShellFailure(i32 value, const std::wstring& file, const std::wstring& parameters) {
+    return my::CException(kIdShellFailed, ResultFromWin32(ShellResultToWin32(value)),
+                          file + L" " + parameters);
+}
+
 } // namespace
 
-int RunProgram(const std::vector<std::string>& argv, int& startErrno, int waitMs) {
+bool StartProgram(const std::vector<std::string>& argv, int& startErrno,
+                  CChildWatch::EndHandler onEnd) {
     startErrno = 0;
     std::vector<char*> args;
     for (const std::string& a : argv)
@@ -63,31 +50,10 @@ int RunProgram(const std::vector<std::string>& argv, int& startErrno, int waitMs
     int rc = ::posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ);
     if (rc != 0) {
         startErrno = rc;
-        return -1;
+        return false;
     }
-    // A reaper thread owns the child: it waits for the end and reports it, so a child that outlives
-    // our wait leaves no zombie behind.
-    auto outcome = std::make_shared<Outcome>();
-    std::thread([pid, outcome] {
-        int status = 0;
-        pid_t got;
-        do {
-            got = ::waitpid(pid, &status, 0);
-        } while (got < 0 && errno == EINTR);
-        std::lock_guard<std::mutex> guard(outcome->lock);
-        outcome->status = got < 0             ? -1
-                          : WIFEXITED(status) ? WEXITSTATUS(status)
-                                              : 128 + WTERMSIG(status);
-        outcome->ended = true;
-        outcome->changed.notify_all();
-    }).detach();
-    std::unique_lock<std::mutex> guard(outcome->lock);
-    auto ended = [&] { return outcome->ended; };
-    if (waitMs < 0)
-        outcome->changed.wait(guard, ended);
-    else if (!outcome->changed.wait_for(guard, std::chrono::milliseconds(waitMs), ended))
-        return kStillRunning;
-    return outcome->status;
+    CChildWatch::Current().Watch(pid, std::move(onEnd));
+    return true;
 }
 
 i32 ShellResultToWin32(i32 value) {
@@ -123,33 +89,56 @@ i32 ShellResultToWin32(i32 value) {
     }
 }
 
-void ShellOpen(const std::wstring& file, const std::wstring& parameters) {
+void ShellOpen(const std::wstring& file, const std::wstring& parameters,
+               ShellFailureHandler onFailure) {
     std::vector<std::string> argv{"xdg-open", Utf8FromWide(file)};
     if (!parameters.empty())
         argv.push_back(Utf8FromWide(parameters));
     int startErrno = 0;
-    int status = RunProgram(argv, startErrno, kHandOverWaitMs);
-    i32 code = ShellResultToWin32(ShellValueOfXdgOpen(status, startErrno));
-    if (code == 0)
-        return;
-    throw my::CException(kIdShellFailed, ResultFromWin32(code), file + L" " + parameters);
+    bool started = StartProgram(argv, startErrno, [file, parameters, onFailure](int status) {
+        i32 value = ShellValueOfXdgOpen(status);
+        if (ShellResultToWin32(value) != 0 && onFailure)
+            onFailure(ShellFailure(value, file, parameters));
+    });
+    if (!started)
+        throw ShellFailure(startErrno == ENOMEM ? 8 : 31, file, parameters);
 }
 
-void ShowInExplorer(const std::wstring& path) {
+void ShowInExplorer(const std::wstring& path, ShellFailureHandler onFailure) {
     if (!FileExists(path))
         throw my::CException(kIdShellFailed, HResult{0x80070003}, path);
-    // The item goes inside a GVariant string literal; percent-encoding leaves no quote in it.
-    std::string items = "['" + FileUri(path) + "']";
-    int startErrno = 0;
-    int status = RunProgram({"gdbus", "call", "--session", "--timeout", "5", "--dest",
-                             "org.freedesktop.FileManager1", "--object-path",
-                             "/org/freedesktop/FileManager1", "--method",
-                             "org.freedesktop.FileManager1.ShowItems", items, ""},
-                            startErrno, kHandOverWaitMs);
-    if (status == 0)
-        return;
     std::wstring folder = IsDirectory(path) ? path : ParentPath(path);
-    ShellOpen(folder.empty() ? std::wstring(1, PathSeparator()) : folder, L"");
+    if (folder.empty())
+        folder.assign(1, PathSeparator());
+    // The item goes inside a GVariant string literal; percent-encoding leaves no quote in it.
+    const std::vector<std::string> argv{"gdbus",
+                                        "call",
+                                        "--session",
+                                        "--timeout",
+                                        "5",
+                                        "--dest",
+                                        "org.freedesktop.FileManager1",
+                                        "--object-path",
+                                        "/org/freedesktop/FileManager1",
+                                        "--method",
+                                        "org.freedesktop.FileManager1.ShowItems",
+                                        "['" + FileUri(path) + "']",
+                                        ""};
+    // The fall-back runs where the watch calls back, so its own failure to start is reported
+    // there rather than thrown.
+    auto openFolderOnFailure = [folder, onFailure](int status) {
+        if (status == 0)
+            return;
+        try {
+            ShellOpen(folder, L"", onFailure);
+        } catch (const my::CException& failure) {
+            if (onFailure)
+                onFailure(failure);
+        }
+    };
+    int startErrno = 0;
+    if (!StartProgram(argv, startErrno, openFolderOnFailure))
+        ShellOpen(folder, L"", onFailure);
 }
 
 std::string FileUri(const std::wstring& path) {

@@ -2,14 +2,13 @@
 #include "ui/AboutDlg.h"
 
 #include <QApplication>
-#include <QDesktopServices>
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QUrl>
 
 #include "foundation/ResString.h"
 #include "persist/AppInfo.h"
+#include "platform/Shell.h"
 #include "ui/AppIcon.h"
 #include "ui/ControlId.h"
 #include "ui/ControlText.h"
@@ -43,7 +42,7 @@ void FitWidth(QLabel* label) {
 
 } // namespace
 
-CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner) {
+CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep) {
     setWindowTitle(Text(uistr::kAboutCaption));
     setModal(true);
     CDialogUnits du(font());
@@ -85,6 +84,15 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner) {
 void CAboutDlg::OpenLink() {
     std::wstring address;
     GetControlTextTrimmed(link_, address, true);
-    if (address.empty() || !QDesktopServices::openUrl(QUrl(QString::fromStdWString(address))))
-        QApplication::beep();
+    // The opener may answer after the box has gone: the handler holds its own copy of the beep.
+    std::function<void()> onFailure = beep;
+    if (address.empty()) {
+        onFailure();
+        return;
+    }
+    try {
+        ShellOpen(address, L"", [onFailure](const my::CException&) { onFailure(); });
+    } catch (const my::CException&) {
+        onFailure();
+    }
 }

@@ -1,16 +1,21 @@
-// Tests of the show-in-file-manager command: its target from a path or from an item ID list.
-// Targets point at missing paths and the question is answered with Cancel, so no shell runs.
+// Tests of the show-in-file-manager command: its target from a path or from an item ID list,
+// and the hand-over to the desktop's helpers, which stand-ins on PATH play.
 #include "app/CommandExplorer.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
+#include <QTest>
+
+#include "../platform/StandInShell.h"
 #include "../ui/QtTestApp.h"
 #include "../ui/RecordingMsg.h"
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
+#include "foundation/Paths.h"
 #include "foundation/ResString.h"
+#include "platform/qt/QtChildWatch.h"
 
 namespace {
 
@@ -30,12 +35,19 @@ std::string MissingFileUri() {
     return "file://" + folder + "/lvx%20no%20such%20folder/%E5%86%99.png";
 }
 
+// A generous bound for a helper's end to arrive; it only keeps a broken test from hanging.
+constexpr int kArrivalBoundMs = 30000;
+
 class CommandExplorerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         TestApp();
         SetUiLanguage(1041);
+        savedOutputPath_ = TheSetting().outputPath;
     }
+    void TearDown() override { TheSetting().outputPath = savedOutputPath_; }
+
+    std::wstring savedOutputPath_;
 };
 
 } // namespace
@@ -97,4 +109,30 @@ TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
     EXPECT_EQ(command.path, TheSetting().outputPath);
     EXPECT_TRUE(command.openFolder);
     TheSetting().outputPath = saved;
+}
+
+TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverWithoutWaitingAndALateFailureIsShown) {
+    CQtChildWatch watch;
+    CStandInShell shell;
+    shell.Set("xdg-open", 4, true);
+    // A folder name that is not UTF-8 reaches the opener byte for byte.
+    const std::filesystem::path folder = shell.Dir() / "caf\xE9 \xE5\x87\xBA\xE5\x8A\x9B";
+    std::filesystem::create_directories(folder);
+    TheSetting().outputPath = FromFileSystemPath(folder.string());
+    CRecordingMsg msg;
+    lvx::CCommandExplorerOutputPath command(&msg);
+
+    command.Execute(true, false);
+    ASSERT_TRUE(shell.WaitUntilStarted("xdg-open"));
+    EXPECT_FALSE(shell.Released("xdg-open")) << "the command returned while the opener waited";
+    EXPECT_TRUE(msg.boxes.empty());
+
+    shell.Release("xdg-open");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !msg.boxes.empty(); }, kArrivalBoundMs));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text,
+              ComposeError(58831, ResultText(0x80070483), TheSetting().outputPath + L" "))
+        << "xdg-open's 4 (the action failed) has no program for it";
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(shell.Calls(), "xdg-open\n" + folder.string() + "\n--\n");
 }

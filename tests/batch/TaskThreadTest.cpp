@@ -3,7 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+#include <unistd.h>
+
+#include <future>
+
+#include <vips/vips.h>
+
 #include "GateClient.h"
+#include "TaskTestFiles.h"
+#include "foundation/ThreadPriority.h"
+#include "image/Codec.h"
+#include "image/ImageIo.h"
 
 namespace {
 
@@ -103,6 +114,79 @@ TEST(TaskThreadTest, StopAllOnAnIdlePoolMovesThePendingTasks) {
     EXPECT_FALSE(pool.AnyRunning());
     pool.StopWaitAndClear(kWaitForever);
     EXPECT_EQ(pool.cancelled.Count(), 0u);
+}
+
+// The policies of libvips' worker threads, in no particular order.
+std::vector<int> VipsWorkerPolicies() {
+    std::vector<int> policies;
+    for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
+        policies.push_back(::sched_getscheduler(tid));
+    return policies;
+}
+
+// A thread that libvips' own thread maker starts, on the calling thread's policy, under the name
+// of the pool's workers; it waits until the object goes. libvips' pool only grows when its load
+// asks for it, and a worker that an earlier test of the process has put at idle priority stays
+// there: this one stands for a worker that the main thread has made.
+class CMainThreadVipsWorker {
+public:
+    CMainThreadVipsWorker() {
+        release_ = released_.get_future().share();
+        thread_ = vips_g_thread_new(kVipsWorkerThreadName, &CMainThreadVipsWorker::Park, this);
+        tid_ = started_.get_future().get();
+    }
+    ~CMainThreadVipsWorker() {
+        released_.set_value();
+        g_thread_join(thread_);
+    }
+    pid_t Tid() const { return tid_; }
+
+private:
+    static gpointer Park(gpointer self) {
+        auto* worker = static_cast<CMainThreadVipsWorker*>(self);
+        std::shared_future<void> release = worker->release_;
+        worker->started_.set_value(::gettid());
+        release.wait();
+        return nullptr;
+    }
+
+    std::promise<pid_t> started_;
+    std::promise<void> released_;
+    std::shared_future<void> release_;
+    GThread* thread_ = nullptr;
+    pid_t tid_ = 0;
+};
+
+TEST(TaskThreadTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterABatchFile) {
+    auto dir = testfiles::FreshDir("idle-workers");
+    // The main thread encodes and decodes first, as the previews do: in a fresh process libvips'
+    // pool then holds workers that this thread made, at normal priority.
+    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(640, 480, 10, 120, 230), L"image/jpeg",
+                                 dir / "photo.jpg"));
+    CDibPtr preview;
+    ASSERT_EQ(LoadImageFile(preview, testfiles::W(dir / "photo.jpg")), 0u);
+    CMainThreadVipsWorker parked;
+    ASSERT_EQ(::sched_getscheduler(parked.Tid()), SCHED_OTHER);
+    std::vector<int> before = VipsWorkerPolicies();
+
+    CGateClient gate;
+    gate.Open();
+    CTaskThreadPool pool;
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(testfiles::W(dir / "photo.jpg"), testfiles::W(dir / "out" / "photo.png"), &gate);
+    ASSERT_EQ(task->PrepareEncoder(1, 80), 0u);
+    pool.Add(task);
+    ASSERT_TRUE(pool.threads[0]->Start());
+    ASSERT_TRUE(pool.threads[0]->Wait(kWaitForever));
+    ASSERT_EQ(gate.FinishedCount(), 1u);
+    ASSERT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
+
+    EXPECT_EQ(::sched_getscheduler(parked.Tid()), SCHED_IDLE);
+    std::vector<int> after = VipsWorkerPolicies();
+    ASSERT_GE(after.size(), before.size());
+    EXPECT_EQ(std::count(after.begin(), after.end(), SCHED_IDLE),
+              static_cast<std::ptrdiff_t>(after.size()));
+    EXPECT_EQ(::sched_getscheduler(0), SCHED_OTHER) << "the calling thread keeps its policy";
 }
 
 } // namespace

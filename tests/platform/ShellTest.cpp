@@ -1,16 +1,15 @@
-// Tests of the desktop hand-over with recording stand-ins for xdg-open and gdbus first on PATH.
+// Tests of the desktop hand-over with stand-ins for xdg-open and gdbus first on PATH. A recording
+// child watch holds the children, so that a test decides when their answers arrive.
 #include "platform/Shell.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <vector>
 
+#include "StandInShell.h"
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
@@ -18,118 +17,185 @@
 
 namespace {
 
-// Puts scripts named xdg-open and gdbus first on PATH. Each appends its arguments, one per line
-// and then "--", to a log, and exits with the status in XDG_OPEN_STATUS / GDBUS_STATUS.
+// Keeps the children that it is given; Finish waits for each in turn on the test's thread and
+// calls back, children that the callbacks start included.
+class CRecordingChildWatch : public CChildWatch {
+public:
+    CRecordingChildWatch() : previous_(Install(this)) {}
+    ~CRecordingChildWatch() override {
+        Install(previous_);
+        for (auto& child : pending)
+            previous_->Watch(child.pid, {});
+    }
+
+    void Watch(pid_t pid, EndHandler onEnd) override { pending.push_back({pid, std::move(onEnd)}); }
+
+    void Finish() {
+        while (!pending.empty()) {
+            Child child = std::move(pending.front());
+            pending.pop_front();
+            int status = Reap(child.pid);
+            if (child.onEnd)
+                child.onEnd(status);
+        }
+    }
+
+    struct Child {
+        pid_t pid;
+        EndHandler onEnd;
+    };
+    std::deque<Child> pending;
+
+private:
+    CChildWatch* previous_;
+};
+
 class ShellTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetUiLanguage(1041);
-        dir_ = std::filesystem::temp_directory_path() / ("lvx-shell-" + std::to_string(::getpid()));
-        std::filesystem::remove_all(dir_);
-        std::filesystem::create_directories(dir_ / "bin");
-        log_ = dir_ / "calls.log";
-        WriteStandIn("xdg-open", "XDG_OPEN_STATUS");
-        WriteStandIn("gdbus", "GDBUS_STATUS");
-        oldPath_ = std::getenv("PATH") ? std::getenv("PATH") : "";
-        ::setenv("PATH", ((dir_ / "bin").string() + ":" + oldPath_).c_str(), 1);
-        ::setenv("XDG_OPEN_STATUS", "0", 1);
-        ::setenv("GDBUS_STATUS", "0", 1);
-    }
-    void TearDown() override {
-        ::setenv("PATH", oldPath_.c_str(), 1);
-        std::filesystem::remove_all(dir_);
+    void SetUp() override { SetUiLanguage(1041); }
+
+    // The handler given to a hand-over: it keeps every failure that arrives.
+    ShellFailureHandler Recorder() {
+        return [this](const my::CException& failure) { failures.push_back(failure); };
     }
 
-    void WriteStandIn(const std::string& name, const std::string& statusVar) {
-        auto path = dir_ / "bin" / name;
-        std::ofstream(path) << "#!/bin/sh\necho \"" << name << "\" >> '" << log_.string()
-                            << "'\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '" << log_.string()
-                            << "'; done\necho -- >> '" << log_.string() << "'\nexit ${" << statusVar
-                            << ":-0}\n";
-        ::chmod(path.c_str(), 0755);
+    // Leaves PATH with the stand-ins' folder alone, and name out of it.
+    void WithoutHelper(const std::string& name) {
+        std::filesystem::remove(shell.Dir() / "bin" / name);
+        ::setenv("PATH", (shell.Dir() / "bin").c_str(), 1);
     }
 
-    std::string Calls() {
-        std::ifstream in(log_);
-        std::stringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
-
-    std::filesystem::path dir_, log_;
-    std::string oldPath_;
+    CStandInShell shell;
+    CRecordingChildWatch watch;
+    std::vector<my::CException> failures;
 };
 
 TEST_F(ShellTest, OpenHandsTheAddressToXdgOpen) {
-    ShellOpen(L"https://harrowmere.example/lunavex/", L"");
-    EXPECT_EQ(Calls(), "xdg-open\nhttps://harrowmere.example/lunavex/\n--\n");
+    ShellOpen(L"https://harrowmere.example/lunavex/", L"", Recorder());
+    ASSERT_EQ(watch.pending.size(), 1u);
+    watch.Finish();
+    EXPECT_EQ(shell.Calls(), "xdg-open\nhttps://harrowmere.example/lunavex/\n--\n");
+    EXPECT_TRUE(failures.empty());
 }
 
-TEST_F(ShellTest, AFailedOpenThrowsWithTheSystemTextAndWhatWasToBeOpened) {
-    ::setenv("XDG_OPEN_STATUS", "2", 1);
+TEST_F(ShellTest, TheOpenerIsNotWaitedForAndItsFailureArrivesWithItsEnd) {
+    shell.Set("xdg-open", 2, true);
+    ShellOpen(L"/nowhere/x.png", L"", Recorder());
+    ASSERT_TRUE(shell.WaitUntilStarted("xdg-open"));
+    EXPECT_FALSE(shell.Released("xdg-open")) << "the call returned while the opener waited";
+    EXPECT_TRUE(failures.empty());
+
+    shell.Release("xdg-open");
+    watch.Finish();
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].id, 58831);
+    EXPECT_EQ(failures[0].hr, 0x80070002u);
+    EXPECT_EQ(failures[0].text,
+              L"ファイルを開けませんでした - " + ResultText(0x80070002) + L"\n\n/nowhere/x.png ");
+}
+
+TEST_F(ShellTest, ExitStatusesOfTheOpenerMapToTheShellsCodes) {
+    const std::pair<int, u32> cases[] = {
+        {1, 0x8007000Bu}, // bad arguments: ERROR_BAD_FORMAT
+        {3, 0x80070483u}, // no program for it: ERROR_NO_ASSOCIATION
+        {4, 0x80070483u}, // the action failed
+    };
+    for (auto [status, hr] : cases) {
+        shell.Set("xdg-open", status);
+        ShellOpen(L"x", L"--y", Recorder());
+        watch.Finish();
+        ASSERT_EQ(failures.size(), 1u) << status;
+        EXPECT_EQ(failures[0].hr, hr) << status;
+        EXPECT_EQ(failures[0].text,
+                  L"ファイルを開けませんでした - " + ResultText(hr) + L"\n\nx --y");
+        failures.clear();
+    }
+}
+
+TEST_F(ShellTest, AnOpenerThatCannotStartIsThrownAtOnce) {
+    WithoutHelper("xdg-open");
     try {
-        ShellOpen(L"/nowhere/x.png", L"");
-        ADD_FAILURE() << "xdg-open's failure is reported";
+        ShellOpen(L"https://harrowmere.example/", L"", Recorder());
+        ADD_FAILURE() << "a missing opener is thrown";
     } catch (const my::CException& e) {
         EXPECT_EQ(e.id, 58831);
-        EXPECT_EQ(e.hr, 0x80070002u);
-        EXPECT_EQ(e.text, L"ファイルを開けませんでした - " + ResultText(0x80070002) +
-                              L"\n\n/nowhere/x.png ");
+        EXPECT_EQ(e.hr, 0x80070483u);
     }
-    ::setenv("XDG_OPEN_STATUS", "3", 1);
-    try {
-        ShellOpen(L"x", L"");
-        ADD_FAILURE();
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.hr, 0x80070483u) << "no program for it: ERROR_NO_ASSOCIATION";
-    }
+    EXPECT_TRUE(watch.pending.empty());
 }
 
-TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsCommaIntact) {
-    auto file = dir_ / "a,b c.png";
+TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsBytesIntact) {
+    auto file = shell.Dir() / "a,b c\xE9.png";
     std::ofstream(file) << "x";
-    ShowInExplorer(FromFileSystemPath(file.string()));
-    std::string uri = "file://" + dir_.string() + "/a%2Cb%20c.png";
+    ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
+    watch.Finish();
+    std::string uri = "file://" + shell.Dir().string() + "/a%2Cb%20c%E9.png";
     EXPECT_EQ(
-        Calls(),
+        shell.Calls(),
         "gdbus\ncall\n--session\n--timeout\n5\n--dest\norg.freedesktop.FileManager1\n--object-"
         "path\n"
         "/org/freedesktop/FileManager1\n--method\norg.freedesktop.FileManager1.ShowItems\n['" +
             uri + "']\n\n--\n");
+    EXPECT_TRUE(failures.empty());
 }
 
-TEST_F(ShellTest, WithoutAFileManagerTheFolderOpens) {
-    auto file = dir_ / "photo.jpg";
+TEST_F(ShellTest, WithoutAFileManagerTheFolderOpensOnceTheAnswerHasArrived) {
+    auto file = shell.Dir() / "photo.jpg";
     std::ofstream(file) << "x";
-    ::setenv("GDBUS_STATUS", "1", 1);
-    ShowInExplorer(FromFileSystemPath(file.string()));
-    std::string calls = Calls();
-    EXPECT_NE(calls.find("xdg-open\n" + dir_.string() + "\n--\n"), std::string::npos) << calls;
+    shell.Set("gdbus", 1);
+    ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
+    EXPECT_EQ(watch.pending.size(), 1u) << "only the D-Bus call has started";
+    watch.Finish();
+    std::string calls = shell.Calls();
+    EXPECT_NE(calls.find("--\nxdg-open\n" + shell.Dir().string() + "\n--\n"), std::string::npos)
+        << calls;
+    EXPECT_TRUE(failures.empty());
 }
 
-TEST_F(ShellTest, AHelperThatKeepsRunningCountsAsOpenedAndDoesNotHoldTheCaller) {
-    // This xdg-open stays until the test lets it go (or its folder is gone), then reports failure.
-    auto release = dir_ / "release";
-    auto path = dir_ / "bin" / "xdg-open";
-    std::ofstream(path) << "#!/bin/sh\nwhile [ ! -e '" << release.string() << "' ] && [ -d '"
-                        << dir_.string() << "' ]; do sleep 0.05; done\nexit 4\n";
-    ::chmod(path.c_str(), 0755);
-    int startErrno = 0;
-    EXPECT_EQ(RunProgram({"xdg-open", "x"}, startErrno, 0), kStillRunning);
-    EXPECT_NO_THROW(ShellOpen(L"https://harrowmere.example/", L""));
-    std::ofstream(release) << "go";
-    EXPECT_EQ(RunProgram({"xdg-open", "x"}, startErrno), 4) << "without a limit the call waits";
+TEST_F(ShellTest, AFailedFallBackIsReportedWithTheFolder) {
+    auto file = shell.Dir() / "photo.jpg";
+    std::ofstream(file) << "x";
+    shell.Set("gdbus", 1);
+    shell.Set("xdg-open", 2);
+    ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
+    watch.Finish();
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].hr, 0x80070002u);
+    EXPECT_EQ(failures[0].text, L"ファイルを開けませんでした - " + ResultText(0x80070002) +
+                                    L"\n\n" + FromFileSystemPath(shell.Dir().string()) + L" ");
+}
+
+TEST_F(ShellTest, AFallBackThatCannotStartIsReportedNotThrown) {
+    auto file = shell.Dir() / "photo.jpg";
+    std::ofstream(file) << "x";
+    shell.Set("gdbus", 1);
+    WithoutHelper("xdg-open");
+    ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
+    EXPECT_NO_THROW(watch.Finish());
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].id, 58831);
+    EXPECT_EQ(failures[0].hr, 0x80070483u);
+}
+
+TEST_F(ShellTest, WithoutGdbusTheFolderOpensAtOnce) {
+    auto folder = shell.Dir() / "out";
+    std::filesystem::create_directories(folder);
+    WithoutHelper("gdbus");
+    ShowInExplorer(FromFileSystemPath(folder.string()), Recorder());
+    watch.Finish();
+    EXPECT_EQ(shell.Calls(), "xdg-open\n" + folder.string() + "\n--\n");
 }
 
 TEST_F(ShellTest, AMissingPathIsRefusedBeforeAnyProgramRuns) {
     try {
-        ShowInExplorer(FromFileSystemPath((dir_ / "gone").string()));
+        ShowInExplorer(FromFileSystemPath((shell.Dir() / "gone").string()), Recorder());
         ADD_FAILURE();
     } catch (const my::CException& e) {
         EXPECT_EQ(e.id, 58831);
         EXPECT_EQ(e.hr, 0x80070003u);
     }
-    EXPECT_EQ(Calls(), "");
+    EXPECT_TRUE(watch.pending.empty());
+    EXPECT_EQ(shell.Calls(), "");
 }
 
 TEST(ShellResultTest, AnswersMapToWin32Codes) {

@@ -1,0 +1,43 @@
+// Tests of the command that opens an address of the string table, with a stand-in opener on PATH.
+#include "app/CommandOpenUrl.h"
+
+#include <gtest/gtest.h>
+
+#include <QTest>
+
+#include "../platform/StandInShell.h"
+#include "../ui/QtTestApp.h"
+#include "../ui/RecordingMsg.h"
+#include "foundation/ResString.h"
+#include "foundation/Utf8.h"
+#include "platform/qt/QtChildWatch.h"
+
+namespace {
+
+TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) {
+    TestApp();
+    SetUiLanguage(1041);
+    CQtChildWatch watch;
+    CStandInShell shell;
+    shell.Set("xdg-open", 1, true);
+    std::wstring address;
+    LoadResString(address, 134, true);
+    CRecordingMsg msg;
+    CCommandOpenUrl command(&msg);
+    command.stringId = 134;
+
+    command.Execute(true, false);
+    ASSERT_TRUE(shell.WaitUntilStarted("xdg-open"));
+    EXPECT_FALSE(shell.Released("xdg-open")) << "the command returned while the opener waited";
+    EXPECT_TRUE(msg.boxes.empty());
+
+    shell.Release("xdg-open");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !msg.boxes.empty(); }, 30000));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, ComposeError(58831, ResultText(0x8007000B), address + L" "))
+        << "xdg-open's 1 (bad arguments) is a bad format";
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(shell.Calls(), "xdg-open\n" + Utf8FromWide(address) + "\n--\n");
+}
+
+} // namespace
