@@ -84,6 +84,22 @@ CDibPtr Pixels(const std::vector<u8>& encoded) {
     return image;
 }
 
+// Converts the source streamed and whole; both must succeed, the streamed one without a failure
+// stage and with the source's declared size.
+::testing::AssertionResult BothWays(const Source& source, const CShrinkStep& shrink,
+                                    const CRoundStep& round, const StreamOutput& output,
+                                    std::vector<u8>& streamed, std::vector<u8>& whole) {
+    StreamFailure failure;
+    const HResult code = ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
+                                       output, streamed, failure);
+    if (code != 0 || failure.stage != StreamFailure::kNone || failure.declared.cx != 211)
+        return ::testing::AssertionFailure()
+               << source.name << ": streamed code " << code << ", stage " << failure.stage;
+    if (ConvertWhole(source.bytes, shrink, round, output, whole) != 0)
+        return ::testing::AssertionFailure() << source.name << ": the whole-image road failed";
+    return ::testing::AssertionSuccess();
+}
+
 TEST(StreamConvertTest, WithoutAShrinkTheFilesAreThoseOfTheWholeImageByteForByte) {
     CTempDir dir;
     CShrinkStep shrink;
@@ -105,14 +121,7 @@ TEST(StreamConvertTest, WithoutAShrinkTheFilesAreThoseOfTheWholeImageByteForByte
                 round.transparent = kind == 2;
                 std::vector<u8> streamed;
                 std::vector<u8> whole;
-                StreamFailure failure;
-                ASSERT_EQ(ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
-                                        output, streamed, failure),
-                          0u)
-                    << source.name;
-                EXPECT_EQ(failure.stage, StreamFailure::kNone);
-                EXPECT_EQ(failure.declared.cx, 211);
-                ASSERT_EQ(ConvertWhole(source.bytes, shrink, round, output, whole), 0u);
+                ASSERT_TRUE(BothWays(source, shrink, round, output, streamed, whole));
                 EXPECT_FALSE(streamed.empty());
                 EXPECT_TRUE(streamed == whole)
                     << source.name << " settings " << settings << " kind " << kind;
@@ -135,12 +144,7 @@ TEST(StreamConvertTest, AShrinkGivesTheWholeImagesPixelsWithinALevel) {
         for (const Source& source : Sources(dir)) {
             std::vector<u8> streamed;
             std::vector<u8> whole;
-            StreamFailure failure;
-            ASSERT_EQ(ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
-                                    output, streamed, failure),
-                      0u)
-                << source.name;
-            ASSERT_EQ(ConvertWhole(source.bytes, shrink, round, output, whole), 0u);
+            ASSERT_TRUE(BothWays(source, shrink, round, output, streamed, whole));
             CDibPtr a = Pixels(streamed);
             CDibPtr b = Pixels(whole);
             ASSERT_TRUE(a && b);
