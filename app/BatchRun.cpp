@@ -62,6 +62,9 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
         }
     }
     for (const PlannedFile& p : planned) {
+        // Nothing shows the images here: each file goes from its bytes to the output's in one
+        // pass of rows.
+        p.task->keepsImages = false;
         p.task->Run();
         p.task->ReleaseImages();
         if (p.task->errorId != 0) {

@@ -12,6 +12,7 @@
 #include "image/EncoderSetup.h"
 #include "image/ImageIo.h"
 #include "image/ImageSaver.h"
+#include "image/StreamConvert.h"
 
 namespace lvx {
 namespace {
@@ -110,6 +111,8 @@ void CLunavexTask::Convert() {
         FormatResString(errorText, kIdFolderFailed, {ResultText(code), outputFolder});
         return;
     }
+    if (!keepsImages && ConvertStreamed())
+        return;
     CDibPtr image;
     Size declared;
     HResult code = LoadImageFile(image, inputPath, this, limits, &declared);
@@ -120,7 +123,46 @@ void CLunavexTask::Convert() {
     Process(image);
     if (errorId != 0)
         return;
-    code = saver->SaveDib(*result, true, outputFile, replaceExisting);
+    Save(nullptr);
+}
+
+bool CLunavexTask::ConvertStreamed() {
+    StreamOutput output;
+    if (!saver || !saver->StreamsRows(output))
+        return false;
+    output.keepAlpha = keepsAlpha;
+    output.reduceWhileDecoding = true;
+    CFileBytes file;
+    HResult code = ReadFileToBuffer(file, inputPath, this);
+    if (Failed(code)) {
+        FailLoad(code, Size{});
+        return true;
+    }
+    std::vector<u8> bytes;
+    StreamFailure failure;
+    code = ConvertStream(file.data.get(), file.size, limits, shrinkStep, roundStep, output, bytes,
+                         failure);
+    switch (failure.stage) {
+    case StreamFailure::kNone:
+        Save(&bytes);
+        break;
+    case StreamFailure::kLoad:
+        FailLoad(code, failure.declared);
+        break;
+    case StreamFailure::kShrink:
+    case StreamFailure::kRound:
+        Fail(static_cast<i32>(failure.errorId), failure.code, inputPath);
+        break;
+    case StreamFailure::kSave:
+        Fail(kIdSaveFailed, code, outputFile);
+        break;
+    }
+    return true;
+}
+
+void CLunavexTask::Save(const std::vector<u8>* bytes) {
+    const HResult code = bytes ? saver->WriteEncoded(*bytes, outputFile, replaceExisting)
+                               : saver->SaveDib(*result, true, outputFile, replaceExisting);
     if (code == ResultFromWin32(win32::kFileExists)) {
         errorId = kIdOutputAppeared;
         FormatResString(errorText, kIdOutputAppeared, {outputFile});

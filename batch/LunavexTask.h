@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
@@ -56,6 +57,9 @@ public:
     void Run();
     // Folder, load, Process, save. Stops at the first failure.
     void Convert();
+    // The file converted in one pass of rows from the source's bytes to the output's, for a task
+    // that keeps no images; false (nothing done) when the encoder takes no rows.
+    bool ConvertStreamed();
     // Shrink, round and blur, background fill: everything that happens in memory.
     void Process(CDibPtr image);
 
@@ -83,10 +87,16 @@ public:
     // fails the task. Either way the old file stays until the new one is complete.
     bool replaceExisting = false;
     CDecodeLimits limits;
+    // The window shows the source and the result of the newest file, so its tasks keep both in
+    // memory. Without that, a JPEG or PNG output is streamed: no whole image is held, and a
+    // large JPEG is decoded at a reduced size when the shrink allows it.
+    bool keepsImages = true;
 
 private:
     // The failure of the load, with the size and the limit where a limit refused the file.
     void FailLoad(HResult code, const Size& declared);
+    // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
+    void Save(const std::vector<u8>* bytes);
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of

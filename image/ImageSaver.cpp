@@ -131,6 +131,24 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     }
     if (Failed(result))
         return result;
+    return WriteEncoded(bytes, path, replaceExisting);
+}
+
+bool CImageSaver::StreamsRows(StreamOutput& output) const {
+    for (const EncoderEntry& entry : kEncoders) {
+        if (entry.clsid != clsid)
+            continue;
+        if (entry.format == Format::kBmp)
+            return false;
+        output.jpeg = entry.format == Format::kJpeg;
+        output.jpegQuality = JpegQuality(params.Block());
+        return true;
+    }
+    return false;
+}
+
+HResult CImageSaver::WriteEncoded(const std::vector<u8>& bytes, const std::wstring& path,
+                                  bool replaceExisting) const {
     // The output replaces whatever stands under its name, a link included: a link planted in an
     // output folder never leads the write to a file elsewhere. Without replaceExisting whatever
     // stands there stays, and the write fails instead.

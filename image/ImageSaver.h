@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <list>
 #include <string>
+#include <vector>
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
+#include "image/StreamConvert.h"
 
 namespace Gdiplus {
 
@@ -88,6 +90,13 @@ public:
     // (ERROR_FILE_EXISTS) as a result code.
     HResult SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path,
                     bool replaceExisting = true) const;
+
+    // Whether the selected encoder takes a stream of rows (JPEG and PNG do; BMP does not), with
+    // the format and the JPEG quality set in output.
+    bool StreamsRows(StreamOutput& output) const;
+    // Writes an encoded file to path as SaveDib writes its file, with the same codes.
+    HResult WriteEncoded(const std::vector<u8>& bytes, const std::wstring& path,
+                         bool replaceExisting = true) const;
 
     GUID clsid;
     CEncodeParams params;

@@ -285,6 +285,75 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     EXPECT_NE(task->errorText.find(L"通常のファイルではありません"), std::wstring::npos);
 }
 
+// A task that keeps no images streams its file; its output and its failures must be those of a
+// task that keeps them.
+TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
+    auto dir = FreshDir("streamed");
+    auto picture = MakeImage(120, 90, [](i32 x, i32 y, u8* p) {
+        p[0] = static_cast<u8>(x * 2);
+        p[1] = static_cast<u8>(y * 3);
+        p[2] = static_cast<u8>((x ^ y) * 5);
+        p[3] = static_cast<u8>(x < 60 ? 255 : 128 + y);
+    });
+    ASSERT_TRUE(Write(*picture, L"image/png", dir / "alpha.png"));
+    ASSERT_TRUE(Write(*picture, L"image/jpeg", dir / "photo.jpg"));
+    std::ofstream(dir / "notes.txt") << "this is no image";
+    {
+        std::ifstream in(dir / "photo.jpg", std::ios::binary);
+        std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        std::ofstream(dir / "cut.jpg", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
+    }
+    auto run = [&](const std::string& source, u32 saveType, bool transparent,
+                   const ShrinkSettings& shrink, bool keepsImages) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        const std::string output = (keepsImages ? "whole/" : "streamed/") + source + "." +
+                                   std::to_string(saveType) + (transparent ? "t" : "") +
+                                   std::to_string(shrink.shrinkType);
+        task->Init(W(dir / source), W(dir / output), nullptr);
+        task->SetShrink(shrink);
+        RoundSettings round = RoundOverGreen(transparent);
+        round.edges = 5;
+        task->SetRound(round);
+        EXPECT_EQ(task->PrepareEncoder(saveType, 90), 0u);
+        task->keepsImages = keepsImages;
+        task->Run();
+        std::ifstream in(dir / output, std::ios::binary);
+        return std::make_pair(task, std::string((std::istreambuf_iterator<char>(in)),
+                                                std::istreambuf_iterator<char>()));
+    };
+    ShrinkSettings none;
+    ShrinkSettings zero;
+    zero.shrinkType = 1;
+    zero.customWidth = 0;
+    ShrinkSettings unknown;
+    unknown.shrinkType = 7;
+    for (const char* source : {"alpha.png", "photo.jpg", "notes.txt", "gone.png", "cut.jpg"}) {
+        for (u32 saveType : {1u, 2u}) {
+            for (bool transparent : {false, true}) {
+                for (const ShrinkSettings& shrink : {none, zero, unknown}) {
+                    // A file damaged past its header with a shrink that cannot work: the
+                    // streamed task, which has read only the header when it sizes the shrink,
+                    // names the shrink; the whole one names the damage.
+                    if (std::string(source) == "cut.jpg" && shrink.shrinkType != 0)
+                        continue;
+                    const auto whole = run(source, saveType, transparent, shrink, true);
+                    const auto streamed = run(source, saveType, transparent, shrink, false);
+                    const std::string what = std::string(source) + " type " +
+                                             std::to_string(saveType) + " shrink " +
+                                             std::to_string(shrink.shrinkType);
+                    EXPECT_EQ(streamed.first->errorId, whole.first->errorId) << what;
+                    EXPECT_EQ(streamed.first->errorText, whole.first->errorText) << what;
+                    EXPECT_TRUE(streamed.second == whole.second) << what;
+                    EXPECT_FALSE(streamed.first->result) << "a streamed task keeps no image";
+                }
+            }
+        }
+    }
+    // The files that convert do so both ways.
+    EXPECT_FALSE(run("photo.jpg", 2, false, none, false).second.empty());
+    EXPECT_FALSE(run("alpha.png", 1, true, none, false).second.empty());
+}
+
 TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
     struct Recorder : lvx::CLunavexTaskClient {
         std::vector<i32> ids;
