@@ -148,6 +148,15 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
         out.maxPixels = static_cast<u32>(pixels);
         return true;
     }
+    if (name == L"jobs") {
+        // 1 to 256: more files at once than that only waits on the disk and the memory.
+        u32 jobs = 0;
+        if (value.find(L'.') != std::wstring::npos || !ParseUnsigned(jobs, value) || jobs < 1 ||
+            jobs > 256)
+            return false;
+        out.jobs = jobs;
+        return true;
+    }
     if (name == L"subfolder") {
         if (value.empty())
             return false;
@@ -160,7 +169,7 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 bool IsValueOption(const std::wstring& name) {
     static const wchar_t* names[] = {L"shrink",    L"radius",     L"blur",   L"corners",
                                      L"edges",     L"background", L"format", L"quality",
-                                     L"subfolder", L"max-pixels"};
+                                     L"subfolder", L"max-pixels", L"jobs"};
     for (const wchar_t* n : names) {
         if (name == n)
             return true;

@@ -31,6 +31,8 @@ struct BatchOptions {
     std::optional<u32> jpegQuality;
     std::optional<std::wstring> subFolder;
     std::optional<u32> maxPixels; // at least 1
+    // Files converted at once; 0 takes one per processor.
+    u32 jobs = 0;
 };
 
 // Parses argv (UTF-8). On a bad option returns false with a message for the user in error.

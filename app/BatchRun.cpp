@@ -1,6 +1,11 @@
 // The headless batch run.
 #include "app/BatchRun.h"
 
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "batch/BatchPlan.h"
@@ -33,6 +38,94 @@ std::wstring Text(u32 id, const std::wstring& argument = {}) {
     return text;
 }
 
+// Converts the files on `jobs` threads (0: one per processor) while this thread writes them and
+// reports them in their order. A file is written only after every file before it, and the run
+// stops at the first failure in that order, so that the files on disk and the lines printed are
+// those of a run of one file at a time. At most `jobs` converted files wait in memory.
+int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostream& out,
+                   std::ostream& err) {
+    if (jobs == 0)
+        jobs = std::max(1u, std::thread::hardware_concurrency());
+    const size_t count = planned.size();
+    for (const PlannedFile& p : planned) {
+        // Nothing shows the images here: each file goes from its bytes to the output's in one
+        // pass of rows, and its output waits for its turn to be written.
+        p.task->keepsImages = false;
+        p.task->deferSave = true;
+    }
+    std::mutex lock;
+    std::condition_variable changed;
+    size_t next = 0;    // the next file a worker takes
+    size_t written = 0; // the files this thread is done with
+    std::vector<char> converted(count, 0);
+    bool stop = false;
+    auto convert = [&](size_t i) {
+        lvx::CLunavexTask& task = *planned[i].task;
+        CSimpleErr failure;
+        GuardedCall(failure, [&] { task.Run(); });
+        if (failure.id != 0 && task.errorId == 0) {
+            task.errorId = static_cast<i32>(failure.id);
+            task.errorText = failure.text;
+        }
+    };
+    auto work = [&] {
+        for (;;) {
+            size_t i = 0;
+            {
+                std::unique_lock<std::mutex> guard(lock);
+                changed.wait(guard, [&] { return stop || next >= count || next < written + jobs; });
+                if (stop || next >= count)
+                    return;
+                i = next++;
+            }
+            convert(i);
+            {
+                std::lock_guard<std::mutex> guard(lock);
+                converted[i] = 1;
+            }
+            changed.notify_all();
+        }
+    };
+    std::vector<std::thread> workers;
+    try {
+        for (u32 k = 0; k < jobs && k < count; ++k)
+            workers.emplace_back(work);
+    } catch (const std::system_error&) {
+        // Fewer threads than asked for; with none, this thread converts each file itself.
+    }
+    int code = exitcode::kConverted;
+    for (size_t i = 0; i < count; ++i) {
+        if (workers.empty()) {
+            convert(i);
+        } else {
+            std::unique_lock<std::mutex> guard(lock);
+            changed.wait(guard, [&] { return converted[i] != 0; });
+        }
+        lvx::CLunavexTask& task = *planned[i].task;
+        task.SaveEncoded();
+        task.ReleaseImages();
+        if (task.errorId != 0) {
+            Say(err, task.errorText);
+            code = exitcode::kTaskFailed;
+            break;
+        }
+        SayPath(out, task.outputFile);
+        {
+            std::lock_guard<std::mutex> guard(lock);
+            ++written;
+        }
+        changed.notify_all();
+    }
+    {
+        std::lock_guard<std::mutex> guard(lock);
+        stop = true;
+    }
+    changed.notify_all();
+    for (std::thread& worker : workers)
+        worker.join();
+    return code;
+}
+
 int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostream& out,
                std::ostream& err) {
     if (options.files.empty()) {
@@ -61,19 +154,7 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
             return exitcode::kRefused;
         }
     }
-    for (const PlannedFile& p : planned) {
-        // Nothing shows the images here: each file goes from its bytes to the output's in one
-        // pass of rows.
-        p.task->keepsImages = false;
-        p.task->Run();
-        p.task->ReleaseImages();
-        if (p.task->errorId != 0) {
-            Say(err, p.task->errorText);
-            return exitcode::kTaskFailed;
-        }
-        SayPath(out, p.task->outputFile);
-    }
-    return exitcode::kConverted;
+    return ConvertInOrder(planned, options.jobs, out, err);
 }
 
 } // namespace

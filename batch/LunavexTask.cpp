@@ -144,7 +144,10 @@ bool CLunavexTask::ConvertStreamed() {
                          failure);
     switch (failure.stage) {
     case StreamFailure::kNone:
-        Save(&bytes);
+        if (deferSave)
+            encoded = std::move(bytes);
+        else
+            Save(&bytes);
         break;
     case StreamFailure::kLoad:
         FailLoad(code, failure.declared);
@@ -158,6 +161,13 @@ bool CLunavexTask::ConvertStreamed() {
         break;
     }
     return true;
+}
+
+void CLunavexTask::SaveEncoded() {
+    if (errorId != 0 || encoded.empty())
+        return;
+    Save(&encoded);
+    std::vector<u8>().swap(encoded);
 }
 
 void CLunavexTask::Save(const std::vector<u8>* bytes) {

@@ -91,6 +91,13 @@ public:
     // memory. Without that, a JPEG or PNG output is streamed: no whole image is held, and a
     // large JPEG is decoded at a reduced size when the shrink allows it.
     bool keepsImages = true;
+    // A streamed task keeps its encoded output in `encoded` instead of writing it, for a caller
+    // that writes the files of several tasks in their order (SaveEncoded).
+    bool deferSave = false;
+    std::vector<u8> encoded;
+    // Writes what a streamed task with deferSave kept, with the failures of a save; nothing for
+    // a task that failed or kept nothing.
+    void SaveEncoded();
 
 private:
     // The failure of the load, with the size and the limit where a limit refused the file.

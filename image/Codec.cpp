@@ -150,8 +150,9 @@ private:
 };
 
 // Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha;
-// hasAlpha tells whether the alpha came from the image or was made 255.
-VImage ToRgba8(VImage in, bool& hasAlpha) {
+// hasAlpha tells whether the alpha came from the image or was made 255. With rgbWhenOpaque an
+// image without alpha stays three bands, which spares a pass that only adds 255s.
+VImage ToRgba8(VImage in, bool& hasAlpha, bool rgbWhenOpaque = false) {
     const VipsInterpretation space = vips_image_guess_interpretation(in.get_image());
     if (space != VIPS_INTERPRETATION_sRGB && space != VIPS_INTERPRETATION_MULTIBAND &&
         vips_colourspace_issupported(in.get_image())) {
@@ -163,12 +164,14 @@ VImage ToRgba8(VImage in, bool& hasAlpha) {
     }
     hasAlpha = in.bands() == 2 || in.bands() >= 4;
     switch (in.bands()) {
-    case 1:
-        return VImage::bandjoin({in, in, in}).bandjoin(255.0);
+    case 1: {
+        VImage rgb = VImage::bandjoin({in, in, in});
+        return rgbWhenOpaque ? rgb : rgb.bandjoin(255.0);
+    }
     case 2:
         return VImage::bandjoin({in[0], in[0], in[0], in[1]});
     case 3:
-        return in.bandjoin(255.0);
+        return rgbWhenOpaque ? in : in.bandjoin(255.0);
     case 4:
         return in;
     default:
@@ -408,6 +411,13 @@ VImage CDecodeStream::Rgba() const {
     }
     bool hasAlpha = false;
     return ToRgba8(impl_->image, hasAlpha);
+}
+
+VImage CDecodeStream::Pixels() const {
+    if (impl_->bmp)
+        return HasAlpha() ? Rgba() : Rgba().extract_band(0, VImage::option()->set("n", 3));
+    bool hasAlpha = false;
+    return ToRgba8(impl_->image, hasAlpha, true);
 }
 
 bool CDecodeStream::HasAlpha() const {

@@ -40,6 +40,8 @@ public:
     // The pixels as four 8-bit bands, red, green, blue and straight alpha, top row first, at the
     // declared size or the reduced one. A pipeline: rows are decoded when they are asked for.
     vips::VImage Rgba() const;
+    // As Rgba, but only the three colour bands when the decoded form has no alpha band.
+    vips::VImage Pixels() const;
     // False when the decoded form has no alpha band, so that every alpha of Rgba is 255.
     bool HasAlpha() const;
     // The resolution that the file states, in pixels per millimetre; 0 when it states none.

@@ -76,11 +76,13 @@ VImage ResampleRgba(const VImage& in, i32 width, i32 height, i32 interpolation, 
     const VipsKernel kernel = KernelFor(interpolation);
     const double coverX = extentX > 0 ? extentX / in.width() : 1.0;
     const double coverY = extentY > 0 ? extentY / in.height() : 1.0;
-    if (opaque) {
+    if (opaque || in.bands() == 3) {
         // Only the colour is resampled; the alpha of an opaque image stays exactly 255.
-        VImage colour = part.extract_band(0, VImage::option()->set("n", 3));
-        return ExactSize(Rescale(colour, width, height, kernel, coverX, coverY), width, height)
-            .bandjoin(255.0);
+        VImage colour =
+            in.bands() == 3 ? part : part.extract_band(0, VImage::option()->set("n", 3));
+        VImage scaled =
+            ExactSize(Rescale(colour, width, height, kernel, coverX, coverY), width, height);
+        return in.bands() == 3 ? scaled : scaled.bandjoin(255.0);
     }
     // Colours are weighted by their alpha while they are mixed, so that the colour hidden under
     // transparent pixels does not bleed into the visible ones.

@@ -8,7 +8,8 @@
 
 // Four 8-bit bands (three colours, then straight alpha) resampled to exactly width x height with
 // the kernel of the interpolation mode (image/Draw.h). With opaque set the alpha is taken to be
-// 255 everywhere: only the colours are resampled and the alpha stays 255. Otherwise the colours
+// 255 everywhere: only the colours are resampled and the alpha stays 255. Three bands are taken
+// as colours without alpha and stay three. Otherwise the colours
 // are weighted by their alpha while they are mixed, and the result is rounded to the nearest
 // byte. extentX and extentY (when above 0) say how many of the input's pixels, fractions
 // included, map onto the output: a decoder that reduced by 8 gives ceil(W / 8) pixels whose last

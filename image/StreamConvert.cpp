@@ -27,7 +27,7 @@ struct CEdgeJob {
     CEdgePlan plan;
     bool fill = false;
     u8 background[3] = {}; // red, green, blue
-    bool sourceOpaque = true;
+    int inBands = 4;       // 3: colours of an opaque source, 4: with straight alpha
     int outBands = 4;
     std::atomic<bool> sourceFailed{false};
 };
@@ -36,60 +36,89 @@ void FreeJob(VipsImage*, CEdgeJob* job) {
     delete job;
 }
 
-// Applies the plan to the pixels of a row from column left to right (exclusive) that it may
-// change: the whole row in the bands along the top and the bottom, else the side bands only.
-void ApplyPlan(const CEdgePlan& plan, i32 y, i32 left, i32 right, i32 width, u8* row) {
-    auto apply = [&](i32 from, i32 to) {
-        if (to > from)
-            plan.Apply(y, from, to - from, row + static_cast<size_t>(from - left) * 4);
-    };
-    if (plan.TouchesWholeRow(y)) {
-        apply(left, right);
+// Pixels that the plan changes, count of them from column x of row y: each as RGBA with its
+// alpha planned, then written out as the job asks.
+void PlanPixels(const CEdgeJob& job, i32 y, i32 x, i32 count, const u8* src, u8* dst) {
+    constexpr i32 kChunk = 256;
+    u8 rgba[kChunk * 4];
+    while (count > 0) {
+        const i32 n = std::min(count, kChunk);
+        for (i32 i = 0; i < n; ++i, src += job.inBands) {
+            std::memcpy(rgba + i * 4, src, 3);
+            rgba[i * 4 + 3] = job.inBands == 4 ? src[3] : 255;
+        }
+        job.plan.Apply(y, x, n, rgba);
+        const u8* pixel = rgba;
+        for (i32 i = 0; i < n; ++i, pixel += 4, dst += job.outBands) {
+            const u32 alpha = pixel[3];
+            if (!job.fill) {
+                std::memcpy(dst, pixel, 4);
+                continue;
+            }
+            for (int k = 0; k < 3; ++k)
+                dst[k] =
+                    alpha == 255 ? pixel[k] : BlendOverByte(pixel[k], alpha, job.background[k]);
+            if (job.outBands == 4)
+                dst[3] = 255;
+        }
+        count -= n;
+        x += n;
+    }
+}
+
+// Pixels that the plan leaves alone, of an opaque source: copied, with alpha 255 where the
+// output has an alpha band.
+void CopyOpaque(const CEdgeJob& job, i32 count, const u8* src, u8* dst) {
+    if (job.outBands == 3) {
+        std::memcpy(dst, src, static_cast<size_t>(count) * 3);
         return;
     }
-    const i32 band = plan.SideBand();
-    apply(left, std::min(right, band));
-    apply(std::max(left, std::max(band, width - band)), right);
+    for (i32 i = 0; i < count; ++i, src += 3, dst += 4) {
+        std::memcpy(dst, src, 3);
+        dst[3] = 255;
+    }
 }
 
 int GenerateEdges(VipsRegion* out, void* sequence, void*, void* arg, gboolean*) {
     auto* in = static_cast<VipsRegion*>(sequence);
-    auto* job = static_cast<CEdgeJob*>(arg);
+    const CEdgeJob& job = *static_cast<CEdgeJob*>(arg);
     const VipsRect area = out->valid;
     if (vips_region_prepare(in, &area)) {
-        job->sourceFailed = true;
+        static_cast<CEdgeJob*>(arg)->sourceFailed = true;
         return -1;
     }
     const i32 width = out->im->Xsize;
     const i32 right = area.left + area.width;
-    thread_local std::vector<u8> buffer;
+    const i32 band = job.plan.SideBand();
     for (int y = area.top; y < VIPS_RECT_BOTTOM(&area); ++y) {
         const u8* src = VIPS_REGION_ADDR(in, area.left, y);
         u8* dst = VIPS_REGION_ADDR(out, area.left, y);
-        if (!job->fill) {
-            std::memcpy(dst, src, static_cast<size_t>(area.width) * 4);
-            ApplyPlan(job->plan, y, area.left, right, width, dst);
+        // Rows along the top and the bottom, and every pixel of a source with alpha laid over
+        // the background, go through the plan whole; elsewhere only the side bands do.
+        if (job.plan.TouchesWholeRow(y) || (job.inBands == 4 && job.fill)) {
+            PlanPixels(job, y, area.left, area.width, src, dst);
             continue;
         }
-        buffer.assign(src, src + static_cast<size_t>(area.width) * 4);
-        ApplyPlan(job->plan, y, area.left, right, width, buffer.data());
-        const u8* pixel = buffer.data();
-        for (int x = 0; x < area.width; ++x, pixel += 4, dst += job->outBands) {
-            const u32 alpha = pixel[3];
-            for (int k = 0; k < 3; ++k)
-                dst[k] =
-                    alpha == 255 ? pixel[k] : BlendOverByte(pixel[k], alpha, job->background[k]);
-            if (job->outBands == 4)
-                dst[3] = 255;
-        }
+        const i32 middleStart = std::clamp(band, area.left, right);
+        const i32 middleEnd = std::clamp(std::max(band, width - band), middleStart, right);
+        auto offset = [&](i32 x, int bands) { return static_cast<size_t>(x - area.left) * bands; };
+        PlanPixels(job, y, area.left, middleStart - area.left, src, dst);
+        if (job.inBands == 4)
+            std::memcpy(dst + offset(middleStart, 4), src + offset(middleStart, 4),
+                        static_cast<size_t>(middleEnd - middleStart) * 4);
+        else
+            CopyOpaque(job, middleEnd - middleStart, src + offset(middleStart, 3),
+                       dst + offset(middleStart, job.outBands));
+        PlanPixels(job, y, middleEnd, right - middleEnd, src + offset(middleEnd, job.inBands),
+                   dst + offset(middleEnd, job.outBands));
     }
     return 0;
 }
 
-// The edge operation over 8-bit RGBA rows: four bands out when the alpha is kept or for a PNG,
-// three for a JPEG. Takes the job; it is freed with the image.
-VImage ApplyEdges(const VImage& rgba, CEdgeJob* job) {
-    VipsImage* in = rgba.get_image();
+// The edge operation over 8-bit RGB or RGBA rows: four bands out when the alpha is kept or for a
+// PNG, three for a JPEG. Takes the job; it is freed with the image.
+VImage ApplyEdges(const VImage& pixels, CEdgeJob* job) {
+    VipsImage* in = pixels.get_image();
     VipsImage* out = vips_image_new();
     g_signal_connect(out, "close", G_CALLBACK(FreeJob), job);
     // The output keeps its input alive as long as it may ask it for pixels.
@@ -133,12 +162,11 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     if (resize && output.reduceWhileDecoding)
         stream.ReduceFor(fitted.cx, fitted.cy);
 
-    VImage rgba = stream.Rgba();
-    const bool sourceOpaque = !stream.HasAlpha();
-    if (resize || rgba.width() != fitted.cx || rgba.height() != fitted.cy) {
+    VImage pixels = stream.Pixels();
+    if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
         const double reduction = stream.Reduction();
-        rgba = ResampleRgba(rgba, fitted.cx, fitted.cy, interp::kHighQuality, sourceOpaque,
-                            full.cx / reduction, full.cy / reduction);
+        pixels = ResampleRgba(pixels, fitted.cx, fitted.cy, interp::kHighQuality,
+                              pixels.bands() == 3, full.cx / reduction, full.cy / reduction);
     }
 
     auto* job = new CEdgeJob;
@@ -155,10 +183,10 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     job->background[0] = static_cast<u8>(argb >> 16);
     job->background[1] = static_cast<u8>(argb >> 8);
     job->background[2] = static_cast<u8>(argb);
-    job->sourceOpaque = sourceOpaque;
+    job->inBands = pixels.bands();
     job->outBands = output.jpeg && job->fill ? 3 : 4;
     const CEdgeJob& watched = *job;
-    VImage finished = ApplyEdges(rgba, job);
+    VImage finished = ApplyEdges(pixels, job);
 
     code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, out)
                        : EncodePngRows(finished, out);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "../batch/TaskTestFiles.h"
@@ -215,6 +216,59 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
     EXPECT_EQ(err.str().rfind(Utf8FromWide(L"画像の読み込みに失敗しました - "), 0), 0u);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
     EXPECT_FALSE(std::filesystem::exists(dir / "round" / "c.jpg"));
+}
+
+// Several files at once leave the same files on disk and print the same lines as one at a
+// time, also when a file in the middle fails.
+TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
+    EXPECT_EQ(Parse({"--jobs=3"}).jobs, 3u);
+    EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
+    for (const char* bad : {"--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257"}) {
+        lvx::BatchOptions options;
+        std::wstring error;
+        EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
+    }
+
+    struct Outcome {
+        int code;
+        std::string out;
+        std::string err;
+        std::map<std::string, std::string> files; // output name -> bytes
+    };
+    auto runWith = [&](u32 jobs, int failing) {
+        auto dir = FreshDir("jobs");
+        std::vector<std::string> args = {"--jobs=" + std::to_string(jobs)};
+        for (int i = 0; i < 9; ++i) {
+            const auto path = dir / ("f" + std::to_string(i) + ".png");
+            if (i == failing)
+                std::ofstream(path) << "not an image";
+            else
+                EXPECT_TRUE(
+                    Write(*Solid(40 + i, 30, static_cast<u8>(i * 20), 2, 3), L"image/png", path));
+            args.push_back(path.string());
+        }
+        CSetting settings;
+        Outcome outcome;
+        outcome.code = Run(Parse(args), settings);
+        outcome.out = out.str();
+        outcome.err = err.str();
+        if (std::filesystem::exists(dir / "round"))
+            for (const auto& entry : std::filesystem::directory_iterator(dir / "round"))
+                outcome.files[entry.path().filename().string()] = ReadAll(entry.path());
+        return outcome;
+    };
+    for (int failing : {-1, 4}) {
+        const Outcome one = runWith(1, failing);
+        EXPECT_EQ(one.files.size(), failing < 0 ? 9u : 4u);
+        EXPECT_EQ(one.code, failing < 0 ? lvx::exitcode::kConverted : lvx::exitcode::kTaskFailed);
+        for (u32 jobs : {2u, 4u, 16u}) {
+            const Outcome many = runWith(jobs, failing);
+            EXPECT_EQ(many.code, one.code) << jobs;
+            EXPECT_EQ(many.out, one.out) << jobs;
+            EXPECT_EQ(many.err, one.err) << jobs;
+            EXPECT_TRUE(many.files == one.files) << jobs << " jobs wrote other files";
+        }
+    }
 }
 
 TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
