@@ -188,6 +188,24 @@ TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
     EXPECT_EQ(EncodePng(*wide, false, bytes), hr::kOk);
 }
 
+// Each file is decoded and encoded once: libvips keeps no operation, and so no image, once it has
+// run.
+TEST(Codec, LibvipsKeepsNoOperationsBetweenFiles) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    EXPECT_EQ(vips_cache_get_max(), 0);
+    CDibPtr dib = MakeDib(64, 48, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), 7, 255};
+    });
+    std::vector<u8> jpeg, png;
+    ASSERT_EQ(EncodeJpeg(*dib, 80, jpeg), hr::kOk);
+    ASSERT_EQ(EncodePng(*dib, true, png), hr::kOk);
+    CDibPtr fromJpeg, fromPng;
+    ASSERT_EQ(DecodeImage(jpeg.data(), jpeg.size(), fromJpeg), hr::kOk);
+    ASSERT_EQ(DecodeImage(png.data(), png.size(), fromPng), hr::kOk);
+    EXPECT_EQ(fromPng->Width(), 64);
+    EXPECT_EQ(vips_cache_get_size(), 0);
+}
+
 // The encoders report a failed allocation as such. The test runs in a child process whose
 // address space is capped just above what it uses, so that the encoder's output buffer cannot
 // grow.
