@@ -42,6 +42,9 @@ void PrintFailure(u32 id, const std::wstring& argument) noexcept {
 // down in the reverse order. The exit code of a normal run is 1: the frame's destruction ends
 // the loop with it.
 int Run(char* programPath) {
+    // Before Qt starts its threads: libvips' start sets the allocator and reads and puts back an
+    // environment variable, neither of which may race with another thread.
+    EnsureVipsStarted();
     // The command line has no effect: Qt is given the program's name alone.
     int argc = 1;
     char* argv[] = {programPath, nullptr};
@@ -59,7 +62,6 @@ int Run(char* programPath) {
     InstallQtTranslations(UiLanguage());
     application.setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(AppIcon());
-    EnsureVipsStarted();
     StartLog();
     int code = 1;
     {

@@ -9,8 +9,11 @@
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
-// Starts libvips once for the process, with its untrusted loaders (SVG, PDF, ImageMagick and
-// the like) blocked; later calls only report whether that worked. Any thread.
+// Starts libvips once for the process, with its built-in loaders alone and the untrusted ones
+// among them (SVG and the like) blocked; the HEIF/AVIF module is loaded by DecodeImage when it
+// first meets bytes that no built-in loader claims, and no other module ever is. Later calls
+// only report whether the start worked. Sets the allocator to one arena for the whole process,
+// so the first call should come before other threads allocate. Any thread.
 bool EnsureVipsStarted();
 // Shuts libvips down at the end of the program, after the last image operation.
 void StopVips();

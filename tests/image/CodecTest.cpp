@@ -3,6 +3,7 @@
 #include "image/Codec.h"
 #include "AddressSpaceLimit.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -81,9 +82,10 @@ TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
     ASSERT_TRUE(EnsureVipsStarted());
     const std::vector<u8> svg = Text(kSvg);
     const std::vector<u8> pdf = Text(Pdf());
-    // The bytes are what libvips' SVG and PDF loaders claim.
+    // The bytes are what libvips' built-in SVG loader claims; its PDF loader lives in a module
+    // that is never loaded.
     EXPECT_EQ(LoaderWithoutBlocking(svg), "svgload_buffer");
-    EXPECT_EQ(LoaderWithoutBlocking(pdf), "pdfload_buffer");
+    EXPECT_EQ(LoaderWithoutBlocking(pdf), "");
 
     CDibPtr dib;
     EXPECT_EQ(DecodeImage(svg.data(), svg.size(), dib), hr::kNotImpl);
@@ -97,6 +99,55 @@ TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
     // Bytes that no loader claims.
     const std::vector<u8> words = Text("not an image at all");
     EXPECT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
+}
+
+// libvips starts with its built-in loaders only: the modules of loaders that the program refuses
+// are never loaded, whatever it is given; bytes that no built-in loader claims load the HEIF
+// module.
+TEST(Codec, OfLibvipsModulesOnlyHeifIsLoaded) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    CDibPtr dib;
+    const std::vector<u8> words = Text("not an image at all");
+    EXPECT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
+    EXPECT_NE(vips_type_find("VipsOperation", "heifload_buffer"), 0u);
+    for (const char* loader :
+         {"pdfload_buffer", "magickload_buffer", "jxlload_buffer", "openslideload_source"})
+        EXPECT_EQ(vips_type_find("VipsOperation", loader), 0u) << loader;
+    // The variable that turned the modules away does not reach the programs that we start.
+    const char* home = std::getenv("VIPSHOME");
+    EXPECT_STRNE(home ? home : "", "/dev/null");
+}
+
+TEST(Codec, HeifAndAvifDecode) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    // Bytes that no loader claims bring in the HEIF module, and with it the encoder.
+    CDibPtr dib;
+    const std::vector<u8> words = Text("not an image at all");
+    ASSERT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
+    // A flat colour survives lossy coding within a few levels.
+    const std::vector<u8> pixels(64 * 48 * 3, 0);
+    vips::VImage flat = vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()), pixels.size(),
+                                                      64, 48, 3, VIPS_FORMAT_UCHAR)
+                            .linear({1.0, 1.0, 1.0}, {200.0, 120.0, 40.0})
+                            .cast(VIPS_FORMAT_UCHAR);
+    for (VipsForeignHeifCompression compression :
+         {VIPS_FOREIGN_HEIF_COMPRESSION_HEVC, VIPS_FOREIGN_HEIF_COMPRESSION_AV1}) {
+        void* bytes = nullptr;
+        size_t size = 0;
+        flat.write_to_buffer(".heif", &bytes, &size,
+                             vips::VImage::option()->set("compression", compression));
+        const std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
+        g_free(bytes);
+        CDibPtr decoded;
+        ASSERT_EQ(DecodeImage(encoded.data(), encoded.size(), decoded), hr::kOk) << compression;
+        ASSERT_EQ(decoded->Width(), 64);
+        ASSERT_EQ(decoded->Height(), 48);
+        const u8* centre = decoded->Bits() + 24 * decoded->Stride() + 32 * 4;
+        EXPECT_NEAR(centre[2], 200, 4) << compression;
+        EXPECT_NEAR(centre[1], 120, 4) << compression;
+        EXPECT_NEAR(centre[0], 40, 4) << compression;
+        EXPECT_EQ(centre[3], 255);
+    }
 }
 
 TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
@@ -186,6 +237,24 @@ TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
     EXPECT_EQ(EncodeJpeg(*widest, 80, bytes), hr::kOk);
     EXPECT_FALSE(bytes.empty());
     EXPECT_EQ(EncodePng(*wide, false, bytes), hr::kOk);
+}
+
+// Each file is decoded and encoded once: libvips keeps no operation, and so no image, once it has
+// run.
+TEST(Codec, LibvipsKeepsNoOperationsBetweenFiles) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    EXPECT_EQ(vips_cache_get_max(), 0);
+    CDibPtr dib = MakeDib(64, 48, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), 7, 255};
+    });
+    std::vector<u8> jpeg, png;
+    ASSERT_EQ(EncodeJpeg(*dib, 80, jpeg), hr::kOk);
+    ASSERT_EQ(EncodePng(*dib, true, png), hr::kOk);
+    CDibPtr fromJpeg, fromPng;
+    ASSERT_EQ(DecodeImage(jpeg.data(), jpeg.size(), fromJpeg), hr::kOk);
+    ASSERT_EQ(DecodeImage(png.data(), png.size(), fromPng), hr::kOk);
+    EXPECT_EQ(fromPng->Width(), 64);
+    EXPECT_EQ(vips_cache_get_size(), 0);
 }
 
 // The encoders report a failed allocation as such. The test runs in a child process whose
