@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include <vips/vips8>
@@ -134,12 +135,10 @@ VImage ApplyEdges(const VImage& pixels, CEdgeJob* job) {
     return result;
 }
 
-StreamFailure::Stage Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId,
-                          HResult code) {
+void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResult code) {
     failure.stage = stage;
     failure.errorId = errorId;
     failure.code = code;
-    return stage;
 }
 
 HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
@@ -169,12 +168,11 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
                               pixels.bands() == 3, full.cx / reduction, full.cy / reduction);
     }
 
-    auto* job = new CEdgeJob;
+    auto job = std::make_unique<CEdgeJob>();
     const double radius = ResolveLength(roundStep.radius, fitted.cx, fitted.cy);
     const double fade = ResolveLength(roundStep.blurWidth, fitted.cx, fitted.cy);
     code = job->plan.Build(fitted.cx, fitted.cy, roundStep.corners, roundStep.edges, radius, fade);
     if (Failed(code)) {
-        delete job;
         Fail(failure, StreamFailure::kRound, CRoundStep::kRoundFailed, code);
         return code;
     }
@@ -186,7 +184,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     job->inBands = pixels.bands();
     job->outBands = output.jpeg && job->fill ? 3 : 4;
     const CEdgeJob& watched = *job;
-    VImage finished = ApplyEdges(pixels, job);
+    VImage finished = ApplyEdges(pixels, job.release());
 
     code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, out)
                        : EncodePngRows(finished, out);
