@@ -1,0 +1,52 @@
+// CPreviewSource: what a window keeps of an image to show it converted in two panes, the whole
+// result fitted to one and a corner of it at real size in the other, at a cost that follows the
+// panes and not the image.
+#pragma once
+
+#include <memory>
+
+#include "foundation/Types.h"
+#include "image/Dib.h"
+#include "image/RoundStep.h"
+#include "image/ShrinkStep.h"
+
+// Built once from a decoded source: a copy reduced for the whole pane, and the four corners of
+// the source at falling scales (the source's own, a half, a quarter, ...), each corner at most
+// kCornerSide pixels square, until one scale holds the whole image. A corner of the result at
+// real size is then resampled from the finest scale that covers it, with the rounding and the
+// fade of the full-size result and its background, so that it shows what the conversion writes
+// there. Read only once built: any thread.
+class CPreviewSource {
+public:
+    // The side of a corner kept at each scale: room for a corner pane of up to 300 pixels and the
+    // reach of the resampling kernel.
+    static constexpr i32 kCornerSide = 640;
+    // The longer side of the copy kept for the whole pane.
+    static constexpr i32 kWholeSide = 1024;
+
+    CPreviewSource();
+    CPreviewSource(const CPreviewSource&) = delete;
+    CPreviewSource& operator=(const CPreviewSource&) = delete;
+    ~CPreviewSource();
+
+    // 0x80070057 for a source that is not a 32-bit image, 0x8007000E when memory runs out.
+    HResult Build(const CDib& source);
+    Size SourceSize() const;
+
+    // The whole result, fitted to `size` (the caller fits the result's shape into the pane), in
+    // `out`. The corners and the fade are those of the full-size result, scaled with it. The ids
+    // of failure are those of the steps: 59335 and 59336 for the shrink, 59041 for the rounding;
+    // 0 with a code when the pixels could not be made.
+    u32 RenderWhole(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, Size size,
+                    CDibPtr& out) const;
+
+    // The corner of the result at `anchor` (1 top left, 2 bottom left, 3 bottom right, 4 top
+    // right) at real size, at most `size` (the part of the result that a pane of that size shows),
+    // in `out`. Failures as RenderWhole.
+    u32 RenderCorner(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, u32 anchor,
+                     Size size, CDibPtr& out) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};

@@ -1,0 +1,144 @@
+// Tests of the preview's copy of an image: its corners against the same corners of the whole
+// conversion, exactly without a shrink and within a few levels with one, and the whole pane.
+#include "image/PreviewSource.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "PixelTestUtil.h"
+#include "image/Background.h"
+#include "image/Draw.h"
+#include "tools/Scene.h"
+
+namespace {
+
+using namespace testutil;
+
+CDibPtr Picture(i32 width, i32 height, bool withAlpha) {
+    const std::vector<u8> rgb = PaintScene(width, height, 3);
+    return MakeDib(width, height, [&](i32 x, i32 y) {
+        const u8* p = rgb.data() + (static_cast<size_t>(y) * width + x) * 3;
+        return Bgra{p[2], p[1], p[0], withAlpha ? static_cast<u8>(128 + (x + y) % 128) : u8{255}};
+    });
+}
+
+// The whole conversion in memory, as the window's batch makes it.
+CDibPtr Converted(const CDibPtr& source, const CShrinkStep& settings, const CRoundStep& round,
+                  bool keepAlpha) {
+    CShrinkStep shrink;
+    shrink.SetSettings(settings.Settings());
+    shrink.source = source;
+    shrink.Run();
+    CRoundStep step;
+    step.SetSettings(round.Settings());
+    step.source = shrink.result;
+    step.Run();
+    if (round.transparent && keepAlpha)
+        return step.result;
+    CDibPtr filled;
+    EXPECT_EQ(FillBackground(filled, *step.result, round.backgroundColor), 0u);
+    return filled;
+}
+
+// The part of `whole` that a pane of `size` shows at `anchor`.
+CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
+    const i32 w = std::min(size.cx, whole.Width());
+    const i32 h = std::min(size.cy, whole.Height());
+    const i32 left = anchor == 3 || anchor == 4 ? whole.Width() - w : 0;
+    const i32 top = anchor == 2 || anchor == 3 ? whole.Height() - h : 0;
+    return MakeDib(w, h, [&](i32 x, i32 y) { return PixelOf(whole, left + x, top + y); });
+}
+
+// The largest difference of any channel, and the mean over all channels.
+std::pair<int, double> Difference(const CDib& a, const CDib& b) {
+    int largest = 0;
+    double sum = 0;
+    for (i32 y = 0; y < a.Height(); ++y)
+        for (i32 x = 0; x < a.Width(); ++x)
+            for (int c = 0; c < 4; ++c) {
+                const int d = std::abs(a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c]);
+                largest = std::max(largest, d);
+                sum += d;
+            }
+    return {largest, sum / (4.0 * a.Width() * a.Height())};
+}
+
+TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
+    CRoundStep round;
+    round.radius = LengthValue{lengthunit::kPixels, 370, 0};
+    round.blurWidth = LengthValue{lengthunit::kPixels, 55, 0};
+    round.backgroundColor = 0x00203040;
+    CShrinkStep none;
+    // Larger than a kept corner, so that the corners are cut from the source; and small enough
+    // to be kept whole.
+    for (const Size& sourceSize : {Size{1500, 900}, Size{300, 200}}) {
+        for (bool alpha : {false, true}) {
+            CDibPtr source = Picture(sourceSize.cx, sourceSize.cy, alpha);
+            CPreviewSource preview;
+            ASSERT_EQ(preview.Build(*source), 0u);
+            EXPECT_EQ(preview.SourceSize().cx, sourceSize.cx);
+            for (bool keepAlpha : {false, true}) {
+                round.transparent = keepAlpha;
+                CDibPtr whole = Converted(source, none, round, keepAlpha);
+                for (u32 anchor = 1; anchor <= 4; ++anchor) {
+                    CDibPtr corner;
+                    ASSERT_EQ(preview.RenderCorner(none, round, keepAlpha, anchor, Size{236, 263},
+                                                   corner),
+                              0u);
+                    ASSERT_TRUE(corner);
+                    EXPECT_TRUE(PixelsNear(*corner, *CornerOf(*whole, anchor, Size{236, 263}), 0))
+                        << sourceSize.cx << " anchor " << anchor << " alpha " << alpha;
+                }
+            }
+        }
+    }
+}
+
+TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
+    CRoundStep round;
+    round.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100};
+    round.blurWidth = LengthValue{lengthunit::kPixels, 30, 0};
+    CDibPtr source = Picture(3000, 2000, false);
+    CPreviewSource preview;
+    ASSERT_EQ(preview.Build(*source), 0u);
+    for (i32 box : {1600, 700, 400, 150}) {
+        CShrinkStep shrink;
+        shrink.shrinkType = 1;
+        shrink.customWidth = box;
+        shrink.customHeight = box;
+        CDibPtr whole = Converted(source, shrink, round, false);
+        for (u32 anchor = 1; anchor <= 4; ++anchor) {
+            CDibPtr corner;
+            ASSERT_EQ(preview.RenderCorner(shrink, round, false, anchor, Size{236, 263}, corner),
+                      0u);
+            ASSERT_TRUE(corner);
+            CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
+            ASSERT_EQ(corner->Width(), expected->Width());
+            ASSERT_EQ(corner->Height(), expected->Height());
+            const auto [largest, mean] = Difference(*corner, *expected);
+            // The sampling grid of a part lies within a quarter pixel of the whole image's; the
+            // kept scales are box averages where the conversion resamples from the source.
+            EXPECT_LT(mean, 1.5) << box << " anchor " << anchor;
+            EXPECT_LE(largest, 64) << box << " anchor " << anchor;
+        }
+        // The whole pane: the result at the pane's size, against the result scaled to it; a
+        // result smaller than the pane is made at its own size, which the pane then enlarges.
+        const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
+        CDibPtr shown;
+        ASSERT_EQ(preview.RenderWhole(shrink, round, false, pane, shown), 0u);
+        CDib scaled;
+        ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
+                                   pane, interp::kHighQuality),
+                  0u);
+        EXPECT_LT(Difference(*shown, scaled).second, 1.5) << box;
+    }
+    CShrinkStep unknown;
+    unknown.shrinkType = 7;
+    CDibPtr out;
+    EXPECT_EQ(preview.RenderCorner(unknown, round, false, 1, Size{10, 10}, out),
+              CShrinkStep::kUnknownType);
+    EXPECT_FALSE(out);
+}
+
+} // namespace
