@@ -11,17 +11,6 @@ namespace {
 
 constexpr i32 kMaxCount = 1 << 30;
 
-// ceil(v) as a pixel count: 0 for values of 0 or less and for a value that is not a number.
-i32 CeilCount(double v) {
-    if (!(v > 0.0)) {
-        return 0;
-    }
-    if (v >= kMaxCount) {
-        return kMaxCount;
-    }
-    return static_cast<i32>(std::ceil(v));
-}
-
 // min(p, q) that leaves out a measure without a value; for two numbers it is p < q ? p : q.
 double MinDefined(double p, double q) {
     if (std::isnan(q)) {
@@ -65,6 +54,16 @@ inline void CapAlpha(u8* pixel, u8 cap) {
 }
 
 } // namespace
+
+i32 CeilCount(double v) {
+    if (!(v > 0.0)) {
+        return 0;
+    }
+    if (v >= kMaxCount) {
+        return kMaxCount;
+    }
+    return static_cast<i32>(std::ceil(v));
+}
 
 double FadeValue(double d, double b) {
     const double e = d + 1.0;

@@ -42,6 +42,10 @@ HResult BlurEdges(CDib& image, bool topLeft, bool bottomLeft, bool bottomRight, 
                   bool left, bool top, bool right, bool bottom, double radiusX, double radiusY,
                   double width);
 
+// ceil(v) as a pixel count, as the passes count the pixels of a radius or a width: 0 for values
+// of 0 or less and for a value that is not a number, at most 2^30.
+i32 CeilCount(double v);
+
 // Fills the table with ceil(width) entries (none for a width of 0 or less). Entries at or past
 // `limit` are never read by a blur (they lie beyond the middle of the image), so a caller may
 // stop the table there.

@@ -183,10 +183,10 @@ private:
     std::atomic<bool> invalidated_{false};
 };
 
-// Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha;
-// hasAlpha tells whether the alpha came from the image or was made 255. With rgbWhenOpaque an
-// image without alpha stays three bands, which spares a pass that only adds 255s.
-VImage ToRgba8(VImage in, bool& hasAlpha, bool rgbWhenOpaque = false) {
+// Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
+// With rgbWhenOpaque an image without alpha stays three bands, which spares a pass that only
+// adds 255s.
+VImage ToRgba8(VImage in, bool rgbWhenOpaque = false) {
     const VipsInterpretation space = vips_image_guess_interpretation(in.get_image());
     if (space != VIPS_INTERPRETATION_sRGB && space != VIPS_INTERPRETATION_MULTIBAND &&
         vips_colourspace_issupported(in.get_image())) {
@@ -196,7 +196,6 @@ VImage ToRgba8(VImage in, bool& hasAlpha, bool rgbWhenOpaque = false) {
         const bool shift = in.format() == VIPS_FORMAT_USHORT || in.format() == VIPS_FORMAT_SHORT;
         in = in.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", shift));
     }
-    hasAlpha = in.bands() == 2 || in.bands() >= 4;
     switch (in.bands()) {
     case 1: {
         VImage rgb = VImage::bandjoin({in, in, in});
@@ -471,32 +470,21 @@ VImage CDecodeStream::Rgba() const {
         VImage bgra = WrapDib(*impl_->bmp);
         return VImage::bandjoin({bgra[2], bgra[1], bgra[0], bgra[3]});
     }
-    bool hasAlpha = false;
-    return ToRgba8(impl_->image, hasAlpha);
+    return ToRgba8(impl_->image);
 }
 
 VImage CDecodeStream::Pixels() const {
-    if (impl_->bmp)
-        return HasAlpha() ? Rgba() : Rgba().extract_band(0, VImage::option()->set("n", 3));
-    bool hasAlpha = false;
-    return ToRgba8(impl_->image, hasAlpha, true);
-}
-
-bool CDecodeStream::HasAlpha() const {
-    if (impl_->bmp) {
-        const CDib& dib = *impl_->bmp;
-        for (i32 y = 0; y < dib.Height(); ++y) {
-            const u8* alpha = dib.PixelAt(0, y) + 3;
-            for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
-                if (*alpha != 255)
-                    return true;
-            }
+    if (!impl_->bmp)
+        return ToRgba8(impl_->image, true);
+    const CDib& dib = *impl_->bmp;
+    for (i32 y = 0; y < dib.Height(); ++y) {
+        const u8* alpha = dib.PixelAt(0, y) + 3;
+        for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
+            if (*alpha != 255)
+                return Rgba();
         }
-        return false;
     }
-    bool hasAlpha = false;
-    ToRgba8(impl_->image, hasAlpha);
-    return hasAlpha;
+    return Rgba().extract_band(0, VImage::option()->set("n", 3));
 }
 
 double CDecodeStream::XResolution() const {

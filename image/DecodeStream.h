@@ -42,8 +42,6 @@ public:
     vips::VImage Rgba() const;
     // As Rgba, but only the three colour bands when the decoded form has no alpha band.
     vips::VImage Pixels() const;
-    // False when the decoded form has no alpha band, so that every alpha of Rgba is 255.
-    bool HasAlpha() const;
     // The resolution that the file states, in pixels per millimetre; 0 when it states none.
     double XResolution() const;
     double YResolution() const;

@@ -2,7 +2,6 @@
 #include "image/EdgePlan.h"
 
 #include <algorithm>
-#include <cmath>
 #include <new>
 
 #include "image/Blur.h"
@@ -10,16 +9,6 @@
 #include "image/Round.h"
 
 namespace {
-
-// ceil(v) as a pixel count, as the fade counts its pixels: 0 for values of 0 or less and for a
-// value that is not a number.
-i32 CeilCount(double v) {
-    if (!(v > 0.0))
-        return 0;
-    if (v >= (1 << 30))
-        return 1 << 30;
-    return static_cast<i32>(std::ceil(v));
-}
 
 // An opaque probe of width x height; false when memory runs out.
 bool MakeProbe(CDib& probe, i32 width, i32 height) {
