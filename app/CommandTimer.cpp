@@ -72,8 +72,9 @@ bool CCommandTimer::PollResults(i32& failedIndex) {
     if (failedIndex < 0) {
         const auto& newest = results[count - 1];
         TheSetting().outputPath = newest->outputFolder;
-        view->lastSourceImage = newest->source;
-        view->ShowResult(newest->result);
+        if (newest->preview)
+            view->lastSource = newest->preview;
+        view->ShowPreview();
     }
     // The view and the panes hold their own references to what they show.
     for (i32 i = view->doneCount; i < count; ++i)

@@ -107,26 +107,10 @@ void ReadSubFolder(CMainView& view) {
     combo->setCurrentIndex(0);
 }
 
-// The conversion in memory, on the newest source of a batch or else the sample; the panes change
-// only when it succeeds.
+// The panes from the newest source of a batch or else the sample; they change only when the
+// settings give an image.
 void RefreshPreview(CMainView& view) {
-    const CSetting& setting = TheSetting();
-    CLunavexTask task;
-    task.SetShrink(setting.shrink);
-    task.SetRound(setting.round);
-    if (setting.saveType == 0)
-        task.PrepareBmpEncoder();
-    else if (setting.saveType == 2)
-        task.PrepareJpegEncoder(setting.jpegQuality);
-    else
-        task.PreparePngEncoder();
-    CDibPtr source = view.lastSourceImage ? view.lastSourceImage : view.sampleImage;
-    if (!source)
-        return;
-    task.Process(source);
-    if (task.errorId != 0 || !task.result)
-        return;
-    view.ShowResult(task.result);
+    view.ShowPreview();
 }
 
 } // namespace

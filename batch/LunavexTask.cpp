@@ -124,6 +124,12 @@ void CLunavexTask::Convert() {
     if (errorId != 0)
         return;
     Save(nullptr);
+    if (errorId != 0)
+        return;
+    // Made here, on the worker, so that the window's thread only ever works at the panes' size.
+    preview.reset(new CPreviewSource);
+    if (Failed(preview->Build(*source)))
+        preview.reset();
 }
 
 bool CLunavexTask::ConvertStreamed() {

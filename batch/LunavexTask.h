@@ -10,6 +10,7 @@
 #include "batch/CanTerminate.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
+#include "image/PreviewSource.h"
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
 
@@ -91,6 +92,9 @@ public:
     // memory. Without that, a JPEG or PNG output is streamed: no whole image is held, and a
     // large JPEG is decoded at a reduced size when the shrink allows it.
     bool keepsImages = true;
+    // What the window's panes need of the source, made by a task that keeps its images once its
+    // file is written; it outlives ReleaseImages.
+    boost::shared_ptr<CPreviewSource> preview;
     // A streamed task keeps its encoded output in `encoded` instead of writing it, for a caller
     // that writes the files of several tasks in their order (SaveEncoded).
     bool deferSave = false;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <vector>
 
@@ -21,6 +22,7 @@ using vips::VImage;
 namespace {
 
 constexpr int kDeepestLevel = 24;
+constexpr int kStripRows = 16;
 
 bool FromRight(u32 anchor) {
     return anchor == 3 || anchor == 4;
@@ -50,16 +52,28 @@ VImage Reduce(const VImage& image, int n, bool opaque) {
         VIPS_FORMAT_UCHAR);
 }
 
-// The pixels of a four-band image as a new bottom-up CDib; null when memory runs out.
+// The pixels of a four-band image as a new bottom-up CDib; null when memory runs out. The
+// pipeline runs on the calling thread: at a pane's size, handing strips to libvips' workers and
+// waiting for them costs more than the pixels.
 CDibPtr ToDib(const VImage& image) {
-    const VImage ready = image.copy_memory();
     CDibPtr dib(new (std::nothrow) CDib);
-    if (!dib || !dib->Create32(ready.width(), ready.height()) || !dib->AllocBits())
+    if (!dib || !dib->Create32(image.width(), image.height()) || !dib->AllocBits())
         return {};
-    const u8* bytes = static_cast<const u8*>(ready.data());
-    const size_t row = static_cast<size_t>(ready.width()) * 4;
-    for (i32 y = 0; y < ready.height(); ++y)
-        std::memcpy(dib->PixelAt(0, y), bytes + row * y, row);
+    VipsRegion* region = vips_region_new(image.get_image());
+    if (!region)
+        throw VError();
+    // In strips, so that every stage's buffers stay small and are used again.
+    const size_t row = static_cast<size_t>(image.width()) * 4;
+    for (i32 top = 0; top < image.height(); top += kStripRows) {
+        const VipsRect strip{0, top, image.width(), std::min(kStripRows, image.height() - top)};
+        if (vips_region_prepare(region, &strip) != 0) {
+            g_object_unref(region);
+            throw VError();
+        }
+        for (i32 y = strip.top; y < strip.top + strip.height; ++y)
+            std::memcpy(dib->PixelAt(0, y), VIPS_REGION_ADDR(region, 0, y), row);
+    }
+    g_object_unref(region);
     return dib;
 }
 
@@ -80,6 +94,43 @@ u32 Finish(CDibPtr& image, const CEdgePlan& plan, i32 x0, i32 y0, const CRoundSt
     return 0;
 }
 
+// A new copy of a 32-bit image; null when memory runs out.
+CDibPtr CopyOf(const CDib& image) {
+    CDibPtr copy(new (std::nothrow) CDib);
+    if (!copy || !copy->Create32(image.Width(), image.Height()) || !copy->AllocBits())
+        return {};
+    std::memcpy(copy->Bits(), image.Bits(), image.GetSizeImage());
+    return copy;
+}
+
+// Resampled pixels of a pane before its edges are drawn, with what they were made for.
+struct Resampled {
+    Size size;
+    Size fitted;
+    u32 anchor = 0;
+    CDibPtr pixels;
+    bool Matches(Size s, Size f, u32 a) const {
+        return pixels && s.cx == size.cx && s.cy == size.cy && f.cx == fitted.cx &&
+               f.cy == fitted.cy && a == anchor;
+    }
+};
+
+// A copy of the pixels remembered for that size, fit and anchor, made by `make` and remembered
+// when they are not; the caller draws the edges on the copy.
+template <typename Make>
+CDibPtr Remembered(std::mutex& lock, Resampled& last, Size size, Size fitted, u32 anchor,
+                   Make make) {
+    std::lock_guard<std::mutex> hold(lock);
+    if (!last.Matches(size, fitted, anchor)) {
+        last = Resampled();
+        CDibPtr made = make();
+        if (!made)
+            return {};
+        last = Resampled{size, fitted, anchor, made};
+    }
+    return CopyOf(*last.pixels);
+}
+
 } // namespace
 
 struct CPreviewSource::Impl {
@@ -94,6 +145,11 @@ struct CPreviewSource::Impl {
     bool opaque = true;
     VImage whole;
     std::vector<Level> levels;
+    std::mutex lastLock;
+    // The last resampled pixels of each pane, before the edges: a change of the rounding, the
+    // fade or the background leaves them as they are, and such changes are the common ones.
+    Resampled lastWhole;
+    Resampled lastCorner;
 };
 
 CPreviewSource::CPreviewSource() : impl_(new Impl) {}
@@ -101,7 +157,7 @@ CPreviewSource::CPreviewSource() : impl_(new Impl) {}
 CPreviewSource::~CPreviewSource() = default;
 
 HResult CPreviewSource::Build(const CDib& source) {
-    *impl_ = Impl();
+    impl_ = std::make_unique<Impl>();
     if (!IsDib32(source) || source.Width() <= 0 || source.Height() <= 0)
         return hr::kInvalidArg;
     if (!EnsureVipsStarted())
@@ -139,10 +195,10 @@ HResult CPreviewSource::Build(const CDib& source) {
         }
     } catch (const VError&) {
         vips_error_clear();
-        *impl_ = Impl();
+        impl_ = std::make_unique<Impl>();
         return hr::kOutOfMemory;
     } catch (const std::bad_alloc&) {
-        *impl_ = Impl();
+        impl_ = std::make_unique<Impl>();
         return hr::kOutOfMemory;
     }
     impl_->size = Size{width, height};
@@ -163,10 +219,13 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
     if (impl_->levels.empty() || size.cx <= 0 || size.cy <= 0)
         return 0;
     try {
-        VImage whole = impl_->whole;
-        if (whole.width() != size.cx || whole.height() != size.cy)
-            whole = ResampleRgba(whole, size.cx, size.cy, interp::kHighQuality, impl_->opaque);
-        CDibPtr image = ToDib(whole);
+        // The whole copy does not depend on the shrink: only the size shown is the key.
+        CDibPtr image = Remembered(impl_->lastLock, impl_->lastWhole, size, Size{}, 0, [&] {
+            VImage whole = impl_->whole;
+            if (whole.width() != size.cx || whole.height() != size.cy)
+                whole = ResampleRgba(whole, size.cx, size.cy, interp::kHighQuality, impl_->opaque);
+            return ToDib(whole);
+        });
         if (!image)
             return CRoundStep::kRoundFailed;
         // The corners and the fade of the full-size result, at the pane's scale.
@@ -199,34 +258,39 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
     if (w <= 0 || h <= 0)
         return 0;
     try {
-        // The coarsest scale that is still as fine as the result.
-        const double perResultX = static_cast<double>(impl_->size.cx) / fitted.cx;
-        const double perResultY = static_cast<double>(impl_->size.cy) / fitted.cy;
-        const Impl::Level* level = &impl_->levels.front();
-        for (const Impl::Level& candidate : impl_->levels) {
-            if (candidate.scale <= perResultX && candidate.scale <= perResultY)
-                level = &candidate;
-        }
-        const VImage kept =
-            level->whole ? ToTopLeft(level->corners[0], anchor) : level->corners[anchor - 1];
-        const double fx = perResultX / level->scale;
-        const double fy = perResultY / level->scale;
-        VImage corner;
-        if (std::fabs(fx - 1.0) < 1e-9 && std::fabs(fy - 1.0) < 1e-9) {
-            corner = kept.crop(0, 0, std::min(w, kept.width()), std::min(h, kept.height()));
-        } else {
-            // The part of the kept corner under the result's corner, with room for the kernel;
-            // the extent maps the result's pixels onto the source's as the full shrink does.
-            // libvips centres its sampling grid on the input pixels that the rounded output
-            // size uses: a part whose width is close to a whole number of output pixels keeps
-            // the grid within a quarter pixel of the whole image's.
-            const i32 reach = 4;
-            const i32 cw = std::min(kept.width(), static_cast<i32>(std::lround((w + reach) * fx)));
-            const i32 ch = std::min(kept.height(), static_cast<i32>(std::lround((h + reach) * fy)));
-            corner = ResampleRgba(kept.crop(0, 0, cw, ch), w, h, interp::kHighQuality,
-                                  impl_->opaque, w * fx, h * fy);
-        }
-        CDibPtr image = ToDib(ToTopLeft(corner, anchor));
+        CDibPtr image =
+            Remembered(impl_->lastLock, impl_->lastCorner, Size{w, h}, fitted, anchor, [&] {
+                // The coarsest scale that is still as fine as the result.
+                const double perResultX = static_cast<double>(impl_->size.cx) / fitted.cx;
+                const double perResultY = static_cast<double>(impl_->size.cy) / fitted.cy;
+                const Impl::Level* level = &impl_->levels.front();
+                for (const Impl::Level& candidate : impl_->levels) {
+                    if (candidate.scale <= perResultX && candidate.scale <= perResultY)
+                        level = &candidate;
+                }
+                const VImage kept = level->whole ? ToTopLeft(level->corners[0], anchor)
+                                                 : level->corners[anchor - 1];
+                const double fx = perResultX / level->scale;
+                const double fy = perResultY / level->scale;
+                VImage corner;
+                if (std::fabs(fx - 1.0) < 1e-9 && std::fabs(fy - 1.0) < 1e-9) {
+                    corner = kept.crop(0, 0, std::min(w, kept.width()), std::min(h, kept.height()));
+                } else {
+                    // The part of the kept corner under the result's corner, with room for the
+                    // kernel; the extent maps the result's pixels onto the source's as the full
+                    // shrink does. libvips centres its sampling grid on the input pixels that the
+                    // rounded output size uses: a part whose width is close to a whole number of
+                    // output pixels keeps the grid within a quarter pixel of the whole image's.
+                    const i32 reach = 4;
+                    const i32 cw =
+                        std::min(kept.width(), static_cast<i32>(std::lround((w + reach) * fx)));
+                    const i32 ch =
+                        std::min(kept.height(), static_cast<i32>(std::lround((h + reach) * fy)));
+                    corner = ResampleRgba(kept.crop(0, 0, cw, ch), w, h, interp::kHighQuality,
+                                          impl_->opaque, w * fx, h * fy);
+                }
+                return ToDib(ToTopLeft(corner, anchor));
+            });
         if (!image || image->Width() != w || image->Height() != h)
             return CRoundStep::kRoundFailed;
         CEdgePlan plan;

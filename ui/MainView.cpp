@@ -281,6 +281,11 @@ void CMainView::OnInitDialog() {
 
     if (Failed(LoadImageResource(sampleImage, kSampleName, "IMAGE")))
         sampleImage.reset();
+    if (sampleImage) {
+        samplePreview.reset(new CPreviewSource);
+        if (Failed(samplePreview->Build(*sampleImage)))
+            samplePreview.reset();
+    }
     UpdateControlStates(false);
     RunUpdate();
 }
@@ -351,13 +356,40 @@ boost::shared_ptr<CLengthCtrlSet> CMainView::FindLengthSet(i32 controlId) const 
     return {};
 }
 
-void CMainView::ShowResult(const CDibPtr& image) {
-    for (CSimpleDibWidget* pane : {wholePane.get(), detailPane.get()}) {
-        if (!pane)
-            continue;
-        pane->SetImage(image);
-        InvalidateWidget(pane);
-    }
+bool CMainView::ShowPreview() {
+    const CPreviewSource* source = lastSource ? lastSource.get() : samplePreview.get();
+    if (!source || !wholePane || !detailPane)
+        return false;
+    const CSetting& setting = TheSetting();
+    CShrinkStep shrink;
+    shrink.SetSettings(setting.shrink);
+    CRoundStep round;
+    round.SetSettings(setting.round);
+    // The alpha survives only where the output keeps it: a PNG.
+    const bool keepAlpha = setting.saveType != 0 && setting.saveType != 2;
+    const Size full = source->SourceSize();
+    Size fitted;
+    if (shrink.FittedSize(full.cx, full.cy, fitted) != 0)
+        return false;
+    // The whole pane shows the result fitted to it; a result smaller than the pane is made at
+    // its own size and enlarged by the pane, as the result itself would be.
+    const Rect& wholeRect = wholePane->GetRect();
+    Size shown = FitToPane(Size{wholeRect.Width(), wholeRect.Height()}, fitted, 0.01);
+    if (shown.cx > fitted.cx || shown.cy > fitted.cy)
+        shown = fitted;
+    const Rect& detailRect = detailPane->GetRect();
+    CDibPtr whole;
+    CDibPtr corner;
+    if (source->RenderWhole(shrink, round, keepAlpha, shown, whole) != 0 || !whole ||
+        source->RenderCorner(shrink, round, keepAlpha, AnchorFor(round.corners, round.edges),
+                             Size{detailRect.Width(), detailRect.Height()}, corner) != 0 ||
+        !corner)
+        return false;
+    wholePane->SetImage(whole);
+    detailPane->SetImage(corner);
+    InvalidateWidget(wholePane.get());
+    InvalidateWidget(detailPane.get());
+    return true;
 }
 
 void CMainView::RunUpdate() {

@@ -19,6 +19,7 @@
 #include "batch/LunavexTask.h"
 #include "batch/TaskThread.h"
 #include "image/Dib.h"
+#include "image/PreviewSource.h"
 
 class CColorWidget;
 class CWidget;
@@ -68,8 +69,11 @@ public:
 
     // The length set that owns a control id; empty when none does.
     boost::shared_ptr<CLengthCtrlSet> FindLengthSet(i32 controlId) const;
-    // Shows an image in both panes and repaints them (no erase).
-    void ShowResult(const CDibPtr& image);
+    // Makes both panes from the newest source of the last batch, or else the sample, with the
+    // stored settings, and repaints them (no erase): the whole result fitted to one, a corner of
+    // it at real size in the other. False, with the panes as they were, when the settings give
+    // no image.
+    bool ShowPreview();
 
     // Runs the tolerant update of the command table, when there is a table.
     void RunUpdate();
@@ -109,7 +113,10 @@ public:
     boost::shared_ptr<CSimpleDibWidget> wholePane;
     boost::shared_ptr<CSimpleDibWidget> detailPane;
     CDibPtr sampleImage;
-    CDibPtr lastSourceImage; // source of the newest good file of the last batch
+    // What the panes need of the sample and of the newest good file of the last batch; never the
+    // full-size image itself.
+    boost::shared_ptr<CPreviewSource> samplePreview;
+    boost::shared_ptr<CPreviewSource> lastSource;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

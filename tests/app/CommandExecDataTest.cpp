@@ -126,7 +126,7 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
         EXPECT_FALSE(task->source) << "taken-in tasks let go of their images";
         EXPECT_FALSE(task->result);
     }
-    EXPECT_TRUE(view->lastSourceImage);
+    EXPECT_TRUE(view->lastSource);
     EXPECT_EQ(TheSetting().outputPath, W(dir / "out") + L"/");
 
     // Both outputs exist now: one question names them, and Cancel leaves everything as it was.

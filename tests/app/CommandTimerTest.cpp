@@ -31,12 +31,16 @@ Task GateTask(CGateClient* client, const wchar_t* name) {
     return task;
 }
 
-// A finished task as the worker hands it over: images, output folder, failure.
-Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText = L"") {
+// A finished task as the worker hands it over: images, what the panes need of its source (a
+// plain colour, blue = `shade`), output folder, failure.
+Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText = L"",
+              u8 shade = 90) {
     Task task(new lvx::CLunavexTask);
     task->Init(L"/src/in.png", output, nullptr);
-    task->source = testfiles::Solid(4, 4, 1, 2, 3);
-    task->result = testfiles::Solid(4, 4, 4, 5, 6);
+    task->source = testfiles::Solid(64, 48, shade, 2, 3);
+    task->result = testfiles::Solid(64, 48, 4, 5, 6);
+    task->preview.reset(new CPreviewSource);
+    EXPECT_EQ(task->preview->Build(*task->source), 0);
     task->errorId = errorId;
     task->errorText = errorText;
     return task;
@@ -79,6 +83,14 @@ protected:
         return qobject_cast<QProgressBar*>(view->Control(lvx::ctl::kProgress));
     }
 
+    // The blue of the middle of the whole pane's image; -1 without one.
+    int WholePaneBlue() {
+        const CDibPtr& image = view->wholePane->Image();
+        if (!image)
+            return -1;
+        return image->PixelAt(image->Width() / 2, image->Height() / 2)[0];
+    }
+
     CGateClient gate;
 };
 
@@ -91,9 +103,8 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     view->UpdateControlStates(true);
     ASSERT_FALSE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
 
-    Task first = Finished(L"/src/out1/a.png");
-    auto firstSource = first->source;
-    auto firstResult = first->result;
+    Task first = Finished(L"/src/out1/a.png", 0, L"", 91);
+    auto firstPreview = first->preview;
     Deliver({first});
     Tick();
     EXPECT_EQ(view->doneCount, 1);
@@ -102,9 +113,15 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     const int dots = DotsBehind(1, 10);
     ASSERT_GE(dots, 0) << "\"2 / 10 ファイル処理中 \" and dots";
     EXPECT_LE(dots, 9);
-    EXPECT_EQ(view->lastSourceImage, firstSource);
-    EXPECT_EQ(view->wholePane->Image(), firstResult);
-    EXPECT_EQ(view->detailPane->Image(), firstResult);
+    // The panes are made from the new source at its size (it fits the pane) and not taken from
+    // the full-size result, which is let go with the source.
+    EXPECT_EQ(view->lastSource, firstPreview);
+    ASSERT_TRUE(view->wholePane->Image());
+    EXPECT_EQ(view->wholePane->Image()->Width(), 64);
+    EXPECT_EQ(view->wholePane->Image()->Height(), 48);
+    EXPECT_EQ(WholePaneBlue(), 91);
+    ASSERT_TRUE(view->detailPane->Image());
+    EXPECT_NE(view->detailPane->Image(), view->wholePane->Image());
     EXPECT_FALSE(first->source);
     EXPECT_FALSE(first->result);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out1/");
@@ -117,14 +134,15 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
 
     // Of two results in one tick only the newer is shown; the dots move on by one.
-    Task second = Finished(L"/src/out2/b.png");
-    Task third = Finished(L"/src/out3/c.png");
-    auto thirdSource = third->source;
+    Task second = Finished(L"/src/out2/b.png", 0, L"", 92);
+    Task third = Finished(L"/src/out3/c.png", 0, L"", 93);
+    auto thirdPreview = third->preview;
     Deliver({second, third});
     Tick();
     EXPECT_EQ(view->doneCount, 3);
     EXPECT_EQ(DotsBehind(3, 10), (dots + 1) % 10);
-    EXPECT_EQ(view->lastSourceImage, thirdSource);
+    EXPECT_EQ(view->lastSource, thirdPreview);
+    EXPECT_EQ(WholePaneBlue(), 93);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
     EXPECT_FALSE(second->source);
 
@@ -139,7 +157,8 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     // Two failures in one tick: the batch ends at once, the waiting task is cancelled, no pane
     // changes and the text of the second failure is the one box.
     view->fileCount = 10;
-    auto shownSource = view->lastSourceImage;
+    auto shownSource = view->lastSource;
+    const int shownBlue = WholePaneBlue();
     CThread* worker = view->pool.threads.at(0).get();
     std::thread opener([&] {
         while (!worker->IsTerminated())
@@ -158,7 +177,8 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     EXPECT_EQ(view->pool.pending.Count(), 0u);
     EXPECT_EQ(view->pool.cancelled.Count(), 1u);
     EXPECT_EQ(gate.FinishedCount(), 1u) << "the waiting task never ran";
-    EXPECT_EQ(view->lastSourceImage, shownSource);
+    EXPECT_EQ(view->lastSource, shownSource);
+    EXPECT_EQ(WholePaneBlue(), shownBlue);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out4/");
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
     EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -58,30 +59,38 @@ protected:
 
 TEST_F(CommandUpdateDataTest, StartShowsTheSampleProcessed) {
     ASSERT_TRUE(view->sampleImage);
-    const CDibPtr& shown = view->wholePane->Image();
-    ASSERT_TRUE(shown);
-    EXPECT_NE(shown, view->sampleImage);
-    EXPECT_EQ(view->detailPane->Image(), shown);
-    EXPECT_EQ(shown->Header()->biWidth, 298);
-    EXPECT_EQ(shown->Header()->biHeight, 372);
-    // JPEG: the rounded corners are filled with the white background, fully opaque. With every
-    // corner rounded, the first pixel of the bits is a corner whichever way the rows run.
-    const u8* corner = shown->Bits();
-    EXPECT_EQ(corner[0], 255);
-    EXPECT_EQ(corner[1], 255);
-    EXPECT_EQ(corner[2], 255);
-    EXPECT_EQ(corner[3], 255);
+    ASSERT_TRUE(view->samplePreview);
+    const CDibPtr& whole = view->wholePane->Image();
+    const CDibPtr& detail = view->detailPane->Image();
+    ASSERT_TRUE(whole);
+    ASSERT_TRUE(detail);
+    EXPECT_NE(whole, view->sampleImage);
+    EXPECT_NE(detail, whole);
+    // The whole pane holds the result at the size the pane shows it, never larger than the
+    // result; the detail pane holds no more than it can show at real size.
+    const Size sample{view->sampleImage->Width(), view->sampleImage->Height()};
+    const Rect& wholeRect = view->wholePane->GetRect();
+    const Size fitted = FitToPane(Size{wholeRect.Width(), wholeRect.Height()}, sample, 0.01);
+    EXPECT_EQ(whole->Width(), std::min(fitted.cx, sample.cx));
+    EXPECT_EQ(whole->Height(), std::min(fitted.cy, sample.cy));
+    const Rect& detailRect = view->detailPane->GetRect();
+    EXPECT_LE(detail->Width(), std::min(detailRect.Width(), sample.cx));
+    EXPECT_LE(detail->Height(), std::min(detailRect.Height(), sample.cy));
+    // JPEG: the rounded top-left corner is filled with the white background, fully opaque, in
+    // both panes.
+    for (const CDibPtr& image : {whole, detail})
+        EXPECT_EQ(std::vector<u8>(image->PixelAt(0, 0), image->PixelAt(0, 0) + 4),
+                  (std::vector<u8>{255, 255, 255, 255}));
 
-    // A change of the background colour recomputes the preview: the corner turns red.
+    // A change of the background colour recomputes both panes: the corner turns red.
     Type(ctl::kColorText, L"FF0000");
     EXPECT_EQ(TheSetting().round.backgroundColor, 0x0000FFu);
-    const u8* red = view->wholePane->Image()->Bits();
-    EXPECT_EQ(red[0], 0);
-    EXPECT_EQ(red[1], 0);
-    EXPECT_EQ(red[2], 255);
-    // A shrink choice that fails the conversion leaves the panes as they are.
+    for (const CDibPtr& image : {view->wholePane->Image(), view->detailPane->Image()})
+        EXPECT_EQ(std::vector<u8>(image->PixelAt(0, 0), image->PixelAt(0, 0) + 3),
+                  (std::vector<u8>{0, 0, 255}));
+    // A source that gives no image leaves the panes as they are.
     CDibPtr before = view->wholePane->Image();
-    view->lastSourceImage.reset(new CDib);
+    view->lastSource.reset(new CPreviewSource);
     Tolerant();
     EXPECT_EQ(view->wholePane->Image(), before);
 }

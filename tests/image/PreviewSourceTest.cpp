@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "PixelTestUtil.h"
 #include "image/Background.h"
@@ -139,6 +140,60 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
     EXPECT_EQ(preview.RenderCorner(unknown, round, false, 1, Size{10, 10}, out),
               CShrinkStep::kUnknownType);
     EXPECT_FALSE(out);
+}
+
+// The window renders after every change from one preview source: whatever came before, each
+// render equals that of a source that renders it first, and an image handed out earlier (which a
+// pane still shows) is never drawn on again.
+TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
+    CDibPtr source = Picture(1500, 900, true);
+    CPreviewSource used;
+    ASSERT_EQ(used.Build(*source), 0u);
+    struct Change {
+        i32 box;
+        i32 radius;
+        u32 corners;
+        u32 edges;
+        bool transparent;
+    };
+    const Change changes[] = {{0, 30, 15, 0, false}, {0, 60, 15, 0, false},  {0, 60, 2, 5, true},
+                              {700, 60, 2, 5, true}, {700, 20, 8, 0, false}, {0, 20, 8, 0, false}};
+    CDibPtr firstWhole;
+    CDibPtr firstCorner;
+    std::vector<u8> firstWholeBytes;
+    for (const Change& change : changes) {
+        CShrinkStep shrink;
+        if (change.box > 0) {
+            shrink.shrinkType = 1;
+            shrink.customWidth = change.box;
+            shrink.customHeight = change.box;
+        }
+        CRoundStep round;
+        round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};
+        round.blurWidth = LengthValue{lengthunit::kPixels, 25, 0};
+        round.corners = change.corners;
+        round.edges = change.edges;
+        round.transparent = change.transparent;
+        round.backgroundColor = 0x00102030;
+        const u32 anchor = change.corners == 8 ? 4u : change.corners == 2 ? 2u : 1u;
+        CPreviewSource fresh;
+        ASSERT_EQ(fresh.Build(*source), 0u);
+        CDibPtr whole, corner, freshWhole, freshCorner;
+        ASSERT_EQ(used.RenderWhole(shrink, round, true, Size{240, 144}, whole), 0u);
+        ASSERT_EQ(used.RenderCorner(shrink, round, true, anchor, Size{200, 220}, corner), 0u);
+        ASSERT_EQ(fresh.RenderWhole(shrink, round, true, Size{240, 144}, freshWhole), 0u);
+        ASSERT_EQ(fresh.RenderCorner(shrink, round, true, anchor, Size{200, 220}, freshCorner), 0u);
+        EXPECT_TRUE(PixelsNear(*whole, *freshWhole, 0)) << change.box << " " << change.radius;
+        EXPECT_TRUE(PixelsNear(*corner, *freshCorner, 0)) << change.box << " " << change.radius;
+        if (!firstWhole) {
+            firstWhole = whole;
+            firstCorner = corner;
+            firstWholeBytes.assign(whole->Bits(), whole->Bits() + whole->GetSizeImage());
+        }
+    }
+    EXPECT_NE(firstWhole, firstCorner);
+    EXPECT_EQ(std::vector<u8>(firstWhole->Bits(), firstWhole->Bits() + firstWhole->GetSizeImage()),
+              firstWholeBytes);
 }
 
 } // namespace
