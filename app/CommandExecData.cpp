@@ -75,6 +75,9 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
 
     std::vector<std::wstring> existing;
     for (const PlannedFile& file : planned) {
+        // Each file streams through one pipeline; the panes get what they need of its source.
+        file.task->keepsImages = false;
+        file.task->makesPreview = true;
         view->pool.Add(file.task);
         if (file.outputExists)
             existing.push_back(file.task->outputFile);

@@ -127,9 +127,11 @@ void CLunavexTask::Convert() {
     if (errorId != 0)
         return;
     // Made here, on the worker, so that the window's thread only ever works at the panes' size.
-    preview.reset(new CPreviewSource);
-    if (Failed(preview->Build(*source)))
-        preview.reset();
+    if (makesPreview) {
+        preview.reset(new CPreviewSource);
+        if (Failed(preview->Build(*source)))
+            preview.reset();
+    }
 }
 
 bool CLunavexTask::ConvertStreamed() {
@@ -146,6 +148,11 @@ bool CLunavexTask::ConvertStreamed() {
     }
     std::vector<u8> bytes;
     StreamFailure failure;
+    boost::shared_ptr<CPreviewSource> collected;
+    if (makesPreview) {
+        collected.reset(new CPreviewSource);
+        output.sourceRows = collected.get();
+    }
     code = ConvertStream(file.data.get(), file.size, limits, shrinkStep, roundStep, output, bytes,
                          failure);
     switch (failure.stage) {
@@ -154,6 +161,15 @@ bool CLunavexTask::ConvertStreamed() {
             encoded = std::move(bytes);
         else
             Save(&bytes);
+        if (collected && errorId == 0) {
+            // Rows that the conversion never asked for (a shrink may leave the last ones out)
+            // are read from the file again.
+            if (Failed(collected->End()) &&
+                (Failed(ReadRows(file.data.get(), file.size, limits, *collected)) ||
+                 Failed(collected->End())))
+                collected.reset();
+            preview = collected;
+        }
         break;
     case StreamFailure::kLoad:
         FailLoad(code, failure.declared);

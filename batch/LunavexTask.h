@@ -88,12 +88,14 @@ public:
     // fails the task. Either way the old file stays until the new one is complete.
     bool replaceExisting = false;
     CDecodeLimits limits;
-    // The window shows the source and the result of the newest file, so its tasks keep both in
-    // memory. Without that, a JPEG or PNG output is streamed: no whole image is held, and a
-    // large JPEG is decoded at a reduced size when the shrink allows it.
+    // A task that keeps its images holds the decoded source and the result in memory, for a
+    // caller that looks at them. Without that, a JPEG or PNG output is streamed: no whole image is
+    // held, and a large JPEG is decoded at a reduced size when the shrink allows it.
     bool keepsImages = true;
-    // What the window's panes need of the source, made by a task that keeps its images once its
-    // file is written; it outlives ReleaseImages.
+    // Whether the task makes `preview` once its file is written: what the window's panes need of
+    // the source, taken from the rows as the conversion reads them, and read from the file once
+    // more only where the conversion skipped rows. It outlives ReleaseImages.
+    bool makesPreview = false;
     boost::shared_ptr<CPreviewSource> preview;
     // A streamed task keeps its encoded output in `encoded` instead of writing it, for a caller
     // that writes the files of several tasks in their order (SaveEncoded).

@@ -110,13 +110,13 @@ HResult EncoderFailure(const VError& error, bool outputOutOfMemory) {
 }
 
 // Rows of a decoded image go straight into the CDib as libvips hands them over.
-struct CRowSink {
+struct CDibTarget {
     CDib* dib;
 };
 
 // Copies a strip of RGBA rows into the bottom-up BGRA bits. Called by libvips in row order.
 int WriteStrip(VipsRegion* region, VipsRect* area, void* arg) {
-    CDib& dib = *static_cast<CRowSink*>(arg)->dib;
+    CDib& dib = *static_cast<CDibTarget*>(arg)->dib;
     const i32 height = dib.Height();
     const size_t stride = dib.Stride();
     for (int y = area->top; y < VIPS_RECT_BOTTOM(area); ++y) {
@@ -522,7 +522,7 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
             return hr::kOutOfMemory;
         if (!dib->Create32(full.cx, full.cy) || !dib->AllocBits())
             return hr::kOutOfMemory;
-        CRowSink sink{dib.get()};
+        CDibTarget sink{dib.get()};
         code = vips_sink_disc(rgba.get_image(), WriteStrip, &sink) || stream.Damaged()
                    ? hr::kNotImpl
                    : hr::kOk;

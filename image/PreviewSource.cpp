@@ -21,7 +21,6 @@ using vips::VImage;
 
 namespace {
 
-constexpr int kDeepestLevel = 24;
 constexpr int kStripRows = 16;
 
 bool FromRight(u32 anchor) {
@@ -41,16 +40,102 @@ VImage ToTopLeft(VImage image, u32 anchor) {
     return image;
 }
 
-// A box average by n on both axes, with colours weighted by alpha where there is alpha.
-VImage Reduce(const VImage& image, int n, bool opaque) {
-    if (n <= 1)
-        return image;
-    if (opaque)
-        return image.shrink(n, n);
-    VImage tagged = image.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    return tagged.premultiply().shrink(n, n).unpremultiply().linear(1.0, 0.5).cast(
-        VIPS_FORMAT_UCHAR);
-}
+// A grid of `across` x `down` squares of side `scale` over an image, from (left, top), fed the
+// image's rows top to bottom and kept as the average of each square: the colours weighted by
+// their alpha, the alpha rounded. Kept turned as asked, so that a corner of the image can lie at
+// the top left. Four bands, blue, green, red, alpha.
+class BoxRows {
+public:
+    // `opaque`: every alpha is 255, and the colours are plain averages.
+    BoxRows(i32 left, i32 top, i32 across, i32 down, i32 scale, bool flipX, bool flipY, bool opaque)
+        : left_(left), top_(top), across_(across), down_(down), scale_(scale), flipX_(flipX),
+          flipY_(flipY), opaque_(opaque), sums_(static_cast<size_t>(across) * 4),
+          out_(static_cast<size_t>(across) * down * 4) {}
+
+    // Row y of the image, four bands; rows outside the grid are passed over.
+    void Add(i32 y, const u8* row) {
+        const i32 rel = y - top_;
+        if (rel < 0 || rel >= down_ * scale_)
+            return;
+        const i32 by = rel / scale_;
+        const u8* in = row + static_cast<size_t>(left_) * 4;
+        if (scale_ == 1) {
+            u8* out = OutRow(by);
+            if (!flipX_) {
+                std::memcpy(out, in, static_cast<size_t>(across_) * 4);
+            } else {
+                for (i32 b = 0; b < across_; ++b)
+                    std::memcpy(out + static_cast<size_t>(across_ - 1 - b) * 4, in + b * 4, 4);
+            }
+            return;
+        }
+        u32* sum = sums_.data();
+        if (opaque_) {
+            for (i32 b = 0; b < across_; ++b, sum += 4) {
+                for (i32 d = 0; d < scale_; ++d, in += 4) {
+                    sum[0] += in[0];
+                    sum[1] += in[1];
+                    sum[2] += in[2];
+                }
+            }
+        } else {
+            for (i32 b = 0; b < across_; ++b, sum += 4) {
+                for (i32 d = 0; d < scale_; ++d, in += 4) {
+                    const u32 alpha = in[3];
+                    sum[0] += in[0] * alpha;
+                    sum[1] += in[1] * alpha;
+                    sum[2] += in[2] * alpha;
+                    sum[3] += alpha;
+                }
+            }
+        }
+        if (rel % scale_ == scale_ - 1)
+            Emit(by);
+    }
+
+    i32 Width() const { return across_; }
+    i32 Height() const { return down_; }
+    const u8* Row(i32 y) const { return out_.data() + static_cast<size_t>(y) * across_ * 4; }
+
+    VImage Image() const {
+        VipsImage* image = vips_image_new_from_memory_copy(out_.data(), out_.size(), across_, down_,
+                                                           4, VIPS_FORMAT_UCHAR);
+        if (!image)
+            throw VError();
+        return VImage(image);
+    }
+
+private:
+    u8* OutRow(i32 by) {
+        return out_.data() + static_cast<size_t>(flipY_ ? down_ - 1 - by : by) * across_ * 4;
+    }
+
+    void Emit(i32 by) {
+        const u32 count = static_cast<u32>(scale_) * static_cast<u32>(scale_);
+        u8* out = OutRow(by);
+        u32* sum = sums_.data();
+        for (i32 b = 0; b < across_; ++b, sum += 4) {
+            u8* pixel = out + static_cast<size_t>(flipX_ ? across_ - 1 - b : b) * 4;
+            if (opaque_) {
+                for (int c = 0; c < 3; ++c)
+                    pixel[c] = static_cast<u8>((sum[c] + count / 2) / count);
+                pixel[3] = 255;
+                sum[0] = sum[1] = sum[2] = 0;
+                continue;
+            }
+            const u32 alpha = sum[3];
+            for (int c = 0; c < 3; ++c)
+                pixel[c] = static_cast<u8>(alpha ? (sum[c] + alpha / 2) / alpha : 0);
+            pixel[3] = static_cast<u8>((alpha + count / 2) / count);
+            sum[0] = sum[1] = sum[2] = sum[3] = 0;
+        }
+    }
+
+    i32 left_, top_, across_, down_, scale_;
+    bool flipX_, flipY_, opaque_;
+    std::vector<u32> sums_;
+    std::vector<u8> out_;
+};
 
 // The pixels of a four-band image as a new bottom-up CDib; null when memory runs out. The
 // pipeline runs on the calling thread: at a pane's size, handing strips to libvips' workers and
@@ -135,16 +220,32 @@ CDibPtr Remembered(std::mutex& lock, Resampled& last, Size size, Size fitted, u3
 
 struct CPreviewSource::Impl {
     // One scale of the source: the four corners, each turned so that its corner lies at the top
-    // left, or the whole image where it fits in one corner's room.
+    // left, or the whole image at that scale.
     struct Level {
         int scale = 1;
         bool whole = false;
         VImage corners[4];
     };
+    // The grids that rows are fed into while the copy is built.
+    struct Building {
+        Size rows;
+        i32 reduction = 1;
+        i32 bands = 4;
+        i32 nextRow = 0;
+        u8 leastAlpha = 255;
+        bool failed = false;
+        std::vector<u8> row; // the row in hand as blue, green, red, alpha
+        // Per corner scale, the four corners in anchor order.
+        std::vector<std::vector<BoxRows>> cornerLevels;
+        std::vector<i32> cornerScales;
+        std::unique_ptr<BoxRows> firstWhole;
+        i32 firstWholeScale = 1;
+    };
     Size size;
     bool opaque = true;
     VImage whole;
     std::vector<Level> levels;
+    std::unique_ptr<Building> building;
     std::mutex lastLock;
     // The last resampled pixels of each pane, before the edges: a change of the rounding, the
     // fade or the background leaves them as they are, and such changes are the common ones.
@@ -160,39 +261,139 @@ HResult CPreviewSource::Build(const CDib& source) {
     impl_ = std::make_unique<Impl>();
     if (!IsDib32(source) || source.Width() <= 0 || source.Height() <= 0)
         return hr::kInvalidArg;
+    const Size size{source.Width(), source.Height()};
+    // Red first, as Row takes it; an image without a transparent pixel goes as three bands.
+    bool opaque = true;
+    for (i32 y = 0; y < size.cy && opaque; ++y) {
+        const u8* in = source.PixelAt(0, y);
+        for (i32 x = 0; x < size.cx && opaque; ++x)
+            opaque = in[x * 4 + 3] == 255;
+    }
+    const i32 bands = opaque ? 3 : 4;
+    Begin(size, 1, size, bands);
+    std::vector<u8> row(static_cast<size_t>(size.cx) * bands);
+    for (i32 y = 0; y < size.cy && !impl_->building->failed; ++y) {
+        const u8* in = source.PixelAt(0, y);
+        u8* out = row.data();
+        for (i32 x = 0; x < size.cx; ++x, in += 4, out += bands) {
+            out[0] = in[2];
+            out[1] = in[1];
+            out[2] = in[0];
+            if (bands == 4)
+                out[3] = in[3];
+        }
+        Row(row.data());
+    }
+    return End();
+}
+
+void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
+    impl_ = std::make_unique<Impl>();
+    impl_->size = declared;
+    try {
+        impl_->building = std::make_unique<Impl::Building>();
+        Impl::Building& b = *impl_->building;
+        b.rows = rows;
+        b.reduction = std::max(1, reduction);
+        b.bands = bands;
+        if (rows.cx <= 0 || rows.cy <= 0 || (bands != 3 && bands != 4)) {
+            b.failed = true;
+            return;
+        }
+        b.row.resize(static_cast<size_t>(rows.cx) * 4);
+        // Corners at each scale while the four of them lie apart, then the whole image.
+        for (i32 scale = 1;; scale *= 2) {
+            const i32 side = kCornerSide * scale;
+            const bool fits = rows.cx / scale <= kCornerSide && rows.cy / scale <= kCornerSide;
+            if (!fits && 2 * side <= rows.cx && 2 * side <= rows.cy) {
+                std::vector<BoxRows> corners;
+                for (u32 anchor = 1; anchor <= 4; ++anchor)
+                    corners.emplace_back(FromRight(anchor) ? rows.cx - side : 0,
+                                         FromBottom(anchor) ? rows.cy - side : 0, kCornerSide,
+                                         kCornerSide, scale, FromRight(anchor), FromBottom(anchor),
+                                         bands == 3);
+                b.cornerLevels.push_back(std::move(corners));
+                b.cornerScales.push_back(scale);
+                continue;
+            }
+            b.firstWhole = std::make_unique<BoxRows>(0, 0, std::max(1, rows.cx / scale),
+                                                     std::max(1, rows.cy / scale), scale, false,
+                                                     false, bands == 3);
+            b.firstWholeScale = scale;
+            break;
+        }
+    } catch (const std::bad_alloc&) {
+        if (impl_->building)
+            impl_->building->failed = true;
+    }
+}
+
+void CPreviewSource::Row(const u8* pixels) {
+    Impl::Building* b = impl_->building.get();
+    if (!b || b->failed || b->nextRow >= b->rows.cy)
+        return;
+    // Blue, green, red, alpha, as the kept scales hold them.
+    u8* row = b->row.data();
+    u8 least = b->leastAlpha;
+    for (i32 x = 0; x < b->rows.cx; ++x, pixels += b->bands, row += 4) {
+        row[0] = pixels[2];
+        row[1] = pixels[1];
+        row[2] = pixels[0];
+        row[3] = b->bands == 4 ? pixels[3] : 255;
+        least = std::min(least, row[3]);
+    }
+    b->leastAlpha = least;
+    const i32 y = b->nextRow++;
+    for (auto& corners : b->cornerLevels)
+        for (BoxRows& corner : corners)
+            corner.Add(y, b->row.data());
+    b->firstWhole->Add(y, b->row.data());
+}
+
+HResult CPreviewSource::End() {
+    std::unique_ptr<Impl::Building> b = std::move(impl_->building);
+    const Size size = impl_->size;
+    impl_ = std::make_unique<Impl>();
+    if (!b || b->failed)
+        return hr::kOutOfMemory;
+    if (b->nextRow != b->rows.cy)
+        return hr::kFail;
     if (!EnsureVipsStarted())
         return hr::kFail;
-    const i32 width = source.Width();
-    const i32 height = source.Height();
     try {
-        // Top-down rows of blue, green, red and alpha, as the CDib holds them.
-        const VImage image =
-            VImage::new_from_memory(const_cast<u8*>(source.Bits()), source.GetSizeImage(), width,
-                                    height, 4, VIPS_FORMAT_UCHAR)
-                .flip(VIPS_DIRECTION_VERTICAL);
-        impl_->opaque = image[3].min() >= 255.0;
-        const int wholeShrink =
-            static_cast<int>((std::max(width, height) + kWholeSide - 1) / kWholeSide);
-        impl_->whole = Reduce(image, wholeShrink, impl_->opaque).copy_memory();
-        for (int k = 0, scale = 1; k <= kDeepestLevel; ++k, scale *= 2) {
+        impl_->size = size;
+        impl_->opaque = b->leastAlpha == 255;
+        for (size_t k = 0; k < b->cornerLevels.size(); ++k) {
             Impl::Level level;
-            level.scale = scale;
-            if (width / scale <= kCornerSide && height / scale <= kCornerSide) {
-                level.whole = true;
-                level.corners[0] = Reduce(image, scale, impl_->opaque).copy_memory();
-                impl_->levels.push_back(level);
-                break;
-            }
-            const i32 cw = std::min(width, kCornerSide * scale);
-            const i32 ch = std::min(height, kCornerSide * scale);
-            for (u32 anchor = 1; anchor <= 4; ++anchor) {
-                const VImage corner = image.crop(FromRight(anchor) ? width - cw : 0,
-                                                 FromBottom(anchor) ? height - ch : 0, cw, ch);
-                level.corners[anchor - 1] =
-                    Reduce(ToTopLeft(corner, anchor), scale, impl_->opaque).copy_memory();
-            }
+            level.scale = b->cornerScales[k] * b->reduction;
+            for (u32 anchor = 1; anchor <= 4; ++anchor)
+                level.corners[anchor - 1] = b->cornerLevels[k][anchor - 1].Image();
             impl_->levels.push_back(level);
         }
+        b->cornerLevels.clear();
+        // The whole image at the first whole scale and at every further half, each made from
+        // the one before, until it fits in a corner's room or a side would vanish.
+        std::unique_ptr<BoxRows> current = std::move(b->firstWhole);
+        for (i32 scale = b->firstWholeScale;; scale *= 2) {
+            Impl::Level level;
+            level.scale = scale * b->reduction;
+            level.whole = true;
+            level.corners[0] = current->Image();
+            impl_->levels.push_back(level);
+            const i32 longer = std::max(current->Width(), current->Height());
+            if (impl_->whole.is_null() && longer <= kWholeSide)
+                impl_->whole = level.corners[0];
+            if ((current->Width() <= kCornerSide && current->Height() <= kCornerSide) ||
+                current->Width() < 2 || current->Height() < 2)
+                break;
+            auto half = std::make_unique<BoxRows>(0, 0, current->Width() / 2, current->Height() / 2,
+                                                  2, false, false, impl_->opaque);
+            for (i32 y = 0; y < current->Height(); ++y)
+                half->Add(y, current->Row(y));
+            current = std::move(half);
+        }
+        if (impl_->whole.is_null())
+            impl_->whole = impl_->levels.back().corners[0];
     } catch (const VError&) {
         vips_error_clear();
         impl_ = std::make_unique<Impl>();
@@ -201,7 +402,6 @@ HResult CPreviewSource::Build(const CDib& source) {
         impl_ = std::make_unique<Impl>();
         return hr::kOutOfMemory;
     }
-    impl_->size = Size{width, height};
     return hr::kOk;
 }
 

@@ -8,15 +8,19 @@
 #include "foundation/Types.h"
 #include "image/Dib.h"
 #include "image/RoundStep.h"
+#include "image/RowSink.h"
 #include "image/ShrinkStep.h"
 
-// Built once from a decoded source: a copy reduced for the whole pane, and the four corners of
-// the source at falling scales (the source's own, a half, a quarter, ...), each corner at most
-// kCornerSide pixels square, until one scale holds the whole image. A corner of the result at
-// real size is then resampled from the finest scale that covers it, with the rounding and the
-// fade of the full-size result and its background, so that it shows what the conversion writes
-// there. Read only once built: any thread.
-class CPreviewSource {
+// Built once from a decoded source: a copy reduced for the whole pane, and the corners of the
+// source at falling scales (the source's own, a half, a quarter, ...), each corner kCornerSide
+// pixels square, while the four corners of a scale lie apart; from the first scale at which they
+// would meet, the whole image at that scale and at every further half, until one fits in a
+// corner's room. Each kept pixel is the average of the pixels it covers, the colours weighted by
+// their alpha; a corner's squares are counted from its own corner of the image, a whole scale's
+// from the top left. A corner of the result at real size is then resampled from the finest scale
+// that covers it, with the rounding and the fade of the full-size result and its background, so
+// that it shows what the conversion writes there. Read only once built: any thread.
+class CPreviewSource : public CRowSink {
 public:
     // The side of a corner kept at each scale: room for a corner pane of up to 300 pixels and the
     // reach of the resampling kernel.
@@ -27,10 +31,16 @@ public:
     CPreviewSource();
     CPreviewSource(const CPreviewSource&) = delete;
     CPreviewSource& operator=(const CPreviewSource&) = delete;
-    ~CPreviewSource();
+    ~CPreviewSource() override;
 
     // 0x80070057 for a source that is not a 32-bit image, 0x8007000E when memory runs out.
     HResult Build(const CDib& source);
+    // The same from rows as a conversion reads them: Begin, every row through Row, then End,
+    // which fails with 0x80004005 when rows are missing and with 0x8007000E when memory ran out.
+    // A source decoded at a reduced size gives its finest scale at that reduction.
+    void Begin(Size rows, i32 reduction, Size declared, i32 bands) override;
+    void Row(const u8* pixels) override;
+    HResult End();
     Size SourceSize() const;
 
     // The whole result, fitted to `size` (the caller fits the result's shape into the pane), in

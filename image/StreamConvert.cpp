@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <new>
 
 #include <vips/vips8>
@@ -116,23 +118,100 @@ int GenerateEdges(VipsRegion* out, void* sequence, void*, void* arg, gboolean*) 
     return 0;
 }
 
-// The edge operation over 8-bit RGB or RGBA rows: four bands out when the alpha is kept or for a
-// PNG, three for a JPEG. Takes the job; it is freed with the image.
-VImage ApplyEdges(const VImage& pixels, CEdgeJob* job) {
+// An operation of our own over `pixels`: an image of `bands` bands whose strips of rows
+// `generate` makes with `job`, which is freed with the image (`free` takes the image and the job).
+template <typename Job>
+VImage Generated(const VImage& pixels, int bands, VipsGenerateFn generate, Job* job,
+                 void (*free)(VipsImage*, Job*)) {
     VipsImage* in = pixels.get_image();
     VipsImage* out = vips_image_new();
-    g_signal_connect(out, "close", G_CALLBACK(FreeJob), job);
+    g_signal_connect(out, "close", G_CALLBACK(free), job);
     // The output keeps its input alive as long as it may ask it for pixels.
     g_object_ref(in);
     vips_object_local(out, in);
     VImage result(out);
     if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr))
         throw VError();
-    out->Bands = job->outBands;
+    out->Bands = bands;
     out->Type = VIPS_INTERPRETATION_sRGB;
-    if (vips_image_generate(out, vips_start_one, GenerateEdges, vips_stop_one, in, job))
+    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, job))
         throw VError();
     return result;
+}
+
+// The edge operation over 8-bit RGB or RGBA rows: four bands out when the alpha is kept or for a
+// PNG, three for a JPEG. Takes the job; it is freed with the image.
+VImage ApplyEdges(const VImage& pixels, CEdgeJob* job) {
+    return Generated(pixels, job->outBands, GenerateEdges, job, FreeJob);
+}
+
+// Hands the decoded rows to a sink as the pipeline reads them. Strips arrive from several
+// threads and not always in order, and the resampler asks for some rows twice: each row is
+// handed over once, in order, and a row that comes before the ones above it waits here.
+struct CRowTap {
+    CRowSink* sink = nullptr;
+    i32 width = 0;
+    size_t rowBytes = 0;
+    std::mutex lock;
+    i32 nextRow = 0;
+    std::map<i32, std::vector<u8>> waiting;
+    bool lost = false; // too many rows waited: the sink will miss rows, and End says so
+
+    void Take(i32 y, const u8* row) {
+        if (lost || y < nextRow)
+            return;
+        if (y > nextRow) {
+            if (waiting.size() >= kMostWaitingRows) {
+                lost = true;
+                waiting.clear();
+                return;
+            }
+            waiting.try_emplace(y, row, row + rowBytes);
+            return;
+        }
+        sink->Row(row);
+        ++nextRow;
+        for (auto next = waiting.begin(); next != waiting.end() && next->first == nextRow;
+             next = waiting.erase(next)) {
+            sink->Row(next->second.data());
+            ++nextRow;
+        }
+    }
+
+    // Far more than the strips that libvips' threads have in hand at once.
+    static constexpr size_t kMostWaitingRows = 4096;
+};
+
+void FreeTap(VipsImage*, CRowTap* tap) {
+    delete tap;
+}
+
+int GenerateTap(VipsRegion* out, void* sequence, void*, void* arg, gboolean*) {
+    auto* in = static_cast<VipsRegion*>(sequence);
+    auto& tap = *static_cast<CRowTap*>(arg);
+    const VipsRect area = out->valid;
+    if (vips_region_prepare(in, &area) || vips_region_region(out, in, &area, area.left, area.top))
+        return -1;
+    // Only whole rows are handed over; the pipelines here ask for nothing else.
+    if (area.left != 0 || area.width != tap.width)
+        return 0;
+    try {
+        std::lock_guard<std::mutex> hold(tap.lock);
+        for (i32 y = area.top; y < VIPS_RECT_BOTTOM(&area); ++y)
+            tap.Take(y, VIPS_REGION_ADDR(in, 0, y));
+    } catch (const std::bad_alloc&) {
+        tap.lost = true;
+    }
+    return 0;
+}
+
+// `pixels` as they are, with every row handed to the sink as it is read.
+VImage TapRows(const VImage& pixels, CRowSink* sink) {
+    auto tap = std::make_unique<CRowTap>();
+    tap->sink = sink;
+    tap->width = pixels.width();
+    tap->rowBytes = static_cast<size_t>(pixels.width()) * pixels.bands();
+    return Generated(pixels, pixels.bands(), GenerateTap, tap.release(), FreeTap);
 }
 
 void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResult code) {
@@ -162,6 +241,11 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         stream.ReduceFor(fitted.cx, fitted.cy);
 
     VImage pixels = stream.Pixels();
+    if (output.sourceRows) {
+        output.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
+                                 pixels.bands());
+        pixels = TapRows(pixels, output.sourceRows);
+    }
     if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
         const double reduction = stream.Reduction();
         pixels = ResampleRgba(pixels, fitted.cx, fitted.cy, interp::kHighQuality,
@@ -224,6 +308,45 @@ HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
     } catch (const std::bad_alloc&) {
         out.clear();
         Fail(failure, StreamFailure::kLoad, 0, hr::kOutOfMemory);
+        return hr::kOutOfMemory;
+    }
+}
+
+HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowSink& sink) {
+    if (!EnsureVipsStarted())
+        return hr::kFail;
+    VipsRegion* region = nullptr;
+    try {
+        CDecodeStream stream;
+        const HResult code = stream.Open(data, size, limits);
+        if (Failed(code))
+            return code;
+        const VImage pixels = stream.Pixels();
+        sink.Begin(Size{pixels.width(), pixels.height()}, 1, stream.DeclaredSize(), pixels.bands());
+        region = vips_region_new(pixels.get_image());
+        if (!region)
+            throw VError();
+        // Strips in order, as the decoder reads them.
+        constexpr i32 kStripRows = 16;
+        for (i32 top = 0; top < pixels.height(); top += kStripRows) {
+            const VipsRect strip{0, top, pixels.width(),
+                                 std::min(kStripRows, pixels.height() - top)};
+            if (vips_region_prepare(region, &strip))
+                throw VError();
+            for (i32 y = strip.top; y < VIPS_RECT_BOTTOM(&strip); ++y)
+                sink.Row(VIPS_REGION_ADDR(region, 0, y));
+        }
+        g_object_unref(region);
+        vips_error_clear();
+        return stream.Damaged() ? hr::kNotImpl : hr::kOk;
+    } catch (const VError&) {
+        if (region)
+            g_object_unref(region);
+        vips_error_clear();
+        return hr::kNotImpl;
+    } catch (const std::bad_alloc&) {
+        if (region)
+            g_object_unref(region);
         return hr::kOutOfMemory;
     }
 }

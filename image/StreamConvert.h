@@ -9,6 +9,7 @@
 #include "foundation/Types.h"
 #include "image/DecodeLimits.h"
 #include "image/RoundStep.h"
+#include "image/RowSink.h"
 #include "image/ShrinkStep.h"
 
 // What a streamed conversion writes.
@@ -20,6 +21,10 @@ struct StreamOutput {
     // (image/DecodeStream.h): faster, and the output differs from a full decode by less than the
     // eye sees.
     bool reduceWhileDecoding = false;
+    // When set, takes every row of the decoded source while the conversion reads it (at the
+    // decoder's reduced size when it reduced). Rows it missed show as a row count short at the
+    // end; ReadRows then gives them all from the file again.
+    CRowSink* sourceRows = nullptr;
 };
 
 // Where a streamed conversion failed, with the code, or the step's own id for the shrink and the
@@ -42,3 +47,8 @@ struct StreamFailure {
 HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
                       const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
                       const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure);
+
+// Every row of the encoded source, decoded at its full size, handed to `sink` (Begin, then the
+// rows top to bottom) on the calling thread. The load codes are DecodeImage's; a source that
+// turns out damaged while its rows are read gives 0x80004001, with the rows read until then.
+HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowSink& sink);

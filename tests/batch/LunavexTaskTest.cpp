@@ -16,6 +16,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "../image/PixelTestUtil.h"
 #include "TaskTestFiles.h"
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
@@ -316,6 +317,7 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
         task->SetRound(round);
         EXPECT_EQ(task->PrepareEncoder(saveType, 90), 0u);
         task->keepsImages = keepsImages;
+        task->makesPreview = true;
         task->Run();
         std::ifstream in(dir / output, std::ios::binary);
         return std::make_pair(task, std::string((std::istreambuf_iterator<char>(in)),
@@ -345,6 +347,29 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
                     EXPECT_EQ(streamed.first->errorText, whole.first->errorText) << what;
                     EXPECT_TRUE(streamed.second == whole.second) << what;
                     EXPECT_FALSE(streamed.first->result) << "a streamed task keeps no image";
+                    // The panes' copy, from the rows as the stream read them, is the one made
+                    // from the whole decoded image.
+                    const auto& a = streamed.first->preview;
+                    const auto& b = whole.first->preview;
+                    EXPECT_EQ(static_cast<bool>(a), whole.first->errorId == 0) << what;
+                    EXPECT_EQ(static_cast<bool>(b), whole.first->errorId == 0) << what;
+                    if (!a || !b)
+                        continue;
+                    CShrinkStep fit;
+                    fit.shrinkType = 2;
+                    fit.shrinkWidth = fit.shrinkHeight = 50;
+                    for (const CShrinkStep& paneShrink : {CShrinkStep(), fit}) {
+                        CDibPtr cornerA, cornerB, wholeA, wholeB;
+                        const CRoundStep& round = streamed.first->roundStep;
+                        ASSERT_EQ(a->RenderCorner(paneShrink, round, true, 3, {70, 40}, cornerA),
+                                  0u);
+                        ASSERT_EQ(b->RenderCorner(paneShrink, round, true, 3, {70, 40}, cornerB),
+                                  0u);
+                        ASSERT_EQ(a->RenderWhole(paneShrink, round, true, {60, 45}, wholeA), 0u);
+                        ASSERT_EQ(b->RenderWhole(paneShrink, round, true, {60, 45}, wholeB), 0u);
+                        EXPECT_TRUE(testutil::PixelsNear(*cornerA, *cornerB, 0)) << what;
+                        EXPECT_TRUE(testutil::PixelsNear(*wholeA, *wholeB, 0)) << what;
+                    }
                 }
             }
         }

@@ -249,4 +249,73 @@ TEST(StreamConvertTest, AJpegDecodedSmallerStaysAboveFortyDecibels) {
     }
 }
 
+// Keeps what a sink is given.
+struct RowRecorder : CRowSink {
+    Size rows;
+    i32 reduction = 0;
+    Size declared;
+    i32 bands = 0;
+    std::vector<std::vector<u8>> got;
+    void Begin(Size r, i32 reduce, Size d, i32 b) override {
+        rows = r;
+        reduction = reduce;
+        declared = d;
+        bands = b;
+        got.clear();
+    }
+    void Row(const u8* pixels) override {
+        got.emplace_back(pixels, pixels + static_cast<size_t>(rows.cx) * bands);
+    }
+};
+
+// The rows that a conversion reads reach its sink once each and in order, whatever its threads
+// do; ReadRows gives the same rows, which are the decoded image's.
+TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
+    CTempDir dir;
+    // Tall enough for many strips on several threads; every row differs from the next.
+    const i32 w = 300;
+    const i32 h = 2000;
+    std::vector<u8> rgba(static_cast<size_t>(w) * h * 4);
+    for (i32 y = 0; y < h; ++y)
+        for (i32 x = 0; x < w; ++x) {
+            u8* p = &rgba[(static_cast<size_t>(y) * w + x) * 4];
+            p[0] = static_cast<u8>(y);
+            p[1] = static_cast<u8>(y >> 8);
+            p[2] = static_cast<u8>(x);
+            p[3] = static_cast<u8>(255 - (x + y) % 7);
+        }
+    const std::vector<u8> png = Encoded(rgba, w, h, 4, ".png", dir);
+    CDibPtr decoded = Pixels(png);
+    ASSERT_TRUE(decoded);
+    RowRecorder again;
+    ASSERT_EQ(ReadRows(png.data(), png.size(), {}, again), 0u);
+    ASSERT_EQ(again.got.size(), static_cast<size_t>(h));
+    EXPECT_EQ(again.reduction, 1);
+    EXPECT_EQ(again.bands, 4);
+    for (i32 y = 0; y < h; ++y) {
+        const u8* bgra = decoded->PixelAt(0, y);
+        EXPECT_EQ(again.got[y][0], bgra[2]) << y;
+        EXPECT_EQ(again.got[y][1], bgra[1]) << y;
+        EXPECT_EQ(again.got[y][4 * (w - 1) + 3], bgra[4 * (w - 1) + 3]) << y;
+    }
+    for (i32 box : {0, 1000, 77}) {
+        CShrinkStep shrink;
+        shrink.shrinkType = box ? 1 : 0;
+        shrink.customWidth = box;
+        shrink.customHeight = box;
+        RowRecorder sink;
+        StreamOutput output;
+        output.sourceRows = &sink;
+        std::vector<u8> out;
+        StreamFailure failure;
+        ASSERT_EQ(
+            ConvertStream(png.data(), png.size(), {}, shrink, CRoundStep(), output, out, failure),
+            0u);
+        EXPECT_EQ(sink.rows.cx, w);
+        EXPECT_EQ(sink.rows.cy, h);
+        EXPECT_EQ(sink.declared.cy, h);
+        EXPECT_TRUE(sink.got == again.got) << box;
+    }
+}
+
 } // namespace

@@ -1,0 +1,16 @@
+// CRowSink: what takes a decoded image's rows while a streamed conversion reads them, so that a
+// second product of the same source (the preview's copy) needs no second decode.
+#pragma once
+
+#include "foundation/Types.h"
+
+// Called with every row once, top to bottom, from one thread at a time (not always the same).
+class CRowSink {
+public:
+    virtual ~CRowSink() = default;
+    // Before the first row. `rows` is the size of what is decoded, which a JPEG decoder may have
+    // reduced by `reduction` from the size the file declares, `declared`. Three bands are red,
+    // green and blue; four add straight alpha.
+    virtual void Begin(Size rows, i32 reduction, Size declared, i32 bands) = 0;
+    virtual void Row(const u8* pixels) = 0;
+};
