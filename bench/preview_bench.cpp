@@ -53,9 +53,16 @@ struct Window {
     }
 };
 
+// The window lives until main closes it, before the application object goes.
+std::unique_ptr<Window>& WindowSlot() {
+    static std::unique_ptr<Window> slot;
+    return slot;
+}
+
 Window& TheWindow() {
-    static Window window;
-    return window;
+    if (!WindowSlot())
+        WindowSlot() = std::make_unique<Window>();
+    return *WindowSlot();
 }
 
 // Types radius values in turn and paints the view after each: the whole cost of a change.
@@ -121,5 +128,6 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    WindowSlot().reset();
     return 0;
 }
