@@ -18,10 +18,12 @@ constexpr u32 kIdUnknownOption = 62001;
 constexpr u32 kIdBadValue = 62002;
 constexpr u32 kIdUsage = 62000;
 
-// Splits "a,b,c" and ORs the bits of each name; "all" and "none" stand alone.
+// Splits "a,b,c" and ORs the bits of each name; "all" (every name's bit) and "none" stand alone.
 bool ParseBits(const std::wstring& text, const std::map<std::wstring, u32>& names, u32& out) {
     if (text == L"all") {
-        out = 15;
+        out = 0;
+        for (const auto& entry : names)
+            out |= entry.second;
         return true;
     }
     if (text == L"none") {
@@ -48,25 +50,25 @@ bool ParseBits(const std::wstring& text, const std::map<std::wstring, u32>& name
 
 // "10", "10.5px", "5%": one digit behind the point, pixels unless the text ends in "%".
 bool ParseLength(std::wstring text, LengthValue& out) {
-    u32 unit = 0;
+    u32 unit = lengthunit::kPixels;
     if (text.size() > 2 && text.compare(text.size() - 2, 2, L"px") == 0) {
         text.resize(text.size() - 2);
     } else if (!text.empty() && text.back() == L'%') {
         text.pop_back();
-        unit = 1;
+        unit = lengthunit::kShortEdgeShare;
     }
     i32 value = 0;
     if (!ParseFixed(value, text, 1) || value < 0)
         return false;
     out.unit = unit;
-    (unit == 1 ? out.thousandths : out.tenths) = value;
+    (unit == lengthunit::kShortEdgeShare ? out.thousandths : out.tenths) = value;
     return true;
 }
 
 // "none", "640" (a square box) or "800x600" (a custom size).
 bool ParseShrink(const std::wstring& text, BatchOptions& out) {
     if (text == L"none") {
-        out.shrinkType = 0;
+        out.shrinkType = shrinktype::kNone;
         return true;
     }
     size_t x = text.find(L'x');
@@ -75,7 +77,7 @@ bool ParseShrink(const std::wstring& text, BatchOptions& out) {
         if (!ParseUnsigned(w, text) || text.find(L'.') != std::wstring::npos || w == 0 ||
             w > 0x7FFFFFFF)
             return false;
-        out.shrinkType = 2;
+        out.shrinkType = shrinktype::kNamed;
         out.shrinkWidth = out.shrinkHeight = static_cast<i32>(w);
         return true;
     }
@@ -85,17 +87,21 @@ bool ParseShrink(const std::wstring& text, BatchOptions& out) {
     if (!ParseUnsigned(w, ws) || !ParseUnsigned(h, hs) || w == 0 || h == 0 || w > 0x7FFFFFFF ||
         h > 0x7FFFFFFF)
         return false;
-    out.shrinkType = 1;
+    out.shrinkType = shrinktype::kCustom;
     out.customWidth = static_cast<i32>(w);
     out.customHeight = static_cast<i32>(h);
     return true;
 }
 
 bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
-    static const std::map<std::wstring, u32> cornerNames{
-        {L"tl", 1}, {L"bl", 2}, {L"br", 4}, {L"tr", 8}};
-    static const std::map<std::wstring, u32> edgeNames{
-        {L"left", 1}, {L"top", 2}, {L"right", 4}, {L"bottom", 8}};
+    static const std::map<std::wstring, u32> cornerNames{{L"tl", cornerbit::kTopLeft},
+                                                         {L"bl", cornerbit::kBottomLeft},
+                                                         {L"br", cornerbit::kBottomRight},
+                                                         {L"tr", cornerbit::kTopRight}};
+    static const std::map<std::wstring, u32> edgeNames{{L"left", edgebit::kLeft},
+                                                       {L"top", edgebit::kTop},
+                                                       {L"right", edgebit::kRight},
+                                                       {L"bottom", edgebit::kBottom}};
     if (name == L"shrink")
         return ParseShrink(value, out);
     if (name == L"radius" || name == L"blur") {
@@ -122,9 +128,9 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
     }
     if (name == L"format") {
         if (value == L"png")
-            out.saveType = 1;
+            out.saveType = savetype::kPng;
         else if (value == L"jpeg" || value == L"jpg")
-            out.saveType = 2;
+            out.saveType = savetype::kJpeg;
         else
             return false;
         return true;
@@ -255,8 +261,8 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
         if (!given)
             return;
         stored.unit = given->unit;
-        (given->unit == 1 ? stored.thousandths : stored.tenths) =
-            given->unit == 1 ? given->thousandths : given->tenths;
+        const bool share = given->unit == lengthunit::kShortEdgeShare;
+        (share ? stored.thousandths : stored.tenths) = share ? given->thousandths : given->tenths;
     };
     applyLength(o.radius, s.round.radius);
     applyLength(o.blurWidth, s.round.blurWidth);

@@ -21,8 +21,8 @@ struct BatchOptions {
 
     // Overrides; an empty optional keeps the stored setting.
     std::optional<u32> shrinkType;
-    std::optional<i32> shrinkWidth, shrinkHeight; // named (square) size, type 2
-    std::optional<i32> customWidth, customHeight; // custom size, type 1
+    std::optional<i32> shrinkWidth, shrinkHeight; // named (square) size, shrinktype::kNamed
+    std::optional<i32> customWidth, customHeight; // custom size, shrinktype::kCustom
     std::optional<LengthValue> radius, blurWidth; // only the fields of the given unit are set
     std::optional<u32> corners, edges;
     std::optional<u32> backgroundColor;

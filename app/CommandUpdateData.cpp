@@ -18,11 +18,6 @@ namespace lvx {
 
 namespace {
 
-// The corner checks in bit order (1, 2, 4, 8), then the edge checks in bit order.
-constexpr i32 kCornerChecks[] = {ctl::kTopLeft, ctl::kBottomLeft, ctl::kBottomRight,
-                                 ctl::kTopRight};
-constexpr i32 kEdgeChecks[] = {ctl::kLeft, ctl::kTop, ctl::kRight, ctl::kBottom};
-
 i32 ReadCustomSize(CMainView& view, i32 id) {
     QWidget* control = view.Control(id);
     i32 value = 0;
@@ -50,11 +45,11 @@ void ReadShrink(CMainView& view) {
 
 void ReadSaveType(CMainView& view) {
     if (view.IsChecked(ctl::kPng)) {
-        TheSetting().saveType = 1;
+        TheSetting().saveType = savetype::kPng;
         return;
     }
     if (view.IsChecked(ctl::kJpeg)) {
-        TheSetting().saveType = 2;
+        TheSetting().saveType = savetype::kJpeg;
         return;
     }
     throw my::CCtrlException(view.Control(ctl::kPng), 183);
@@ -81,14 +76,8 @@ void ReadBackground(CMainView& view) {
     RoundSettings& round = TheSetting().round;
     round.backgroundColor = color;
     round.transparent = view.IsChecked(ctl::kTransparent);
-    u32 corners = 0;
-    u32 edges = 0;
-    for (int bit = 0; bit < 4; ++bit) {
-        corners |= view.IsChecked(kCornerChecks[bit]) ? 1u << bit : 0u;
-        edges |= view.IsChecked(kEdgeChecks[bit]) ? 1u << bit : 0u;
-    }
-    round.corners = corners;
-    round.edges = edges;
+    round.corners = view.CheckedCorners();
+    round.edges = view.CheckedEdges();
 }
 
 void ReadSubFolder(CMainView& view) {

@@ -80,13 +80,13 @@ void CLunavexTask::SetMaxPixels(u32 maxPixels) {
 }
 
 HResult CLunavexTask::PrepareBmpEncoder() {
-    return PrepareEncoder(0, 0);
+    return PrepareEncoder(savetype::kBmp, 0);
 }
 HResult CLunavexTask::PrepareJpegEncoder(u32 quality) {
-    return PrepareEncoder(2, quality);
+    return PrepareEncoder(savetype::kJpeg, quality);
 }
 HResult CLunavexTask::PreparePngEncoder() {
-    return PrepareEncoder(1, 0);
+    return PrepareEncoder(savetype::kPng, 0);
 }
 
 HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "foundation/KnownFolders.h"
-#include "image/EncoderSetup.h"
 
 void CHistoryList::Add(const std::wstring& text) {
     auto same = std::find(items_.begin(), items_.end(), text);

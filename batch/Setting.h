@@ -9,6 +9,7 @@
 #include "foundation/Types.h"
 #include "image/DecodeLimits.h"
 #include "image/RoundSettings.h"
+#include "image/SaveType.h"
 #include "image/ShrinkSettings.h"
 
 // A bounded list of texts, the most recent first.
@@ -54,12 +55,12 @@ class CSetting {
 public:
     CSetting();
 
-    // "bmp" for 0, "png" for 1, "jpg" for 2, "png" for any other value.
+    // "bmp" for savetype::kBmp, "jpg" for savetype::kJpeg, "png" for any other value.
     std::wstring ExtensionOfSaveType() const;
 
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
     CHistoryList subFolders; // limit 16, one entry "round"
-    u32 saveType = 2;        // 0 BMP, 1 PNG, 2 JPEG (savetype:: of image/EncoderSetup.h)
+    u32 saveType = savetype::kJpeg;
     u32 jpegQuality = 80;
     WindowSetting window;
     ShrinkSettings shrink;

@@ -116,7 +116,7 @@ void BM_ConvertOneFile(benchmark::State& state) {
             state.SkipWithError("load failed");
             return;
         }
-        shrink.shrinkType = 1;
+        shrink.shrinkType = shrinktype::kCustom;
         shrink.customWidth = 1280;
         shrink.customHeight = 1280;
         shrink.Run();

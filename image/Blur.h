@@ -5,6 +5,7 @@
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
+#include "image/RoundSettings.h"
 
 // No pixel is mixed with another: each pixel's alpha is capped by a value that depends only on
 // its distance from the edge, a straight ramp from 0 at the outer rim to full alpha at the blur
@@ -13,22 +14,6 @@
 
 // Entry i: FadeValue(i, width), the share of full alpha i pixels in from the edge.
 using FadeTable = std::vector<double>;
-
-// The corner flags, in the order of the corner mask bits 1, 2, 4, 8.
-struct CornerFlags {
-    bool topLeft = false;
-    bool bottomLeft = false;
-    bool bottomRight = false;
-    bool topRight = false;
-};
-
-// The edge flags, in the order of the edge mask bits 1, 2, 4, 8.
-struct EdgeFlags {
-    bool left = false;
-    bool top = false;
-    bool right = false;
-    bool bottom = false;
-};
 
 // Copies `source` into a new image in `result` and blurs the copy, even when no edge is chosen.
 // 0x80070057 for a source that is not 32 bits per pixel, 0x8007000E when the copy cannot be made.

@@ -2,6 +2,7 @@
 #include "image/BmpWriter.h"
 
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -22,15 +23,20 @@ void Put32(u8*& p, u32 v) {
 
 } // namespace
 
-bool EncodeBmp(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
+HResult EncodeBmp(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
+    out.clear();
     if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0)
-        return false;
+        return hr::kFail;
     const u32 infoSize = sizeof(BitmapInfoHeader);
     const u32 bitsOffset = kBmpFileHeaderSize + infoSize;
     const u64 bitsSize = static_cast<u64>(dib.Stride()) * static_cast<u64>(dib.Height());
     if (bitsOffset + bitsSize > UINT32_MAX)
-        return false;
-    out.resize(static_cast<size_t>(bitsOffset + bitsSize));
+        return hr::kFail;
+    try {
+        out.resize(static_cast<size_t>(bitsOffset + bitsSize));
+    } catch (const std::bad_alloc&) {
+        return hr::kOutOfMemory;
+    }
 
     u8* p = out.data();
     Put16(p, 0x4D42); // "BM"
@@ -55,5 +61,5 @@ bool EncodeBmp(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
         for (u64 i = 3; i < bitsSize; i += 4)
             p[i] = 255;
     }
-    return true;
+    return hr::kOk;
 }

@@ -58,15 +58,14 @@ HResult CEdgePlan::Build(i32 width, i32 height, u32 corners, u32 edges, double r
     probeWidth_ = ProbeLength(width, bandX_);
     probeHeight_ = ProbeLength(height, bandY_);
 
-    const bool topLeft = (corners & 1) != 0;
-    const bool bottomLeft = (corners & 2) != 0;
-    const bool bottomRight = (corners & 4) != 0;
-    const bool topRight = (corners & 8) != 0;
+    const CornerFlags c = CornerFlagsOf(corners);
+    const EdgeFlags e = EdgeFlagsOf(edges);
     try {
         CDib roundProbe;
         if (!MakeProbe(roundProbe, probeWidth_, probeHeight_))
             return hr::kOutOfMemory;
-        HResult code = RoundCorners(roundProbe, topLeft, bottomLeft, bottomRight, topRight, rx, ry);
+        HResult code =
+            RoundCorners(roundProbe, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, rx, ry);
         if (Failed(code))
             return code;
         TakeAlpha(roundProbe, mask_);
@@ -74,8 +73,8 @@ HResult CEdgePlan::Build(i32 width, i32 height, u32 corners, u32 edges, double r
         CDib fadeProbe;
         if (!MakeProbe(fadeProbe, probeWidth_, probeHeight_))
             return hr::kOutOfMemory;
-        code = BlurEdges(fadeProbe, topLeft, bottomLeft, bottomRight, topRight, (edges & 1) != 0,
-                         (edges & 2) != 0, (edges & 4) != 0, (edges & 8) != 0, rx, ry, fadeWidth);
+        code = BlurEdges(fadeProbe, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, e.left,
+                         e.top, e.right, e.bottom, rx, ry, fadeWidth);
         if (Failed(code))
             return code;
         TakeAlpha(fadeProbe, cap_);

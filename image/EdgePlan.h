@@ -17,10 +17,9 @@
 // every line of the middle then reads that one line. Read only once built: any thread.
 class CEdgePlan {
 public:
-    // Works out the plan for an image of width x height with the corner and edge masks (bits 1,
-    // 2, 4, 8: top left, bottom left, bottom right, top right; left, top, right, bottom) and
-    // the radius and fade width in pixels, as the rounding step resolves them. 0x8007000E when
-    // memory runs out, 0x80070057 for a size under one pixel.
+    // Works out the plan for an image of width x height with the stored corner and edge bits
+    // (cornerbit::, edgebit::) and the radius and fade width in pixels, as the rounding step
+    // resolves them. 0x8007000E when memory runs out, 0x80070057 for a size under one pixel.
     HResult Build(i32 width, i32 height, u32 corners, u32 edges, double radius, double fadeWidth);
 
     // Applies the plan to count pixels of row y (0 = top) from column x, 4 bytes each with the

@@ -6,12 +6,7 @@
 
 #include "foundation/Types.h"
 #include "image/ImageSaver.h"
-
-namespace savetype {
-constexpr u32 kBmp = 0;
-constexpr u32 kPng = 1;
-constexpr u32 kJpeg = 2;
-} // namespace savetype
+#include "image/SaveType.h"
 
 // The JPEG encoder's best quality. A larger number, from the store or a caller, is taken as it:
 // libvips accepts 1 to 100 and would save anything else at its default with a warning.
@@ -33,6 +28,6 @@ HResult PrepareJpegEncoder(u32 quality, boost::shared_ptr<Gdiplus::CImageSaver>&
 // "image/png", no parameters; keepsAlpha true.
 HResult PreparePngEncoder(boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha);
 
-// By save type: 0 BMP, 2 JPEG with jpegQuality, any other value PNG.
+// By save type: savetype::kBmp, savetype::kJpeg with jpegQuality, any other value PNG.
 HResult PrepareEncoder(u32 saveType, u32 jpegQuality,
                        boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha);

@@ -117,7 +117,7 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     try {
         switch (encoder->format) {
         case Format::kBmp:
-            result = EncodeBmp(dib, keepAlpha, bytes) ? hr::kOk : hr::kFail;
+            result = EncodeBmp(dib, keepAlpha, bytes);
             break;
         case Format::kJpeg:
             result = EncodeJpeg(dib, JpegQuality(params.Block()), bytes);

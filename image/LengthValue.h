@@ -5,19 +5,20 @@
 
 #include "foundation/Types.h"
 
-// Both numbers are kept whichever unit is current, so switching the unit back restores the
-// length the user gave before.
-struct LengthValue {
-    u32 unit = 0;        // 1: share of the short edge; any other value: pixels
-    i32 tenths = 0;      // length in tenths of a pixel
-    i32 thousandths = 0; // length in thousandths of the short edge
-    bool operator==(const LengthValue&) const = default;
-};
-
+// The units of LengthValue::unit, as they are stored.
 namespace lengthunit {
 constexpr u32 kPixels = 0;
 constexpr u32 kShortEdgeShare = 1;
 } // namespace lengthunit
+
+// Both numbers are kept whichever unit is current, so switching the unit back restores the
+// length the user gave before.
+struct LengthValue {
+    u32 unit = lengthunit::kPixels; // any value but kShortEdgeShare counts as pixels
+    i32 tenths = 0;                 // length in tenths of a pixel
+    i32 thousandths = 0;            // length in thousandths of the short edge
+    bool operator==(const LengthValue&) const = default;
+};
 
 // The length in pixels for an image of width x height, in double precision with no rounding.
 inline double ResolveLength(const LengthValue& length, i32 width, i32 height) {

@@ -2,6 +2,7 @@
 #include "image/NamedShrink.h"
 
 #include "foundation/ResString.h"
+#include "image/ShrinkSettings.h"
 
 namespace {
 
@@ -15,12 +16,13 @@ std::vector<CNamedShrinkPtr> BuildChoices() {
     choices.reserve(2 + sizes.size());
     std::wstring name;
     FormatResString(name, kNoShrinkName);
-    choices.emplace_back(new CNamedShrink(0, 0, 0, name));
+    choices.emplace_back(new CNamedShrink(shrinktype::kNone, 0, 0, name));
     FormatResString(name, kCustomSizeName);
-    choices.emplace_back(new CNamedShrink(1, 0, 0, name));
+    choices.emplace_back(new CNamedShrink(shrinktype::kCustom, 0, 0, name));
     for (i32 v : sizes) {
         FormatResString(name, kNamedSizeName, {v, v});
-        choices.emplace_back(new CNamedShrink(2, static_cast<u32>(v), static_cast<u32>(v), name));
+        choices.emplace_back(
+            new CNamedShrink(shrinktype::kNamed, static_cast<u32>(v), static_cast<u32>(v), name));
     }
     return choices;
 }

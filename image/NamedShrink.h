@@ -9,8 +9,8 @@
 
 #include "foundation/Types.h"
 
-// One choice. kind: 0 no shrink, 1 fit to the user's size, 2 fit to a named size (a square box
-// of width x height); width and height are 0 for kinds 0 and 1.
+// One choice. kind: a shrinktype:: (image/ShrinkSettings.h); kNamed is a square box of width x
+// height, and width and height are 0 for the other kinds.
 class CNamedShrink {
 public:
     CNamedShrink() = default;

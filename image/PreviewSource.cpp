@@ -14,6 +14,7 @@
 #include "image/Codec.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
+#include "image/PaneAnchor.h"
 #include "image/Resample.h"
 
 using vips::VError;
@@ -23,12 +24,21 @@ namespace {
 
 constexpr int kStripRows = 16;
 
+// The corner anchors in the order in which a scale keeps its corners.
+constexpr u32 kCornerAnchors[] = {paneanchor::kTopLeft, paneanchor::kBottomLeft,
+                                  paneanchor::kBottomRight, paneanchor::kTopRight};
+
+// The place of a corner anchor in kCornerAnchors.
+size_t CornerIndex(u32 anchor) {
+    return anchor - paneanchor::kTopLeft;
+}
+
 bool FromRight(u32 anchor) {
-    return anchor == 3 || anchor == 4;
+    return anchor == paneanchor::kBottomRight || anchor == paneanchor::kTopRight;
 }
 
 bool FromBottom(u32 anchor) {
-    return anchor == 2 || anchor == 3;
+    return anchor == paneanchor::kBottomLeft || anchor == paneanchor::kBottomRight;
 }
 
 // Turns an image so that the corner at anchor lies at the top left; the same call turns it back.
@@ -192,7 +202,7 @@ CDibPtr CopyOf(const CDib& image) {
 struct Resampled {
     Size size;
     Size fitted;
-    u32 anchor = 0;
+    u32 anchor = paneanchor::kWhole;
     CDibPtr pixels;
     bool Matches(Size s, Size f, u32 a) const {
         return pixels && s.cx == size.cx && s.cy == size.cy && f.cx == fitted.cx &&
@@ -307,7 +317,7 @@ void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
             const bool fits = rows.cx / scale <= kCornerSide && rows.cy / scale <= kCornerSide;
             if (!fits && 2 * side <= rows.cx && 2 * side <= rows.cy) {
                 std::vector<BoxRows> corners;
-                for (u32 anchor = 1; anchor <= 4; ++anchor)
+                for (u32 anchor : kCornerAnchors)
                     corners.emplace_back(FromRight(anchor) ? rows.cx - side : 0,
                                          FromBottom(anchor) ? rows.cy - side : 0, kCornerSide,
                                          kCornerSide, scale, FromRight(anchor), FromBottom(anchor),
@@ -366,8 +376,9 @@ HResult CPreviewSource::End() {
         for (size_t k = 0; k < b->cornerLevels.size(); ++k) {
             Impl::Level level;
             level.scale = b->cornerScales[k] * b->reduction;
-            for (u32 anchor = 1; anchor <= 4; ++anchor)
-                level.corners[anchor - 1] = b->cornerLevels[k][anchor - 1].Image();
+            for (u32 anchor : kCornerAnchors)
+                level.corners[CornerIndex(anchor)] =
+                    b->cornerLevels[k][CornerIndex(anchor)].Image();
             impl_->levels.push_back(level);
         }
         b->cornerLevels.clear();
@@ -420,12 +431,14 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
         return 0;
     try {
         // The whole copy does not depend on the shrink: only the size shown is the key.
-        CDibPtr image = Remembered(impl_->lastLock, impl_->lastWhole, size, Size{}, 0, [&] {
-            VImage whole = impl_->whole;
-            if (whole.width() != size.cx || whole.height() != size.cy)
-                whole = ResampleRgba(whole, size.cx, size.cy, interp::kHighQuality, impl_->opaque);
-            return ToDib(whole);
-        });
+        CDibPtr image =
+            Remembered(impl_->lastLock, impl_->lastWhole, size, Size{}, paneanchor::kWhole, [&] {
+                VImage whole = impl_->whole;
+                if (whole.width() != size.cx || whole.height() != size.cy)
+                    whole =
+                        ResampleRgba(whole, size.cx, size.cy, interp::kHighQuality, impl_->opaque);
+                return ToDib(whole);
+            });
         if (!image)
             return CRoundStep::kRoundFailed;
         // The corners and the fade of the full-size result, at the pane's scale.
@@ -451,7 +464,7 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
     const u32 error = shrink.FittedSize(impl_->size.cx, impl_->size.cy, fitted);
     if (error != 0)
         return error;
-    if (impl_->levels.empty() || anchor < 1 || anchor > 4)
+    if (impl_->levels.empty() || anchor < paneanchor::kTopLeft || anchor > paneanchor::kTopRight)
         return 0;
     const i32 w = std::min(size.cx, fitted.cx);
     const i32 h = std::min(size.cy, fitted.cy);
@@ -469,7 +482,7 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
                         level = &candidate;
                 }
                 const VImage kept = level->whole ? ToTopLeft(level->corners[0], anchor)
-                                                 : level->corners[anchor - 1];
+                                                 : level->corners[CornerIndex(anchor)];
                 const double fx = perResultX / level->scale;
                 const double fy = perResultY / level->scale;
                 VImage corner;

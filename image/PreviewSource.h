@@ -7,6 +7,7 @@
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
+#include "image/PaneAnchor.h"
 #include "image/RoundStep.h"
 #include "image/RowSink.h"
 #include "image/ShrinkStep.h"
@@ -50,9 +51,9 @@ public:
     u32 RenderWhole(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, Size size,
                     CDibPtr& out) const;
 
-    // The corner of the result at `anchor` (1 top left, 2 bottom left, 3 bottom right, 4 top
-    // right) at real size, at most `size` (the part of the result that a pane of that size shows),
-    // in `out`. Failures as RenderWhole.
+    // The corner of the result at `anchor` (one of the corners of paneanchor::, not kWhole) at
+    // real size, at most `size` (the part of the result that a pane of that size shows), in
+    // `out`. Failures as RenderWhole.
     u32 RenderCorner(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, u32 anchor,
                      Size size, CDibPtr& out) const;
 

@@ -5,8 +5,8 @@
 #include "image/Dib.h"
 
 // Corner flags come in the order top left, bottom left, bottom right, top right (anticlockwise
-// from the top left); bit values 1, 2, 4, 8 in a corner mask. Radii are in pixels and may differ
-// per axis. All operations return 0 or a failure code: 0x80070057 for an image that is not
+// from the top left), the order of the stored bits (cornerbit::). Radii are in pixels and may
+// differ per axis. All operations return 0 or a failure code: 0x80070057 for an image that is not
 // 32 bits per pixel, 0x8007000E when memory runs out. They keep no state and may run on any
 // thread, each on its own images.
 

@@ -34,15 +34,13 @@ void CRoundStep::Run() {
         return;
     }
     const CDib& image = *source;
-    const bool topLeft = (corners & 1) != 0;
-    const bool bottomLeft = (corners & 2) != 0;
-    const bool bottomRight = (corners & 4) != 0;
-    const bool topRight = (corners & 8) != 0;
+    const CornerFlags c = CornerFlagsOf(corners);
+    const EdgeFlags e = EdgeFlagsOf(edges);
     const double r = ResolveLength(radius, image.Width(), image.Height());
 
     CDibPtr rounded;
     const HResult roundCode =
-        RoundImage(rounded, image, topLeft, bottomLeft, bottomRight, topRight, r, r);
+        RoundImage(rounded, image, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, r, r);
     if (Failed(roundCode)) {
         errorId = kRoundFailed;
         errorCode = roundCode;
@@ -52,9 +50,8 @@ void CRoundStep::Run() {
     // The rounded copy belongs to this step alone, so it is blurred in place: the same result as
     // blurring a further copy, without a second pass over the whole image.
     const double width = ResolveLength(blurWidth, image.Width(), image.Height());
-    const HResult blurCode =
-        BlurEdges(*rounded, topLeft, bottomLeft, bottomRight, topRight, (edges & 1) != 0,
-                  (edges & 2) != 0, (edges & 4) != 0, (edges & 8) != 0, r, r, width);
+    const HResult blurCode = BlurEdges(*rounded, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight,
+                                       e.left, e.top, e.right, e.bottom, r, r, width);
     if (Failed(blurCode)) {
         errorId = kBlurFailed;
         errorCode = blurCode;

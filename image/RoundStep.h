@@ -18,8 +18,8 @@ public:
     CDibPtr source; // read only
     u32 backgroundColor = 0xFFFFFF;
     bool transparent = false;
-    u32 corners = 15;
-    u32 edges = 15;
+    u32 corners = cornerbit::kAll;
+    u32 edges = edgebit::kAll;
     LengthValue radius{lengthunit::kPixels, 100, 50};
     LengthValue blurWidth{lengthunit::kPixels, 10, 10};
     u32 errorId = 0;

@@ -3,10 +3,16 @@
 
 #include "foundation/Types.h"
 
-// Copied whole into each conversion. shrinkType: 0 no shrink, 1 fit into customWidth x
-// customHeight, 2 fit into shrinkWidth x shrinkHeight (a named size); other values fail the step.
+// The kinds of fit that ShrinkSettings::shrinkType holds, as they are stored.
+namespace shrinktype {
+constexpr u32 kNone = 0;   // the image passes through as it is
+constexpr u32 kCustom = 1; // fit into customWidth x customHeight, the user's own size
+constexpr u32 kNamed = 2;  // fit into shrinkWidth x shrinkHeight, a size of the list
+} // namespace shrinktype
+
+// Copied whole into each conversion. A shrinkType outside shrinktype:: fails the step.
 struct ShrinkSettings {
-    u32 shrinkType = 0;
+    u32 shrinkType = shrinktype::kNone;
     i32 shrinkWidth = 0;
     i32 shrinkHeight = 0;
     i32 customWidth = 200;

@@ -28,13 +28,13 @@ void CShrinkStep::Run() {
     errorId = 0;
     errorCode = 0;
     switch (shrinkType) {
-    case 0:
+    case shrinktype::kNone:
         result = source;
         return;
-    case 1:
+    case shrinktype::kCustom:
         FitSize(customWidth, customHeight, source);
         return;
-    case 2:
+    case shrinktype::kNamed:
         FitSize(shrinkWidth, shrinkHeight, source);
         return;
     default:
@@ -70,12 +70,12 @@ u32 FitInto(i32 width, i32 height, i32 imageWidth, i32 imageHeight, Size& size) 
 
 u32 CShrinkStep::FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const {
     switch (shrinkType) {
-    case 0:
+    case shrinktype::kNone:
         size = Size{imageWidth, imageHeight};
         return 0;
-    case 1:
+    case shrinktype::kCustom:
         return FitInto(customWidth, customHeight, imageWidth, imageHeight, size);
-    case 2:
+    case shrinktype::kNamed:
         return FitInto(shrinkWidth, shrinkHeight, imageWidth, imageHeight, size);
     default:
         return kUnknownType;

@@ -15,7 +15,7 @@ public:
     static constexpr u32 kResizeFailed = 59043; // "Failed to resize image - %s"
 
     CDibPtr source; // read only
-    u32 shrinkType = 0;
+    u32 shrinkType = shrinktype::kNone;
     i32 shrinkWidth = 0;
     i32 shrinkHeight = 0;
     i32 customWidth = 200;
@@ -28,8 +28,8 @@ public:
     void SetSettings(const ShrinkSettings& settings);
     ShrinkSettings Settings() const;
 
-    // Type 0 passes `source` through as it is (the same object); 1 fits into the custom size,
-    // 2 into the named size; any other type fails with 59336.
+    // shrinktype::kNone passes `source` through as it is (the same object); kCustom fits into the
+    // custom size, kNamed into the named size; any other type fails with 59336.
     void Run();
 
     // The size that Run would give an image of imageWidth x imageHeight, in `size`, without

@@ -9,8 +9,8 @@ class CSetting;
 // Reads every stored value into settings, value by value: what is missing or of another type
 // keeps what the field holds, and makes the result false. The values of "Window" and "Count"
 // and "MaxPixels" do not count. Creates the application key when it is missing. A stored saveType
-// of 0 comes back as 1, a JpegQuality above 100 as 100, a MaxPixels of 0 keeps the field. Nothing
-// throws but an allocation failure.
+// of savetype::kBmp comes back as savetype::kPng, a JpegQuality above 100 as 100, a MaxPixels of 0
+// keeps the field. Nothing throws but an allocation failure.
 bool LoadSetting(CSetting& settings, const CRegKey& root);
 // Writes every field, creating the keys; false when making a key or a write failed (again apart
 // from "Window" and "Count"). All values go to the store's file in one write.

@@ -8,6 +8,7 @@
 #include <boost/make_shared.hpp>
 
 #include "image/Draw.h"
+#include "image/RoundSettings.h"
 
 namespace {
 
@@ -50,19 +51,21 @@ Size FitToPane(Size pane, Size image, double tolerance) {
 }
 
 u32 AnchorFor(u32 corners, u32 edges) {
-    if (corners & 1)
-        return 1;
-    if (corners & 8)
-        return 4;
-    if (corners & 2)
-        return 2;
-    if (corners & 4)
-        return 3;
-    if (edges & (1 | 2))
-        return 1;
-    if (edges & 4)
-        return 4;
-    return 3;
+    const CornerFlags rounded = CornerFlagsOf(corners);
+    if (rounded.topLeft)
+        return paneanchor::kTopLeft;
+    if (rounded.topRight)
+        return paneanchor::kTopRight;
+    if (rounded.bottomLeft)
+        return paneanchor::kBottomLeft;
+    if (rounded.bottomRight)
+        return paneanchor::kBottomRight;
+    const EdgeFlags faded = EdgeFlagsOf(edges);
+    if (faded.left || faded.top)
+        return paneanchor::kTopLeft;
+    if (faded.right)
+        return paneanchor::kTopRight;
+    return paneanchor::kBottomRight;
 }
 
 CSimpleDibWidget::~CSimpleDibWidget() = default;
@@ -87,7 +90,7 @@ void CSimpleDibWidget::Paint(CScreen& screen, double opacity) {
     if (Failed(surface.Create(screen, rect_)))
         return;
     surface.FillRect(background_, rect_);
-    if (anchor_ == 0)
+    if (anchor_ == paneanchor::kWhole)
         PaintWhole(surface);
     else
         PaintAnchored(surface);
@@ -126,7 +129,7 @@ void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
 
     // Wider than the pane: cropped to the pane, keeping the anchored side; else centred.
     if (w > width) {
-        const bool fromLeft = anchor_ == 1 || anchor_ == 2;
+        const bool fromLeft = anchor_ == paneanchor::kTopLeft || anchor_ == paneanchor::kBottomLeft;
         source.left = fromLeft ? 0 : w - width;
         source.right = source.left + width;
     } else {
@@ -135,7 +138,7 @@ void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
     }
     // Likewise in height; source rows count from the top of the image.
     if (h > height) {
-        const bool fromTop = anchor_ == 1 || anchor_ == 4;
+        const bool fromTop = anchor_ == paneanchor::kTopLeft || anchor_ == paneanchor::kTopRight;
         source.top = fromTop ? 0 : h - height;
         source.bottom = source.top + height;
     } else {

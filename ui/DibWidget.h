@@ -3,6 +3,7 @@
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
+#include "image/PaneAnchor.h"
 #include "ui/Screen.h"
 #include "ui/Widget.h"
 
@@ -11,16 +12,15 @@
 // and a side that would fall short of the pane by under 5 pixels is stretched to it.
 Size FitToPane(Size pane, Size image, double tolerance);
 
-// The corner that the detail pane shows, from the corner bits (1 top left, 2 bottom left, 4
-// bottom right, 8 top right) and the edge bits (1 left, 2 top, 4 right, 8 bottom): a rounded
-// corner first, in the order top left, top right, bottom left, bottom right; else a corner where
-// a blurred edge shows. Never 0.
+// The corner that the detail pane shows, from the stored corner and edge bits of RoundSettings: a
+// rounded corner first, in the order top left, top right, bottom left, bottom right; else a corner
+// where a blurred edge shows. Never paneanchor::kWhole.
 u32 AnchorFor(u32 corners, u32 edges);
 
-// A pane over an image. Anchor 0 shows the whole image scaled to fit, centred; anchors 1 to 4
-// show it at real size with one image corner in the matching pane corner: 1 top left, 2 bottom
-// left, 3 bottom right, 4 top right. The background lies under the image and shows through its
-// transparent pixels. Without an image the pane paints nothing at all. Main thread only.
+// A pane over an image. paneanchor::kWhole shows the whole image scaled to fit, centred; the
+// corner anchors show it at real size with that image corner in the matching pane corner. The
+// background lies under the image and shows through its transparent pixels. Without an image the
+// pane paints nothing at all. Main thread only.
 class CSimpleDibWidget : public CWidget {
 public:
     CSimpleDibWidget() = default;
@@ -45,7 +45,7 @@ private:
     void PaintWhole(CScreen& surface);
     void PaintAnchored(CScreen& surface);
 
-    u32 anchor_ = 0;
+    u32 anchor_ = paneanchor::kWhole;
     ColorRef background_ = 0;
     CDibPtr image_;
     CDibPtr scaled_;

@@ -41,10 +41,20 @@ constexpr i32 kIdleControls[] = {
     ctl::kBottom,     ctl::kBlurWidth,    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,
     ctl::kOpenOutput};
 
-// The corner checks in bit order (1, 2, 4, 8), then the edge checks in bit order.
-constexpr i32 kCornerChecks[] = {ctl::kTopLeft, ctl::kBottomLeft, ctl::kBottomRight,
-                                 ctl::kTopRight};
-constexpr i32 kEdgeChecks[] = {ctl::kLeft, ctl::kTop, ctl::kRight, ctl::kBottom};
+// A check control and the bit that it stands for in the stored corners or edges.
+struct CheckBit {
+    i32 control;
+    u32 bit;
+};
+
+constexpr CheckBit kCornerChecks[] = {{ctl::kTopLeft, cornerbit::kTopLeft},
+                                      {ctl::kBottomLeft, cornerbit::kBottomLeft},
+                                      {ctl::kBottomRight, cornerbit::kBottomRight},
+                                      {ctl::kTopRight, cornerbit::kTopRight}};
+constexpr CheckBit kEdgeChecks[] = {{ctl::kLeft, edgebit::kLeft},
+                                    {ctl::kTop, edgebit::kTop},
+                                    {ctl::kRight, edgebit::kRight},
+                                    {ctl::kBottom, edgebit::kBottom}};
 
 constexpr u32 kSampleName = 138;
 constexpr int kCustomColorCount = 16;
@@ -196,10 +206,12 @@ void CMainView::ConnectControls() {
     connect(button(ctl::kChooseColor), &QAbstractButton::clicked, this,
             [this] { OnChooseColor(); });
     connect(button(ctl::kTransparent), &QAbstractButton::clicked, this, [this] { RunUpdate(); });
-    for (i32 id : kCornerChecks)
-        connect(button(id), &QAbstractButton::clicked, this, [this] { OnAnchorCheck(); });
-    for (i32 id : kEdgeChecks)
-        connect(button(id), &QAbstractButton::clicked, this, [this] { OnAnchorCheck(); });
+    for (const CheckBit& check : kCornerChecks)
+        connect(button(check.control), &QAbstractButton::clicked, this,
+                [this] { OnAnchorCheck(); });
+    for (const CheckBit& check : kEdgeChecks)
+        connect(button(check.control), &QAbstractButton::clicked, this,
+                [this] { OnAnchorCheck(); });
     for (i32 id : {ctl::kStop, ctl::kOpenOutput})
         connect(button(id), &QAbstractButton::clicked, this, [this, id] { PostToFrame(id); });
 }
@@ -234,7 +246,7 @@ void CMainView::OnInitDialog() {
         SetControlText(Control(id), ToText(value), true);
     }
 
-    SetChecked(setting.saveType == 2 ? ctl::kJpeg : ctl::kPng, true);
+    SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
     SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
     FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
     int qualityIndex = -1;
@@ -248,10 +260,10 @@ void CMainView::OnInitDialog() {
 
     SetControlText(Control(ctl::kColorText), FormatHexColor(round.backgroundColor), true);
     SetChecked(ctl::kTransparent, round.transparent);
-    for (int bit = 0; bit < 4; ++bit) {
-        SetChecked(kCornerChecks[bit], (round.corners >> bit) & 1);
-        SetChecked(kEdgeChecks[bit], (round.edges >> bit) & 1);
-    }
+    for (const CheckBit& check : kCornerChecks)
+        SetChecked(check.control, (round.corners & check.bit) != 0);
+    for (const CheckBit& check : kEdgeChecks)
+        SetChecked(check.control, (round.edges & check.bit) != 0);
 
     lengthSets.clear();
     lengthSets.emplace_back(new CLengthCtrlSet(ctl::kRadius, ctl::kRadiusUnit, ctl::kRadiusSlider,
@@ -318,11 +330,11 @@ void CMainView::UpdateControlStates(bool running) {
     for (i32 id : kIdleControls)
         Enable(id, !running);
     Enable(ctl::kStop, running);
-    bool custom = !running && setting.shrink.shrinkType == 1;
+    bool custom = !running && setting.shrink.shrinkType == shrinktype::kCustom;
     Enable(ctl::kCustomWidth, custom);
     Enable(ctl::kCustomHeight, custom);
-    Enable(ctl::kTransparent, !running && setting.saveType == 1);
-    bool jpeg = !running && setting.saveType == 2;
+    Enable(ctl::kTransparent, !running && setting.saveType == savetype::kPng);
+    bool jpeg = !running && setting.saveType == savetype::kJpeg;
     Enable(ctl::kQualityNumber, jpeg);
     Enable(ctl::kQualityName, jpeg);
 }
@@ -366,7 +378,8 @@ bool CMainView::ShowPreview() {
     CRoundStep round;
     round.SetSettings(setting.round);
     // The alpha survives only where the output keeps it: a PNG.
-    const bool keepAlpha = setting.saveType != 0 && setting.saveType != 2;
+    const bool keepAlpha =
+        setting.saveType != savetype::kBmp && setting.saveType != savetype::kJpeg;
     const Size full = source->SourceSize();
     Size fitted;
     if (shrink.FittedSize(full.cx, full.cy, fitted) != 0)
@@ -406,6 +419,20 @@ void CMainView::InvalidateWidget(const CWidget* widget) {
 bool CMainView::IsChecked(i32 id) const {
     auto* button = qobject_cast<QAbstractButton*>(Control(id));
     return button && button->isChecked();
+}
+
+u32 CMainView::CheckedCorners() const {
+    u32 corners = 0;
+    for (const CheckBit& check : kCornerChecks)
+        corners |= IsChecked(check.control) ? check.bit : 0u;
+    return corners;
+}
+
+u32 CMainView::CheckedEdges() const {
+    u32 edges = 0;
+    for (const CheckBit& check : kEdgeChecks)
+        edges |= IsChecked(check.control) ? check.bit : 0u;
+    return edges;
 }
 
 void CMainView::SetChecked(i32 id, bool on) {
@@ -467,7 +494,7 @@ void CMainView::OnShrinkChanged() {
     int index = combo->currentIndex();
     if (index < 0 || index >= static_cast<int>(ShrinkChoices().size()))
         return;
-    bool custom = ShrinkChoices()[static_cast<size_t>(index)]->kind == 1;
+    bool custom = ShrinkChoices()[static_cast<size_t>(index)]->kind == shrinktype::kCustom;
     Enable(ctl::kCustomWidth, custom);
     Enable(ctl::kCustomHeight, custom);
     RunUpdate();
@@ -539,13 +566,7 @@ void CMainView::OnChooseColor() {
 
 void CMainView::OnAnchorCheck() {
     if (detailPane) {
-        u32 corners = 0;
-        u32 edges = 0;
-        for (int bit = 0; bit < 4; ++bit) {
-            corners |= IsChecked(kCornerChecks[bit]) ? 1u << bit : 0u;
-            edges |= IsChecked(kEdgeChecks[bit]) ? 1u << bit : 0u;
-        }
-        u32 anchor = AnchorFor(corners, edges);
+        u32 anchor = AnchorFor(CheckedCorners(), CheckedEdges());
         if (anchor != detailPane->Anchor()) {
             detailPane->SetAnchor(anchor);
             InvalidateWidget(detailPane.get());

@@ -86,6 +86,9 @@ public:
 
     // A check or radio control is on.
     bool IsChecked(i32 id) const;
+    // The corner checks and the edge checks as RoundSettings stores them (cornerbit::, edgebit::).
+    u32 CheckedCorners() const;
+    u32 CheckedEdges() const;
     void SetChecked(i32 id, bool on);
     void Enable(i32 id, bool enabled);
 

@@ -17,7 +17,7 @@ namespace {
 
 CDibPtr Convert(const CFileBytes& file, i32 box, bool reduce) {
     CShrinkStep shrink;
-    shrink.shrinkType = 1;
+    shrink.shrinkType = shrinktype::kCustom;
     shrink.customWidth = box;
     shrink.customHeight = box;
     CRoundStep round;

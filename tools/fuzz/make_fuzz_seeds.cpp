@@ -94,10 +94,10 @@ void WriteImages(const fs::path& folder) {
     if (Failed(EncodeJpeg(*dib, 75, bytes)))
         throw std::runtime_error("JPEG");
     Write(folder / "small.jpg", bytes);
-    if (!EncodeBmp(*dib, true, bytes))
+    if (Failed(EncodeBmp(*dib, true, bytes)))
         throw std::runtime_error("BMP 32");
     Write(folder / "small32.bmp", bytes);
-    if (!EncodeBmp(*dib, false, bytes))
+    if (Failed(EncodeBmp(*dib, false, bytes)))
         throw std::runtime_error("BMP 24");
     Write(folder / "opaque32.bmp", bytes);
     Write(folder / "small24.bmp", HandMadeBmp(24, false));
