@@ -10,13 +10,10 @@
 #include "foundation/Numbers.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "resources/StringIds.h"
 
 namespace lvx {
 namespace {
-
-constexpr u32 kIdUnknownOption = 62001;
-constexpr u32 kIdBadValue = 62002;
-constexpr u32 kIdUsage = 62000;
 
 // Splits "a,b,c" and ORs the bits of each name; "all" (every name's bit) and "none" stand alone.
 bool ParseBits(const std::wstring& text, const std::map<std::wstring, u32>& names, u32& out) {
@@ -220,13 +217,13 @@ bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
             continue;
         }
         if (arg.compare(0, 2, L"--") != 0) {
-            error = Message(kIdUnknownOption, arg);
+            error = Message(strid::kUnknownOption, arg);
             return false;
         }
         size_t eq = arg.find(L'=');
         std::wstring name = arg.substr(2, eq == std::wstring::npos ? std::wstring::npos : eq - 2);
         if (!IsValueOption(name)) {
-            error = Message(kIdUnknownOption, arg);
+            error = Message(strid::kUnknownOption, arg);
             return false;
         }
         std::wstring value;
@@ -235,11 +232,11 @@ bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
         } else if (i + 1 < args.size()) {
             value = WideFromUtf8(args[++i]);
         } else {
-            error = Message(kIdBadValue, arg);
+            error = Message(strid::kBadOptionValue, arg);
             return false;
         }
         if (!ParseValue(name, value, out)) {
-            error = Message(kIdBadValue, L"--" + name + L"=" + value);
+            error = Message(strid::kBadOptionValue, L"--" + name + L"=" + value);
             return false;
         }
     }
@@ -286,7 +283,7 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
 
 std::wstring BatchUsage() {
     std::wstring text;
-    LoadResString(text, kIdUsage, true);
+    LoadResString(text, strid::kBatchUsage, true);
     return text;
 }
 

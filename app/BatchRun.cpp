@@ -15,12 +15,10 @@
 #include "foundation/GuardedCall.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "resources/StringIds.h"
 
 namespace lvx {
 namespace {
-
-constexpr u32 kIdNoFiles = 62003;
-constexpr u32 kIdOutputsExist = 62004;
 
 // Messages go to standard error with every byte of a file name that is not UTF-8 shown as \xNN.
 void Say(std::ostream& stream, const std::wstring& text) {
@@ -129,7 +127,7 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
 int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostream& out,
                std::ostream& err) {
     if (options.files.empty()) {
-        Say(err, Text(kIdNoFiles));
+        Say(err, Text(strid::kNoFilesGiven));
         return exitcode::kUsage;
     }
     std::vector<PlannedFile> planned;
@@ -148,7 +146,7 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
                 existing.push_back(p.task->outputFile);
         }
         if (!existing.empty()) {
-            Say(err, Text(kIdOutputsExist));
+            Say(err, Text(strid::kOutputsExist));
             for (const std::wstring& path : existing)
                 Say(err, L"  " + path);
             return exitcode::kRefused;

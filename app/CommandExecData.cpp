@@ -19,17 +19,11 @@
 #include "foundation/Msg.h"
 #include "foundation/ShellIdListArray.h"
 #include "persist/Settings.h"
+#include "resources/StringIds.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
 namespace lvx {
-
-namespace {
-
-constexpr i32 kIdSaveSettingFailed = 192;
-constexpr u32 kIdWorkerNotStarted = 62040;
-
-} // namespace
 
 void CCommandExecData::SetDropData(const CDropData* data) {
     GuardedCall(dropError, [this, data] { GetDroppedItems(data, items); });
@@ -49,7 +43,7 @@ void CCommandExecData::OnExecute(bool run) {
 
     if (!SaveSetting() && msg) {
         CSimpleErr error;
-        error.SetError(kIdSaveSettingFailed);
+        error.SetError(strid::kSaveSettingsFailed);
         msg->Error(error);
     }
     if (!StartBatch(items))
@@ -97,7 +91,7 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     for (const auto& thread : view->pool.threads) {
         if (!thread->Start()) {
             // No worker would ever report: the run ends at once, as a run ends, with the reason.
-            CCommandTimer(msg).FinishBatch(-1, kIdWorkerNotStarted);
+            CCommandTimer(msg).FinishBatch(-1, strid::kWorkerNotStarted);
             return false;
         }
     }

@@ -5,17 +5,18 @@
 #include "foundation/Msg.h"
 #include "foundation/Paths.h"
 #include "platform/Shell.h"
+#include "resources/StringIds.h"
 
 void CCommandExplorer::OnExecute(bool run) {
     if (path.empty() && item.IsEmpty())
-        throw my::CException(58806);
+        throw my::CException(strid::kEmptyIdList);
     if (!run)
         return;
     std::wstring target = path;
     if (target.empty())
         target = item.GetPathOrThrow();
     if (!FileExists(target)) {
-        if (msg->ShowId(58711, mb::kOkCancel) != mb::kIdOk)
+        if (msg->ShowId(strid::kQueryOpenNearestFolder, mb::kOkCancel) != mb::kIdOk)
             return;
         target = NearestExistingFolder(target);
     }
@@ -33,7 +34,7 @@ void CCommandExplorerOutputPath::OnExecute(bool run) {
         return;
     const std::wstring& outputPath = TheSetting().outputPath;
     if (outputPath.empty())
-        throw my::CException(193);
+        throw my::CException(strid::kNoOutputFolder);
     item.Clear();
     path = outputPath;
     openFolder = true;

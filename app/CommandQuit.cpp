@@ -4,6 +4,7 @@
 #include "app/CommandTable.h"
 #include "foundation/Msg.h"
 #include "persist/Settings.h"
+#include "resources/StringIds.h"
 #include "ui/MainFrame.h"
 
 namespace lvx {
@@ -19,7 +20,7 @@ void CCommandQuit::OnExecute(bool run) {
     if (SaveSetting())
         return;
     CSimpleErr error;
-    error.SetError(192);
+    error.SetError(strid::kSaveSettingsFailed);
     msg->Error(error);
 }
 

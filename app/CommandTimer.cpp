@@ -13,17 +13,13 @@
 #include "batch/TaskThread.h"
 #include "foundation/Msg.h"
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
 
 namespace lvx {
 
 namespace {
-
-constexpr u32 kIdStopped = 175;
-constexpr u32 kIdProgress = 176;
-constexpr u32 kIdAllDone = 177;
-constexpr u32 kIdWorkerEnded = 62041;
 
 // Counts the ticks that wrote a progress line; it is never reset, so that a batch need not begin
 // with no dots.
@@ -51,7 +47,7 @@ void CCommandTimer::OnExecute(bool run) {
         (!workerRunning && (view->stopRequested || view->doneCount >= view->fileCount)))
         FinishBatch(failedIndex);
     else if (!workerRunning)
-        FinishBatch(-1, kIdWorkerEnded); // gone with files unreported: nothing more will come
+        FinishBatch(-1, strid::kWorkerEnded); // gone with files unreported: nothing more will come
 }
 
 bool CCommandTimer::PollResults(i32& failedIndex) {
@@ -99,7 +95,7 @@ void CCommandTimer::ShowProgress() {
     if (!view->pool.AnyRunning())
         return;
     std::wstring text;
-    FormatResString(text, kIdProgress, {view->doneCount + 1, view->fileCount});
+    FormatResString(text, strid::kBatchProgress, {view->doneCount + 1, view->fileCount});
     text.append(static_cast<size_t>(g_dotCounter % 10), L'.');
     SetStatus(*view, text);
     ++g_dotCounter;
@@ -119,9 +115,9 @@ void CCommandTimer::FinishBatch(i32 failedIndex, u32 messageId) {
 
     std::wstring status;
     if (!cutShort && !view->stopRequested)
-        FormatResString(status, kIdAllDone, {view->fileCount});
+        FormatResString(status, strid::kBatchAllDone, {view->fileCount});
     else
-        LoadResString(status, kIdStopped, true);
+        LoadResString(status, strid::kBatchStopped, true);
     SetStatus(*view, status);
     view->UpdateControlStates(false);
 

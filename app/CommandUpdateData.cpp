@@ -10,6 +10,7 @@
 #include "foundation/GuardedCall.h"
 #include "foundation/HexColor.h"
 #include "image/NamedShrink.h"
+#include "resources/StringIds.h"
 #include "ui/ControlText.h"
 #include "ui/LengthCtrlSet.h"
 #include "ui/MainView.h"
@@ -22,9 +23,9 @@ i32 ReadCustomSize(CMainView& view, i32 id) {
     QWidget* control = view.Control(id);
     i32 value = 0;
     if (!control || !CMainView::ReadComboNumber(control, 0, value))
-        throw my::CCtrlException(control, 180, ToText(id));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(id));
     if (value <= 0)
-        throw my::CCtrlException(control, 181);
+        throw my::CCtrlException(control, strid::kValueNotPositive);
     return value;
 }
 
@@ -34,7 +35,7 @@ void ReadShrink(CMainView& view) {
     auto* combo = qobject_cast<QComboBox*>(control);
     int index = combo ? combo->currentIndex() : -1;
     if (index < 0 || index >= static_cast<int>(ShrinkChoices().size()))
-        throw my::CCtrlException(control, 182);
+        throw my::CCtrlException(control, strid::kNoShrinkChosen);
     const CNamedShrink& choice = *ShrinkChoices()[static_cast<size_t>(index)];
     shrink.shrinkType = choice.kind;
     shrink.shrinkWidth = static_cast<i32>(choice.width);
@@ -52,16 +53,16 @@ void ReadSaveType(CMainView& view) {
         TheSetting().saveType = savetype::kJpeg;
         return;
     }
-    throw my::CCtrlException(view.Control(ctl::kPng), 183);
+    throw my::CCtrlException(view.Control(ctl::kPng), strid::kBadSaveType);
 }
 
 void ReadJpegQuality(CMainView& view) {
     QWidget* control = view.Control(ctl::kQualityNumber);
     i32 value = 0;
     if (!control || !CMainView::ReadNumber(control, 0, value))
-        throw my::CCtrlException(control, 184, ToText(ctl::kQualityNumber));
+        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(ctl::kQualityNumber));
     if (static_cast<u32>(value) > 100)
-        throw my::CCtrlException(control, 185, L"0", L"100");
+        throw my::CCtrlException(control, strid::kJpegQualityOutOfRange, L"0", L"100");
     TheSetting().jpegQuality = static_cast<u32>(value);
 }
 
@@ -69,10 +70,10 @@ void ReadBackground(CMainView& view) {
     QWidget* control = view.Control(ctl::kColorText);
     std::wstring text;
     if (!control || !GetControlTextTrimmed(control, text, true))
-        throw my::CCtrlException(control, 184, ToText(ctl::kColorText));
+        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(ctl::kColorText));
     u32 color = 0;
     if (!ParseHexColor(color, text))
-        throw my::CCtrlException(control, 186);
+        throw my::CCtrlException(control, strid::kBadColorFormat);
     RoundSettings& round = TheSetting().round;
     round.backgroundColor = color;
     round.transparent = view.IsChecked(ctl::kTransparent);
@@ -84,9 +85,9 @@ void ReadSubFolder(CMainView& view) {
     QWidget* control = view.Control(ctl::kSubFolder);
     std::wstring text;
     if (!control || !CMainView::ReadComboText(control, text))
-        throw my::CCtrlException(control, 180, ToText(ctl::kSubFolder));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(ctl::kSubFolder));
     if (text.empty())
-        throw my::CCtrlException(control, 187);
+        throw my::CCtrlException(control, strid::kEmptySubFolder);
     CHistoryList& folders = TheSetting().subFolders;
     folders.Add(text);
     auto* combo = qobject_cast<QComboBox*>(control);

@@ -16,12 +16,10 @@
 #include "image/Codec.h"
 #include "persist/Settings.h"
 #include "platform/RegistryFile.h"
+#include "resources/StringIds.h"
 #include "resources/Version.h"
 
 namespace {
-
-constexpr u32 kIdCannotGoOn = 62011;
-constexpr u32 kIdUnknownException = 58724;
 
 // True once the first file may have been written: a failure after it is a failed run, before it a
 // refused one.
@@ -81,11 +79,11 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::bad_alloc&) {
-        PrintMessage(kIdCannotGoOn, ResultText(hr::kOutOfMemory));
+        PrintMessage(strid::kCannotGoOn, ResultText(hr::kOutOfMemory));
     } catch (const std::exception& e) {
-        PrintMessage(kIdCannotGoOn, WideFromWhat(e));
+        PrintMessage(strid::kCannotGoOn, WideFromWhat(e));
     } catch (...) {
-        PrintMessage(kIdCannotGoOn, L"", kIdUnknownException);
+        PrintMessage(strid::kCannotGoOn, L"", strid::kUnknownException);
     }
     return g_runStarted ? lvx::exitcode::kTaskFailed : lvx::exitcode::kRefused;
 }

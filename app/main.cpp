@@ -20,12 +20,11 @@
 #include "platform/qt/QtOwnParts.h"
 #include "platform/qt/QtStartGuard.h"
 #include "platform/qt/TerminationSignal.h"
+#include "resources/StringIds.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
 namespace {
-
-constexpr u32 kIdNoDisplay = 62060;
 
 // The text of id with argument as its %s on standard error; a plain line when that fails too.
 void PrintFailure(u32 id, const std::wstring& argument) noexcept {
@@ -53,7 +52,7 @@ int Run(char* programPath) {
     {
         const char* display = std::getenv("DISPLAY");
         std::wstring line;
-        FormatResString(line, kIdNoDisplay, {WideFromUtf8(display ? display : "")});
+        FormatResString(line, strid::kNoDisplay, {WideFromUtf8(display ? display : "")});
         starting.emplace(Utf8FromWide(ReadableText(line)));
     }
     QApplication application(argc, argv);
@@ -95,9 +94,9 @@ int main(int, char** argv) {
     try {
         return Run(argv[0]);
     } catch (const std::exception& e) {
-        PrintFailure(58722, WideFromWhat(e));
+        PrintFailure(strid::kStdException, WideFromWhat(e));
     } catch (...) {
-        PrintFailure(58724, L"");
+        PrintFailure(strid::kUnknownException, L"");
     }
     return 2;
 }

@@ -9,17 +9,10 @@
 #include "foundation/Exception.h"
 #include "foundation/FileIdentity.h"
 #include "foundation/Paths.h"
+#include "resources/StringIds.h"
 
 namespace lvx {
 namespace {
-
-constexpr i32 kIdFileNotFound = 189;
-constexpr i32 kIdNoEncoder = 190;
-constexpr i32 kIdOutputIsSource = 62005;
-constexpr i32 kIdSameOutput = 62006;
-constexpr i32 kIdOutputIsOtherSource = 62030;
-constexpr i32 kIdFolderAtOutput = 62031;
-constexpr i32 kIdFileAtOutputFolder = 62032;
 
 template <typename... Paths> [[noreturn]] void Refuse(i32 id, const Paths&... paths) {
     CSimpleErr error;
@@ -34,7 +27,7 @@ void CheckOutputFolder(const std::wstring& output) {
         return;
     const std::wstring nearest = NearestExistingFolder(folder);
     if (!nearest.empty() && FileExists(nearest) && !IsDirectory(nearest))
-        Refuse(kIdFileAtOutputFolder, nearest);
+        Refuse(strid::kFileAtOutputFolder, nearest);
 }
 
 } // namespace
@@ -43,7 +36,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client) {
     for (const std::wstring& source : sources) {
         if (!IsExistingFile(source))
-            throw my::CException(kIdFileNotFound, source);
+            throw my::CException(strid::kFileNotFound, source);
     }
     std::vector<FileIdentity> sourceIds;
     std::map<FileIdentity, size_t> sourceAt;
@@ -62,17 +55,17 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         const FileIdentity identity = IdentifyFile(output);
         if (identity.exists) {
             if (identity == sourceIds[i])
-                Refuse(kIdOutputIsSource, source, output);
+                Refuse(strid::kOutputIsSource, source, output);
             if (auto hit = sourceAt.find(identity); hit != sourceAt.end())
-                Refuse(kIdOutputIsOtherSource, source, sources[hit->second]);
+                Refuse(strid::kOutputIsOtherSource, source, sources[hit->second]);
             if (IsDirectory(output))
-                Refuse(kIdFolderAtOutput, output);
+                Refuse(strid::kFolderAtOutput, output);
         }
         CheckOutputFolder(output);
         // a.png and a.jpg both become round/a.jpg: the second would replace the first's result.
         auto [first, added] = outputOf.emplace(identity, i);
         if (!added)
-            Refuse(kIdSameOutput, sources[first->second], source, output);
+            Refuse(strid::kSameOutput, sources[first->second], source, output);
 
         auto task = boost::make_shared<CLunavexTask>();
         task->Init(source, output, client);
@@ -80,7 +73,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         task->SetRound(settings.round);
         task->SetMaxPixels(settings.maxPixels);
         if (Failed(task->PrepareEncoder(settings.saveType, settings.jpegQuality)))
-            throw my::CException(kIdNoEncoder);
+            throw my::CException(strid::kNoEncoderLibrary);
         planned.push_back({task, identity.exists});
     }
     return planned;

@@ -20,15 +20,17 @@ struct PlannedFile {
 
 // Makes one task for each source, in order, with copies of the shrink and round settings, a
 // prepared encoder and `client`. Reads the file system and changes nothing. Throws
-// my::CException, naming the files, for the first of:
-//   189   a source that is not an existing file (a folder, a missing file);
-//   187, 188 from MakeOutputPath (no sub-folder name, no file name);
-//   62005 an output that is its own source (compared as files, so "." folders and links count);
-//   62030 an output that is another source of the batch (it would be replaced before it is read);
-//   62006 two sources with one output;
-//   62031 a folder standing at an output path;
-//   62032 a file standing where the output folder must be;
-//   190   no encoder for the save type.
+// my::CException, naming the files, with the strid:: id of the first of:
+//   kFileNotFound         a source that is not an existing file (a folder, a missing file);
+//   kEmptySubFolder, kBadFilePath from MakeOutputPath (no sub-folder name, no file name);
+//   kOutputIsSource       an output that is its own source (compared as files, so "." folders
+//                         and links count);
+//   kOutputIsOtherSource  an output that is another source of the batch (it would be replaced
+//                         before it is read);
+//   kSameOutput           two sources with one output;
+//   kFolderAtOutput       a folder standing at an output path;
+//   kFileAtOutputFolder   a file standing where the output folder must be;
+//   kNoEncoderLibrary     no encoder for the save type.
 std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client);
 

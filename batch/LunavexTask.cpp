@@ -13,20 +13,11 @@
 #include "image/ImageIo.h"
 #include "image/ImageSaver.h"
 #include "image/StreamConvert.h"
+#include "resources/StringIds.h"
 
 namespace lvx {
 namespace {
 
-constexpr i32 kIdNoEncoder = 200;
-constexpr i32 kIdLoadFailed = 201;
-constexpr i32 kIdSaveFailed = 202;
-constexpr i32 kIdFolderFailed = 58998;
-constexpr i32 kIdBackgroundFailed = 59035;
-constexpr i32 kIdImageTooLarge = 62023;
-constexpr i32 kIdTooManyScans = 62024;
-constexpr i32 kIdOutputAppeared = 62042;
-constexpr i32 kIdEmptySubFolder = 187;
-constexpr i32 kIdBadFilePath = 188;
 constexpr i32 kSubFolderControl = 165;
 
 // Position just behind the last separator, 0 when there is none.
@@ -101,14 +92,14 @@ void CLunavexTask::Run() {
 
 void CLunavexTask::Convert() {
     if (!saver) {
-        Fail(kIdNoEncoder, 0);
+        Fail(strid::kNoSaveFormat, 0);
         return;
     }
     i32 folderCode = CreateFolderTree(outputFolder);
     if (folderCode != 0) {
         HResult code = ResultFromWin32(folderCode);
-        errorId = kIdFolderFailed;
-        FormatResString(errorText, kIdFolderFailed, {ResultText(code), outputFolder});
+        errorId = strid::kCreateFolderFailed;
+        FormatResString(errorText, strid::kCreateFolderFailed, {ResultText(code), outputFolder});
         return;
     }
     if (!keepsImages && ConvertStreamed())
@@ -179,7 +170,7 @@ bool CLunavexTask::ConvertStreamed() {
         Fail(static_cast<i32>(failure.errorId), failure.code, inputPath);
         break;
     case StreamFailure::kSave:
-        Fail(kIdSaveFailed, code, outputFile);
+        Fail(strid::kSaveFailed, code, outputFile);
         break;
     }
     return true;
@@ -196,12 +187,12 @@ void CLunavexTask::Save(const std::vector<u8>* bytes) {
     const HResult code = bytes ? saver->WriteEncoded(*bytes, outputFile, replaceExisting)
                                : saver->SaveDib(*result, true, outputFile, replaceExisting);
     if (code == ResultFromWin32(win32::kFileExists)) {
-        errorId = kIdOutputAppeared;
-        FormatResString(errorText, kIdOutputAppeared, {outputFile});
+        errorId = strid::kOutputAppeared;
+        FormatResString(errorText, strid::kOutputAppeared, {outputFile});
         return;
     }
     if (Failed(code))
-        Fail(kIdSaveFailed, code, outputFile);
+        Fail(strid::kSaveFailed, code, outputFile);
 }
 
 void CLunavexTask::Process(CDibPtr image) {
@@ -226,7 +217,7 @@ void CLunavexTask::Process(CDibPtr image) {
     HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
     result = opaque;
     if (Failed(code))
-        Fail(kIdBackgroundFailed, code);
+        Fail(strid::kBackgroundFailed, code);
 }
 
 void CLunavexTask::ReleaseImages() {
@@ -240,17 +231,17 @@ void CLunavexTask::ReleaseImages() {
 
 void CLunavexTask::FailLoad(HResult code, const Size& declared) {
     if (code == hr::kImageTooLarge) {
-        errorId = kIdImageTooLarge;
-        FormatResString(errorText, kIdImageTooLarge,
+        errorId = strid::kLoadFailedTooLarge;
+        FormatResString(errorText, strid::kLoadFailedTooLarge,
                         {ResultText(code), GroupedNumber(static_cast<u64>(declared.cx)),
                          GroupedNumber(static_cast<u64>(declared.cy)),
                          GroupedNumber(limits.maxPixels)});
     } else if (code == hr::kTooManyScans) {
-        errorId = kIdTooManyScans;
-        FormatResString(errorText, kIdTooManyScans,
+        errorId = strid::kLoadFailedTooManyScans;
+        FormatResString(errorText, strid::kLoadFailedTooManyScans,
                         {ResultText(code), GroupedNumber(limits.maxScans)});
     } else {
-        Fail(kIdLoadFailed, code, inputPath);
+        Fail(strid::kLoadFailed, code, inputPath);
         return;
     }
     errorText += L"\n\n" + inputPath;
@@ -276,11 +267,11 @@ void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSe
     std::wstring subFolder =
         settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
     if (subFolder.empty())
-        throw my::CCtrlException(CtrlForId(kSubFolderControl), kIdEmptySubFolder);
+        throw my::CCtrlException(CtrlForId(kSubFolderControl), strid::kEmptySubFolder);
     size_t nameStart = AfterLastSeparator(sourcePath);
     std::wstring fileName = sourcePath.substr(nameStart);
     if (fileName.empty())
-        throw my::CException(kIdBadFilePath, sourcePath);
+        throw my::CException(strid::kBadFilePath, sourcePath);
     size_t dot = fileName.rfind(L'.');
     std::wstring stem = dot == std::wstring::npos ? fileName : fileName.substr(0, dot);
     std::wstring result = sourcePath.substr(0, nameStart);

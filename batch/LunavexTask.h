@@ -113,8 +113,9 @@ private:
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of
-// the source and the extension of the save type. Throws my::CCtrlException 187 (control 165) for
-// an empty sub-folder name and my::CException 188 for a source with no file name.
+// the source and the extension of the save type. Throws my::CCtrlException strid::kEmptySubFolder
+// (control 165) for an empty sub-folder name and my::CException strid::kBadFilePath for a source
+// with no file name.
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings);
 
 } // namespace lvx

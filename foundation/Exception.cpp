@@ -1,11 +1,9 @@
 // The exceptions of the system: constructors that compose their message at the throw.
 #include "foundation/Exception.h"
 
-namespace my {
+#include "resources/StringIds.h"
 
-namespace {
-constexpr i32 kIdCastError = 58726;
-} // namespace
+namespace my {
 
 CException::CException(i32 id) {
     SetError(id);
@@ -31,7 +29,7 @@ CException::CException(const CSimpleErr& error) : CSimpleErr(error), std::except
 
 CException::CException(const std::wstring& fromType, const std::wstring& toType,
                        const std::wstring& value) {
-    SetError(kIdCastError, fromType, toType, value);
+    SetError(strid::kCastError, fromType, toType, value);
 }
 
 } // namespace my

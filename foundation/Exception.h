@@ -14,7 +14,8 @@ template <class... Args>
 concept MessageArgs = (std::convertible_to<const Args&, std::wstring> && ...);
 
 // The template of id filled with the given wide strings (0 to 6); the count of arguments handed
-// to the template is the count given. Throws my::CException 58743 when id is not in the table.
+// to the template is the count given. Throws my::CException strid::kStringMissing when id is not
+// in the table.
 template <class... Args>
 requires MessageArgs<Args...> &&(sizeof...(Args) <= 6) std::wstring
     ComposeError(i32 id, const Args&... args) {
@@ -87,7 +88,7 @@ public:
     CException(i32 id, HResult code);
     CException(i32 id, HResult code, const std::wstring& a1);
     explicit CException(const CSimpleErr& error);
-    // A failed narrowing: id 58726 with the two type names and the value.
+    // A failed narrowing: id strid::kCastError with the two type names and the value.
     CException(const std::wstring& fromType, const std::wstring& toType, const std::wstring& value);
 };
 
@@ -115,7 +116,7 @@ public:
 
 } // namespace my
 
-// Throws my::CException 58726 for a number that does not fit its narrower type.
+// Throws my::CException strid::kCastError for a number that does not fit its narrower type.
 template <std::integral T>
 [[noreturn]] void ThrowCastError(const std::wstring& fromType, const std::wstring& toType,
                                  T value) {

@@ -3,8 +3,6 @@
 
 namespace {
 
-constexpr i32 kIdRegexOther = 59369;
-
 // The one buffer for the text of what(); guarded calls run on the main thread only.
 wchar_t gWhatBuffer[256];
 
@@ -13,10 +11,22 @@ struct RegexMessage {
     i32 id;
 };
 
-// boost::regex_constants::error_type values and their messages.
+// The boost::regex_constants::error_type values that have a message of their own.
 constexpr RegexMessage kRegexMessages[] = {
-    {2, 59384}, {3, 59371},  {4, 59372},  {5, 59373},  {6, 59374},  {7, 59375},  {8, 59376},
-    {9, 59377}, {10, 59378}, {11, 59379}, {12, 59380}, {13, 59381}, {18, 59382}, {19, 59383},
+    {boost::regex_constants::error_bad_pattern, strid::kRegexBadPattern},
+    {boost::regex_constants::error_collate, strid::kRegexCollate},
+    {boost::regex_constants::error_ctype, strid::kRegexCharClass},
+    {boost::regex_constants::error_escape, strid::kRegexEscape},
+    {boost::regex_constants::error_backref, strid::kRegexBackReference},
+    {boost::regex_constants::error_brack, strid::kRegexBracket},
+    {boost::regex_constants::error_paren, strid::kRegexParenthesis},
+    {boost::regex_constants::error_brace, strid::kRegexBrace},
+    {boost::regex_constants::error_badbrace, strid::kRegexBraceContents},
+    {boost::regex_constants::error_range, strid::kRegexRange},
+    {boost::regex_constants::error_space, strid::kRegexOutOfMemory},
+    {boost::regex_constants::error_badrepeat, strid::kRegexBadRepeat},
+    {boost::regex_constants::error_complexity, strid::kRegexTooComplex},
+    {boost::regex_constants::error_stack, strid::kRegexOutOfStack},
 };
 
 } // namespace
@@ -40,12 +50,12 @@ i32 RegexErrorId(int code) {
         if (message.code == code)
             return message.id;
     }
-    return kIdRegexOther;
+    return strid::kRegexError;
 }
 
 void SetRegexError(CSimpleErr& holder, const boost::regex_error& error) {
     i32 id = RegexErrorId(static_cast<int>(error.code()));
-    if (id == kIdRegexOther) {
+    if (id == strid::kRegexError) {
         holder.SetError(id, WideFromWhat(error));
         return;
     }

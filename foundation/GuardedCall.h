@@ -10,13 +10,15 @@
 #include <boost/regex/pattern_except.hpp>
 
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 
 // The text of an exception's what(): at most 255 bytes, each byte sign-extended to one 16-bit
 // character with no code-page conversion; "Unknown exception" when what() gives nothing.
 std::wstring WideFromWhat(const std::exception& error);
 
-// The string-table id of a regular-expression error code: 59371 to 59384 for the codes with a
-// message of their own, 59369 (which takes the text of what()) for any other.
+// The string-table id of a regular-expression error code: one of the strid::kRegex... messages
+// for the codes with a message of their own, strid::kRegexError (which takes the text of what())
+// for any other.
 i32 RegexErrorId(int code);
 
 // Stores the failure of a regular expression in holder.
@@ -44,10 +46,10 @@ void GuardedCall(Holder& holder, Callable&& callable, Args&&... args) {
     } catch (const boost::regex_error& e) {
         SetRegexError(error, e);
     } catch (const std::exception& e) {
-        error.SetError(58722, WideFromWhat(e));
+        error.SetError(strid::kStdException, WideFromWhat(e));
     } catch (const ATL::CAtlException& e) {
-        error.SetErrorResult(58723, e.hr);
+        error.SetErrorResult(strid::kAtlException, e.hr);
     } catch (...) {
-        error.SetError(58724);
+        error.SetError(strid::kUnknownException);
     }
 }

@@ -7,6 +7,7 @@
 
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -173,7 +174,7 @@ std::wstring CItemIDListHandle::GetPathOrThrow() const {
     std::wstring path;
     HResult code = GetPath(path);
     if (Failed(code))
-        throw my::CException(58811, code);
+        throw my::CException(strid::kIdListPathFailed, code);
     return path;
 }
 

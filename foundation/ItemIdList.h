@@ -21,7 +21,7 @@ std::size_t ItemIdListSize(const u8* list);
 // reach, or an item whose length is below 2 or runs past the end).
 std::size_t BoundedItemIdListSize(const u8* list, std::size_t available);
 
-// A list size for int arithmetic; 0x80000000 or more throws my::CException 58726 naming
+// A list size for int arithmetic; 0x80000000 or more throws my::CException strid::kCastError naming
 // "size_t", "int" and the value.
 i32 ListSizeAsInt(std::size_t size);
 
@@ -50,7 +50,7 @@ public:
     // Returns 0, or 0x80004005 (E_FAIL) with out empty for a null or empty list, any other URI,
     // or a path of 260 characters or more.
     HResult GetPath(std::wstring& out) const;
-    // The path, or my::CException 58811 with the result code of GetPath.
+    // The path, or my::CException strid::kIdListPathFailed with the result code of GetPath.
     std::wstring GetPathOrThrow() const;
 
     u8* list = nullptr;

@@ -5,6 +5,7 @@
 #include "foundation/Numbers.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -45,11 +46,11 @@ bool CMsg::QueryOkCancel(u32 id, std::initializer_list<FormatArg> args) {
 }
 
 bool CMsg::QueryLoseWork() {
-    return QueryOkCancel(58702);
+    return QueryOkCancel(strid::kQueryLoseWork);
 }
 
 bool CMsg::QueryCreateFolder(const std::wstring& path) {
-    return QueryOkCancel(58703, {path});
+    return QueryOkCancel(strid::kQueryCreateFolder, {path});
 }
 
 bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
@@ -59,7 +60,7 @@ bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
     GuardedCall(holder, [&path] {
         i32 code = CreateFolderTree(path);
         if (code != 0)
-            throw my::CException(58998, ResultFromWin32(code), path);
+            throw my::CException(strid::kCreateFolderFailed, ResultFromWin32(code), path);
     });
     if (holder.id == 0)
         return true;
@@ -69,7 +70,7 @@ bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
 }
 
 bool CMsg::QueryOverwrite(const std::wstring& path) {
-    return QueryOkCancel(58704, {path});
+    return QueryOkCancel(strid::kQueryOverwrite, {path});
 }
 
 bool CMsg::QueryOverwriteIfExists(const std::wstring& path) {
@@ -91,36 +92,38 @@ std::wstring OverwriteListText(const std::vector<std::wstring>& paths) {
 }
 
 bool CMsg::QueryOverwriteFiles(const std::vector<std::wstring>& paths) {
-    return QueryOkCancel(58705, {ToText(static_cast<i64>(paths.size())), OverwriteListText(paths)});
+    return QueryOkCancel(strid::kQueryOverwriteFiles,
+                         {ToText(static_cast<i64>(paths.size())), OverwriteListText(paths)});
 }
 
 bool CMsg::QueryOverwriteFiles(const std::list<std::wstring>& paths) {
     std::vector<std::wstring> copy(paths.begin(), paths.end());
-    return QueryOkCancel(58705, {ToText(static_cast<i64>(copy.size())), OverwriteListText(copy)});
+    return QueryOkCancel(strid::kQueryOverwriteFiles,
+                         {ToText(static_cast<i64>(copy.size())), OverwriteListText(copy)});
 }
 
 bool CMsg::QueryResetShortcuts() {
-    return QueryOkCancel(58712);
+    return QueryOkCancel(strid::kQueryResetShortcuts);
 }
 
 bool CMsg::QueryReplaceShortcut(const std::wstring& keyDescription) {
-    return QueryOkCancel(58713, {keyDescription});
+    return QueryOkCancel(strid::kQueryReplaceShortcut, {keyDescription});
 }
 
 bool CMsg::QueryBadSettings(const CSimpleErr& error) {
-    return QueryOkCancel(58708, {error.text});
+    return QueryOkCancel(strid::kQueryBadSettings, {error.text});
 }
 
 bool CMsg::QueryBadSettingsFile(const std::wstring& path, const CSimpleErr& error) {
-    return QueryOkCancel(58709, {path, error.text});
+    return QueryOkCancel(strid::kQueryBadSettingsFile, {path, error.text});
 }
 
 bool CMsg::QueryNewerSettingsFile() {
-    return QueryOkCancel(58710);
+    return QueryOkCancel(strid::kQueryNewerSettingsFile);
 }
 
 bool CMsg::QueryStopPrinting() {
     std::wstring text;
-    LoadResString(text, 58714, true);
+    LoadResString(text, strid::kQueryStopPrinting, true);
     return Show(text, mb::kYesNo) == mb::kIdYes;
 }

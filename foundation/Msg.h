@@ -58,6 +58,6 @@ protected:
     bool QueryOkCancel(u32 id, std::initializer_list<FormatArg> args = {});
 };
 
-// The text that lists paths in template 58705: the first ten joined by "\r\n", and "\r\n..."
-// behind them when there are more.
+// The text that lists paths in template strid::kQueryOverwriteFiles: the first ten joined by
+// "\r\n", and "\r\n..." behind them when there are more.
 std::wstring OverwriteListText(const std::vector<std::wstring>& paths);

@@ -11,13 +11,12 @@
 #include "foundation/TemplateFormat.h"
 #include "foundation/Win32Error.h"
 #include "resources/ResourceData.h"
+#include "resources/StringIds.h"
 
 namespace {
 
 constexpr i32 kFirstLoadSize = 256;
 constexpr i32 kLargestRetrySize = 65536;
-constexpr i32 kIdMissing = 58743;
-constexpr i32 kIdTooLong = 58744;
 
 // 0 until the language has been read from the environment.
 std::atomic<u16> gLanguage{0};
@@ -87,7 +86,7 @@ bool LoadResString(std::wstring& out, u32 id, bool report) {
             // What GetLastError says after a failed LoadStringW.
             HResult code = ResultFromWin32(win32::kResourceNameNotFound);
             if (report)
-                throw my::CException(kIdMissing, code, ToText(id));
+                throw my::CException(strid::kStringMissing, code, ToText(id));
             return false;
         }
         if (loaded < size - 1) {
@@ -98,7 +97,7 @@ bool LoadResString(std::wstring& out, u32 id, bool report) {
         if (size > kLargestRetrySize) {
             out.clear();
             if (report)
-                throw my::CException(kIdTooLong, ToText(id));
+                throw my::CException(strid::kStringTooLong, ToText(id));
             return false;
         }
         size *= 10;

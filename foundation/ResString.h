@@ -35,7 +35,8 @@ void SetUiLanguage(u16 language);
 i32 LoadStringRaw(u32 id, wchar_t* buffer, i32 size);
 
 // Loads string id into out. A missing string empties out and, when report is true, throws
-// my::CException 58743; a string of 256000 characters or more throws 58744.
+// my::CException strid::kStringMissing; a string of 256000 characters or more throws
+// strid::kStringTooLong.
 bool LoadResString(std::wstring& out, u32 id, bool report);
 
 // Fills the placeholders of the template of id (loaded with report true) into out, at most the

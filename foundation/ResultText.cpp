@@ -13,6 +13,7 @@
 #include "foundation/Utf8.h"
 #include "foundation/Win32Error.h"
 #include "resources/ResourceData.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -23,38 +24,38 @@ struct CodeText {
 
 // Win32 codes that have a text of our own: the ones no errno value describes well.
 constexpr CodeText kWin32Texts[] = {
-    {win32::kSuccess, 61000},
-    {win32::kInvalidFunction, 61001},
-    {win32::kNotEnoughMemory, 61002},
-    {win32::kBadFormat, 61003},
-    {win32::kOutOfMemory, 61004},
-    {win32::kGenFailure, 61005},
-    {win32::kSharingViolation, 61006},
-    {win32::kInvalidParameter, 61007},
-    {win32::kOperationAborted, 61008},
-    {win32::kNoAccess, 61009},
-    {win32::kNoAssociation, 61010},
-    {win32::kDdeFail, 61011},
-    {win32::kDllNotFound, 61012},
-    {win32::kTimeout, 61013},
-    {win32::kResourceNameNotFound, 61014},
-    {win32::kBusy, 61015},
-    {win32::kFileExists, 61016},
+    {win32::kSuccess, strid::kResultSuccess},
+    {win32::kInvalidFunction, strid::kResultInvalidFunction},
+    {win32::kNotEnoughMemory, strid::kResultNotEnoughMemory},
+    {win32::kBadFormat, strid::kResultBadFormat},
+    {win32::kOutOfMemory, strid::kResultOutOfMemory},
+    {win32::kGenFailure, strid::kResultGenFailure},
+    {win32::kSharingViolation, strid::kResultSharingViolation},
+    {win32::kInvalidParameter, strid::kResultInvalidParameter},
+    {win32::kOperationAborted, strid::kResultOperationAborted},
+    {win32::kNoAccess, strid::kResultNoAccess},
+    {win32::kNoAssociation, strid::kResultNoAssociation},
+    {win32::kDdeFail, strid::kResultDdeFail},
+    {win32::kDllNotFound, strid::kResultDllNotFound},
+    {win32::kTimeout, strid::kResultTimeout},
+    {win32::kResourceNameNotFound, strid::kResultResourceNameNotFound},
+    {win32::kBusy, strid::kResultBusy},
+    {win32::kFileExists, strid::kResultFileExists},
 };
 
 // Result codes of COM that are no Win32 codes, and the program's own codes.
 constexpr CodeText kComTexts[] = {
-    {hr::kFail, 61030},    // E_FAIL
-    {hr::kNotImpl, 61031}, // E_NOTIMPL
-    {0x80004004, 61032},   // E_ABORT
-    {0x80004002, 61033},   // E_NOINTERFACE
-    {0x80004003, 61034},   // E_POINTER
-    {0x8000FFFF, 61035},   // E_UNEXPECTED
-    {0x80040064, 61036},   // DV_E_FORMATETC
-    {hr::kNotOrdinaryFile, 62020},
-    {hr::kImageTooLarge, 62021},
-    {hr::kTooManyScans, 62022},
-    {hr::kTooLargeForJpeg, 62025},
+    {hr::kFail, strid::kResultFail},          // E_FAIL
+    {hr::kNotImpl, strid::kResultNotImpl},    // E_NOTIMPL
+    {0x80004004, strid::kResultAbort},        // E_ABORT
+    {0x80004002, strid::kResultNoInterface},  // E_NOINTERFACE
+    {0x80004003, strid::kResultPointer},      // E_POINTER
+    {0x8000FFFF, strid::kResultUnexpected},   // E_UNEXPECTED
+    {0x80040064, strid::kResultBadFormatEtc}, // DV_E_FORMATETC
+    {hr::kNotOrdinaryFile, strid::kResultNotOrdinaryFile},
+    {hr::kImageTooLarge, strid::kResultImageTooLarge},
+    {hr::kTooManyScans, strid::kResultTooManyScans},
+    {hr::kTooLargeForJpeg, strid::kResultTooLargeForJpeg},
 };
 
 u32 FindTextId(const CodeText* begin, const CodeText* end, HResult code) {

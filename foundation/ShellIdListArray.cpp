@@ -2,6 +2,7 @@
 #include "foundation/ShellIdListArray.h"
 
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -86,10 +87,10 @@ void GetDroppedItems(const CDropData* data, std::vector<CItemIDList>& out) {
     std::vector<u8> block;
     HResult code = data->GetData(kShellIdListArrayFormat, block);
     if (Failed(code))
-        throw my::CException(58803, code);
+        throw my::CException(strid::kGetDataFailed, code);
     code = ReadItemIDLists(block.data(), block.size(), out);
     if (Failed(code) || out.empty()) {
         out.clear();
-        throw my::CException(58804, code);
+        throw my::CException(strid::kNoPathsInData, code);
     }
 }

@@ -3,24 +3,21 @@
 
 #include "foundation/ResString.h"
 #include "image/ShrinkSettings.h"
+#include "resources/StringIds.h"
 
 namespace {
-
-constexpr u32 kNoShrinkName = 58673;   // "No shrink"
-constexpr u32 kCustomSizeName = 58674; // "Fit to custom size"
-constexpr u32 kNamedSizeName = 58675;  // "Fit to %d x %d"
 
 std::vector<CNamedShrinkPtr> BuildChoices() {
     std::vector<CNamedShrinkPtr> choices;
     const std::vector<i32>& sizes = ShrinkSizes();
     choices.reserve(2 + sizes.size());
     std::wstring name;
-    FormatResString(name, kNoShrinkName);
+    FormatResString(name, strid::kNoShrink);
     choices.emplace_back(new CNamedShrink(shrinktype::kNone, 0, 0, name));
-    FormatResString(name, kCustomSizeName);
+    FormatResString(name, strid::kShrinkToCustomSize);
     choices.emplace_back(new CNamedShrink(shrinktype::kCustom, 0, 0, name));
     for (i32 v : sizes) {
-        FormatResString(name, kNamedSizeName, {v, v});
+        FormatResString(name, strid::kShrinkToNamedSize, {v, v});
         choices.emplace_back(
             new CNamedShrink(shrinktype::kNamed, static_cast<u32>(v), static_cast<u32>(v), name));
     }

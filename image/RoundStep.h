@@ -5,6 +5,7 @@
 #include "image/Dib.h"
 #include "image/LengthValue.h"
 #include "image/RoundSettings.h"
+#include "resources/StringIds.h"
 
 // Runs once per conversion on the worker thread, or on the main thread for the preview. The
 // fields from backgroundColor to blurWidth are a copy of RoundSettings; the background fields
@@ -12,8 +13,9 @@
 // the step throws nothing of its own.
 class CRoundStep {
 public:
-    static constexpr u32 kRoundFailed = 59041; // "Failed to round image - %s"
-    static constexpr u32 kBlurFailed = 59042;  // "Failed to blur edges of image - %s"
+    // The step's failures.
+    static constexpr u32 kRoundFailed = strid::kRoundFailed;
+    static constexpr u32 kBlurFailed = strid::kBlurFailed;
 
     CDibPtr source; // read only
     u32 backgroundColor = 0xFFFFFF;

@@ -47,7 +47,8 @@ void CShrinkStep::Run() {
 namespace {
 
 // The size of an image of imageWidth x imageHeight fitted into width x height: the image's own
-// size when it fits already, so that it is never enlarged. 59335 for a box under one pixel.
+// size when it fits already, so that it is never enlarged. CShrinkStep::kZeroSize for a box under
+// one pixel.
 u32 FitInto(i32 width, i32 height, i32 imageWidth, i32 imageHeight, Size& size) {
     size = Size{imageWidth, imageHeight};
     // Checked first, so that an image that fits is never enlarged.

@@ -4,15 +4,17 @@
 #include "foundation/Types.h"
 #include "image/Dib.h"
 #include "image/ShrinkSettings.h"
+#include "resources/StringIds.h"
 
 // Runs once per conversion on the worker thread, or on the main thread for the preview. The
 // fields from shrinkType to customHeight are a copy of ShrinkSettings. Failures are kept as a
 // string-table id and a code; the step throws nothing of its own.
 class CShrinkStep {
 public:
-    static constexpr u32 kZeroSize = 59335;     // "Shrink size is zero or less"
-    static constexpr u32 kUnknownType = 59336;  // "Unknown shrink size type is specified"
-    static constexpr u32 kResizeFailed = 59043; // "Failed to resize image - %s"
+    // The step's failures.
+    static constexpr u32 kZeroSize = strid::kShrinkSizeNotPositive;
+    static constexpr u32 kUnknownType = strid::kUnknownShrinkType;
+    static constexpr u32 kResizeFailed = strid::kResizeFailed;
 
     CDibPtr source; // read only
     u32 shrinkType = shrinktype::kNone;
@@ -29,15 +31,15 @@ public:
     ShrinkSettings Settings() const;
 
     // shrinktype::kNone passes `source` through as it is (the same object); kCustom fits into the
-    // custom size, kNamed into the named size; any other type fails with 59336.
+    // custom size, kNamed into the named size; any other type fails with kUnknownType.
     void Run();
 
     // The size that Run would give an image of imageWidth x imageHeight, in `size`, without
     // resampling anything: the image's own size when it passes through. 0, or the id of the
-    // failure that Run would report (59335, 59336).
+    // failure that Run would report (kZeroSize, kUnknownType).
     u32 FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const;
 
     // Fits `image` into width x height. An image that fits already passes through as it is; a
-    // target under one pixel fails with 59335; a failed resize with 59043 and its code.
+    // target under one pixel fails with kZeroSize; a failed resize with kResizeFailed and its code.
     void FitSize(i32 width, i32 height, CDibPtr image);
 };

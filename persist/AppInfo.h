@@ -13,8 +13,8 @@ class CAppInfo {
 public:
     // Loads the strings maker, product and title, keeps the icon's resource id (the window
     // loads the icon itself), and reads the version and copyright of the program's own file.
-    // Throws my::CException on a missing string (58743) or a bad version resource (58726, 58898
-    // to 58902). Once it has succeeded, further calls do nothing.
+    // Throws my::CException on a missing string (strid::kStringMissing) or a bad version resource
+    // (see CVersionInfo). Once it has succeeded, further calls do nothing.
     void Init(u32 makerId, u32 productId, u32 titleId, u32 iconId);
     void SetHomeAddress(u32 id);
 

@@ -7,11 +7,9 @@
 #include "batch/Setting.h"
 #include "image/EncoderSetup.h"
 #include "persist/RegValue.h"
+#include "resources/StringIds.h"
 
 namespace {
-
-constexpr u32 kMakerId = 130;
-constexpr u32 kProductId = 131;
 
 // A "Count" beyond this is taken as this many entries, so that a damaged value cannot make the
 // start-up build a list of billions of empty names.
@@ -155,7 +153,7 @@ bool SaveHistory(const CRegKey& setting, const wchar_t* name, const CHistoryList
 
 bool LoadSetting(CSetting& settings, const CRegKey& root) {
     CAppRegKey app;
-    if (app.Open(root, kMakerId, kProductId) != 0)
+    if (app.Open(root, strid::kMakerName, strid::kProductName) != 0)
         return false;
     CRegKey setting;
     if (setting.Open(app.Root(), app.OpenSection(L"Setting"), reg::kKeyRead) != 0)
@@ -181,7 +179,7 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
 
 bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     CAppRegKey app;
-    if (app.Open(root, kMakerId, kProductId) != 0)
+    if (app.Open(root, strid::kMakerName, strid::kProductName) != 0)
         return false;
     // One write of the store for the whole record.
     CRegWriteBatch batch(app.Root());

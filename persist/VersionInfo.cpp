@@ -10,13 +10,9 @@
 #include "foundation/Paths.h"
 #include "foundation/TextUtil.h"
 #include "foundation/Win32Error.h"
+#include "resources/StringIds.h"
 
 namespace {
-
-constexpr i32 kIdNoVersionSize = 58898;
-constexpr i32 kIdValueMissing = 58900;
-constexpr i32 kIdValueEmpty = 58901;
-constexpr i32 kIdBadVersion = 58902;
 
 constexpr const wchar_t* kTranslationBlock = L"\\VarFileInfo\\Translation";
 constexpr const wchar_t* kStringBlock = L"\\StringFileInfo\\";
@@ -78,7 +74,7 @@ CVersionInfo::CVersionInfo(const std::wstring& path) : path_(path), block_(&res:
     std::error_code error;
     bool exists = std::filesystem::exists(ToFileSystemPath(path), error);
     i32 code = exists ? win32::kResourceNameNotFound : win32::kFileNotFound;
-    throw my::CException(kIdNoVersionSize, ResultFromWin32(code), path);
+    throw my::CException(strid::kVersionSizeFailed, ResultFromWin32(code), path);
 }
 
 CVersionInfo::CVersionInfo(const std::wstring& path, const res::VersionBlock& block)
@@ -87,7 +83,7 @@ CVersionInfo::CVersionInfo(const std::wstring& path, const res::VersionBlock& bl
 std::wstring CVersionInfo::ReadVersionString(const std::wstring& name) const {
     const std::span<const u16> table = block_->translations;
     if (table.size() < 2)
-        throw my::CException(kIdValueEmpty, path_, std::wstring(kTranslationBlock));
+        throw my::CException(strid::kVersionValueEmpty, path_, std::wstring(kTranslationBlock));
     for (std::size_t i = 0; i + 1 < table.size(); i += 2) {
         std::wstring subBlock = kStringBlock + TranslationKey(table[i], table[i + 1]) + name;
         std::wstring value;
@@ -96,7 +92,7 @@ std::wstring CVersionInfo::ReadVersionString(const std::wstring& name) const {
         std::size_t zero = value.find(L'\0');
         return zero == std::wstring::npos ? value : value.substr(0, zero);
     }
-    throw my::CException(kIdValueMissing, path_,
+    throw my::CException(strid::kVersionValueMissing, path_,
                          std::wstring(kStringBlock) + L"[ALL_TRANSLATES]" + name);
 }
 
@@ -110,7 +106,7 @@ std::array<u16, 4> CVersionInfo::ReadProductVersion() const {
         TrimIf(part, IsBlankChar);
         u32 number = 0;
         if (!ParseUnsigned(number, part))
-            throw my::CException(kIdBadVersion, path_, text);
+            throw my::CException(strid::kBadVersion, path_, text);
         if (number >= 0x10000)
             ThrowCastError(L"DWORD", L"WORD", number);
         version[i] = static_cast<u16>(number);

@@ -19,11 +19,13 @@ std::wstring ProgramFilePath();
 bool QueryVersionString(const res::VersionBlock& block, const std::wstring& subBlock,
                         std::wstring& out);
 
-// The version resource of one file. Every failure is a my::CException with the ids 58898 to 58902
-// (or 58726 for a number that does not fit 16 bits).
+// The version resource of one file. Every failure is a my::CException with one of the ids
+// strid::kVersionSizeFailed, kVersionInfoFailed, kVersionValueMissing, kVersionValueEmpty and
+// kBadVersion (or strid::kCastError for a number that does not fit 16 bits).
 class CVersionInfo {
 public:
-    // Throws 58898 (with the result code and path) when path has no version resource.
+    // Throws strid::kVersionSizeFailed (with the result code and path) when path has no version
+    // resource.
     explicit CVersionInfo(const std::wstring& path);
     // Reads the given block as the resource of path, whatever path is.
     CVersionInfo(const std::wstring& path, const res::VersionBlock& block);

@@ -16,6 +16,7 @@
 #include "foundation/ResString.h"
 #include "foundation/Win32Error.h"
 #include "platform/RegistryExport.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -28,9 +29,6 @@ std::wstring Fold(const std::wstring& text) {
     }
     return out;
 }
-
-// The text that says where a damaged store was kept.
-constexpr u32 kIdDamagedKeptAside = 62010;
 
 // The advisory lock on the file name + ".lock", held while the object lives. The lock file is
 // opened without following a link, so that a link planted under its name creates nothing.
@@ -79,7 +77,7 @@ i32 KeepAside(const std::string& path, std::string& aside) {
 std::wstring KeptAsideMessage(const std::wstring& aside) {
     std::wstring text;
     if (!aside.empty())
-        FormatResString(text, kIdDamagedKeptAside, {aside});
+        FormatResString(text, strid::kSettingsKeptAside, {aside});
     return text;
 }
 

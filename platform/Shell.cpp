@@ -10,12 +10,11 @@
 #include "foundation/Paths.h"
 #include "foundation/Utf8.h"
 #include "foundation/Win32Error.h"
+#include "resources/StringIds.h"
 
 extern char** environ;
 
 namespace {
-
-constexpr i32 kIdShellFailed = 58831;
 
 // xdg-open's exit status as the shell's answer: 0 success, 1 bad arguments, 2 no such file,
 // 3 no tool for it, 4 the action failed.
@@ -33,7 +32,7 @@ i32 ShellValueOfXdgOpen(int status) {
 }
 
 my::CException ShellFailure(i32 value, const std::wstring& file, const std::wstring& parameters) {
-    return my::CException(kIdShellFailed, ResultFromWin32(ShellResultToWin32(value)),
+    return my::CException(strid::kShellOpenFailed, ResultFromWin32(ShellResultToWin32(value)),
                           file + L" " + parameters);
 }
 
@@ -106,7 +105,7 @@ void ShellOpen(const std::wstring& file, const std::wstring& parameters,
 
 void ShowInExplorer(const std::wstring& path, ShellFailureHandler onFailure) {
     if (!FileExists(path))
-        throw my::CException(kIdShellFailed, HResult{0x80070003}, path);
+        throw my::CException(strid::kShellOpenFailed, HResult{0x80070003}, path);
     std::wstring folder = IsDirectory(path) ? path : ParentPath(path);
     if (folder.empty())
         folder.assign(1, PathSeparator());

@@ -30,14 +30,15 @@ i32 ShellResultToWin32(i32 value);
 
 // Opens file (a path or an address) with the desktop's program for it. Parameters, when given,
 // go along as further arguments. Returns once the opener has started. The failure is
-// my::CException 58831 with the result code and "file parameters": thrown when the opener cannot
-// be started, handed to onFailure when it ends with a failure.
+// my::CException strid::kShellOpenFailed with the result code and "file parameters": thrown when
+// the opener cannot be started, handed to onFailure when it ends with a failure.
 void ShellOpen(const std::wstring& file, const std::wstring& parameters,
                ShellFailureHandler onFailure);
 
 // Shows path selected in a new file manager window; when no file manager answers on D-Bus, its
-// folder is opened as ShellOpen does once that answer has arrived. Throws my::CException 58831
-// (0x80070003) for a path that does not exist; the fall-back's failures go as ShellOpen's.
+// folder is opened as ShellOpen does once that answer has arrived. Throws my::CException
+// strid::kShellOpenFailed (0x80070003) for a path that does not exist; the fall-back's failures go
+// as ShellOpen's.
 void ShowInExplorer(const std::wstring& path, ShellFailureHandler onFailure);
 
 // A file: URI for an absolute path, every byte but the unreserved ones and "/" percent-encoded.

@@ -9,12 +9,12 @@
 #include "foundation/ResString.h"
 #include "persist/AppInfo.h"
 #include "platform/Shell.h"
+#include "resources/StringIds.h"
 #include "ui/AppIcon.h"
 #include "ui/ControlId.h"
 #include "ui/ControlText.h"
 #include "ui/DialogUnits.h"
 #include "ui/LinkLabel.h"
-#include "ui/UiStrings.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ void FitWidth(QLabel* label) {
 } // namespace
 
 CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep) {
-    setWindowTitle(Text(uistr::kAboutCaption));
+    setWindowTitle(Text(strid::kAboutCaption));
     setModal(true);
     CDialogUnits du(font());
     setFixedSize(du.Size(332, 108));
@@ -61,7 +61,7 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep)
     QLabel* copyright = AddLabel(this, 58404, du.Rect(56, 35, 164, 8));
     SetControlText(copyright, info.Copyright(), true);
     QLabel* more = AddLabel(this, 0, du.Rect(17, 66, 108, 8));
-    more->setText(Text(uistr::kAboutMore));
+    more->setText(Text(strid::kAboutMore));
     for (QLabel* label : {title, copyright, more})
         FitWidth(label);
 
@@ -73,7 +73,7 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep)
     FitWidth(link_);
     connect(link_, &CLinkLabel::clicked, this, [this] { OpenLink(); });
 
-    auto* ok = new QPushButton(Text(uistr::kOk), this);
+    auto* ok = new QPushButton(Text(strid::kOkButton), this);
     SetControlId(ok, 1);
     ok->setGeometry(du.Rect(7, 85, 318, 16));
     ok->setDefault(true);

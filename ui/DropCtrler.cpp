@@ -12,14 +12,13 @@
 #include "batch/TaskThread.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
+#include "resources/StringIds.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
 namespace {
 
 constexpr HResult kFormatNotAvailable = 0x80040064; // DV_E_FORMATETC
-constexpr i32 kIdOutsideView = 195;
-constexpr i32 kIdBatchRunning = 194;
 
 // The key state of a drag as the mouse and key flags of the system: left 1, right 2, shift 4,
 // control 8, middle 16, alt 32.
@@ -175,13 +174,13 @@ void CDropCtrler::OnDrag(u32, i32 x, i32 y, u32& effect, bool drop) {
     effect = dropeffect::kCopy;
     CMainView* view = TheView();
     if (!view)
-        throw my::CException(kIdOutsideView);
+        throw my::CException(strid::kNoDropOnFrame);
     const QRect area(view->mapToGlobal(QPoint(0, 0)), view->size());
     if (!area.contains(x, y))
-        throw my::CException(kIdOutsideView);
+        throw my::CException(strid::kNoDropOnFrame);
     for (const auto& thread : view->pool.threads) {
         if (thread->IsRunning())
-            throw my::CException(kIdBatchRunning);
+            throw my::CException(strid::kNoDropWhileRunning);
     }
 
     CCommandTable* table = CCommandTable::Current();

@@ -7,6 +7,7 @@
 
 #include "foundation/Exception.h"
 #include "foundation/Numbers.h"
+#include "resources/StringIds.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
 
@@ -20,8 +21,9 @@ constexpr i32 kSliderMax = 20;
 } // namespace
 
 const std::list<std::pair<u32, u32>>& LengthUnits() {
-    static const std::list<std::pair<u32, u32>> units = {{lengthunit::kPixels, 173},
-                                                         {lengthunit::kShortEdgeShare, 174}};
+    static const std::list<std::pair<u32, u32>> units = {
+        {lengthunit::kPixels, strid::kUnitPixels},
+        {lengthunit::kShortEdgeShare, strid::kUnitShortEdgeShare}};
     return units;
 }
 
@@ -115,13 +117,13 @@ u32 CLengthCtrlSet::ReadUnit() const {
     auto* combo = qobject_cast<QComboBox*>(control);
     int index = combo ? combo->currentIndex() : -1;
     if (index < 0)
-        throw my::CCtrlException(control, 180, ToText(unitList));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(unitList));
     auto it = LengthUnits().begin();
     for (int i = 0; i < index && it != LengthUnits().end(); ++i)
         ++it;
     if (it == LengthUnits().end() ||
         (it->first != lengthunit::kPixels && it->first != lengthunit::kShortEdgeShare))
-        throw my::CCtrlException(control, 198);
+        throw my::CCtrlException(control, strid::kBadLengthUnit);
     return it->first;
 }
 
@@ -129,9 +131,9 @@ i32 CLengthCtrlSet::ReadValue() const {
     QWidget* control = view->Control(edit);
     i32 value = 0;
     if (!control || !CMainView::ReadNumber(control, kDigits, value))
-        throw my::CCtrlException(control, 184, ToText(edit));
+        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(edit));
     if (value < 0)
-        throw my::CCtrlException(control, 199);
+        throw my::CCtrlException(control, strid::kBadLengthRange);
     return value;
 }
 

@@ -35,9 +35,11 @@ public:
     // The user moved the slider: its position times 10 is stored and written into the edit.
     void OnSliderMoved();
 
-    // The selected unit; throws my::CCtrlException 180 (no selection) or 198 (no valid unit).
+    // The selected unit; throws my::CCtrlException strid::kComboValueUnreadable (no selection) or
+    // strid::kBadLengthUnit (no valid unit).
     u32 ReadUnit() const;
-    // The number in the edit; throws my::CCtrlException 184 (unreadable) or 199 (below 0).
+    // The number in the edit; throws my::CCtrlException strid::kEditValueUnreadable (unreadable)
+    // or strid::kBadLengthRange (below 0).
     i32 ReadValue() const;
     // Reads unit and number and only then stores both.
     void ReadLength();

@@ -2,6 +2,7 @@
 #include "ui/LunavexMsg.h"
 
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 
 namespace lvx {
 
@@ -10,7 +11,7 @@ CMsg g_msg;
 }
 
 bool CMsg::QueryStopAndQuit() {
-    return ShowId(179, mb::kOkCancel) == mb::kIdOk;
+    return ShowId(strid::kQueryStopAndQuit, mb::kOkCancel) == mb::kIdOk;
 }
 
 CMsg& TheMsg() {

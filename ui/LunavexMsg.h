@@ -9,7 +9,7 @@ class CMsg : public CMessageBoxMsg {
 public:
     CMsg() : CMessageBoxMsg(nullptr) {}
 
-    // Id 179 with flags 49: a batch is running, stop it and quit? True on OK.
+    // strid::kQueryStopAndQuit with flags 49: a batch is running, stop it and quit? True on OK.
     bool QueryStopAndQuit();
 };
 

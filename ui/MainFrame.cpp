@@ -15,6 +15,7 @@
 #include "foundation/ControlLookup.h"
 #include "foundation/Msg.h"
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "ui/AboutDlg.h"
 #include "ui/AcceleratorFilter.h"
 #include "ui/AppIcon.h"
@@ -23,7 +24,6 @@
 #include "ui/FrameWindow.h"
 #include "ui/LunavexMsg.h"
 #include "ui/MainView.h"
-#include "ui/UiStrings.h"
 
 namespace lvx {
 
@@ -34,7 +34,6 @@ CMainFrame* g_frame = nullptr;
 // The view's dialog template: 432 by 308 dialog units.
 constexpr int kViewWidthUnits = 432;
 constexpr int kViewHeightUnits = 308;
-constexpr u32 kTitleId = 137;
 
 QString Text(u32 id) {
     std::wstring text;
@@ -101,7 +100,7 @@ bool CMainFrame::Create() {
     window_->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                             Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                             Qt::WindowCloseButtonHint);
-    window_->setWindowTitle(Text(kTitleId).left(256));
+    window_->setWindowTitle(Text(strid::kWindowTitle).left(256));
     window_->setWindowIcon(AppIcon());
     BuildMenu();
 
@@ -118,14 +117,14 @@ bool CMainFrame::Create() {
 }
 
 void CMainFrame::BuildMenu() {
-    QMenu* help = window_->menuBar()->addMenu(Text(uistr::kHelpMenu));
-    QObject::connect(help->addAction(Text(uistr::kOpenHomePage)), &QAction::triggered,
+    QMenu* help = window_->menuBar()->addMenu(Text(strid::kHelpMenu));
+    QObject::connect(help->addAction(Text(strid::kHomePageMenuItem)), &QAction::triggered,
                      window_.data(), [this] { OnCommand(cmd::kOpenHomePage); });
-    QObject::connect(help->addAction(Text(uistr::kOpenUsagePage)), &QAction::triggered,
+    QObject::connect(help->addAction(Text(strid::kUsagePageMenuItem)), &QAction::triggered,
                      window_.data(), [this] { OnCommand(cmd::kOpenUsagePage); });
     help->addSeparator();
-    QObject::connect(help->addAction(Text(uistr::kAbout)), &QAction::triggered, window_.data(),
-                     [this] { OnCommand(cmd::kAbout); });
+    QObject::connect(help->addAction(Text(strid::kAboutMenuItem)), &QAction::triggered,
+                     window_.data(), [this] { OnCommand(cmd::kAbout); });
 }
 
 // The view's size comes from its dialog template; the frame is made to hold the menu bar and the
@@ -192,7 +191,8 @@ void CMainFrame::OnCommand(int id) {
     case cmd::kOpenHomePage:
     case cmd::kOpenUsagePage:
         if (table && table->openUrl) {
-            table->openUrl->stringId = id == cmd::kOpenHomePage ? 134 : 135;
+            table->openUrl->stringId =
+                id == cmd::kOpenHomePage ? strid::kHomePageAddress : strid::kUsagePageAddress;
             table->openUrl->Execute(true, false);
         }
         break;

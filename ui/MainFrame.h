@@ -35,8 +35,8 @@ public:
     CMainFrame(const CMainFrame&) = delete;
     CMainFrame& operator=(const CMainFrame&) = delete;
 
-    // Makes the window, hidden: title 137, icon 137, the menu, the view, the accelerator filter,
-    // and the fixed size around the view. Returns whether a window exists.
+    // Makes the window, hidden: title strid::kWindowTitle, icon 137, the menu, the view, the
+    // accelerator filter, and the fixed size around the view. Returns whether a window exists.
     bool Create();
     // Applies the stored place at once and posts the show.
     void RestoreLayout();

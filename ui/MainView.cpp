@@ -20,6 +20,7 @@
 #include "foundation/ResString.h"
 #include "image/ImageIo.h"
 #include "image/NamedShrink.h"
+#include "resources/StringIds.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"
@@ -99,8 +100,11 @@ const std::vector<boost::shared_ptr<CNamedInt>>& CustomSizeList() {
 
 const std::vector<boost::shared_ptr<CNamedInt>>& QualityList() {
     static const std::vector<boost::shared_ptr<CNamedInt>> list = [] {
-        const std::pair<i32, u32> entries[] = {
-            {0, 58567}, {30, 58568}, {50, 58569}, {80, 58570}, {100, 58571}};
+        const std::pair<i32, u32> entries[] = {{0, strid::kQualityLowest},
+                                               {30, strid::kQualityLow},
+                                               {50, strid::kQualityMiddle},
+                                               {80, strid::kQualityHigh},
+                                               {100, strid::kQualityHighest}};
         std::vector<boost::shared_ptr<CNamedInt>> qualities;
         for (const auto& [value, id] : entries) {
             boost::shared_ptr<CNamedInt> entry(new CNamedInt(value));

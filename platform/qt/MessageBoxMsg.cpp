@@ -10,6 +10,7 @@
 
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -85,10 +86,10 @@ std::wstring LoadTitle(u32 id) {
 
 const std::wstring& CMessageBoxMsg::TitleFor(u32 flags) {
     if ((flags & 0xF0) == 0x10) {
-        static const std::wstring errorTitle = LoadTitle(58368);
+        static const std::wstring errorTitle = LoadTitle(strid::kErrorTitle);
         return errorTitle;
     }
-    static const std::wstring queryTitle = LoadTitle(58369);
+    static const std::wstring queryTitle = LoadTitle(strid::kQueryTitle);
     return queryTitle;
 }
 

@@ -12,8 +12,9 @@ public:
     explicit CMessageBoxMsg(CtrlHandle owner = nullptr) : owner_(owner) {}
 
     i32 Error(const CSimpleErr& error) override;
-    // Title 58368 for error flags ((flags & 0xF0) == 0x10), else 58369; owner: the active
-    // window, else the owner given at construction. Returns the Win32 id of the button.
+    // Title strid::kErrorTitle for error flags ((flags & 0xF0) == 0x10), else strid::kQueryTitle;
+    // owner: the active window, else the owner given at construction. Returns the Win32 id of the
+    // button.
     i32 Show(const std::wstring& text, u32 flags) override;
 
     CtrlHandle Owner() const { return owner_; }
