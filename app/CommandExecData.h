@@ -20,9 +20,8 @@ public:
     explicit CCommandExecData(::CMsg* msg) : CCommand(msg) {}
 
     // Takes the dropped items of data into items; a failure goes into dropError and is thrown by
-    // the command's check. Throws nothing. Virtual so that the window layer reaches it through
-    // the command table without linking this library.
-    virtual void SetDropData(const CDropData* data);
+    // the command's check. Throws nothing.
+    void SetDropData(const CDropData* data);
     // run false: only the check of dropError. run true: the controls into the settings, the
     // settings saved, then the batch started.
     void OnExecute(bool run) override;

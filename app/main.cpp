@@ -68,6 +68,7 @@ int Run(char* programPath) {
         // the frame and the commands are gone.
         CQtChildWatch childWatch;
         lvx::CMainFrame frame;
+        // The commands, installed as what the window runs until they go.
         CCommandTable commands;
         // SIGTERM ends the session as the desktop's log-out does: the settings are saved first.
         CTerminationSignal termination([&frame] {

@@ -8,11 +8,6 @@ namespace {
 
 constexpr HResult kNoAccess = 0x800703E6; // ERROR_NOACCESS as a result code
 
-void AppendU32(std::vector<u8>& out, u32 value) {
-    for (int shift = 0; shift < 32; shift += 8)
-        out.push_back(static_cast<u8>(value >> shift));
-}
-
 void WriteU32(u8* at, u32 value) {
     for (int i = 0; i < 4; ++i)
         at[i] = static_cast<u8>(value >> (8 * i));
@@ -35,10 +30,11 @@ const u8* ListAt(const u8* block, std::size_t size, u32 offset) {
 } // namespace
 
 std::vector<u8> BuildShellIdListArray(const std::vector<std::string>& uris) {
-    std::vector<u8> block;
     const std::size_t count = uris.size();
-    AppendU32(block, static_cast<u32>(count));
-    block.resize(4 + 4 * (count + 1));
+    // The count and the offsets are made at their full size at once: growing the vector from the
+    // count's four bytes made GCC 12 warn of an overflow that cannot happen.
+    std::vector<u8> block(4 + 4 * (count + 1));
+    WriteU32(block.data(), static_cast<u32>(count));
     // The parent: the desktop, an empty list.
     WriteU32(block.data() + 4, static_cast<u32>(block.size()));
     block.push_back(0);

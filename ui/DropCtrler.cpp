@@ -8,13 +8,13 @@
 #include <QMimeData>
 #include <QUrl>
 
-#include "app/CommandTable.h"
 #include "batch/TaskThread.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
 #include "resources/StringIds.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
+#include "ui/WindowCommands.h"
 
 namespace {
 
@@ -183,16 +183,15 @@ void CDropCtrler::OnDrag(u32, i32 x, i32 y, u32& effect, bool drop) {
             throw my::CException(strid::kNoDropWhileRunning);
     }
 
-    CCommandTable* table = CCommandTable::Current();
-    CCommandExecData* command = table ? table->execData.get() : nullptr;
-    if (!command) {
+    CWindowCommands* commands = CWindowCommands::Installed();
+    if (!commands) {
         effect = dropeffect::kNone;
         return;
     }
     // Data that holds no file list (a text, an empty list) is taken as well, so that its drop
     // arrives and the command shows why there is nothing to convert.
     CMimeDropData data(DataObject());
-    command->SetDropData(&data);
+    commands->SetDropData(&data);
     // Posted, so that the batch (and the box of a failure) begins after the drag has ended.
     if (drop) {
         if (CMainFrame* frame = TheFrame())

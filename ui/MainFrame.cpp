@@ -10,7 +10,6 @@
 #include <QMenuBar>
 #include <QMetaObject>
 
-#include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Msg.h"
@@ -24,6 +23,7 @@
 #include "ui/FrameWindow.h"
 #include "ui/LunavexMsg.h"
 #include "ui/MainView.h"
+#include "ui/WindowCommands.h"
 
 namespace lvx {
 
@@ -61,11 +61,10 @@ void FocusWidget(CtrlHandle control) {
     widget->setFocus(Qt::OtherFocusReason);
 }
 
-// Runs entry of the command table, when a table exists.
-template <class Member> void RunCommand(Member member) {
-    CCommandTable* table = CCommandTable::Current();
-    if (table && (table->*member))
-        (table->*member)->Execute(true, false);
+// Runs act of the installed commands, when there are any.
+template <class Act> void RunCommand(Act act) {
+    if (CWindowCommands* commands = CWindowCommands::Installed())
+        (commands->*act)();
 }
 
 } // namespace
@@ -168,17 +167,16 @@ void CMainFrame::CopyLayoutToSetting() const {
 }
 
 void CMainFrame::OnCommand(int id) {
-    CCommandTable* table = CCommandTable::Current();
     switch (id) {
     case cmd::kStop:
         if (CMainView* view = TheView())
             view->Stop();
         break;
     case cmd::kExplorerOutputPath:
-        RunCommand(&CCommandTable::explorerOutputPath);
+        RunCommand(&CWindowCommands::ExplorerOutputPath);
         break;
     case cmd::kExecData:
-        RunCommand(&CCommandTable::execData);
+        RunCommand(&CWindowCommands::ExecData);
         break;
     case cmd::kExit:
         if (window_)
@@ -190,11 +188,9 @@ void CMainFrame::OnCommand(int id) {
         break;
     case cmd::kOpenHomePage:
     case cmd::kOpenUsagePage:
-        if (table && table->openUrl) {
-            table->openUrl->stringId =
-                id == cmd::kOpenHomePage ? strid::kHomePageAddress : strid::kUsagePageAddress;
-            table->openUrl->Execute(true, false);
-        }
+        if (CWindowCommands* commands = CWindowCommands::Installed())
+            commands->OpenUrl(id == cmd::kOpenHomePage ? strid::kHomePageAddress
+                                                       : strid::kUsagePageAddress);
         break;
     default:
         break;
@@ -222,7 +218,7 @@ bool CMainFrame::OnClose() {
         view->pool.StopAndWait(kWaitForever);
         view->KillTimer();
     }
-    RunCommand(&CCommandTable::quit);
+    RunCommand(&CWindowCommands::Quit);
     return true;
 }
 
@@ -241,7 +237,7 @@ void CMainFrame::OnWindowPosChanged() {
 }
 
 void CMainFrame::OnEndSession() {
-    RunCommand(&CCommandTable::quit);
+    RunCommand(&CWindowCommands::Quit);
 }
 
 } // namespace lvx

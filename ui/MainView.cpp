@@ -13,7 +13,6 @@
 #include <QPainter>
 #include <QSlider>
 
-#include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/HexColor.h"
 #include "foundation/Numbers.h"
@@ -27,6 +26,7 @@
 #include "ui/LengthCtrlSet.h"
 #include "ui/MainFrame.h"
 #include "ui/NamedInt.h"
+#include "ui/WindowCommands.h"
 
 namespace lvx {
 
@@ -126,9 +126,8 @@ CMainView::CMainView(QWidget* parent) : QWidget(parent) {
     timer_ = new QTimer(this);
     timer_->setInterval(static_cast<int>(timerPeriod));
     connect(timer_, &QTimer::timeout, this, [] {
-        CCommandTable* table = CCommandTable::Current();
-        if (table && table->timer)
-            table->timer->Execute(true, false);
+        if (CWindowCommands* commands = CWindowCommands::Installed())
+            commands->Timer();
     });
     BuildControls();
     ConnectControls();
@@ -410,9 +409,8 @@ bool CMainView::ShowPreview() {
 }
 
 void CMainView::RunUpdate() {
-    CCommandTable* table = CCommandTable::Current();
-    if (table && table->updateData)
-        table->updateData->Execute(true, false);
+    if (CWindowCommands* commands = CWindowCommands::Installed())
+        commands->UpdateData();
 }
 
 void CMainView::InvalidateWidget(const CWidget* widget) {

@@ -75,7 +75,7 @@ public:
     // no image.
     bool ShowPreview();
 
-    // Runs the tolerant update of the command table, when there is a table.
+    // Runs the tolerant update of the installed window commands, when there are any.
     void RunUpdate();
     // Handlers of the colour controls and of the eight corner and edge checks.
     void OnColorTextChanged();
