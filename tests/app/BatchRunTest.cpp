@@ -7,14 +7,14 @@
 #include <map>
 #include <sstream>
 
-#include "../batch/TaskTestFiles.h"
-#include "ShellCommand.h"
 #include "app/BatchOptions.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "support/ShellCommand.h"
+#include "support/TaskTestFiles.h"
 
 using namespace testfiles;
 

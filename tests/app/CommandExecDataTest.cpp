@@ -14,9 +14,9 @@
 
 #include <boost/make_shared.hpp>
 
-#include "BatchViewFixture.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "support/BatchViewFixture.h"
 
 namespace {
 

@@ -8,14 +8,14 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
+#include "support/StandInShell.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
+#include "support/StandInShell.h"
 
 namespace {
 

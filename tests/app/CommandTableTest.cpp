@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
 #include "ui/LunavexMsg.h"
 
 namespace {

@@ -11,9 +11,9 @@
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
 
 namespace {
 

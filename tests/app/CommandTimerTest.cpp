@@ -15,9 +15,9 @@
 #include <QProgressBar>
 #include <QTimer>
 
-#include "../batch/GateClient.h"
-#include "BatchViewFixture.h"
 #include "batch/AutoCriticalSection.h"
+#include "support/BatchViewFixture.h"
+#include "support/GateClient.h"
 #include "ui/DibWidget.h"
 
 namespace {

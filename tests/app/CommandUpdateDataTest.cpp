@@ -13,10 +13,10 @@
 #include <QImage>
 #include <QSlider>
 
-#include "../ui/QtTestApp.h"
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"

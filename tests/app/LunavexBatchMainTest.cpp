@@ -5,11 +5,11 @@
 #include <fstream>
 #include <string>
 
-#include "../batch/TaskTestFiles.h"
-#include "AddressSpaceLimit.h"
-#include "ShellCommand.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "support/AddressSpaceLimit.h"
+#include "support/ShellCommand.h"
+#include "support/TaskTestFiles.h"
 
 using namespace testfiles;
 

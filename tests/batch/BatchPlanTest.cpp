@@ -6,10 +6,10 @@
 #include <fstream>
 #include <map>
 
-#include "TaskTestFiles.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
+#include "support/TaskTestFiles.h"
 
 using namespace testfiles;
 namespace fs = std::filesystem;

@@ -16,14 +16,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "../image/PixelTestUtil.h"
-#include "TaskTestFiles.h"
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "image/ImageIo.h"
+#include "support/PixelTestUtil.h"
+#include "support/TaskTestFiles.h"
 
 using namespace testfiles;
 

@@ -10,11 +10,11 @@
 
 #include <vips/vips.h>
 
-#include "GateClient.h"
-#include "TaskTestFiles.h"
 #include "foundation/ThreadPriority.h"
 #include "image/Codec.h"
 #include "image/ImageIo.h"
+#include "support/GateClient.h"
+#include "support/TaskTestFiles.h"
 
 namespace {
 

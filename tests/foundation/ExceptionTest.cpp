@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/ResultText.h"
+#include "support/LanguageGuard.h"
 
 TEST(Exception, ComposeError) {
     CLanguageGuard guard(1041);

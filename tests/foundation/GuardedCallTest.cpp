@@ -7,8 +7,8 @@
 #include <boost/regex.hpp>
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/ResultText.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

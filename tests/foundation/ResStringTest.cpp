@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

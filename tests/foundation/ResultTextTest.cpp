@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
 #include "foundation/TextUtil.h"
 #include "foundation/Win32Error.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include <map>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

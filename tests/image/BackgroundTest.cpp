@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 

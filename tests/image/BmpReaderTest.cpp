@@ -3,7 +3,7 @@
 #include "image/BmpReader.h"
 
 #include "image/Codec.h"
-#include "image/PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 

@@ -1,7 +1,7 @@
 // Tests of the bitmap buffer: header rules, sizes, premultiplication and pixel walks.
 #include "image/Dib.h"
 
-#include "image/PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 

@@ -9,7 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "image/PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "image/ImageIo.h"
-#include "image/PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 using Gdiplus::CEncodeParams;

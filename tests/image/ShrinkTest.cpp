@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
 #include "foundation/ResString.h"
 #include "image/NamedShrink.h"
 #include "image/ShrinkStep.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "batch/Setting.h"
 #include "foundation/Paths.h"
 #include "persist/RegValue.h"
-#include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
-#include "platform/XdgSandbox.h"
+#include "support/ChildProcess.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 

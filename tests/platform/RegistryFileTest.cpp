@@ -12,9 +12,9 @@
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
-#include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
-#include "platform/XdgSandbox.h"
+#include "support/ChildProcess.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <fstream>
 #include <vector>
 
-#include "StandInShell.h"
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "support/StandInShell.h"
 
 namespace {
 

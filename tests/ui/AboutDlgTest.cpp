@@ -6,12 +6,12 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "persist/AppInfo.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/QtTestApp.h"
+#include "support/StandInShell.h"
 
 namespace {
 

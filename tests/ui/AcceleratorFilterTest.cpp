@@ -8,7 +8,7 @@
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

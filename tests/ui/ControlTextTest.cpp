@@ -10,8 +10,8 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <QFont>
 #include <QFontMetrics>
 
-#include "QtTestApp.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 #include <QImage>
 
-#include "PixelCheck.h"
-#include "QtTestApp.h"
+#include "support/QtPixels.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

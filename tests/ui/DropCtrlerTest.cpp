@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "../batch/GateClient.h"
+#include "support/GateClient.h"
 
 #include <filesystem>
 
@@ -16,10 +16,10 @@
 #include <QMimeData>
 #include <QUrl>
 
-#include "QtTestApp.h"
-#include "RecordingMsg.h"
 #include "foundation/Paths.h"
 #include "foundation/ResultText.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 

@@ -8,10 +8,10 @@
 #include <QStyleOptionSlider>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
 #include "ui/NamedInt.h"

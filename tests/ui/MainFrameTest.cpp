@@ -13,10 +13,10 @@
 #include <QTimer>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/ResString.h"
 #include "persist/AppInfo.h"
+#include "support/QtTestApp.h"
 #include "ui/AboutDlg.h"
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"

@@ -16,9 +16,9 @@
 #include <QSlider>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlId.h"
 #include "ui/ControlText.h"

@@ -11,8 +11,8 @@
 
 #include <QPainter>
 
-#include "PixelCheck.h"
-#include "QtTestApp.h"
+#include "support/QtPixels.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

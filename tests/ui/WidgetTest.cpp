@@ -6,7 +6,7 @@
 
 #include <QWidget>
 
-#include "QtTestApp.h"
+#include "support/QtTestApp.h"
 #include "ui/Screen.h"
 
 namespace {

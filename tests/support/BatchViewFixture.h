@@ -14,13 +14,13 @@
 #include <QUrl>
 #include <QtTest/QTest>
 
-#include "../batch/TaskTestFiles.h"
-#include "../platform/XdgSandbox.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
+#include "support/RecordingMsg.h"
+#include "support/TaskTestFiles.h"
+#include "support/XdgSandbox.h"
 #include "ui/ControlText.h"
 #include "ui/DropCtrler.h"
 #include "ui/MainFrame.h"

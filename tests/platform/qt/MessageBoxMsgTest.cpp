@@ -11,8 +11,8 @@
 #include <QWidget>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
+#include "support/QtTestApp.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <QMessageBox>
 #include <QRegularExpression>
 
-#include "../platform/XdgSandbox.h"
-#include "QtTestApp.h"
+#include "support/QtTestApp.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <list>
 
-#include "RecordingMsg.h"
 #include "foundation/ResString.h"
+#include "support/RecordingMsg.h"
 
 namespace {
 

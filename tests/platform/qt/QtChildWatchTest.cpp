@@ -8,9 +8,9 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "QtTestApp.h"
 #include "platform/Shell.h"
+#include "support/QtTestApp.h"
+#include "support/StandInShell.h"
 
 namespace {
 
