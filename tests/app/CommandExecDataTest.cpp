@@ -20,8 +20,10 @@
 
 namespace {
 
+using namespace testutil;
+
 namespace fs = std::filesystem;
-using testfiles::W;
+using testutil::W;
 
 class CommandExecDataTest : public BatchViewFixture {};
 
@@ -64,7 +66,8 @@ private:
 };
 
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
-    auto dir = testfiles::FreshDir("exec-folder");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     fs::create_directories(dir / "folder");
 
@@ -98,7 +101,8 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
 }
 
 TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothing) {
-    auto dir = testfiles::FreshDir("exec-two");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
 
@@ -157,10 +161,11 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
 }
 
 TEST_F(CommandExecDataTest, OutputsThatWouldReplaceASourceOrEachOtherAreRefused) {
-    auto dir = testfiles::FreshDir("exec-same-output");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
 
     // Two sources with one output: the second would replace the first one's result.
     Drop({png, bmp});
@@ -186,7 +191,8 @@ TEST_F(CommandExecDataTest, OutputsThatWouldReplaceASourceOrEachOtherAreRefused)
 }
 
 TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
-    auto dir = testfiles::FreshDir("exec-bytes");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto latin = Png(dir, "photo\xE9.png", 200);
     auto lookalike = Png(dir, "photo\xEF\xBF\xBD.png", 100);
     // The URI list as a file manager sends it: the bytes percent-encoded.
@@ -205,7 +211,8 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
 }
 
 TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
-    auto dir = testfiles::FreshDir("exec-non-image");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = dir / "b.png";
     WriteText(b, "this is no image");
@@ -241,7 +248,8 @@ TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
     EXPECT_FALSE(view->TimerRunning());
 
     // The next good drag replaces the failure and the items.
-    auto dir = testfiles::FreshDir("exec-replace");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 10);
     QMimeData files;
     files.setUrls(Urls({a}));
@@ -281,7 +289,8 @@ DragAnswer DragAndDrop(QWidget* window, QWidget* over, const QMimeData& data) {
 }
 
 TEST_F(CommandExecDataTest, ADropOnAnyControlOfTheViewStartsTheBatch) {
-    auto dir = testfiles::FreshDir("exec-drop");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 50);
     QMimeData files;
@@ -337,7 +346,8 @@ TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
 }
 
 TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetReplaced) {
-    auto dir = testfiles::FreshDir("exec-stop-keeps");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     fs::create_directories(dir / "out");
     std::vector<fs::path> sources;
     for (int i = 0; i < 20; ++i) {
@@ -377,10 +387,11 @@ TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetR
 }
 
 TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
-    auto dir = testfiles::FreshDir("exec-same-old-output");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
     fs::create_directories(dir / "out");
     WriteText(dir / "out" / "same.png", "old output");
 
@@ -395,7 +406,8 @@ TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestio
 }
 
 TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
-    auto dir = testfiles::FreshDir("exec-no-worker");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
     // A forced stop is the state in which a worker refuses to start.

@@ -37,8 +37,8 @@ Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText =
               u8 shade = 90) {
     Task task(new lvx::CLunavexTask);
     task->Init(L"/src/in.png", output, nullptr);
-    task->source = testfiles::Solid(64, 48, shade, 2, 3);
-    task->result = testfiles::Solid(64, 48, 4, 5, 6);
+    task->source = testutil::Solid(64, 48, shade, 2, 3);
+    task->result = testutil::Solid(64, 48, 4, 5, 6);
     task->preview.reset(new CPreviewSource);
     EXPECT_EQ(task->preview->Build(*task->source), 0);
     task->errorId = errorId;
@@ -229,15 +229,16 @@ TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithI
             throw std::runtime_error("cannot take the task");
         }
     } throwing;
-    auto dir = testfiles::FreshDir("timer-early-end");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto source = dir / "a.png";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 8, 1, 2, 3), L"image/png", source));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 8, 1, 2, 3), L"image/png", source));
     view->pool.StopWaitAndClear(kWaitForever);
     for (lvx::CLunavexTaskClient* client : {static_cast<lvx::CLunavexTaskClient*>(view),
                                             static_cast<lvx::CLunavexTaskClient*>(&throwing),
                                             static_cast<lvx::CLunavexTaskClient*>(view)}) {
         Task task(new lvx::CLunavexTask);
-        task->Init(testfiles::W(source), testfiles::W(dir / "out" / "a.png"), client);
+        task->Init(testutil::W(source), testutil::W(dir / "out" / "a.png"), client);
         ASSERT_EQ(task->PreparePngEncoder(), 0u);
         view->pool.Add(task);
     }

@@ -8,17 +8,13 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "support/AddressSpaceLimit.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
 #include "support/ShellCommand.h"
-#include "support/TaskTestFiles.h"
 
-using namespace testfiles;
+using namespace testutil;
 
 namespace {
-
-std::string ReadAll(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // Runs lunavex-batch with a shell prefix (such as a ulimit) and the given arguments, English
 // texts, the store below config; standard error only goes to errors.
@@ -43,14 +39,15 @@ std::string Utf16Store(const std::string& asciiBody) {
 
 TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     SetUiLanguage(1033);
-    auto dir = FreshDir("main-damaged");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
     std::filesystem::create_directories(folder);
     const std::string latin1 = "Windows Registry Editor Version 5.00\r\n\r\n"
                                "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
                                "\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary) << latin1;
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
 
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "", "--format=png " + (dir / "a.png").string(), errors),
@@ -61,7 +58,7 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
             kept = entry.path();
     }
     ASSERT_FALSE(kept.empty());
-    EXPECT_EQ(ReadAll(kept), latin1);
+    EXPECT_EQ(ReadText(kept), latin1);
     std::wstring warning;
     LoadResString(warning, 62010, true);
     const std::string template8 = Utf8FromWide(warning);
@@ -77,7 +74,8 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
 TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
     SetUiLanguage(1033);
-    auto dir = FreshDir("main-deep");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
     std::filesystem::create_directories(folder);
     std::string deep = "[HKEY_CURRENT_USER\\Software";
@@ -85,7 +83,7 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
         deep += "\\k";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary)
         << Utf16Store(deep + "]\r\n\"x\"=dword:00000001\r\n");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
 
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",

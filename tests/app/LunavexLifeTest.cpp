@@ -11,17 +11,14 @@
 #include <QString>
 #include <QStringList>
 
+#include "support/Files.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
 using Section = std::map<QString, QString>; // value name ("@" for the default) -> raw data
 using RegFile = std::map<QString, Section>; // key path below HKEY_CURRENT_USER -> values
-
-std::string ReadBytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // Parses the settings file: UTF-16LE with a byte order mark, "[HKEY_CURRENT_USER\...]" sections,
 // "name"=data lines.
@@ -60,13 +57,6 @@ QString Dword(unsigned value) {
 
 class LunavexLifeTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        home = fs::temp_directory_path() / ("lvx_life_" + std::to_string(::getpid()));
-        fs::remove_all(home);
-        fs::create_directories(home);
-    }
-    void TearDown() override { fs::remove_all(home); }
-
     // The program's folders below home, the offscreen platform, Japanese; closed by its test hook
     // once shown when closeAfterShow is set.
     QProcessEnvironment Environment(bool closeAfterShow) const {
@@ -127,18 +117,19 @@ protected:
     fs::path SettingsFile() const { return home / "config" / "Harrowmere" / "Lunavex32.reg"; }
     fs::path LogFile() const { return home / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt"; }
 
-    fs::path home;
+    testutil::CTempDir temp;
+    const fs::path home = temp.Path();
 };
 
 TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
     ASSERT_FALSE(fs::exists(SettingsFile()));
     EXPECT_EQ(RunProgram(), 1);
 
-    std::string log = ReadBytes(LogFile());
+    std::string log = testutil::ReadText(LogFile());
     EXPECT_EQ(log, std::string("\xFF\xFE"));
 
     ASSERT_TRUE(fs::exists(SettingsFile()));
-    RegFile reg = ParseRegFile(ReadBytes(SettingsFile()));
+    RegFile reg = ParseRegFile(testutil::ReadText(SettingsFile()));
     const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
     ASSERT_TRUE(reg.count(key));
     const QString pictures = QString::fromStdString((home / "Pictures").string());
@@ -181,7 +172,7 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
 
 TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
     EXPECT_EQ(RunAndTerminate(), 1);
-    RegFile reg = ParseRegFile(ReadBytes(SettingsFile()));
+    RegFile reg = ParseRegFile(testutil::ReadText(SettingsFile()));
     const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
     // Reading creates only the application key; the values come from the save on the way out.
     EXPECT_EQ(reg[key][QStringLiteral("SaveType")], Dword(2));
@@ -212,7 +203,7 @@ TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
 
 TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
     ASSERT_EQ(RunProgram(), 1);
-    std::string first = ReadBytes(SettingsFile());
+    std::string first = testutil::ReadText(SettingsFile());
     ASSERT_FALSE(first.empty());
     // A stored value that differs from its default comes back and is saved again.
     RegFile before = ParseRegFile(first);
@@ -225,11 +216,11 @@ TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
         << std::string("\xFF\xFE", 2)
         << std::string(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
     EXPECT_EQ(RunProgram(), 1);
-    RegFile after = ParseRegFile(ReadBytes(SettingsFile()));
+    RegFile after = ParseRegFile(testutil::ReadText(SettingsFile()));
     const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
     EXPECT_EQ(after[key][QStringLiteral("JpegQuality")], Dword(90));
     EXPECT_EQ(after[key][QStringLiteral("OutputPath")], before[key][QStringLiteral("OutputPath")]);
-    EXPECT_EQ(ReadBytes(LogFile()), std::string("\xFF\xFE"));
+    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
 }
 
 } // namespace

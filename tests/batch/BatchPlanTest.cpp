@@ -9,23 +9,21 @@
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
-#include "support/TaskTestFiles.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
 
-using namespace testfiles;
+using namespace testutil;
 namespace fs = std::filesystem;
 
 namespace {
 
 class BatchPlanTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetUiLanguage(1041);
-        dir = FreshDir("plan");
-    }
+    void SetUp() override { SetUiLanguage(1041); }
 
     fs::path Image(const std::string& name) {
         const fs::path path = dir / name;
-        EXPECT_TRUE(Write(*Solid(8, 6, 1, 2, 3), L"image/png", path));
+        EXPECT_TRUE(SaveImage(*Solid(8, 6, 1, 2, 3), L"image/png", path));
         return path;
     }
 
@@ -51,7 +49,8 @@ protected:
         return files;
     }
 
-    fs::path dir;
+    testutil::CTempDir temp;
+    const fs::path dir = temp.Path();
     CSetting settings;
     std::vector<lvx::PlannedFile> planned;
 };

@@ -22,10 +22,10 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "image/ImageIo.h"
+#include "support/Files.h"
 #include "support/PixelTestUtil.h"
-#include "support/TaskTestFiles.h"
 
-using namespace testfiles;
+using namespace testutil;
 
 namespace {
 
@@ -65,8 +65,9 @@ protected:
 };
 
 TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
-    auto dir = FreshDir("outcomes");
-    ASSERT_TRUE(Write(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
     const std::wstring src = W(dir / "src.png");
 
     // PNG without transparent: opaque, the cut corner is exactly the background colour.
@@ -94,10 +95,8 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     ASSERT_EQ(task->errorId, 0);
     task = RunTask(src, W(dir / "out" / "b.jpg"), 2, RoundOverGreen(true));
     ASSERT_EQ(task->errorId, 0);
-    std::ifstream a(dir / "out" / "a.jpg", std::ios::binary),
-        b(dir / "out" / "b.jpg", std::ios::binary);
-    std::string bytesA((std::istreambuf_iterator<char>(a)), {}),
-        bytesB((std::istreambuf_iterator<char>(b)), {});
+    const std::string bytesA = ReadText(dir / "out" / "a.jpg");
+    const std::string bytesB = ReadText(dir / "out" / "b.jpg");
     ASSERT_GT(bytesA.size(), 100u);
     EXPECT_EQ(bytesA, bytesB);
     CDibPtr jpeg = Load(W(dir / "out" / "a.jpg"));
@@ -114,8 +113,9 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
 }
 
 TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
-    auto dir = FreshDir("shrink");
-    ASSERT_TRUE(Write(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
     ShrinkSettings shrink;
     shrink.shrinkType = 2;
     shrink.shrinkWidth = shrink.shrinkHeight = 640;
@@ -134,8 +134,9 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
 }
 
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
-    auto dir = FreshDir("failures");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     std::ofstream(dir / "notes.txt") << "this is no image";
 
     // No encoder: 200, before anything happens on disk.
@@ -228,8 +229,9 @@ void WriteEmptyRunLengthBmp(const std::filesystem::path& path, u32 width, u32 he
 } // namespace
 
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
-    auto dir = FreshDir("refused");
-    ASSERT_TRUE(Write(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
 
     // A limit of one pixel less than the image: the size and the limit in the text.
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -289,21 +291,17 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
 // A task that keeps no images streams its file; its output and its failures must be those of a
 // task that keeps them.
 TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
-    auto dir = FreshDir("streamed");
-    auto picture = MakeImage(120, 90, [](i32 x, i32 y, u8* p) {
-        p[0] = static_cast<u8>(x * 2);
-        p[1] = static_cast<u8>(y * 3);
-        p[2] = static_cast<u8>((x ^ y) * 5);
-        p[3] = static_cast<u8>(x < 60 ? 255 : 128 + y);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    auto picture = MakeDib(120, 90, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 2), static_cast<u8>(y * 3), static_cast<u8>((x ^ y) * 5),
+                    static_cast<u8>(x < 60 ? 255 : 128 + y)};
     });
-    ASSERT_TRUE(Write(*picture, L"image/png", dir / "alpha.png"));
-    ASSERT_TRUE(Write(*picture, L"image/jpeg", dir / "photo.jpg"));
+    ASSERT_TRUE(SaveImage(*picture, L"image/png", dir / "alpha.png"));
+    ASSERT_TRUE(SaveImage(*picture, L"image/jpeg", dir / "photo.jpg"));
     std::ofstream(dir / "notes.txt") << "this is no image";
-    {
-        std::ifstream in(dir / "photo.jpg", std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        std::ofstream(dir / "cut.jpg", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-    }
+    const std::string photo = ReadText(dir / "photo.jpg");
+    WriteText(dir / "cut.jpg", photo.substr(0, photo.size() / 2));
     auto run = [&](const std::string& source, u32 saveType, bool transparent,
                    const ShrinkSettings& shrink, bool keepsImages) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -319,9 +317,7 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
         task->keepsImages = keepsImages;
         task->makesPreview = true;
         task->Run();
-        std::ifstream in(dir / output, std::ios::binary);
-        return std::make_pair(task, std::string((std::istreambuf_iterator<char>(in)),
-                                                std::istreambuf_iterator<char>()));
+        return std::make_pair(task, ReadText(dir / output));
     };
     ShrinkSettings none;
     ShrinkSettings zero;
@@ -386,8 +382,9 @@ TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
             ids.push_back(task->errorId);
         }
     } recorder;
-    auto dir = FreshDir("client");
-    ASSERT_TRUE(Write(*Solid(4, 4, 1, 2, 3), L"image/png", dir / "a.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(4, 4, 1, 2, 3), L"image/png", dir / "a.png"));
     for (const char* name : {"a.png", "missing.png"}) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
         task->Init(W(dir / name), W(dir / "r" / name), &recorder);
@@ -398,9 +395,10 @@ TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
 }
 
 TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFile) {
-    auto dir = FreshDir("replace");
-    ASSERT_TRUE(Write(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
-    ASSERT_TRUE(Write(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
     const auto output = dir / "out" / "same.png";
     auto makeTask = [&](const char* source, bool replace) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -408,10 +406,6 @@ TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFil
         EXPECT_EQ(task->PreparePngEncoder(), 0u);
         task->replaceExisting = replace;
         return task;
-    };
-    auto bytesOf = [](const std::filesystem::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     };
     auto pixelOf = [&](const std::filesystem::path& path) {
         CDibPtr image = Load(W(path));
@@ -424,14 +418,14 @@ TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFil
     auto first = makeTask("a.png", false);
     first->Run();
     ASSERT_EQ(first->errorId, 0) << testing::PrintToString(first->errorText);
-    const auto firstBytes = bytesOf(output);
+    const auto firstBytes = ReadText(output);
     auto second = makeTask("b.png", false);
     second->Run();
     EXPECT_EQ(second->errorId, 62042);
     EXPECT_EQ(second->errorText,
               L"確認した後に出力ファイルが作られていたため、置き換えずに中止しました\n\n" +
                   W(output));
-    EXPECT_EQ(bytesOf(output), firstBytes);
+    EXPECT_EQ(ReadText(output), firstBytes);
     EXPECT_EQ(pixelOf(output), pixelOf(dir / "a.png"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "out"),
                             std::filesystem::directory_iterator()),

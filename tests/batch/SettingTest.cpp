@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/XdgSandbox.h"
+#include "support/HomeSandbox.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ std::vector<std::wstring> Entries(const CHistoryList& list) {
 } // namespace
 
 TEST(SettingTest, DefaultsFollowTheTable) {
-    XdgSandbox sandbox;
+    CHomeSandbox sandbox;
     CSetting settings;
     EXPECT_EQ(settings.outputPath, (sandbox.Home() / "Pictures").wstring());
     EXPECT_EQ(Entries(settings.subFolders), std::vector<std::wstring>{L"round"});
@@ -39,9 +39,8 @@ TEST(SettingTest, DefaultsFollowTheTable) {
     EXPECT_EQ(settings.round.blurWidth, (LengthValue{0, 10, 10}));
 
     // The pictures folder of the user's xdg-user-dirs file.
-    XdgSandbox::WriteBytes(
-        sandbox.Root() / "config" / "user-dirs.dirs",
-        "# written by xdg-user-dirs-update\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+    testutil::WriteText(sandbox.Root() / "config" / "user-dirs.dirs",
+                        "# written by xdg-user-dirs-update\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
     EXPECT_EQ(CSetting().outputPath, (sandbox.Home() / "Bilder").wstring());
 }
 

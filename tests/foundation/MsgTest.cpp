@@ -8,19 +8,14 @@
 #include <list>
 
 #include "foundation/ResString.h"
+#include "support/Files.h"
 #include "support/RecordingMsg.h"
 
 namespace {
 
 class MsgTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetUiLanguage(1041);
-        dir = std::filesystem::temp_directory_path() / ("lvx_msg_" + std::to_string(::getpid()));
-        std::filesystem::remove_all(dir);
-        std::filesystem::create_directories(dir);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir); }
+    void SetUp() override { SetUiLanguage(1041); }
 
     static std::vector<std::wstring> Paths(int count) {
         std::vector<std::wstring> paths;
@@ -29,7 +24,8 @@ protected:
         return paths;
     }
 
-    std::filesystem::path dir;
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
     CRecordingMsg msg;
 };
 

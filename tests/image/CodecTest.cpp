@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 
 #include "image/JpegScans.h"
+#include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
 using namespace testutil;

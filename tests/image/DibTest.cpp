@@ -1,6 +1,8 @@
 // Tests of the bitmap buffer: header rules, sizes, premultiplication and pixel walks.
 #include "image/Dib.h"
 
+#include <cstring>
+
 #include "support/PixelTestUtil.h"
 
 using namespace testutil;

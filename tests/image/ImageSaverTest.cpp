@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "image/ImageIo.h"
+#include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
 using namespace testutil;
@@ -31,13 +32,6 @@ CDibPtr Translucent(i32 w, i32 h) {
     });
 }
 
-std::vector<std::string> FilesIn(const CTempDir& dir) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.Path()))
-        names.push_back(entry.path().filename().string());
-    return names;
-}
-
 } // namespace
 
 TEST(ImageSaver, EncodersAreFoundByExactMimeType) {
@@ -55,8 +49,8 @@ TEST(ImageSaver, EncodersAreFoundByExactMimeType) {
 
     CTempDir dir;
     CDibPtr dib = Translucent(2, 2);
-    EXPECT_EQ(CImageSaver().SaveDib(*dib, true, Wide(dir.File("none.png"))), 0x80004005u);
-    EXPECT_TRUE(FilesIn(dir).empty());
+    EXPECT_EQ(CImageSaver().SaveDib(*dib, true, W(dir.File("none.png"))), 0x80004005u);
+    EXPECT_TRUE(FileNames(dir.Path()).empty());
 }
 
 TEST(ImageSaver, ParameterBlockKeepsThePublishedLayout) {
@@ -98,7 +92,7 @@ TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     CDibPtr dib = Translucent(3, 2);
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/bmp"), hr::kOk);
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("a.bmp"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("a.bmp"))), hr::kOk);
     const std::vector<u8> bmp = ReadBytes(dir.File("a.bmp"));
     ASSERT_EQ(bmp.size(), 14u + 40u + 24u);
     EXPECT_EQ(bmp[0], 'B');
@@ -115,7 +109,7 @@ TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     EXPECT_EQ(Le32(bmp, 34), 24u);
     EXPECT_EQ(std::memcmp(bmp.data() + 54, dib->Bits(), 24), 0);
 
-    ASSERT_EQ(saver.SaveDib(*dib, false, Wide(dir.File("b.bmp"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, false, W(dir.File("b.bmp"))), hr::kOk);
     const std::vector<u8> opaque = ReadBytes(dir.File("b.bmp"));
     ASSERT_EQ(opaque.size(), bmp.size());
     for (size_t i = 54; i < opaque.size(); ++i)
@@ -127,14 +121,14 @@ TEST(ImageSaver, PngKeepsEveryPixelOrWritesThemOpaque) {
     CDibPtr dib = Translucent(5, 4);
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("a.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("a.png"))), hr::kOk);
     CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("a.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(back, W(dir.File("a.png"))), hr::kOk);
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
 
-    ASSERT_EQ(saver.SaveDib(*dib, false, Wide(dir.File("b.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, false, W(dir.File("b.png"))), hr::kOk);
     CDibPtr opaque;
-    ASSERT_EQ(LoadImageFile(opaque, Wide(dir.File("b.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(opaque, W(dir.File("b.png"))), hr::kOk);
     for (i32 y = 0; y < 4; ++y) {
         for (i32 x = 0; x < 5; ++x) {
             Bgra expected = PixelOf(*dib, x, y);
@@ -156,10 +150,10 @@ TEST(ImageSaver, JpegQualityIsPassedAsGiven) {
         ASSERT_EQ(saver.SelectEncoder(L"image/jpeg"), hr::kOk);
         ASSERT_EQ(saver.params.AddLongParam(Gdiplus::EncoderQuality, 4, quality), 0);
         const std::string path = dir.File("q" + std::to_string(quality) + ".jpg");
-        ASSERT_EQ(saver.SaveDib(*dib, true, Wide(path)), hr::kOk) << "quality " << quality;
+        ASSERT_EQ(saver.SaveDib(*dib, true, W(path)), hr::kOk) << "quality " << quality;
         sizes.push_back(ReadBytes(path).size());
         CDibPtr back;
-        ASSERT_EQ(LoadImageFile(back, Wide(path)), hr::kOk);
+        ASSERT_EQ(LoadImageFile(back, W(path)), hr::kOk);
         EXPECT_EQ(back->Width(), 64);
         EXPECT_EQ(PixelOf(*back, 10, 10).a, 255);
         if (quality == 100) {
@@ -178,16 +172,16 @@ TEST(ImageSaver, SavedFilesDoNotCarryTheSourceResolution) {
     WriteBytes(dir.File("300.png"),
                MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {{"pHYs", phys}}));
     CDibPtr source;
-    ASSERT_EQ(LoadImageFile(source, Wide(dir.File("300.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(source, W(dir.File("300.png"))), hr::kOk);
     ASSERT_EQ(source->Header()->biXPelsPerMeter, 11811);
 
     for (const char* mime : {"image/png", "image/jpeg", "image/bmp"}) {
         CImageSaver saver;
-        ASSERT_EQ(saver.SelectEncoder(Wide(mime)), hr::kOk);
+        ASSERT_EQ(saver.SelectEncoder(W(mime)), hr::kOk);
         const std::string path = dir.File(std::string("out-") + (mime + 6));
-        ASSERT_EQ(saver.SaveDib(*source, true, Wide(path)), hr::kOk);
+        ASSERT_EQ(saver.SaveDib(*source, true, W(path)), hr::kOk);
         CDibPtr back;
-        ASSERT_EQ(LoadImageFile(back, Wide(path)), hr::kOk) << mime;
+        ASSERT_EQ(LoadImageFile(back, W(path)), hr::kOk) << mime;
         EXPECT_NE(back->Header()->biXPelsPerMeter, 11811) << mime;
         EXPECT_NE(back->Header()->biYPelsPerMeter, 11811) << mime;
     }
@@ -199,23 +193,23 @@ TEST(ImageSaver, FailedWritesLeaveNothingBehind) {
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
 
-    EXPECT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("no-such-folder/a.png"))), 0x80070002u);
+    EXPECT_EQ(saver.SaveDib(*dib, true, W(dir.File("no-such-folder/a.png"))), 0x80070002u);
 
     // A folder stands where the file should go: the move fails and the temporary file goes.
     std::filesystem::create_directory(dir.Path() / "taken.png");
-    EXPECT_TRUE(Failed(saver.SaveDib(*dib, true, Wide(dir.File("taken.png")))));
-    EXPECT_EQ(FilesIn(dir), std::vector<std::string>{"taken.png"});
+    EXPECT_TRUE(Failed(saver.SaveDib(*dib, true, W(dir.File("taken.png")))));
+    EXPECT_EQ(FileNames(dir.Path()), std::vector<std::string>{"taken.png"});
 
     // An existing file is replaced as a whole.
     WriteBytes(dir.File("old.png"), std::vector<u8>(5000, 0x55));
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("old.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("old.png"))), hr::kOk);
     CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("old.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(back, W(dir.File("old.png"))), hr::kOk);
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
-    EXPECT_EQ(FilesIn(dir).size(), 2u);
+    EXPECT_EQ(FileNames(dir.Path()).size(), 2u);
 
     CDib notLoaded;
-    EXPECT_EQ(saver.SaveDib(notLoaded, true, Wide(dir.File("x.png"))), 0x80004005u);
+    EXPECT_EQ(saver.SaveDib(notLoaded, true, W(dir.File("x.png"))), 0x80004005u);
 }
 
 TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
@@ -241,10 +235,10 @@ TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
     std::filesystem::create_symlink(dir.Path() / "elsewhere" / "precious",
                                     dir.Path() / "round" / "a.png");
 
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("round/a.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("round/a.png"))), hr::kOk);
     EXPECT_FALSE(std::filesystem::is_symlink(dir.Path() / "round" / "a.png"));
     CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("round/a.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(back, W(dir.File("round/a.png"))), hr::kOk);
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
     EXPECT_EQ(ReadBytes(dir.File("elsewhere/precious")), precious);
     std::vector<std::string> names;

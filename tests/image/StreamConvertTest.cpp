@@ -8,6 +8,7 @@
 
 #include "image/Background.h"
 #include "image/Codec.h"
+#include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 #include "tools/Scene.h"
 

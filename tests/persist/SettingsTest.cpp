@@ -70,7 +70,7 @@ class SettingsTest : public ::testing::Test {
 protected:
     // Loads the given file text into a settings object with its defaults.
     bool LoadFrom(const std::string& text, CSetting& settings) {
-        XdgSandbox::WriteBytes(sandbox_.StoreFile(), text);
+        testutil::WriteText(sandbox_.StoreFile(), text);
         ResetTheRegistryFile();
         return LoadSetting(settings, CRegKey::CurrentUser());
     }
@@ -102,7 +102,7 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
     CSetting settings;
     settings.outputPath = L"/home/u/Pictures";
     ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
-    std::vector<u8> bytes = XdgSandbox::ReadBytes(sandbox_.StoreFile());
+    std::vector<u8> bytes = testutil::ReadBytes(sandbox_.StoreFile());
     ASSERT_GE(bytes.size(), 2u);
     EXPECT_EQ(bytes[0], 0xFF);
     EXPECT_EQ(bytes[1], 0xFE);
@@ -386,7 +386,7 @@ TEST_F(SettingsTest, TwoProcessesSavingInTurnKeepEachOthersKeys) {
     ASSERT_TRUE(SaveSetting(second, CRegKey::CurrentUser()));
 
     CRegTree tree;
-    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(sandbox_.StoreFile()), tree));
+    ASSERT_TRUE(ParseRegistryExport(testutil::ReadBytes(sandbox_.StoreFile()), tree));
     ResetTheRegistryFile();
     CSetting loaded;
     EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
@@ -407,7 +407,7 @@ TEST_F(SettingsTest, AnInterruptedSaveLeavesThePreviousSettings) {
     CSetting saved;
     saved.jpegQuality = 33;
     ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
-    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox_.StoreFile());
+    std::vector<u8> before = testutil::ReadBytes(sandbox_.StoreFile());
 
     EXPECT_EQ(InChild([] {
                   ResetTheRegistryFile();
@@ -420,7 +420,7 @@ TEST_F(SettingsTest, AnInterruptedSaveLeavesThePreviousSettings) {
                   SaveSetting(changed, CRegKey::CurrentUser());
               }),
               9);
-    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox_.StoreFile()), before);
+    EXPECT_EQ(testutil::ReadBytes(sandbox_.StoreFile()), before);
     ResetTheRegistryFile();
     CSetting loaded;
     EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
@@ -435,7 +435,7 @@ TEST_F(SettingsTest, ADamagedStoreIsKeptAsideAndTheDefaultsStay) {
     EXPECT_EQ(settings, CSetting());
     std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
     ASSERT_EQ(aside.size(), 1u);
-    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    std::vector<u8> kept = testutil::ReadBytes(aside[0]);
     EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
     // The load made a new store with the application key; a save fills it.
     EXPECT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
@@ -461,12 +461,12 @@ TEST_F(SettingsTest, AStoreThatIsNotUtf8IsKeptAsideInsteadOfLosingItsNames) {
     std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
     ASSERT_EQ(aside.size(), 1u);
     EXPECT_TRUE(SaveSetting(fresh, CRegKey::CurrentUser()));
-    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    std::vector<u8> kept = testutil::ReadBytes(aside[0]);
     EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
 }
 
 TEST_F(SettingsTest, AStoreThatCannotBeWrittenFailsBothWays) {
-    XdgSandbox::WriteBytes(sandbox_.Root() / "plain-file", "x");
+    testutil::WriteText(sandbox_.Root() / "plain-file", "x");
     ::setenv("XDG_CONFIG_HOME", (sandbox_.Root() / "plain-file" / "config").c_str(), 1);
     ResetTheRegistryFile();
     CSetting settings;

@@ -17,9 +17,10 @@
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
 #include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
-#include "support/TaskTestFiles.h"
 #include "support/XdgSandbox.h"
 #include "ui/ControlText.h"
 #include "ui/DropCtrler.h"
@@ -89,18 +90,9 @@ protected:
         return text;
     }
 
-    static void WriteText(const std::filesystem::path& path, const std::string& text) {
-        XdgSandbox::WriteBytes(path, text);
-    }
-
-    static std::string ReadText(const std::filesystem::path& path) {
-        auto bytes = XdgSandbox::ReadBytes(path);
-        return std::string(bytes.begin(), bytes.end());
-    }
-
     static std::filesystem::path Png(const std::filesystem::path& dir, const char* name, u8 red) {
         auto path = dir / name;
-        EXPECT_TRUE(testfiles::Write(*testfiles::Solid(40, 30, 10, 20, red), L"image/png", path));
+        EXPECT_TRUE(testutil::SaveImage(*testutil::Solid(40, 30, 10, 20, red), L"image/png", path));
         return path;
     }
 

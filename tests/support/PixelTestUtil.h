@@ -1,23 +1,21 @@
-// Pixel helpers for the image tests: images from a function, pixel comparison, a temporary
-// folder, and test files written through libvips or built byte by byte.
+// Pixels for the tests: the one pixel type of the tests, images from a function or of one colour,
+// comparison within a tolerance, and an image written through the program's own encoder.
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <ostream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
-#include <vips/vips8>
 
-#include "image/Codec.h"
+#include "foundation/Paths.h"
 #include "image/Dib.h"
+#include "image/ImageSaver.h"
 
 namespace testutil {
 
+// Bytes blue, green, red, alpha, in the order of a 32-bit pixel in memory.
 struct Bgra {
     u8 b = 0, g = 0, r = 0, a = 0;
     bool operator==(const Bgra&) const = default;
@@ -26,6 +24,14 @@ struct Bgra {
 inline std::ostream& operator<<(std::ostream& os, const Bgra& p) {
     return os << "(b " << int(p.b) << ", g " << int(p.g) << ", r " << int(p.r) << ", a " << int(p.a)
               << ")";
+}
+
+// Every byte within tolerance of the expected one.
+inline ::testing::AssertionResult Near(const Bgra& got, const Bgra& want, int tolerance) {
+    if (std::abs(got.b - want.b) > tolerance || std::abs(got.g - want.g) > tolerance ||
+        std::abs(got.r - want.r) > tolerance || std::abs(got.a - want.a) > tolerance)
+        return ::testing::AssertionFailure() << "got " << got << ", want " << want;
+    return ::testing::AssertionSuccess();
 }
 
 inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
@@ -52,6 +58,16 @@ template <typename Fn> CDibPtr MakeDib(i32 width, i32 height, Fn fn) {
     return dib;
 }
 
+// An image of one colour.
+inline CDibPtr Solid(i32 width, i32 height, Bgra colour) {
+    return MakeDib(width, height, [colour](i32, i32) { return colour; });
+}
+
+// An opaque image of one colour.
+inline CDibPtr Solid(i32 width, i32 height, u8 b, u8 g, u8 r) {
+    return Solid(width, height, Bgra{b, g, r, 255});
+}
+
 // Same size and every channel of every pixel within `tolerance`.
 inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& expected,
                                              int tolerance) {
@@ -61,229 +77,21 @@ inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& exp
                << expected.Width() << "x" << expected.Height();
     for (i32 y = 0; y < actual.Height(); ++y) {
         for (i32 x = 0; x < actual.Width(); ++x) {
-            const u8* a = actual.PixelAt(x, y);
-            const u8* e = expected.PixelAt(x, y);
-            for (int c = 0; c < 4; ++c) {
-                if (std::abs(a[c] - e[c]) > tolerance)
-                    return ::testing::AssertionFailure()
-                           << "pixel (" << x << ", " << y << ") is " << PixelOf(actual, x, y)
-                           << ", expected " << PixelOf(expected, x, y);
-            }
+            if (!Near(PixelOf(actual, x, y), PixelOf(expected, x, y), tolerance))
+                return ::testing::AssertionFailure()
+                       << "pixel (" << x << ", " << y << ") is " << PixelOf(actual, x, y)
+                       << ", expected " << PixelOf(expected, x, y);
         }
     }
     return ::testing::AssertionSuccess();
 }
 
-// A fresh folder under the system's temporary folder, removed with everything in it.
-class CTempDir {
-public:
-    CTempDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "lvx-image-XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            path_ = pattern;
-    }
-    ~CTempDir() {
-        std::error_code ignored;
-        if (!path_.empty())
-            std::filesystem::remove_all(path_, ignored);
-    }
-    CTempDir(const CTempDir&) = delete;
-    CTempDir& operator=(const CTempDir&) = delete;
-
-    std::string File(const std::string& name) const { return (path_ / name).string(); }
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-// A picture with gradients and edges, as interleaved R, G, B bytes, rows from the top.
-inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
-    std::vector<u8> rgb;
-    rgb.reserve(static_cast<size_t>(width) * height * 3);
-    for (i32 y = 0; y < height; ++y) {
-        for (i32 x = 0; x < width; ++x) {
-            const bool square = (x / 8 + y / 8) % 2 == 0;
-            rgb.push_back(static_cast<u8>(x * 255 / std::max(1, width - 1)));
-            rgb.push_back(static_cast<u8>(y * 255 / std::max(1, height - 1)));
-            rgb.push_back(square ? 200 : 40);
-        }
-    }
-    return rgb;
-}
-
-inline std::wstring Wide(const std::string& ascii) {
-    return std::wstring(ascii.begin(), ascii.end());
-}
-
-inline void WriteBytes(const std::string& path, const std::vector<u8>& bytes) {
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::vector<u8> ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<u8>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
-// the format. A resolution above 0 dots per inch is written into the file.
-inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels, i32 width,
-                         i32 height, int bands, vips::VOption* options = nullptr, double dpi = 0) {
-    EnsureVipsStarted();
-    vips::VImage image = vips::VImage::new_from_memory(
-        const_cast<u8*>(pixels.data()), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR);
-    if (dpi > 0)
-        image =
-            image.copy(vips::VImage::option()->set("xres", dpi / 25.4)->set("yres", dpi / 25.4));
-    image.write_to_file(path.c_str(), options);
-}
-
-// Reads a file with libvips as 8-bit RGBA rows from the top, the reference decode.
-inline std::vector<u8> DecodeWithVips(const std::string& path, i32& width, i32& height) {
-    EnsureVipsStarted();
-    vips::VImage image = vips::VImage::new_from_file(path.c_str());
-    if (image.bands() == 3)
-        image = image.bandjoin(255.0);
-    width = image.width();
-    height = image.height();
-    size_t size = 0;
-    void* memory = image.write_to_memory(&size);
-    std::vector<u8> bytes(static_cast<u8*>(memory), static_cast<u8*>(memory) + size);
-    g_free(memory);
-    return bytes;
-}
-
-// --- PNG files built byte by byte, so that every field is under the test's control. ---
-
-inline u32 Crc32(const u8* data, size_t size, u32 crc = 0) {
-    crc = ~crc;
-    for (size_t i = 0; i < size; ++i) {
-        crc ^= data[i];
-        for (int k = 0; k < 8; ++k)
-            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1)));
-    }
-    return ~crc;
-}
-
-inline void PutBigEndian(std::vector<u8>& out, u32 v) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<u8>(v >> shift));
-}
-
-inline void AppendChunk(std::vector<u8>& png, const char type[4], const std::vector<u8>& data) {
-    PutBigEndian(png, static_cast<u32>(data.size()));
-    const size_t start = png.size();
-    png.insert(png.end(), type, type + 4);
-    png.insert(png.end(), data.begin(), data.end());
-    PutBigEndian(png, Crc32(png.data() + start, png.size() - start));
-}
-
-// A zlib stream of stored (uncompressed) deflate blocks.
-inline std::vector<u8> ZlibStored(const std::vector<u8>& raw) {
-    std::vector<u8> out = {0x78, 0x01};
-    size_t pos = 0;
-    do {
-        const size_t n = std::min<size_t>(65535, raw.size() - pos);
-        const bool last = pos + n == raw.size();
-        out.push_back(last ? 1 : 0);
-        out.push_back(static_cast<u8>(n));
-        out.push_back(static_cast<u8>(n >> 8));
-        out.push_back(static_cast<u8>(~n));
-        out.push_back(static_cast<u8>(~n >> 8));
-        out.insert(out.end(), raw.begin() + static_cast<long>(pos),
-                   raw.begin() + static_cast<long>(pos + n));
-        pos += n;
-    } while (pos < raw.size());
-    u32 a = 1, b = 0;
-    for (u8 byte : raw) {
-        a = (a + byte) % 65521;
-        b = (b + a) % 65521;
-    }
-    PutBigEndian(out, (b << 16) | a);
-    return out;
-}
-
-struct PngChunk {
-    const char* type;
-    std::vector<u8> data;
-};
-
-// A PNG of the given colour type and depth; `rows` are the raw scanlines without filter bytes.
-// Extra chunks go between the header and the image data.
-inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth,
-                               const std::vector<std::vector<u8>>& rows,
-                               const std::vector<PngChunk>& extra = {}) {
-    std::vector<u8> png = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-    std::vector<u8> ihdr;
-    PutBigEndian(ihdr, width);
-    PutBigEndian(ihdr, height);
-    ihdr.insert(ihdr.end(), {bitDepth, colourType, 0, 0, 0});
-    AppendChunk(png, "IHDR", ihdr);
-    for (const PngChunk& chunk : extra)
-        AppendChunk(png, chunk.type, chunk.data);
-    std::vector<u8> raw;
-    for (const auto& row : rows) {
-        raw.push_back(0); // filter: none
-        raw.insert(raw.end(), row.begin(), row.end());
-    }
-    AppendChunk(png, "IDAT", ZlibStored(raw));
-    AppendChunk(png, "IEND", {});
-    return png;
-}
-
-// A GIF of up to four palette colours (R, G, B each) with one transparent index. The image data
-// sends a clear code before every pixel, so that each code stays 3 bits wide.
-inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& palette,
-                               u8 transparentIndex, const std::vector<u8>& indices) {
-    std::vector<u8> gif = {'G', 'I', 'F', '8', '9', 'a'};
-    auto put16 = [&gif](u16 v) {
-        gif.push_back(static_cast<u8>(v));
-        gif.push_back(static_cast<u8>(v >> 8));
-    };
-    put16(width);
-    put16(height);
-    gif.insert(gif.end(), {0xF1, 0, 0}); // global table of 4 entries
-    std::vector<u8> table = palette;
-    table.resize(12, 0);
-    gif.insert(gif.end(), table.begin(), table.end());
-    gif.insert(gif.end(), {0x21, 0xF9, 4, 0x01, 0, 0, transparentIndex, 0});
-    gif.push_back(0x2C);
-    put16(0);
-    put16(0);
-    put16(width);
-    put16(height);
-    gif.push_back(0);
-    gif.push_back(2); // LZW minimum code size: clear 4, end 5
-    std::vector<u8> data;
-    u32 bits = 0, count = 0;
-    auto code = [&](u32 c) {
-        bits |= c << count;
-        count += 3;
-        while (count >= 8) {
-            data.push_back(static_cast<u8>(bits));
-            bits >>= 8;
-            count -= 8;
-        }
-    };
-    for (u8 index : indices) {
-        code(4);
-        code(index);
-    }
-    code(5);
-    if (count > 0)
-        data.push_back(static_cast<u8>(bits));
-    for (size_t pos = 0; pos < data.size(); pos += 255) {
-        const size_t n = std::min<size_t>(255, data.size() - pos);
-        gif.push_back(static_cast<u8>(n));
-        gif.insert(gif.end(), data.begin() + static_cast<long>(pos),
-                   data.begin() + static_cast<long>(pos + n));
-    }
-    gif.push_back(0);
-    gif.push_back(0x3B);
-    return gif;
+// Writes the image through the program's own encoder ("image/png", "image/jpeg" or "image/bmp").
+inline bool SaveImage(const CDib& dib, const std::wstring& mime,
+                      const std::filesystem::path& path) {
+    Gdiplus::CImageSaver saver;
+    return Succeeded(saver.SelectEncoder(mime)) &&
+           Succeeded(saver.SaveDib(dib, true, FromFileSystemPath(path.string())));
 }
 
 } // namespace testutil

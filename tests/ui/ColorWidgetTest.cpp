@@ -13,6 +13,8 @@
 
 namespace {
 
+using namespace testutil;
+
 constexpr QRgb kMarker = 0xFF102030;
 const Bgra kMarkerPixel{0x30, 0x20, 0x10, 255};
 // The swatch: 8 x 6 at (3, 4) on a 16 x 12 target.

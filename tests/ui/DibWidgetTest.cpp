@@ -15,6 +15,8 @@
 
 namespace {
 
+using namespace testutil;
+
 // What the target holds where nothing is painted, and the panes' background.
 constexpr QRgb kMarker = 0xFF102030;
 const Bgra kMarkerPixel{0x30, 0x20, 0x10, 255};
@@ -25,21 +27,11 @@ const Rect kPane{5, 7, 15, 17};
 
 // An opaque image whose pixel (x, y) is red 10x, green 20 + 20y, blue 200.
 Bgra Gradient(int x, int y) {
-    return {200, 20 + 20 * y, 10 * x, 255};
+    return {200, static_cast<u8>(20 + 20 * y), static_cast<u8>(10 * x), 255};
 }
 
 CDibPtr MakeImage(int width, int height, bool gradient, Bgra fill = {}) {
-    auto dib = boost::make_shared<CDib>();
-    EXPECT_TRUE(dib->Create32(width, height));
-    EXPECT_TRUE(dib->AllocBits());
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const Bgra v = gradient ? Gradient(x, y) : fill;
-            u8* p = dib->PixelAt(x, y);
-            for (int c = 0; c < 4; ++c)
-                p[c] = static_cast<u8>(v[c]);
-        }
-    return dib;
+    return MakeDib(width, height, [&](i32 x, i32 y) { return gradient ? Gradient(x, y) : fill; });
 }
 
 // A 20 x 20 target filled with the marker, and a pane widget over kPane.

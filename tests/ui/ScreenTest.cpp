@@ -16,6 +16,8 @@
 
 namespace {
 
+using namespace testutil;
+
 Bgra At(const CScreen& screen, int x, int y) {
     const Rect* r = screen.GetRect();
     return PixelOf(*screen.GetImage(), x - r->left, y - r->top);
