@@ -23,8 +23,6 @@ namespace {
 
 class BatchRunTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     lvx::BatchOptions Parse(std::vector<std::string> args) {
         lvx::BatchOptions options;
         std::wstring error;

@@ -13,7 +13,6 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "platform/qt/QtChildWatch.h"
-#include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
 #include "support/StandInShell.h"
 
@@ -40,11 +39,7 @@ constexpr int kArrivalBoundMs = 30000;
 
 class CommandExplorerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-        savedOutputPath_ = TheSetting().outputPath;
-    }
+    void SetUp() override { savedOutputPath_ = TheSetting().outputPath; }
     void TearDown() override { TheSetting().outputPath = savedOutputPath_; }
 
     std::wstring savedOutputPath_;

@@ -8,15 +8,12 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "platform/qt/QtChildWatch.h"
-#include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
 #include "support/StandInShell.h"
 
 namespace {
 
 TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) {
-    TestApp();
-    SetUiLanguage(1041);
     CQtChildWatch watch;
     CStandInShell shell;
     shell.Set("xdg-open", 1, true);

@@ -6,21 +6,12 @@
 
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
-#include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
 #include "ui/LunavexMsg.h"
 
 namespace {
 
-class CommandTableTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(CommandTableTest, EightCommandsWithTheOneMessageObject) {
+TEST(CommandTableTest, EightCommandsWithTheOneMessageObject) {
     EXPECT_EQ(CCommandTable::Current(), nullptr);
     {
         CCommandTable table;
@@ -46,7 +37,7 @@ TEST_F(CommandTableTest, EightCommandsWithTheOneMessageObject) {
     EXPECT_EQ(CCommandTable::Current(), nullptr);
 }
 
-TEST_F(CommandTableTest, OutputFolderCommandChecksOnlyWhenRun) {
+TEST(CommandTableTest, OutputFolderCommandChecksOnlyWhenRun) {
     CCommandTable table;
     CRecordingMsg msg;
     table.explorerOutputPath->msg = &msg;
@@ -61,7 +52,7 @@ TEST_F(CommandTableTest, OutputFolderCommandChecksOnlyWhenRun) {
     TheSetting().outputPath = saved;
 }
 
-TEST_F(CommandTableTest, DropCommandThrowsItsDropError) {
+TEST(CommandTableTest, DropCommandThrowsItsDropError) {
     CCommandTable table;
     CRecordingMsg msg;
     table.execData->msg = &msg;
@@ -74,7 +65,7 @@ TEST_F(CommandTableTest, DropCommandThrowsItsDropError) {
     EXPECT_EQ(msg.boxes[0].text, L"ID リストが空です");
 }
 
-TEST_F(CommandTableTest, OpenUrlChecksNothingAndReportsAMissingString) {
+TEST(CommandTableTest, OpenUrlChecksNothingAndReportsAMissingString) {
     CCommandTable table;
     CRecordingMsg msg;
     table.openUrl->msg = &msg;

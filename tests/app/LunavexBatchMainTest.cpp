@@ -9,6 +9,7 @@
 #include "foundation/Utf8.h"
 #include "support/AddressSpaceLimit.h"
 #include "support/Files.h"
+#include "support/LanguageGuard.h"
 #include "support/PixelTestUtil.h"
 #include "support/ShellCommand.h"
 
@@ -38,7 +39,7 @@ std::string Utf16Store(const std::string& asciiBody) {
 } // namespace
 
 TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
-    SetUiLanguage(1033);
+    CLanguageGuard english(1033);
     testutil::CTempDir temp;
     const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
@@ -68,12 +69,11 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     EXPECT_EQ(errors,
               template8.substr(0, slot) + kept.string() + template8.substr(slot + 2) + "\n");
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
-    SetUiLanguage(0);
 }
 
 TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
-    SetUiLanguage(1033);
+    CLanguageGuard english(1033);
     testutil::CTempDir temp;
     const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
@@ -92,5 +92,4 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
         << errors;
     EXPECT_NE(errors.find("Lunavex32.reg.damaged-"), std::string::npos) << errors;
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
-    SetUiLanguage(0);
 }

@@ -19,8 +19,6 @@ namespace {
 
 class BatchPlanTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     fs::path Image(const std::string& name) {
         const fs::path path = dir / name;
         EXPECT_TRUE(SaveImage(*Solid(8, 6, 1, 2, 3), L"image/png", path));

@@ -24,6 +24,7 @@
 #include "image/ImageIo.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
+#include "support/Thrown.h"
 
 using namespace testutil;
 
@@ -31,8 +32,6 @@ namespace {
 
 class LunavexTaskTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     // Settings that round every corner by 10 px over green and fade no edge.
     static RoundSettings RoundOverGreen(bool transparent) {
         RoundSettings r;
@@ -468,23 +467,16 @@ TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {
 
     SetCtrlResolver([](i32 id) { return reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(id)); });
     settings.subFolders.Add(L"");
-    try {
-        lvx::MakeOutputPath(out, L"/pics/x.png", settings);
-        ADD_FAILURE() << "an empty sub-folder name is refused";
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 187);
-        EXPECT_EQ(e.text, L"サブフォルダ名が空です");
-        EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
-    }
+    const auto e = testutil::Thrown<my::CCtrlException>(
+        [&] { lvx::MakeOutputPath(out, L"/pics/x.png", settings); });
+    EXPECT_EQ(e.id, 187);
+    EXPECT_EQ(e.text, L"サブフォルダ名が空です");
+    EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
     SetCtrlResolver(nullptr);
     settings.subFolders.Add(L"round");
-    try {
-        lvx::MakeOutputPath(out, L"/pics/", settings);
-        ADD_FAILURE() << "a path with no file name is refused";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 188);
-        EXPECT_EQ(e.text, L"ファイルパスが不正です\n\n/pics/");
-    }
+    const auto e2 = testutil::Thrown([&] { lvx::MakeOutputPath(out, L"/pics/", settings); });
+    EXPECT_EQ(e2.id, 188);
+    EXPECT_EQ(e2.text, L"ファイルパスが不正です\n\n/pics/");
 }
 
 } // namespace

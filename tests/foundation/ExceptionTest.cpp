@@ -5,6 +5,7 @@
 
 #include "foundation/ResultText.h"
 #include "support/LanguageGuard.h"
+#include "support/Thrown.h"
 
 TEST(Exception, ComposeError) {
     CLanguageGuard guard(1041);
@@ -99,13 +100,10 @@ TEST(Exception, CtrlException) {
 
 TEST(Exception, ThrowCastError) {
     CLanguageGuard guard(1033);
-    try {
-        ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000));
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58726);
-        EXPECT_EQ(e.text, L"Cast error i64 to i32: -5000000000");
-    }
+    const auto e =
+        testutil::Thrown([&] { ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000)); });
+    EXPECT_EQ(e.id, 58726);
+    EXPECT_EQ(e.text, L"Cast error i64 to i32: -5000000000");
 }
 
 TEST(Exception, TooLongTemplateTextIsReportedByItsOwnMessage) {

@@ -15,8 +15,6 @@ namespace {
 
 class MsgTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     static std::vector<std::wstring> Paths(int count) {
         std::vector<std::wstring> paths;
         for (int i = 1; i <= count; ++i)

@@ -7,6 +7,7 @@
 
 #include "foundation/Exception.h"
 #include "support/LanguageGuard.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -119,17 +120,13 @@ TEST(ResString, MissingStrings) {
     EXPECT_TRUE(text.empty());
 
     text = L"old";
-    try {
-        LoadResString(text, kMissing, true);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_TRUE(text.empty());
-        EXPECT_EQ(e.id, 58743);
-        // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
-        EXPECT_EQ(e.hr, 0x80070716u);
-        EXPECT_EQ(e.text, L"文字列リソースが見つかりません - " + ResultText(0x80070716u) +
-                              L"\n\nID: 60999");
-    }
+    const auto e = testutil::Thrown([&] { LoadResString(text, kMissing, true); });
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(e.id, 58743);
+    // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
+    EXPECT_EQ(e.hr, 0x80070716u);
+    EXPECT_EQ(e.text,
+              L"文字列リソースが見つかりません - " + ResultText(0x80070716u) + L"\n\nID: 60999");
     EXPECT_THROW(CResString{kMissing}, my::CException);
 }
 

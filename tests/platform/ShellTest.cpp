@@ -14,6 +14,7 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "support/StandInShell.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -52,8 +53,6 @@ private:
 
 class ShellTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     // The handler given to a hand-over: it keeps every failure that arrives.
     ShellFailureHandler Recorder() {
         return [this](const my::CException& failure) { failures.push_back(failure); };
@@ -114,13 +113,10 @@ TEST_F(ShellTest, ExitStatusesOfTheOpenerMapToTheShellsCodes) {
 
 TEST_F(ShellTest, AnOpenerThatCannotStartIsThrownAtOnce) {
     WithoutHelper("xdg-open");
-    try {
-        ShellOpen(L"https://harrowmere.example/", L"", Recorder());
-        ADD_FAILURE() << "a missing opener is thrown";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58831);
-        EXPECT_EQ(e.hr, 0x80070483u);
-    }
+    const auto e =
+        testutil::Thrown([&] { ShellOpen(L"https://harrowmere.example/", L"", Recorder()); });
+    EXPECT_EQ(e.id, 58831);
+    EXPECT_EQ(e.hr, 0x80070483u);
     EXPECT_TRUE(watch.pending.empty());
 }
 
@@ -187,13 +183,10 @@ TEST_F(ShellTest, WithoutGdbusTheFolderOpensAtOnce) {
 }
 
 TEST_F(ShellTest, AMissingPathIsRefusedBeforeAnyProgramRuns) {
-    try {
-        ShowInExplorer(FromFileSystemPath((shell.Dir() / "gone").string()), Recorder());
-        ADD_FAILURE();
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58831);
-        EXPECT_EQ(e.hr, 0x80070003u);
-    }
+    const auto e2 = testutil::Thrown(
+        [&] { ShowInExplorer(FromFileSystemPath((shell.Dir() / "gone").string()), Recorder()); });
+    EXPECT_EQ(e2.id, 58831);
+    EXPECT_EQ(e2.hr, 0x80070003u);
     EXPECT_TRUE(watch.pending.empty());
     EXPECT_EQ(shell.Calls(), "");
 }

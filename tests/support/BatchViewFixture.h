@@ -19,7 +19,6 @@
 #include "foundation/ResString.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
-#include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
 #include "support/XdgSandbox.h"
 #include "ui/ControlText.h"
@@ -30,8 +29,6 @@
 class BatchViewFixture : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         sandbox_ = std::make_unique<XdgSandbox>();
         savedSetting_ = TheSetting();
         // PNG outputs in the sub-folder "out" beside each source.

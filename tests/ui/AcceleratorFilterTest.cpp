@@ -8,8 +8,6 @@
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
-#include "support/QtTestApp.h"
-
 namespace {
 
 TEST(AcceleratorFilterTest, TheRowsOfTheAcceleratorTable) {
@@ -35,7 +33,7 @@ TEST(AcceleratorFilterTest, TheRowsOfTheAcceleratorTable) {
 }
 
 TEST(AcceleratorFilterTest, PasteCutAndUndoDoNothingInTheFramesEdits) {
-    QApplication& app = TestApp();
+    QApplication& app = *qApp;
     QWidget frame;
     auto* layout = new QVBoxLayout(&frame);
     auto* edit = new QLineEdit(&frame);

@@ -9,7 +9,6 @@
 #include <QImage>
 
 #include "support/QtPixels.h"
-#include "support/QtTestApp.h"
 
 namespace {
 
@@ -27,7 +26,6 @@ const Bgra kLight{0xE3, 0xE3, 0xE3, 255};
 const Bgra kHighlight{255, 255, 255, 255};
 
 QImage PaintOnTarget(CColorWidget& widget, double opacity) {
-    TestApp();
     QImage target(16, 12, QImage::Format_ARGB32_Premultiplied);
     target.fill(kMarker);
     CDCScreen screen;

@@ -3,10 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QFont>
 #include <QFontMetrics>
-
-#include "support/QtTestApp.h"
 
 namespace {
 
@@ -24,7 +23,6 @@ TEST(DialogUnitsTest, MapsUnitsWithBaseUnits) {
 }
 
 TEST(DialogUnitsTest, BaseUnitsComeFromTheFont) {
-    TestApp();
     QFont font = QApplication::font();
     QFontMetrics metrics(font);
     int letters = metrics.horizontalAdvance(

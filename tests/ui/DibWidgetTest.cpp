@@ -11,7 +11,6 @@
 #include <QImage>
 
 #include "support/QtPixels.h"
-#include "support/QtTestApp.h"
 
 namespace {
 
@@ -37,7 +36,6 @@ CDibPtr MakeImage(int width, int height, bool gradient, Bgra fill = {}) {
 // A 20 x 20 target filled with the marker, and a pane widget over kPane.
 struct Fixture {
     Fixture() {
-        TestApp();
         target.fill(kMarker);
         widget.Create(nullptr, &kPane, true);
         widget.SetBackground(kBackground);

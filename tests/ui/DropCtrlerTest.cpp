@@ -8,6 +8,7 @@
 
 #include <filesystem>
 
+#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDragLeaveEvent>
 #include <QDragMoveEvent>
@@ -18,8 +19,8 @@
 
 #include "foundation/Paths.h"
 #include "foundation/ResultText.h"
-#include "support/QtTestApp.h"
 #include "support/RecordingMsg.h"
+#include "support/Thrown.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
@@ -35,8 +36,6 @@ QList<QUrl> Urls(const std::vector<std::wstring>& paths) {
 }
 
 TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
-    TestApp();
-    SetUiLanguage(1041);
     const std::vector<std::wstring> paths = {L"/tmp/drop test/ファイル 1.png", L"/tmp/b#2.jpg"};
     QMimeData mime;
     mime.setUrls(Urls(paths));
@@ -64,13 +63,9 @@ TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
     CMimeDropData textData(&text);
     EXPECT_EQ(textData.GetData(kShellIdListArrayFormat, block), 0x80040064u);
     EXPECT_EQ(CMimeDropData(nullptr).GetData(kShellIdListArrayFormat, block), 0x80040064u);
-    try {
-        GetDroppedItems(&textData, items);
-        ADD_FAILURE() << "a drag without a URI list has no items";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58803);
-        EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: " + ResultText(0x80040064));
-    }
+    const auto e = testutil::Thrown([&] { GetDroppedItems(&textData, items); });
+    EXPECT_EQ(e.id, 58803);
+    EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: " + ResultText(0x80040064));
 }
 
 // The generic target refuses everything; its hooks are reached with global coordinates.
@@ -100,8 +95,6 @@ public:
 class DropCtrlerFrameTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         ASSERT_TRUE(frame.Create());
         frame.Window()->move(100, 50);
         frame.Window()->show();

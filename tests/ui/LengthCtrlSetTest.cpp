@@ -11,7 +11,7 @@
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
-#include "support/QtTestApp.h"
+#include "support/Thrown.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
 #include "ui/NamedInt.h"
@@ -24,8 +24,6 @@ namespace ctl = lvx::ctl;
 class LengthCtrlSetTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         TheSetting() = CSetting();
         view = std::make_unique<CMainView>();
     }
@@ -187,31 +185,19 @@ TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
     EXPECT_EQ(Radius().tenths, 125);
 
     Type(ctl::kRadius, L"x");
-    try {
-        radius->ReadValue();
-        FAIL();
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 184);
-        EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
-        EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
-    }
+    const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadValue(); });
+    EXPECT_EQ(e.id, 184);
+    EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
     Type(ctl::kRadius, L"-2");
-    try {
-        radius->ReadValue();
-        FAIL();
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 199);
-        EXPECT_EQ(e.text, L"長さの範囲が不正です");
-    }
+    const auto e2 = testutil::Thrown<my::CCtrlException>([&] { radius->ReadValue(); });
+    EXPECT_EQ(e2.id, 199);
+    EXPECT_EQ(e2.text, L"長さの範囲が不正です");
     qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
-    try {
-        radius->ReadUnit();
-        FAIL();
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 180);
-        EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");
-        EXPECT_EQ(e.ctrl, view->Control(ctl::kRadiusUnit));
-    }
+    const auto e3 = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
+    EXPECT_EQ(e3.id, 180);
+    EXPECT_EQ(e3.text, L"コンボボックスからの値の取得に失敗しました ID: 149");
+    EXPECT_EQ(e3.ctrl, view->Control(ctl::kRadiusUnit));
     // ReadLength stores nothing when one part fails.
     Type(ctl::kRadius, L"9");
     Radius().tenths = 125;

@@ -16,22 +16,13 @@
 #include "foundation/ControlLookup.h"
 #include "foundation/ResString.h"
 #include "persist/AppInfo.h"
-#include "support/QtTestApp.h"
 #include "ui/AboutDlg.h"
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"
 
 namespace {
 
-class MainFrameTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
+TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
     lvx::CMainFrame frame;
     EXPECT_EQ(lvx::TheFrame(), &frame);
     EXPECT_EQ(frame.Window(), nullptr);
@@ -69,7 +60,7 @@ TEST_F(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
     EXPECT_FALSE(window->windowIcon().isNull());
 }
 
-TEST_F(MainFrameTest, HelpMenu) {
+TEST(MainFrameTest, HelpMenu) {
     lvx::CMainFrame frame;
     ASSERT_TRUE(frame.Create());
     QList<QAction*> top = frame.Window()->menuBar()->actions();
@@ -83,7 +74,7 @@ TEST_F(MainFrameTest, HelpMenu) {
     EXPECT_EQ(items[3]->text(), QStringLiteral("バージョン情報(&A)..."));
 }
 
-TEST_F(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
+TEST(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
     lvx::CMainFrame frame;
     ASSERT_TRUE(frame.Create());
     auto* view = static_cast<lvx::CMainView*>(frame.View());
@@ -93,7 +84,7 @@ TEST_F(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
     EXPECT_EQ(CtrlForId(140), nullptr) << "the dialog has no control 140";
 }
 
-TEST_F(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
+TEST(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
     lvx::CMainFrame frame;
     ASSERT_TRUE(frame.Create());
     frame.RestoreLayout();
@@ -102,7 +93,7 @@ TEST_F(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
     EXPECT_EQ(frame.Window(), nullptr);
 }
 
-TEST_F(MainFrameTest, AboutBoxShowsIdentityAndTheHomeAddress) {
+TEST(MainFrameTest, AboutBoxShowsIdentityAndTheHomeAddress) {
     CAppInfo& info = TheAppInfo();
     info.Init(130, 131, 137, 137);
     info.SetHomeAddress(134);

@@ -18,7 +18,6 @@
 
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
-#include "support/QtTestApp.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlId.h"
 #include "ui/ControlText.h"
@@ -32,11 +31,7 @@ namespace ctl = lvx::ctl;
 
 class MainViewTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-        TheSetting() = CSetting();
-    }
+    void SetUp() override { TheSetting() = CSetting(); }
 
     static std::wstring TextOf(const CMainView& view, i32 id) {
         std::wstring text;

@@ -12,7 +12,6 @@
 #include <QPainter>
 
 #include "support/QtPixels.h"
-#include "support/QtTestApp.h"
 
 namespace {
 
@@ -53,7 +52,6 @@ TEST(ScreenTest, InterpolationForFollowsTheQualityTable) {
 }
 
 TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
-    TestApp();
     CDCScreen none;
     EXPECT_FALSE(none.IsValid());
     CDCScreen screen;
@@ -82,7 +80,6 @@ TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
 }
 
 TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 2);
     SetPixel(image, 0, 0, 200, 100, 50, 128);
@@ -119,7 +116,6 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
 }
 
 TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 1);
     SetPixel(image, 0, 0, 200, 100, 50, 255);
@@ -137,7 +133,6 @@ TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
 }
 
 TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
-    TestApp();
     CDib image;
     MakeDib(image, 4, 4);
     for (int y = 0; y < 4; ++y)
@@ -167,7 +162,6 @@ TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
 }
 
 TEST(ScreenTest, DrawDibEdgeCases) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 2);
     for (int y = 0; y < 2; ++y)
@@ -203,7 +197,6 @@ TEST(ScreenTest, DrawDibEdgeCases) {
 }
 
 TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
-    TestApp();
     CDCScreen none;
     CDCScreen target;
     ASSERT_EQ(target.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
@@ -244,7 +237,6 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
 }
 
 TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
-    TestApp();
     QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
     image.fill(0xFFFFFFFFu);
     {

@@ -6,7 +6,6 @@
 
 #include <QWidget>
 
-#include "support/QtTestApp.h"
 #include "ui/Screen.h"
 
 namespace {
@@ -33,7 +32,6 @@ TEST(WidgetTest, StartsEmptyInvisibleAndDirty) {
 }
 
 TEST(WidgetTest, SettersReportChangesAndMarkDirty) {
-    TestApp();
     QWidget parent;
     CCountingWidget widget;
     CDCScreen screen;
@@ -100,7 +98,6 @@ TEST(WidgetTest, HitTestTakesLeftAndTopButNotRightAndBottom) {
 }
 
 TEST(WidgetTest, TheBaseWidgetPaintsNothing) {
-    TestApp();
     CDCScreen none;
     CDCScreen screen;
     ASSERT_EQ(screen.Create(none, Rect{0, 0, 4, 4}), hr::kOk);

@@ -9,16 +9,9 @@
 #include <QWidget>
 #include <QtTest/QTest>
 
-#include "support/QtTestApp.h"
-
 namespace {
 
-class WindowLayoutTest : public ::testing::Test {
-protected:
-    void SetUp() override { TestApp(); }
-};
-
-TEST_F(WindowLayoutTest, EmptyRectangleMovesNothing) {
+TEST(WindowLayoutTest, EmptyRectangleMovesNothing) {
     QWidget window;
     window.resize(300, 200);
     window.move(40, 30);
@@ -37,7 +30,7 @@ TEST_F(WindowLayoutTest, EmptyRectangleMovesNothing) {
     EXPECT_EQ(window.size(), QSize(300, 200));
 }
 
-TEST_F(WindowLayoutTest, RestoreMovesAtOnceAndShowsLater) {
+TEST(WindowLayoutTest, RestoreMovesAtOnceAndShowsLater) {
     QWidget window;
     window.resize(320, 240);
     CWindowLayoutManager manager(&window);
@@ -64,7 +57,7 @@ TEST_F(WindowLayoutTest, RestoreMovesAtOnceAndShowsLater) {
     EXPECT_EQ(shows, 1);
 }
 
-TEST_F(WindowLayoutTest, MinimisedWindowKeepsItsLastNormalPlace) {
+TEST(WindowLayoutTest, MinimisedWindowKeepsItsLastNormalPlace) {
     QWidget window;
     window.resize(320, 240);
     CWindowLayoutManager manager(&window);

@@ -12,7 +12,6 @@
 #include <QtTest/QTest>
 
 #include "foundation/ResString.h"
-#include "support/QtTestApp.h"
 
 namespace {
 
@@ -46,15 +45,7 @@ void Click(QMessageBox* box, QMessageBox::StandardButton which) {
     box->button(which)->click();
 }
 
-class MessageBoxMsgTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
+TEST(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
     EXPECT_EQ(CMessageBoxMsg::TitleFor(16), L"エラー");
     EXPECT_EQ(CMessageBoxMsg::TitleFor(49), L"確認");
     EXPECT_EQ(CMessageBoxMsg::TitleFor(52), L"確認");
@@ -63,7 +54,7 @@ TEST_F(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
     EXPECT_EQ(CMessageBoxMsg::TitleFor(0x30), L"確認");
 }
 
-TEST_F(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
+TEST(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
@@ -76,7 +67,7 @@ TEST_F(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     EXPECT_EQ(seen.parent, nullptr);
 }
 
-TEST_F(MessageBoxMsgTest, OkCancelAnswers) {
+TEST(MessageBoxMsgTest, OkCancelAnswers) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
@@ -99,7 +90,7 @@ TEST_F(MessageBoxMsgTest, OkCancelAnswers) {
     EXPECT_TRUE(msg.QueryLoseWork());
 }
 
-TEST_F(MessageBoxMsgTest, YesNoAnswers) {
+TEST(MessageBoxMsgTest, YesNoAnswers) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Yes); });
@@ -114,7 +105,7 @@ TEST_F(MessageBoxMsgTest, YesNoAnswers) {
     EXPECT_FALSE(msg.QueryStopPrinting());
 }
 
-TEST_F(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
+TEST(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
     QWidget owner;
     CMessageBoxMsg msg(&owner);
     EXPECT_EQ(msg.Owner(), &owner);
