@@ -18,6 +18,7 @@
 
 #include "foundation/Paths.h"
 #include "foundation/Win32Error.h"
+#include "support/ChildProcess.h"
 #include "support/Files.h"
 
 namespace fs = std::filesystem;
@@ -29,15 +30,6 @@ i32 WriteAtomically(const fs::path& path, const std::string& text,
                     const AtomicWriteOptions& options = {}) {
     return WriteFileAtomically(W(path), reinterpret_cast<const u8*>(text.data()), text.size(),
                                options);
-}
-
-// The pid of a process that has ended and been reaped.
-pid_t DeadPid() {
-    pid_t pid = ::fork();
-    if (pid == 0)
-        ::_exit(0);
-    ::waitpid(pid, nullptr, 0);
-    return pid;
 }
 
 std::string TempName(pid_t pid, int n) {
