@@ -3,9 +3,7 @@
 #include "ui/DibWidget.h"
 
 #include <array>
-#include <cstdlib>
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
 #include <QImage>
@@ -72,23 +70,6 @@ TEST(DibWidgetTest, FitToPaneKeepsTheShapeAndFillsThePane) {
     // A pane without width or height is returned as it is.
     EXPECT_EQ(FitToPane({0, 150}, {10, 10}, 0.01), (Size{0, 150}));
     EXPECT_EQ(FitToPane({150, 0}, {10, 20}, 0.01), (Size{150, 0}));
-}
-
-TEST(DibWidgetTest, AnchorForPrefersRoundedCornersThenBlurredEdges) {
-    // Corners in the order top left (1), top right (8), bottom left (2), bottom right (4).
-    EXPECT_EQ(AnchorFor(15, 15), 1u);
-    EXPECT_EQ(AnchorFor(1, 0), 1u);
-    EXPECT_EQ(AnchorFor(8 | 2 | 4, 0), 4u);
-    EXPECT_EQ(AnchorFor(2 | 4, 0), 2u);
-    EXPECT_EQ(AnchorFor(4, 0), 3u);
-    EXPECT_EQ(AnchorFor(4, 1), 3u);
-    // No corner: left or top edge, then right edge, else bottom right.
-    EXPECT_EQ(AnchorFor(0, 1), 1u);
-    EXPECT_EQ(AnchorFor(0, 2), 1u);
-    EXPECT_EQ(AnchorFor(0, 4 | 8), 4u);
-    EXPECT_EQ(AnchorFor(0, 15), 1u);
-    EXPECT_EQ(AnchorFor(0, 8), 3u);
-    EXPECT_EQ(AnchorFor(0, 0), 3u);
 }
 
 TEST(DibWidgetTest, AnchoredPaneCropsWideImagesAndCentresLowOnes) {

@@ -1,9 +1,7 @@
-// Tests of the drawing surface: the interpolation table, images drawn with scaling and alpha,
+// Tests of the drawing surface: images drawn with scaling and alpha,
 // copies, blends and fills between surfaces with their own origins.
 #include "ui/Screen.h"
 
-#include <array>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -38,18 +36,6 @@ void MakeDib(CDib& dib, int width, int height) {
 
 constexpr ColorRef kWhite = 0x00FFFFFF;
 const Bgra kWhitePixel{255, 255, 255, 255};
-
-TEST(ScreenTest, InterpolationForFollowsTheQualityTable) {
-    for (i32 change : {-1, 0, 1})
-        EXPECT_EQ(InterpolationFor(0, change), 5) << change;
-    EXPECT_EQ(InterpolationFor(1, 1), 6);
-    EXPECT_EQ(InterpolationFor(1, 0), 0);
-    EXPECT_EQ(InterpolationFor(1, -1), 0);
-    for (i32 change : {-1, 0, 1}) {
-        EXPECT_EQ(InterpolationFor(2, change), 7) << change;
-        EXPECT_EQ(InterpolationFor(3, change), 7) << change;
-    }
-}
 
 TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
     CDCScreen none;

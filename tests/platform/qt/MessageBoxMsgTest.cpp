@@ -1,4 +1,4 @@
-// Tests of the real boxes: titles by flags, buttons and the answers that they give.
+// Tests of the real boxes: titles, buttons and the answers that they give.
 #include "platform/qt/MessageBoxMsg.h"
 
 #include <gtest/gtest.h>
@@ -43,15 +43,6 @@ void OnNextBox(SeenBox& seen, std::function<void(QMessageBox*)> act) {
 
 void Click(QMessageBox* box, QMessageBox::StandardButton which) {
     box->button(which)->click();
-}
-
-TEST(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(16), L"エラー");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(49), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(52), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x11), L"エラー");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x30), L"確認");
 }
 
 TEST(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
