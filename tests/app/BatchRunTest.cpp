@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -142,24 +141,12 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 
-    // Two sources that become one output would lose the first one's result.
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
-    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "a.jpg").string()}), settings),
-              lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(), Utf8FromWide(L"次のファイルは同じ出力ファイルになるため中止しました\n\n" +
-                                      W(dir / "a.png") + L"\n" + W(dir / "a.jpg") +
-                                      L"\n\n出力ファイル: " + W(dir / "round" / "a.jpg")) +
-                             "\n");
-    EXPECT_FALSE(std::filesystem::exists(dir / "round"));
-
-    // A sub-folder of "." would write over the source itself.
+    // The plan's other refusals (tested with the plan) reach standard error the same way.
     settings.saveType = 1;
     settings.subFolders.Add(L".");
     EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(),
-              Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました\n\n"
-                           L"元のファイル: " +
-                           W(dir / "a.png") + L"\n出力ファイル: " + W(dir) + L"/./a.png\n"));
+    EXPECT_EQ(err.str().rfind(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました"), 0),
+              0u);
     CDibPtr still;
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
 }
@@ -205,7 +192,7 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
     testutil::CTempDir temp;
     const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-    std::ofstream(dir / "b.png") << "not an image";
+    testutil::WriteText(dir / "b.png", "not an image");
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
     CSetting settings;
     EXPECT_EQ(
@@ -245,7 +232,7 @@ TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
         for (int i = 0; i < 9; ++i) {
             const auto path = dir / ("f" + std::to_string(i) + ".png");
             if (i == failing)
-                std::ofstream(path) << "not an image";
+                testutil::WriteText(path, "not an image");
             else
                 EXPECT_TRUE(SaveImage(*Solid(40 + i, 30, static_cast<u8>(i * 20), 2, 3),
                                       L"image/png", path));

@@ -103,6 +103,14 @@ TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
     EXPECT_TRUE(command.item.IsEmpty());
     EXPECT_EQ(command.path, TheSetting().outputPath);
     EXPECT_TRUE(command.openFolder);
+
+    // No output folder yet: the command's checks pass, and running it says so.
+    TheSetting().outputPath.clear();
+    EXPECT_TRUE(command.CanExecute());
+    command.Execute(true, false);
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[1].text, L"出力先フォルダーが、未設定です");
+    EXPECT_EQ(msg.boxes[1].flags, 16u);
     TheSetting().outputPath = saved;
 }
 

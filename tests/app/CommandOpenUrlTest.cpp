@@ -37,4 +37,14 @@ TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) 
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + Utf8FromWide(address) + "\n--\n");
 }
 
+TEST(CommandOpenUrlTest, AMissingAddressIsReportedWhenRun) {
+    CRecordingMsg msg;
+    CCommandOpenUrl command(&msg);
+    command.stringId = 1; // no such string
+    EXPECT_TRUE(command.CanExecute());
+    command.Execute(true, false);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"文字列リソースが見つかりません - ", 0), 0u);
+}
+
 } // namespace
