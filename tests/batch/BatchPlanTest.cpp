@@ -57,7 +57,7 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     const fs::path a = Image("a.png");
     const fs::path b = Image("b.png");
     fs::create_directories(dir / "round");
-    std::ofstream(dir / "round" / "b.jpg") << "old";
+    testutil::WriteText(dir / "round" / "b.jpg", "old");
     EXPECT_EQ(Refusal({a, b}), L"");
     ASSERT_EQ(planned.size(), 2u);
     EXPECT_EQ(planned[0].task->inputPath, W(a));
@@ -124,7 +124,7 @@ TEST_F(BatchPlanTest, RefusesTwoSourcesWithOneOutputAndThingsInTheOutputsWay) {
     EXPECT_EQ(Refusal({a}), L"出力先に同じ名前のフォルダーがあるため中止しました\n\n" +
                                 W(dir / "round" / "a.jpg"));
     fs::remove_all(dir / "round");
-    std::ofstream(dir / "round") << "a file";
+    testutil::WriteText(dir / "round", "a file");
     EXPECT_EQ(Refusal({a}), L"出力先のフォルダーを作れません。同じ名前のファイルがあります\n\n" +
                                 W(dir / "round"));
     settings.subFolders.Add(L"round/deeper");

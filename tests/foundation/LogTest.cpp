@@ -49,7 +49,7 @@ TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
     ::setenv("XDG_STATE_HOME", state.c_str(), 1);
     // An earlier run's log is cut.
     std::filesystem::create_directories(state / "Harrowmere" / "Lunavex32");
-    std::ofstream(state / "Harrowmere" / "Lunavex32" / "LOG.txt") << "old contents";
+    testutil::WriteText(state / "Harrowmere" / "Lunavex32" / "LOG.txt", "old contents");
     StartLog();
     ASSERT_TRUE(TheLog());
     EXPECT_TRUE(TheLog()->good());
@@ -63,7 +63,7 @@ TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
 TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
     CTempDir temp;
     const auto dir = temp.Path();
-    std::ofstream(dir / "victim") << "precious";
+    testutil::WriteText(dir / "victim", "precious");
     std::filesystem::create_symlink(dir / "victim", dir / "LOG.txt");
     std::filesystem::create_symlink(dir / "nowhere", dir / "LOG2.txt");
     for (const char* name : {"LOG.txt", "LOG2.txt"}) {
@@ -90,7 +90,7 @@ TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
 TEST(LogTest, AFolderThatCannotBeMadeLeavesAClosedStreamAndGoesOn) {
     CTempDir temp;
     const auto dir = temp.Path();
-    std::ofstream(dir / "file") << "x";
+    testutil::WriteText(dir / "file", "x");
     ::setenv("XDG_STATE_HOME", (dir / "file").c_str(), 1); // a file where the folder should be
     StartLog();
     ASSERT_TRUE(TheLog());

@@ -61,7 +61,7 @@ TEST_F(MsgTest, OverwriteIfExistsAsksOnlyForExistingPaths) {
     EXPECT_TRUE(msg.boxes.empty());
 
     std::filesystem::path present = dir / "present.png";
-    std::ofstream(present) << "x";
+    testutil::WriteText(present, "x");
     msg.answers = {2};
     EXPECT_FALSE(msg.QueryOverwriteIfExists(present.wstring()));
     ASSERT_EQ(msg.boxes.size(), 1u);
@@ -142,7 +142,7 @@ TEST_F(MsgTest, CreateFolderIfAgreed) {
     EXPECT_EQ(msg.boxes.size(), 2u);
 
     // A file where a parent folder should be: the failure is shown as an error and refused.
-    std::ofstream(dir / "file") << "x";
+    testutil::WriteText(dir / "file", "x");
     std::wstring blocked = (dir / "file" / "sub").wstring();
     msg.answers = {1};
     EXPECT_FALSE(msg.CreateFolderIfAgreed(blocked));

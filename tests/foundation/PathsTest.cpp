@@ -98,7 +98,7 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     EXPECT_EQ(CreateFolderTree(deep), 0); // exists already
 
     std::wstring file = FromFileSystemPath((dir / "file").string());
-    std::ofstream(dir / "file") << "x";
+    testutil::WriteText(dir / "file", "x");
     EXPECT_TRUE(IsExistingFile(file));
     EXPECT_TRUE(FileExists(file));
     // A file in the folder's place, or in the place of a folder above it, is no success, and the
@@ -118,7 +118,7 @@ TEST(PathsTest, FileSystemNamesAreUtf8) {
     testutil::CTempDir temp;
     const auto dir = temp.Path();
     const std::string latin = (dir / "\xC4rger\xE9.png").string();
-    std::ofstream(latin) << "x";
+    testutil::WriteText(latin, "x");
     EXPECT_EQ(ToFileSystemPath(FromFileSystemPath(latin)), latin);
     EXPECT_TRUE(IsExistingFile(FromFileSystemPath(latin)));
     EXPECT_FALSE(

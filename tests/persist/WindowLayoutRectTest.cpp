@@ -1,5 +1,4 @@
-// Tests of the rectangle rules of the window's remembered place: the clamp to the screens and the
-// empty rectangle.
+// Tests of the rectangle rules of the window's remembered place: the clamp to the screens.
 #include "persist/WindowLayoutRect.h"
 
 #include <gtest/gtest.h>
@@ -33,13 +32,6 @@ TEST(WindowLayoutRectTest, ClampIsToTheBoundingRectangleOfAllScreens) {
     Rect inGap{2200, 850, 2600, 1050};
     EXPECT_EQ(ClampRectToBounds(inGap, bounds), inGap);
     EXPECT_EQ(BoundingRect(std::vector<Rect>{}), Rect{});
-}
-
-TEST(WindowLayoutRectTest, EmptyRectangles) {
-    EXPECT_TRUE((Rect{10, 10, 10, 200}).IsEmpty()); // right equal to left
-    EXPECT_TRUE((Rect{10, 10, 200, 5}).IsEmpty());
-    EXPECT_TRUE(Rect{}.IsEmpty());
-    EXPECT_FALSE((Rect{10, 10, 11, 11}).IsEmpty());
 }
 
 } // namespace

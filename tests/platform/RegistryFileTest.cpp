@@ -4,9 +4,6 @@
 
 #include <string>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include "foundation/Log.h"
@@ -170,20 +167,6 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     // The child's file and the stopped one of this process, which is still alive, stay until a
     // later process writes here.
     EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 2u);
-}
-
-TEST(RegistryFileTest, TheNextProcessRemovesWhatAKilledWriteLeft) {
-    XdgSandbox sandbox;
-    EXPECT_EQ(DieBeforeTheRename(sandbox, 1), kDiedBeforeRename);
-    std::vector<std::filesystem::path> left = sandbox.FilesStartingWith(".lvx");
-    ASSERT_EQ(left.size(), 1u);
-    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
-
-    CRegistryFile store(sandbox.StoreFileW());
-    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(2)), 0);
-    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 2u);
 }
 
 TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {

@@ -13,6 +13,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "support/Files.h"
 #include "support/StandInShell.h"
 #include "support/Thrown.h"
 
@@ -122,7 +123,7 @@ TEST_F(ShellTest, AnOpenerThatCannotStartIsThrownAtOnce) {
 
 TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsBytesIntact) {
     auto file = shell.Dir() / "a,b c\xE9.png";
-    std::ofstream(file) << "x";
+    testutil::WriteText(file, "x");
     ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
     watch.Finish();
     std::string uri = "file://" + shell.Dir().string() + "/a%2Cb%20c%E9.png";
@@ -137,7 +138,7 @@ TEST_F(ShellTest, ShowSelectsTheItemOverDBusWithItsBytesIntact) {
 
 TEST_F(ShellTest, WithoutAFileManagerTheFolderOpensOnceTheAnswerHasArrived) {
     auto file = shell.Dir() / "photo.jpg";
-    std::ofstream(file) << "x";
+    testutil::WriteText(file, "x");
     shell.Set("gdbus", 1);
     ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
     EXPECT_EQ(watch.pending.size(), 1u) << "only the D-Bus call has started";
@@ -150,7 +151,7 @@ TEST_F(ShellTest, WithoutAFileManagerTheFolderOpensOnceTheAnswerHasArrived) {
 
 TEST_F(ShellTest, AFailedFallBackIsReportedWithTheFolder) {
     auto file = shell.Dir() / "photo.jpg";
-    std::ofstream(file) << "x";
+    testutil::WriteText(file, "x");
     shell.Set("gdbus", 1);
     shell.Set("xdg-open", 2);
     ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
@@ -163,7 +164,7 @@ TEST_F(ShellTest, AFailedFallBackIsReportedWithTheFolder) {
 
 TEST_F(ShellTest, AFallBackThatCannotStartIsReportedNotThrown) {
     auto file = shell.Dir() / "photo.jpg";
-    std::ofstream(file) << "x";
+    testutil::WriteText(file, "x");
     shell.Set("gdbus", 1);
     WithoutHelper("xdg-open");
     ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
@@ -189,17 +190,6 @@ TEST_F(ShellTest, AMissingPathIsRefusedBeforeAnyProgramRuns) {
     EXPECT_EQ(e2.hr, 0x80070003u);
     EXPECT_TRUE(watch.pending.empty());
     EXPECT_EQ(shell.Calls(), "");
-}
-
-TEST(ShellResultTest, AnswersMapToWin32Codes) {
-    EXPECT_EQ(ShellResultToWin32(33), 0);
-    EXPECT_EQ(ShellResultToWin32(0), 14);
-    EXPECT_EQ(ShellResultToWin32(26), 32);
-    EXPECT_EQ(ShellResultToWin32(27), 1155);
-    EXPECT_EQ(ShellResultToWin32(28), 1460);
-    EXPECT_EQ(ShellResultToWin32(30), 170);
-    EXPECT_EQ(ShellResultToWin32(32), 1157);
-    EXPECT_EQ(ShellResultToWin32(17), 1);
 }
 
 } // namespace
