@@ -151,25 +151,6 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
 }
 
-TEST_F(BatchRunTest, AnOutputThatIsAnotherSourceIsRefusedEvenWithOverwrite) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
-    std::filesystem::create_directories(dir / "round");
-    ASSERT_TRUE(SaveImage(*Solid(4, 4, 9, 9, 9), L"image/png", dir / "round" / "a.png"));
-    const std::string before = ReadText(dir / "round" / "a.png");
-    CSetting settings;
-    auto options = Parse({"--format=png", "--overwrite", (dir / "a.jpg").string(),
-                          (dir / "round" / "a.png").string()});
-    lvx::ApplyBatchOptions(options, settings);
-    EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(), Utf8FromWide(L"出力先が、変換する別のファイルと同じになるため中止しました"
-                                      L"\n\n元のファイル: " +
-                                      W(dir / "a.jpg") + L"\n出力先になる変換元のファイル: " +
-                                      W(dir / "round" / "a.png") + L"\n"));
-    EXPECT_EQ(ReadText(dir / "round" / "a.png"), before);
-}
-
 TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
     testutil::CTempDir temp;
     const auto dir = temp.Path();

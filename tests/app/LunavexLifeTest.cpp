@@ -12,6 +12,7 @@
 
 #include "platform/RegistryExport.h"
 #include "support/Files.h"
+#include "support/RegistryValues.h"
 #include "support/XdgSandbox.h"
 
 namespace {
@@ -27,22 +28,14 @@ CRegTree ReadStore(const fs::path& file) {
     return tree;
 }
 
-// The data of a value of the settings, as the file holds it; empty when it is missing.
-std::vector<u8> ValueOf(const CRegTree& tree, const std::wstring& key, const std::wstring& name) {
+// A value of the settings as the file holds it; an empty one when it is missing.
+RegValueData ValueOf(const CRegTree& tree, const std::wstring& key, const std::wstring& name) {
     const RegKeyData* found = tree.FindKey(key);
     const RegValueData* value = found ? found->Find(name) : nullptr;
-    return value ? value->bytes : std::vector<u8>();
+    return value ? *value : RegValueData{};
 }
 
-std::vector<u8> Dword(u32 value) {
-    return {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
-            static_cast<u8>(value >> 24)};
-}
-
-// A text value with its terminator, as UTF-16LE.
-std::vector<u8> Text(const std::wstring& text) {
-    return Utf16LeFromWide(text + L'\0');
-}
+using testutil::Dword;
 
 class LunavexLifeTest : public ::testing::Test {
 protected:
@@ -117,9 +110,10 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
     EXPECT_EQ(RunProgram(), 1);
     EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
     const CRegTree store = ReadStore(SettingsFile());
-    EXPECT_EQ(ValueOf(store, kSetting, L"OutputPath"), Text((home / "Pictures").wstring()));
+    EXPECT_EQ(ValueOf(store, kSetting, L"OutputPath"),
+              testutil::Text(1, (home / "Pictures").wstring()));
     EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
-    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), Text(L"round"));
+    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
 }
 
 TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
@@ -127,7 +121,7 @@ TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
     // Reading creates only the application key; the values come from the save on the way out.
     const CRegTree store = ReadStore(SettingsFile());
     EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
-    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), Text(L"round"));
+    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
 }
 
 TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {

@@ -10,10 +10,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
@@ -21,6 +17,7 @@
 #include "foundation/ResultText.h"
 #include "image/ImageIo.h"
 #include "support/Files.h"
+#include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 #include "support/Thrown.h"
 
@@ -199,32 +196,6 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
         << "nothing is saved after a failure";
 }
 
-namespace {
-
-void PutLittleEndian(std::vector<char>& out, u32 value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        out.push_back(static_cast<char>(value >> (8 * i)));
-}
-
-// An 8-bit run-length BMP of the given size whose data ends at once: a few bytes for any size.
-void WriteEmptyRunLengthBmp(const std::filesystem::path& path, u32 width, u32 height) {
-    std::vector<char> file = {'B', 'M'};
-    PutLittleEndian(file, 14 + 40 + 4 + 2, 4);
-    PutLittleEndian(file, 0, 4);
-    PutLittleEndian(file, 14 + 40 + 4, 4);
-    for (u32 value : {40u, width, height})
-        PutLittleEndian(file, value, 4);
-    PutLittleEndian(file, 1, 2);
-    PutLittleEndian(file, 8, 2);
-    for (u32 value : {1u, 2u, 0u, 0u, 1u, 0u})
-        PutLittleEndian(file, value, 4);
-    PutLittleEndian(file, 0x00808080, 4); // palette: one grey
-    file.insert(file.end(), {0, 1});      // end of bitmap
-    std::ofstream(path, std::ios::binary).write(file.data(), static_cast<long>(file.size()));
-}
-
-} // namespace
-
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     testutil::CTempDir temp;
     const auto dir = temp.Path();
@@ -249,7 +220,12 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     EXPECT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
 
     // The default limit against a 30000 x 30000 header: big numbers come in groups of three.
-    WriteEmptyRunLengthBmp(dir / "huge.bmp", 30000, 30000);
+    // An 8-bit run-length BMP whose data ends at once: a few bytes for any size.
+    BmpParts huge{.width = 30000, .height = 30000, .bitCount = 8, .compression = kBmpRle8};
+    huge.colorsUsed = 1;
+    huge.palette = {0x80, 0x80, 0x80, 0};
+    huge.pixels = {0, 1};
+    WriteBytes(dir / "huge.bmp", MakeBmp(huge));
     task = RunTask(W(dir / "huge.bmp"), W(dir / "out" / "huge.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 62023);
     EXPECT_NE(task->errorText.find(L": 30,000 × 30,000 ピクセル (上限は 268,402,689 ピクセル)"),
@@ -257,32 +233,15 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
         << testing::PrintToString(task->errorText);
 
     // A JPEG of one scan more than the limit: refused with the limit in the text.
-    std::vector<char> jpeg = {'\xFF', '\xD8'};
+    std::vector<u8> jpeg = {0xFF, 0xD8};
     for (u32 i = 0; i <= kDefaultMaxScans; ++i)
-        jpeg.insert(jpeg.end(), {'\xFF', '\xDA', 0, 8, 1, 1, 0, 0, 0, 0x10});
-    jpeg.insert(jpeg.end(), {'\xFF', '\xD9'});
-    std::ofstream(dir / "scans.jpg", std::ios::binary)
-        .write(jpeg.data(), static_cast<long>(jpeg.size()));
+        jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0, 0x10});
+    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+    WriteBytes(dir / "scans.jpg", jpeg);
     task = RunTask(W(dir / "scans.jpg"), W(dir / "out" / "scans.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 62024);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kTooManyScans) +
                                    L" (上限は 1,000 スキャン)\n\n" + W(dir / "scans.jpg"));
-
-    // A socket where a file was expected: not an ordinary file, rather than a device failure.
-    const std::filesystem::path socketPath = dir / "s.png";
-    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_GE(listener, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(socketPath.string().size(), sizeof address.sun_path);
-    std::strcpy(address.sun_path, socketPath.c_str());
-    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    task = RunTask(W(socketPath), W(dir / "out" / "s.png"), 1, RoundSettings{});
-    ::close(listener);
-    EXPECT_EQ(task->errorId, 201);
-    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " +
-                                   ResultText(hr::kNotOrdinaryFile) + L"\n\n" + W(socketPath));
-    EXPECT_NE(task->errorText.find(L"通常のファイルではありません"), std::wstring::npos);
 }
 
 // A task that keeps no images streams its file; its output and its failures must be those of a

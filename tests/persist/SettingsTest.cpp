@@ -152,39 +152,6 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
                   L"\"Bottom\"=dword:00000000\r\n\r\n");
 }
 
-TEST_F(SettingsTest, EveryFieldReadsBackWhole) {
-    CSetting saved;
-    saved.outputPath = L"/srv/\u5199\u771f \"out\"\\x";
-    saved.subFolders.Add(L"b");
-    saved.subFolders.Add(L"a");
-    saved.saveType = 1;
-    saved.jpegQuality = 95;
-    saved.window = {true, {-10, 20, 810, 620}};
-    saved.shrink = {2, 640, -480, 300, 1200};
-    saved.round.backgroundColor = 0x00123456;
-    saved.round.transparent = true;
-    saved.round.corners = 5;
-    saved.round.edges = 10;
-    saved.round.radius = {1, 125, 40};
-    saved.round.blurWidth = {1, 30, 20};
-    saved.maxPixels = 4000000;
-    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
-    std::wstring file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
-    EXPECT_NE(file.find(L"\"OutputPath\"=\"/srv/\u5199\u771f \\\"out\\\"\\\\x\"\r\n"),
-              std::wstring::npos);
-    EXPECT_NE(file.find(L"\"ShrinkHeight\"=dword:fffffe20\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Left\"=dword:fffffff6\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Transparent\"=dword:00000001\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Count\"=dword:00000003\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\\SubFolder\\02]\r\n@=\"round\"\r\n"), std::wstring::npos);
-
-    ResetTheRegistryFile();
-    CSetting loaded;
-    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
-    EXPECT_EQ(loaded, saved);
-    EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"a", L"b", L"round"}));
-}
-
 TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {
     // The last output folder and a sub-folder name from an old archive: Latin-1 and Shift_JIS.
     CSetting saved;

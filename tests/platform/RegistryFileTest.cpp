@@ -11,15 +11,12 @@
 #include "foundation/ResString.h"
 #include "platform/RegistryExport.h"
 #include "support/ChildProcess.h"
+#include "support/RegistryValues.h"
 #include "support/XdgSandbox.h"
 
 namespace {
 
-RegValueData Dword(u32 value) {
-    return {4,
-            {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
-             static_cast<u8>(value >> 24)}};
-}
+using testutil::Dword;
 
 std::optional<u32> ReadDword(CRegistryFile& store, const std::wstring& key,
                              const std::wstring& name) {

@@ -187,4 +187,75 @@ inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& pal
     return gif;
 }
 
+// --- BMP files built byte by byte. ---
+
+// The compression kinds of a BMP header.
+constexpr u32 kBmpRgb = 0;
+constexpr u32 kBmpRle8 = 1;
+constexpr u32 kBmpRle4 = 2;
+constexpr u32 kBmpBitfields = 3;
+
+inline void Put16(std::vector<u8>& out, u32 v) {
+    out.push_back(static_cast<u8>(v));
+    out.push_back(static_cast<u8>(v >> 8));
+}
+inline void Put32(std::vector<u8>& out, u32 v) {
+    Put16(out, v & 0xFFFF);
+    Put16(out, v >> 16);
+}
+
+// What goes into one test file; the file header's offset is worked out from the parts.
+struct BmpParts {
+    u32 headerSize = 40;
+    i32 width = 0;
+    i32 height = 0;
+    u16 bitCount = 24;
+    u32 compression = kBmpRgb;
+    u32 colorsUsed = 0;
+    i32 pelsPerMeter = 0;
+    std::vector<u32> masks = {};  // R, G, B(, A): inside a longer header, after a 40-byte one
+    std::vector<u8> palette = {}; // raw entries
+    std::vector<u8> pixels = {};  // raw pixel data
+};
+
+inline std::vector<u8> MakeBmp(const BmpParts& p) {
+    std::vector<u8> info;
+    Put32(info, p.headerSize);
+    if (p.headerSize == 12) {
+        Put16(info, static_cast<u32>(p.width));
+        Put16(info, static_cast<u32>(p.height));
+        Put16(info, 1);
+        Put16(info, p.bitCount);
+    } else {
+        Put32(info, static_cast<u32>(p.width));
+        Put32(info, static_cast<u32>(p.height));
+        Put16(info, 1);
+        Put16(info, p.bitCount);
+        Put32(info, p.compression);
+        Put32(info, static_cast<u32>(p.pixels.size()));
+        Put32(info, static_cast<u32>(p.pelsPerMeter));
+        Put32(info, static_cast<u32>(p.pelsPerMeter));
+        Put32(info, p.colorsUsed);
+        Put32(info, 0);
+        size_t mask = 0;
+        while (info.size() < p.headerSize) {
+            Put32(info, mask < p.masks.size() ? p.masks[mask] : 0);
+            ++mask;
+        }
+        info.resize(p.headerSize);
+        if (p.headerSize == 40)
+            for (u32 m : p.masks)
+                Put32(info, m);
+    }
+    const u32 offset = static_cast<u32>(14 + info.size() + p.palette.size());
+    std::vector<u8> file = {'B', 'M'};
+    Put32(file, offset + static_cast<u32>(p.pixels.size()));
+    Put32(file, 0);
+    Put32(file, offset);
+    file.insert(file.end(), info.begin(), info.end());
+    file.insert(file.end(), p.palette.begin(), p.palette.end());
+    file.insert(file.end(), p.pixels.begin(), p.pixels.end());
+    return file;
+}
+
 } // namespace testutil

@@ -12,38 +12,11 @@
 #include <QtTest/QTest>
 
 #include "foundation/ResString.h"
+#include "support/ModalBox.h"
 
 namespace {
 
-struct SeenBox {
-    QString title;
-    QString text;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QStringList buttons;
-    QWidget* parent = nullptr;
-};
-
-// Waits in the event loop for the modal box, records it and acts on it.
-void OnNextBox(SeenBox& seen, std::function<void(QMessageBox*)> act) {
-    QTimer::singleShot(0, [&seen, act] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box) {
-            OnNextBox(seen, act);
-            return;
-        }
-        seen.title = box->windowTitle();
-        seen.text = box->text();
-        seen.icon = box->icon();
-        for (QAbstractButton* button : box->buttons())
-            seen.buttons << QString::number(box->standardButton(button));
-        seen.parent = box->parentWidget();
-        act(box);
-    });
-}
-
-void Click(QMessageBox* box, QMessageBox::StandardButton which) {
-    box->button(which)->click();
-}
+using namespace testutil;
 
 TEST(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     CMessageBoxMsg msg;
