@@ -1,4 +1,4 @@
-// Tests of the encoder list, the parameter block and saving a CDib to a file.
+// Tests of saving a CDib to a file: the exact BMP, pixels and quality, resolution, failures.
 #include "image/ImageSaver.h"
 
 #include <cstring>
@@ -30,31 +30,6 @@ CDibPtr Translucent(i32 w, i32 h) {
 }
 
 } // namespace
-
-TEST(ImageSaver, EncodersAreFoundByExactMimeType) {
-    for (const wchar_t* missing : {L"image/PNG", L"image/gif", L"image/png ", L"", L"png"})
-        EXPECT_EQ(CImageSaver().SelectEncoder(missing), 0x80004005u) << "for " << missing;
-
-    CTempDir dir;
-    CDibPtr dib = Translucent(2, 2);
-    EXPECT_EQ(CImageSaver().SaveDib(*dib, true, W(dir.File("none.png"))), 0x80004005u);
-    EXPECT_TRUE(FileNames(dir.Path()).empty());
-}
-
-TEST(ImageSaver, ParameterBlockKeepsThePublishedLayout) {
-    CEncodeParams params;
-    EXPECT_EQ(params.Block(), nullptr);
-    ASSERT_EQ(params.AddLongParam(Gdiplus::EncoderQuality, 4, 80), 0);
-    const u32* value = static_cast<const u32*>(params.Block()->Parameter[0].Value);
-    // More entries: the block grows, the first value keeps its address and its number.
-    for (u32 i = 1; i < 40; ++i)
-        ASSERT_EQ(params.AddLongParam(Gdiplus::EncoderQuality, 4, 100 + i), static_cast<i32>(i));
-    EXPECT_EQ(params.Block()->Count, 40u);
-    EXPECT_EQ(params.ValueCount(), 40u);
-    EXPECT_EQ(params.Block()->Parameter[0].Value, value);
-    EXPECT_EQ(*value, 80u);
-    EXPECT_EQ(*static_cast<const u32*>(params.Block()->Parameter[39].Value), 139u);
-}
 
 TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     CTempDir dir;
@@ -168,14 +143,6 @@ TEST(ImageSaver, FailedWritesLeaveNothingBehind) {
     std::filesystem::create_directory(dir.Path() / "taken.png");
     EXPECT_TRUE(Failed(saver.SaveDib(*dib, true, W(dir.File("taken.png")))));
     EXPECT_EQ(FileNames(dir.Path()), std::vector<std::string>{"taken.png"});
-
-    // An existing file is replaced as a whole.
-    WriteBytes(dir.File("old.png"), std::vector<u8>(5000, 0x55));
-    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("old.png"))), hr::kOk);
-    CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, W(dir.File("old.png"))), hr::kOk);
-    EXPECT_TRUE(PixelsNear(*back, *dib, 0));
-    EXPECT_EQ(FileNames(dir.Path()).size(), 2u);
 
     CDib notLoaded;
     EXPECT_EQ(saver.SaveDib(notLoaded, true, W(dir.File("x.png"))), 0x80004005u);
