@@ -9,7 +9,6 @@
 
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QProgressBar>
 #include <QWindow>
 
 #include <boost/make_shared.hpp>
@@ -109,23 +108,9 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_TRUE(msg.boxes.empty());
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
+    // What each tick shows on the way (progress, status, panes) is the batch tick's test.
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
-    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
-    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    auto* progress = qobject_cast<QProgressBar*>(view->Control(lvx::ctl::kProgress));
-    ASSERT_NE(progress, nullptr);
-    EXPECT_EQ(progress->maximum(), 2);
-    EXPECT_EQ(progress->value(), 2);
-    EXPECT_EQ(view->fileCount, 2);
     EXPECT_EQ(view->doneCount, 2);
-    ASSERT_EQ(view->results.size(), 2u);
-    for (const auto& task : view->results) {
-        EXPECT_EQ(task->errorId, 0);
-        EXPECT_FALSE(task->source) << "taken-in tasks let go of their images";
-        EXPECT_FALSE(task->result);
-    }
-    EXPECT_TRUE(view->lastSource);
     EXPECT_EQ(TheSetting().outputPath, W(dir / "out") + L"/");
 
     // Both outputs exist now: one question names them, and Cancel leaves everything as it was.
