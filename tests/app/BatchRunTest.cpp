@@ -3,32 +3,25 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <sstream>
 
-#include "../batch/TaskTestFiles.h"
-#include "ShellCommand.h"
 #include "app/BatchOptions.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
+#include "support/ShellCommand.h"
 
-using namespace testfiles;
+using namespace testutil;
 
 namespace {
 
-std::string ReadAll(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 class BatchRunTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     lvx::BatchOptions Parse(std::vector<std::string> args) {
         lvx::BatchOptions options;
         std::wstring error;
@@ -97,9 +90,10 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
 }
 
 TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
-    auto dir = FreshDir("cli");
-    ASSERT_TRUE(Write(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
-    ASSERT_TRUE(Write(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
+    ASSERT_TRUE(SaveImage(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
     CSetting settings; // defaults: JPEG quality 80 into "round", radius 10, blur 1
     auto options = Parse({(dir / "one.jpg").string(), (dir / "two.png").string()});
     ASSERT_EQ(Run(options, settings), lvx::exitcode::kConverted) << err.str();
@@ -107,7 +101,8 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
                              (dir / "round" / "two.jpg").string() + "\n");
 
     // The same conversion through a task, as the window runs it, gives the same bytes.
-    auto reference = FreshDir("cli-reference");
+    CTempDir referenceTemp;
+    const auto reference = referenceTemp.Path();
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
     task->Init(W(dir / "two.png"), W(reference / "two.jpg"), nullptr);
     task->SetShrink(settings.shrink);
@@ -115,7 +110,7 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     task->PrepareEncoder(settings.saveType, settings.jpegQuality);
     task->Run();
     ASSERT_EQ(task->errorId, 0);
-    EXPECT_EQ(ReadAll(dir / "round" / "two.jpg"), ReadAll(reference / "two.jpg"));
+    EXPECT_EQ(ReadText(dir / "round" / "two.jpg"), ReadText(reference / "two.jpg"));
 
     // A second run without --overwrite lists the outputs and changes nothing.
     auto before = std::filesystem::last_write_time(dir / "round" / "one.jpg");
@@ -130,8 +125,9 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
 }
 
 TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
-    auto dir = FreshDir("checks");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     CSetting settings;
 
     EXPECT_EQ(Run(Parse({}), settings), lvx::exitcode::kUsage);
@@ -145,50 +141,21 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 
-    // Two sources that become one output would lose the first one's result.
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
-    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "a.jpg").string()}), settings),
-              lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(), Utf8FromWide(L"次のファイルは同じ出力ファイルになるため中止しました\n\n" +
-                                      W(dir / "a.png") + L"\n" + W(dir / "a.jpg") +
-                                      L"\n\n出力ファイル: " + W(dir / "round" / "a.jpg")) +
-                             "\n");
-    EXPECT_FALSE(std::filesystem::exists(dir / "round"));
-
-    // A sub-folder of "." would write over the source itself.
+    // The plan's other refusals (tested with the plan) reach standard error the same way.
     settings.saveType = 1;
     settings.subFolders.Add(L".");
     EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(),
-              Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました\n\n"
-                           L"元のファイル: " +
-                           W(dir / "a.png") + L"\n出力ファイル: " + W(dir) + L"/./a.png\n"));
+    EXPECT_EQ(err.str().rfind(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました"), 0),
+              0u);
     CDibPtr still;
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
 }
 
-TEST_F(BatchRunTest, AnOutputThatIsAnotherSourceIsRefusedEvenWithOverwrite) {
-    auto dir = FreshDir("other-source");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/jpeg", dir / "a.jpg"));
-    std::filesystem::create_directories(dir / "round");
-    ASSERT_TRUE(Write(*Solid(4, 4, 9, 9, 9), L"image/png", dir / "round" / "a.png"));
-    const std::string before = ReadAll(dir / "round" / "a.png");
-    CSetting settings;
-    auto options = Parse({"--format=png", "--overwrite", (dir / "a.jpg").string(),
-                          (dir / "round" / "a.png").string()});
-    lvx::ApplyBatchOptions(options, settings);
-    EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(), Utf8FromWide(L"出力先が、変換する別のファイルと同じになるため中止しました"
-                                      L"\n\n元のファイル: " +
-                                      W(dir / "a.jpg") + L"\n出力先になる変換元のファイル: " +
-                                      W(dir / "round" / "a.png") + L"\n"));
-    EXPECT_EQ(ReadAll(dir / "round" / "a.png"), before);
-}
-
 TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
-    auto dir = FreshDir("bytes");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xE9.png"));
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xEF\xBF\xBD.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xE9.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xEF\xBF\xBD.png"));
     CSetting settings;
     ASSERT_EQ(Run(Parse({(dir / "photo\xE9.png").string()}), settings), lvx::exitcode::kConverted)
         << err.str();
@@ -203,10 +170,11 @@ TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
 }
 
 TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
-    auto dir = FreshDir("stop");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-    std::ofstream(dir / "b.png") << "not an image";
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    testutil::WriteText(dir / "b.png", "not an image");
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
     CSetting settings;
     EXPECT_EQ(
         Run(Parse({(dir / "a.png").string(), (dir / "b.png").string(), (dir / "c.png").string()}),
@@ -235,16 +203,20 @@ TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
         std::string err;
         std::map<std::string, std::string> files; // output name -> bytes
     };
+    // Every run in the same folder, so that the printed paths can be compared.
+    CTempDir temp;
+    const auto dir = temp / "jobs";
     auto runWith = [&](u32 jobs, int failing) {
-        auto dir = FreshDir("jobs");
+        std::filesystem::remove_all(dir);
+        std::filesystem::create_directories(dir);
         std::vector<std::string> args = {"--jobs=" + std::to_string(jobs)};
         for (int i = 0; i < 9; ++i) {
             const auto path = dir / ("f" + std::to_string(i) + ".png");
             if (i == failing)
-                std::ofstream(path) << "not an image";
+                testutil::WriteText(path, "not an image");
             else
-                EXPECT_TRUE(
-                    Write(*Solid(40 + i, 30, static_cast<u8>(i * 20), 2, 3), L"image/png", path));
+                EXPECT_TRUE(SaveImage(*Solid(40 + i, 30, static_cast<u8>(i * 20), 2, 3),
+                                      L"image/png", path));
             args.push_back(path.string());
         }
         CSetting settings;
@@ -254,7 +226,7 @@ TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
         outcome.err = err.str();
         if (std::filesystem::exists(dir / "round"))
             for (const auto& entry : std::filesystem::directory_iterator(dir / "round"))
-                outcome.files[entry.path().filename().string()] = ReadAll(entry.path());
+                outcome.files[entry.path().filename().string()] = ReadText(entry.path());
         return outcome;
     };
     for (int failing : {-1, 4}) {
@@ -285,8 +257,10 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
         EXPECT_EQ(error, L"オプションの値が不正です: " + WideFromUtf8(bad));
     }
 
-    auto dir = FreshDir("limit");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    testutil::CTempDir temp;
+
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     // The program applies the options to its settings before the run, as here.
     const lvx::BatchOptions tight = Parse({"--max-pixels=63", (dir / "a.png").string()});
     CSetting settings;
@@ -304,7 +278,8 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
 
 // The real program: help, version, and an exit code seen by the shell.
 TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
-    auto dir = FreshDir("exe");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto config = dir / "config";
     std::string env = "XDG_CONFIG_HOME=" + config.string() + " LANG=C.UTF-8 LC_ALL= ";
     auto run = [&](const std::string& args, std::string& output) {
@@ -318,11 +293,11 @@ TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     EXPECT_EQ(run("--bogus", output), 2);
     EXPECT_EQ(run("", output), 2);
     EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     EXPECT_EQ(run("--format=png " + (dir / "a.png").string(), output), 0);
     EXPECT_EQ(output, (dir / "round" / "a.png").string() + "\n");
     // Reading the store may create the application's key, but no option of the run is stored.
-    std::string store = ReadAll(config / "Harrowmere" / "Lunavex32.reg");
+    std::string store = ReadText(config / "Harrowmere" / "Lunavex32.reg");
     EXPECT_EQ(store.find(std::string("S\0a\0v\0e\0T\0", 10)), std::string::npos);
 }
 

@@ -9,19 +9,20 @@
 
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QProgressBar>
 #include <QWindow>
 
 #include <boost/make_shared.hpp>
 
-#include "BatchViewFixture.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "support/BatchViewFixture.h"
 
 namespace {
 
+using namespace testutil;
+
 namespace fs = std::filesystem;
-using testfiles::W;
+using testutil::W;
 
 class CommandExecDataTest : public BatchViewFixture {};
 
@@ -64,7 +65,8 @@ private:
 };
 
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
-    auto dir = testfiles::FreshDir("exec-folder");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     fs::create_directories(dir / "folder");
 
@@ -77,13 +79,8 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 
-    msg.boxes.clear();
-    Drop({dir / "missing.png", a});
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"ファイルが見つかりません\n\n" + W(dir / "missing.png"));
-    EXPECT_FALSE(fs::exists(dir / "out"));
-
-    // A sub-folder "." makes the output of a PNG its own source: refused before any deletion.
+    // The sub-folder typed into the view counts: "." makes the output of a PNG its own source,
+    // refused before any deletion.
     const std::string before = ReadText(a);
     SetControlText(view->Control(lvx::ctl::kSubFolder), L".", false);
     msg.boxes.clear();
@@ -98,7 +95,8 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
 }
 
 TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothing) {
-    auto dir = testfiles::FreshDir("exec-two");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
 
@@ -110,23 +108,9 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_TRUE(msg.boxes.empty());
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
+    // What each tick shows on the way (progress, status, panes) is the batch tick's test.
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
-    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
-    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    auto* progress = qobject_cast<QProgressBar*>(view->Control(lvx::ctl::kProgress));
-    ASSERT_NE(progress, nullptr);
-    EXPECT_EQ(progress->maximum(), 2);
-    EXPECT_EQ(progress->value(), 2);
-    EXPECT_EQ(view->fileCount, 2);
     EXPECT_EQ(view->doneCount, 2);
-    ASSERT_EQ(view->results.size(), 2u);
-    for (const auto& task : view->results) {
-        EXPECT_EQ(task->errorId, 0);
-        EXPECT_FALSE(task->source) << "taken-in tasks let go of their images";
-        EXPECT_FALSE(task->result);
-    }
-    EXPECT_TRUE(view->lastSource);
     EXPECT_EQ(TheSetting().outputPath, W(dir / "out") + L"/");
 
     // Both outputs exist now: one question names them, and Cancel leaves everything as it was.
@@ -156,37 +140,9 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_EQ(ReadText(dir / "out" / "b.png").substr(1, 3), "PNG");
 }
 
-TEST_F(CommandExecDataTest, OutputsThatWouldReplaceASourceOrEachOtherAreRefused) {
-    auto dir = testfiles::FreshDir("exec-same-output");
-    auto png = Png(dir, "same.png", 200);
-    auto bmp = dir / "same.bmp";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
-
-    // Two sources with one output: the second would replace the first one's result.
-    Drop({png, bmp});
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"次のファイルは同じ出力ファイルになるため中止しました\n\n" +
-                                     W(png) + L"\n" + W(bmp) + L"\n\n出力ファイル: " +
-                                     W(dir / "out" / "same.png"));
-    EXPECT_FALSE(fs::exists(dir / "out"));
-    EXPECT_FALSE(view->TimerRunning());
-
-    // An output that is another dropped file: asking to replace it would delete a source.
-    fs::create_directories(dir / "out");
-    auto inner = Png(dir / "out", "same.png", 100);
-    const std::string innerBytes = ReadText(inner);
-    msg.boxes.clear();
-    Drop({png, inner});
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text,
-              L"出力先が、変換する別のファイルと同じになるため中止しました\n\n元のファイル: " +
-                  W(png) + L"\n出力先になる変換元のファイル: " + W(inner));
-    EXPECT_EQ(ReadText(inner), innerBytes);
-    EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
-}
-
 TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
-    auto dir = testfiles::FreshDir("exec-bytes");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto latin = Png(dir, "photo\xE9.png", 200);
     auto lookalike = Png(dir, "photo\xEF\xBF\xBD.png", 100);
     // The URI list as a file manager sends it: the bytes percent-encoded.
@@ -205,7 +161,8 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
 }
 
 TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
-    auto dir = testfiles::FreshDir("exec-non-image");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = dir / "b.png";
     WriteText(b, "this is no image");
@@ -234,14 +191,11 @@ TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
     EXPECT_EQ(table_->execData->dropError.id, 58803);
     EXPECT_TRUE(table_->execData->items.empty());
     EXPECT_FALSE(table_->execData->CanExecute());
-    EXPECT_TRUE(msg.boxes.empty());
-    frame_->OnCommand(lvx::cmd::kExecData);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text.rfind(L"IDataObject->GetData に失敗しました: ", 0), 0u);
-    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_TRUE(msg.boxes.empty()) << "the failure is shown when the command runs";
 
     // The next good drag replaces the failure and the items.
-    auto dir = testfiles::FreshDir("exec-replace");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 10);
     QMimeData files;
     files.setUrls(Urls({a}));
@@ -281,7 +235,8 @@ DragAnswer DragAndDrop(QWidget* window, QWidget* over, const QMimeData& data) {
 }
 
 TEST_F(CommandExecDataTest, ADropOnAnyControlOfTheViewStartsTheBatch) {
-    auto dir = testfiles::FreshDir("exec-drop");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 50);
     QMimeData files;
@@ -337,7 +292,8 @@ TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
 }
 
 TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetReplaced) {
-    auto dir = testfiles::FreshDir("exec-stop-keeps");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     fs::create_directories(dir / "out");
     std::vector<fs::path> sources;
     for (int i = 0; i < 20; ++i) {
@@ -377,10 +333,11 @@ TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetR
 }
 
 TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
-    auto dir = testfiles::FreshDir("exec-same-old-output");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
     fs::create_directories(dir / "out");
     WriteText(dir / "out" / "same.png", "old output");
 
@@ -395,7 +352,8 @@ TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestio
 }
 
 TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
-    auto dir = testfiles::FreshDir("exec-no-worker");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
     // A forced stop is the state in which a worker refuses to start.

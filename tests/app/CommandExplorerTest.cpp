@@ -8,14 +8,13 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/RecordingMsg.h"
+#include "support/StandInShell.h"
 
 namespace {
 
@@ -40,11 +39,7 @@ constexpr int kArrivalBoundMs = 30000;
 
 class CommandExplorerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-        savedOutputPath_ = TheSetting().outputPath;
-    }
+    void SetUp() override { savedOutputPath_ = TheSetting().outputPath; }
     void TearDown() override { TheSetting().outputPath = savedOutputPath_; }
 
     std::wstring savedOutputPath_;
@@ -108,6 +103,14 @@ TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
     EXPECT_TRUE(command.item.IsEmpty());
     EXPECT_EQ(command.path, TheSetting().outputPath);
     EXPECT_TRUE(command.openFolder);
+
+    // No output folder yet: the command's checks pass, and running it says so.
+    TheSetting().outputPath.clear();
+    EXPECT_TRUE(command.CanExecute());
+    command.Execute(true, false);
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[1].text, L"出力先フォルダーが、未設定です");
+    EXPECT_EQ(msg.boxes[1].flags, 16u);
     TheSetting().outputPath = saved;
 }
 

@@ -5,18 +5,15 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/RecordingMsg.h"
+#include "support/StandInShell.h"
 
 namespace {
 
 TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) {
-    TestApp();
-    SetUiLanguage(1041);
     CQtChildWatch watch;
     CStandInShell shell;
     shell.Set("xdg-open", 1, true);
@@ -38,6 +35,16 @@ TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) 
         << "xdg-open's 1 (bad arguments) is a bad format";
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + Utf8FromWide(address) + "\n--\n");
+}
+
+TEST(CommandOpenUrlTest, AMissingAddressIsReportedWhenRun) {
+    CRecordingMsg msg;
+    CCommandOpenUrl command(&msg);
+    command.stringId = 1; // no such string
+    EXPECT_TRUE(command.CanExecute());
+    command.Execute(true, false);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"文字列リソースが見つかりません - ", 0), 0u);
 }
 
 } // namespace

@@ -11,9 +11,9 @@
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "foundation/ResString.h"
+#include "support/RecordingMsg.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -42,15 +42,7 @@ public:
     QWidget* focusAtBox = nullptr;
 };
 
-class CommandTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
+TEST(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
     QWidget window;
     auto* layout = new QVBoxLayout(&window);
     auto* first = new QLineEdit(&window);
@@ -91,28 +83,24 @@ TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
     EXPECT_EQ(msg.boxes.size(), 3u);
 }
 
-TEST_F(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
+TEST(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
     QLineEdit control;
     CRecordingMsg msg;
     CScriptedCommand command(&msg, [&control](bool) {
         throw my::CCtrlException(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
     });
     my::CCtrlException original(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
-    try {
-        command.Execute(true, true);
-        FAIL() << "no exception";
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(msg.boxes.size(), 1u);
-        EXPECT_EQ(e.id, 58831);
-        EXPECT_EQ(e.hr, 0x80070002u);
-        EXPECT_EQ(e.text, original.text);
-        EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(&control));
-        EXPECT_EQ(msg.boxes[0].text, original.text);
-    }
+    const auto e = testutil::Thrown<my::CCtrlException>([&] { command.Execute(true, true); });
+    EXPECT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(e.id, 58831);
+    EXPECT_EQ(e.hr, 0x80070002u);
+    EXPECT_EQ(e.text, original.text);
+    EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(&control));
+    EXPECT_EQ(msg.boxes[0].text, original.text);
     EXPECT_EQ(original.text.rfind(L"ファイルを開けませんでした - ", 0), 0u);
 }
 
-TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
+TEST(CommandTest, CanExecuteRunsTheChecksSilently) {
     QWidget window;
     auto* other = new QLineEdit(&window);
     auto* atFault = new QLineEdit(&window);
@@ -141,16 +129,12 @@ TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
     EXPECT_TRUE(msg.boxes.empty());
 }
 
-TEST_F(CommandTest, ForeignExceptionsBecomeTheirTexts) {
+TEST(CommandTest, ForeignExceptionsBecomeTheirTexts) {
     CRecordingMsg msg;
     CScriptedCommand standard(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
-    try {
-        standard.Execute(true, true);
-        FAIL() << "no exception";
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 58722);
-        EXPECT_EQ(e.ctrl, nullptr);
-    }
+    const auto e2 = testutil::Thrown<my::CCtrlException>([&] { standard.Execute(true, true); });
+    EXPECT_EQ(e2.id, 58722);
+    EXPECT_EQ(e2.ctrl, nullptr);
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"標準エラーが発生しました: disk on fire");
 

@@ -15,9 +15,10 @@
 #include <QProgressBar>
 #include <QTimer>
 
-#include "../batch/GateClient.h"
-#include "BatchViewFixture.h"
 #include "batch/AutoCriticalSection.h"
+#include "support/BatchViewFixture.h"
+#include "support/GateClient.h"
+#include "support/ModalBox.h"
 #include "ui/DibWidget.h"
 
 namespace {
@@ -37,8 +38,8 @@ Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText =
               u8 shade = 90) {
     Task task(new lvx::CLunavexTask);
     task->Init(L"/src/in.png", output, nullptr);
-    task->source = testfiles::Solid(64, 48, shade, 2, 3);
-    task->result = testfiles::Solid(64, 48, 4, 5, 6);
+    task->source = testutil::Solid(64, 48, shade, 2, 3);
+    task->result = testutil::Solid(64, 48, 4, 5, 6);
     task->preview.reset(new CPreviewSource);
     EXPECT_EQ(task->preview->Build(*task->source), 0);
     task->errorId = errorId;
@@ -229,15 +230,16 @@ TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithI
             throw std::runtime_error("cannot take the task");
         }
     } throwing;
-    auto dir = testfiles::FreshDir("timer-early-end");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto source = dir / "a.png";
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(8, 8, 1, 2, 3), L"image/png", source));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 8, 1, 2, 3), L"image/png", source));
     view->pool.StopWaitAndClear(kWaitForever);
     for (lvx::CLunavexTaskClient* client : {static_cast<lvx::CLunavexTaskClient*>(view),
                                             static_cast<lvx::CLunavexTaskClient*>(&throwing),
                                             static_cast<lvx::CLunavexTaskClient*>(view)}) {
         Task task(new lvx::CLunavexTask);
-        task->Init(testfiles::W(source), testfiles::W(dir / "out" / "a.png"), client);
+        task->Init(testutil::W(source), testutil::W(dir / "out" / "a.png"), client);
         ASSERT_EQ(task->PreparePngEncoder(), 0u);
         view->pool.Add(task);
     }
@@ -265,21 +267,6 @@ TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithI
     EXPECT_EQ(view->pool.cancelled.Count(), 1u) << "the task left behind is cancelled";
 }
 
-// Waits in the event loop for the modal box, keeps its text and clicks a button of it.
-void AnswerNextBox(QString& text, QMessageBox::StandardButton which, std::function<void()> before) {
-    QTimer::singleShot(0, [&text, which, before] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box) {
-            AnswerNextBox(text, which, before);
-            return;
-        }
-        text = box->text();
-        if (before)
-            before();
-        box->button(which)->click();
-    });
-}
-
 // The end of a frame's window ends the event loop of the program; in a test process the request
 // would end every later modal box at once. A short run of the main loop takes it back.
 void ForgetEarlierQuit() {
@@ -290,10 +277,10 @@ void ForgetEarlierQuit() {
 TEST_F(CommandTimerTest, ClosingDuringABatchAsksAndStopsOnlyWithConsent) {
     ForgetEarlierQuit();
     HoldWorker(1);
-    QString asked;
-    AnswerNextBox(asked, QMessageBox::Cancel, nullptr);
+    testutil::SeenBox asked;
+    testutil::OnNextBox(asked, [](QMessageBox* box) { testutil::Click(box, QMessageBox::Cancel); });
     EXPECT_FALSE(frame_->OnClose());
-    EXPECT_EQ(asked, QStringLiteral("角を丸める処理を実行中です。\n\n中断して終了しますか？"));
+    EXPECT_EQ(asked.text, QStringLiteral("角を丸める処理を実行中です。\n\n中断して終了しますか？"));
     EXPECT_TRUE(view->pool.AnyRunning()) << "Cancel keeps the batch";
     EXPECT_EQ(view->pool.pending.Count(), 1u);
 
@@ -304,20 +291,20 @@ TEST_F(CommandTimerTest, ClosingDuringABatchAsksAndStopsOnlyWithConsent) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         gate.Open();
     });
-    asked.clear();
-    AnswerNextBox(asked, QMessageBox::Ok, nullptr);
+    asked = {};
+    testutil::OnNextBox(asked, [](QMessageBox* box) { testutil::Click(box, QMessageBox::Ok); });
     EXPECT_TRUE(frame_->OnClose());
     opener.join();
-    EXPECT_FALSE(asked.isEmpty());
+    EXPECT_FALSE(asked.text.isEmpty());
     EXPECT_FALSE(view->pool.AnyRunning()) << "OK stops and waits for the worker";
     EXPECT_EQ(view->pool.pending.Count(), 0u);
     EXPECT_EQ(view->pool.cancelled.Count(), 1u);
     EXPECT_EQ(gate.FinishedCount(), 1u);
 
     // Without a running worker the frame closes with no question.
-    asked.clear();
+    asked = {};
     EXPECT_TRUE(frame_->OnClose());
-    EXPECT_TRUE(asked.isEmpty());
+    EXPECT_TRUE(asked.text.isEmpty());
 }
 
 } // namespace

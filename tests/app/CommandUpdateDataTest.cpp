@@ -13,10 +13,10 @@
 #include <QImage>
 #include <QSlider>
 
-#include "../ui/QtTestApp.h"
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/Thrown.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"
@@ -30,8 +30,6 @@ namespace ctl = lvx::ctl;
 class CommandUpdateDataTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         TheSetting() = CSetting();
         table = std::make_unique<CCommandTable>();
         view = std::make_unique<CMainView>();
@@ -44,12 +42,8 @@ protected:
     void Type(i32 id, const std::wstring& text) { SetControlText(view->Control(id), text, true); }
     // The strict update's failure: id, text and control; id 0 when it passes.
     my::CCtrlException Strict() {
-        try {
-            table->updateDataStrict->OnExecute(true);
-        } catch (const my::CCtrlException& e) {
-            return e;
-        }
-        return my::CCtrlException();
+        return testutil::Thrown<my::CCtrlException>(
+            [&] { table->updateDataStrict->OnExecute(true); });
     }
     void Tolerant() { table->updateData->OnExecute(true); }
 

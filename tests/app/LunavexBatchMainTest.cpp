@@ -5,20 +5,17 @@
 #include <fstream>
 #include <string>
 
-#include "../batch/TaskTestFiles.h"
-#include "AddressSpaceLimit.h"
-#include "ShellCommand.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "support/AddressSpaceLimit.h"
+#include "support/Files.h"
+#include "support/LanguageGuard.h"
+#include "support/PixelTestUtil.h"
+#include "support/ShellCommand.h"
 
-using namespace testfiles;
+using namespace testutil;
 
 namespace {
-
-std::string ReadAll(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // Runs lunavex-batch with a shell prefix (such as a ulimit) and the given arguments, English
 // texts, the store below config; standard error only goes to errors.
@@ -42,15 +39,16 @@ std::string Utf16Store(const std::string& asciiBody) {
 } // namespace
 
 TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
-    SetUiLanguage(1033);
-    auto dir = FreshDir("main-damaged");
+    CLanguageGuard english(1033);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
     std::filesystem::create_directories(folder);
     const std::string latin1 = "Windows Registry Editor Version 5.00\r\n\r\n"
                                "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
                                "\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary) << latin1;
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
 
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "", "--format=png " + (dir / "a.png").string(), errors),
@@ -61,7 +59,7 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
             kept = entry.path();
     }
     ASSERT_FALSE(kept.empty());
-    EXPECT_EQ(ReadAll(kept), latin1);
+    EXPECT_EQ(ReadText(kept), latin1);
     std::wstring warning;
     LoadResString(warning, 62010, true);
     const std::string template8 = Utf8FromWide(warning);
@@ -71,13 +69,13 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     EXPECT_EQ(errors,
               template8.substr(0, slot) + kept.string() + template8.substr(slot + 2) + "\n");
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
-    SetUiLanguage(0);
 }
 
 TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
-    SetUiLanguage(1033);
-    auto dir = FreshDir("main-deep");
+    CLanguageGuard english(1033);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     auto folder = dir / "config" / "Harrowmere";
     std::filesystem::create_directories(folder);
     std::string deep = "[HKEY_CURRENT_USER\\Software";
@@ -85,7 +83,7 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
         deep += "\\k";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary)
         << Utf16Store(deep + "]\r\n\"x\"=dword:00000001\r\n");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
 
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
@@ -94,5 +92,4 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
         << errors;
     EXPECT_NE(errors.find("Lunavex32.reg.damaged-"), std::string::npos) << errors;
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
-    SetUiLanguage(0);
 }

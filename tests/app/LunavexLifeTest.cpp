@@ -4,69 +4,41 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
 
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
+#include "platform/RegistryExport.h"
+#include "support/Files.h"
+#include "support/RegistryValues.h"
+#include "support/XdgSandbox.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-using Section = std::map<QString, QString>; // value name ("@" for the default) -> raw data
-using RegFile = std::map<QString, Section>; // key path below HKEY_CURRENT_USER -> values
+const std::wstring kSetting = L"Software\\Harrowmere\\Lunavex32\\Setting";
 
-std::string ReadBytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+// The settings file as the program's own reader sees it; empty when it is no valid store.
+CRegTree ReadStore(const fs::path& file) {
+    CRegTree tree;
+    EXPECT_TRUE(ParseRegistryExport(testutil::ReadBytes(file), tree)) << file;
+    return tree;
 }
 
-// Parses the settings file: UTF-16LE with a byte order mark, "[HKEY_CURRENT_USER\...]" sections,
-// "name"=data lines.
-RegFile ParseRegFile(const std::string& bytes) {
-    RegFile file;
-    if (bytes.size() < 2 || static_cast<unsigned char>(bytes[0]) != 0xFF ||
-        static_cast<unsigned char>(bytes[1]) != 0xFE)
-        return file;
-    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(bytes.data() + 2),
-                                      (bytes.size() - 2) / 2);
-    const QString root = QStringLiteral("HKEY_CURRENT_USER\\");
-    QString current;
-    for (QString line : text.split(QLatin1Char('\n'))) {
-        line = line.trimmed();
-        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
-            current = line.mid(1, line.size() - 2);
-            if (current.startsWith(root))
-                current = current.mid(root.size());
-            file[current];
-            continue;
-        }
-        int equals = line.indexOf(QLatin1String("\"="));
-        if (line.startsWith(QLatin1Char('"')) && equals > 0) {
-            file[current][line.mid(1, equals - 1)] = line.mid(equals + 2);
-            continue;
-        }
-        if (line.startsWith(QLatin1String("@=")))
-            file[current][QStringLiteral("@")] = line.mid(2);
-    }
-    return file;
+// A value of the settings as the file holds it; an empty one when it is missing.
+RegValueData ValueOf(const CRegTree& tree, const std::wstring& key, const std::wstring& name) {
+    const RegKeyData* found = tree.FindKey(key);
+    const RegValueData* value = found ? found->Find(name) : nullptr;
+    return value ? *value : RegValueData{};
 }
 
-QString Dword(unsigned value) {
-    return QStringLiteral("dword:%1").arg(value, 8, 16, QLatin1Char('0'));
-}
+using testutil::Dword;
 
 class LunavexLifeTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        home = fs::temp_directory_path() / ("lvx_life_" + std::to_string(::getpid()));
-        fs::remove_all(home);
-        fs::create_directories(home);
-    }
-    void TearDown() override { fs::remove_all(home); }
-
     // The program's folders below home, the offscreen platform, Japanese; closed by its test hook
     // once shown when closeAfterShow is set.
     QProcessEnvironment Environment(bool closeAfterShow) const {
@@ -127,66 +99,29 @@ protected:
     fs::path SettingsFile() const { return home / "config" / "Harrowmere" / "Lunavex32.reg"; }
     fs::path LogFile() const { return home / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt"; }
 
-    fs::path home;
+    testutil::CTempDir temp;
+    const fs::path home = temp.Path();
 };
 
+// The whole saved file is checked value by value by the settings tests; here it is the program
+// that saves it, on its way out.
 TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndEndsWithOne) {
     ASSERT_FALSE(fs::exists(SettingsFile()));
     EXPECT_EQ(RunProgram(), 1);
-
-    std::string log = ReadBytes(LogFile());
-    EXPECT_EQ(log, std::string("\xFF\xFE"));
-
-    ASSERT_TRUE(fs::exists(SettingsFile()));
-    RegFile reg = ParseRegFile(ReadBytes(SettingsFile()));
-    const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
-    ASSERT_TRUE(reg.count(key));
-    const QString pictures = QString::fromStdString((home / "Pictures").string());
-    EXPECT_EQ(reg[key][QStringLiteral("OutputPath")],
-              QLatin1Char('"') + pictures + QLatin1Char('"'));
-    EXPECT_EQ(reg[key][QStringLiteral("SaveType")], Dword(2));
-    EXPECT_EQ(reg[key][QStringLiteral("JpegQuality")], Dword(80));
-
-    Section shrink = reg[key + QStringLiteral("\\Shrink")];
-    EXPECT_EQ(shrink[QStringLiteral("ShrinkType")], Dword(0));
-    EXPECT_EQ(shrink[QStringLiteral("ShrinkWidth")], Dword(0));
-    EXPECT_EQ(shrink[QStringLiteral("ShrinkHeight")], Dword(0));
-    EXPECT_EQ(shrink[QStringLiteral("CustomWidth")], Dword(200));
-    EXPECT_EQ(shrink[QStringLiteral("CustomHeight")], Dword(1000));
-
-    Section round = reg[key + QStringLiteral("\\Round")];
-    EXPECT_EQ(round[QStringLiteral("BkColor")], Dword(0x00FFFFFF));
-    EXPECT_EQ(round[QStringLiteral("Transparent")], Dword(0));
-    EXPECT_EQ(round[QStringLiteral("EdgeType")], Dword(15));
-    EXPECT_EQ(round[QStringLiteral("BlurType")], Dword(15));
-
-    Section edge = reg[key + QStringLiteral("\\Round\\Edge")];
-    EXPECT_EQ(edge[QStringLiteral("UnitType")], Dword(0));
-    EXPECT_EQ(edge[QStringLiteral("PixelLength")], Dword(100));
-    EXPECT_EQ(edge[QStringLiteral("RateLength")], Dword(50));
-    Section blur = reg[key + QStringLiteral("\\Round\\Blur")];
-    EXPECT_EQ(blur[QStringLiteral("UnitType")], Dword(0));
-    EXPECT_EQ(blur[QStringLiteral("PixelLength")], Dword(10));
-    EXPECT_EQ(blur[QStringLiteral("RateLength")], Dword(10));
-
-    Section window = reg[key + QStringLiteral("\\Window")];
-    EXPECT_EQ(window[QStringLiteral("FullScreen")], Dword(0));
-    for (const char* name : {"Left", "Top", "Right", "Bottom"})
-        EXPECT_TRUE(window[QString::fromLatin1(name)].startsWith(QStringLiteral("dword:"))) << name;
-
-    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder")][QStringLiteral("Count")], Dword(1));
-    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")],
-              QStringLiteral("\"round\""));
+    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
+    const CRegTree store = ReadStore(SettingsFile());
+    EXPECT_EQ(ValueOf(store, kSetting, L"OutputPath"),
+              testutil::Text(1, (home / "Pictures").wstring()));
+    EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
+    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
 }
 
 TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
     EXPECT_EQ(RunAndTerminate(), 1);
-    RegFile reg = ParseRegFile(ReadBytes(SettingsFile()));
-    const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
     // Reading creates only the application key; the values come from the save on the way out.
-    EXPECT_EQ(reg[key][QStringLiteral("SaveType")], Dword(2));
-    EXPECT_EQ(reg[key + QStringLiteral("\\SubFolder\\00")][QStringLiteral("@")],
-              QStringLiteral("\"round\""));
+    const CRegTree store = ReadStore(SettingsFile());
+    EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
+    EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
 }
 
 TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
@@ -212,24 +147,19 @@ TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
 
 TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
     ASSERT_EQ(RunProgram(), 1);
-    std::string first = ReadBytes(SettingsFile());
-    ASSERT_FALSE(first.empty());
     // A stored value that differs from its default comes back and is saved again.
-    RegFile before = ParseRegFile(first);
-    std::string edited = first;
-    QString text = QString::fromUtf16(reinterpret_cast<const char16_t*>(first.data() + 2),
-                                      (first.size() - 2) / 2);
-    text.replace(QStringLiteral("\"JpegQuality\"=dword:00000050"),
-                 QStringLiteral("\"JpegQuality\"=dword:0000005a"));
-    std::ofstream(SettingsFile(), std::ios::binary | std::ios::trunc)
-        << std::string("\xFF\xFE", 2)
-        << std::string(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
+    const CRegTree first = ReadStore(SettingsFile());
+    std::wstring text = XdgSandbox::ReadUtf16File(SettingsFile());
+    const std::wstring from = L"\"JpegQuality\"=dword:00000050";
+    ASSERT_NE(text.find(from), std::wstring::npos);
+    text.replace(text.find(from), from.size(), L"\"JpegQuality\"=dword:0000005a");
+    const std::vector<u8> body = Utf16LeFromWide(text);
+    testutil::WriteText(SettingsFile(), "\xFF\xFE" + std::string(body.begin(), body.end()));
     EXPECT_EQ(RunProgram(), 1);
-    RegFile after = ParseRegFile(ReadBytes(SettingsFile()));
-    const QString key = QStringLiteral("Software\\Harrowmere\\Lunavex32\\Setting");
-    EXPECT_EQ(after[key][QStringLiteral("JpegQuality")], Dword(90));
-    EXPECT_EQ(after[key][QStringLiteral("OutputPath")], before[key][QStringLiteral("OutputPath")]);
-    EXPECT_EQ(ReadBytes(LogFile()), std::string("\xFF\xFE"));
+    const CRegTree second = ReadStore(SettingsFile());
+    EXPECT_EQ(ValueOf(second, kSetting, L"JpegQuality"), Dword(90));
+    EXPECT_EQ(ValueOf(second, kSetting, L"OutputPath"), ValueOf(first, kSetting, L"OutputPath"));
+    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
 }
 
 } // namespace

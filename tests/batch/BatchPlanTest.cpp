@@ -6,26 +6,22 @@
 #include <fstream>
 #include <map>
 
-#include "TaskTestFiles.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
 
-using namespace testfiles;
+using namespace testutil;
 namespace fs = std::filesystem;
 
 namespace {
 
 class BatchPlanTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetUiLanguage(1041);
-        dir = FreshDir("plan");
-    }
-
     fs::path Image(const std::string& name) {
         const fs::path path = dir / name;
-        EXPECT_TRUE(Write(*Solid(8, 6, 1, 2, 3), L"image/png", path));
+        EXPECT_TRUE(SaveImage(*Solid(8, 6, 1, 2, 3), L"image/png", path));
         return path;
     }
 
@@ -51,7 +47,8 @@ protected:
         return files;
     }
 
-    fs::path dir;
+    testutil::CTempDir temp;
+    const fs::path dir = temp.Path();
     CSetting settings;
     std::vector<lvx::PlannedFile> planned;
 };
@@ -60,7 +57,7 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     const fs::path a = Image("a.png");
     const fs::path b = Image("b.png");
     fs::create_directories(dir / "round");
-    std::ofstream(dir / "round" / "b.jpg") << "old";
+    testutil::WriteText(dir / "round" / "b.jpg", "old");
     EXPECT_EQ(Refusal({a, b}), L"");
     ASSERT_EQ(planned.size(), 2u);
     EXPECT_EQ(planned[0].task->inputPath, W(a));
@@ -127,7 +124,7 @@ TEST_F(BatchPlanTest, RefusesTwoSourcesWithOneOutputAndThingsInTheOutputsWay) {
     EXPECT_EQ(Refusal({a}), L"出力先に同じ名前のフォルダーがあるため中止しました\n\n" +
                                 W(dir / "round" / "a.jpg"));
     fs::remove_all(dir / "round");
-    std::ofstream(dir / "round") << "a file";
+    testutil::WriteText(dir / "round", "a file");
     EXPECT_EQ(Refusal({a}), L"出力先のフォルダーを作れません。同じ名前のファイルがあります\n\n" +
                                 W(dir / "round"));
     settings.subFolders.Add(L"round/deeper");

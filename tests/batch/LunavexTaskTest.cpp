@@ -7,32 +7,26 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include "../image/PixelTestUtil.h"
-#include "TaskTestFiles.h"
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "image/ImageIo.h"
+#include "support/Files.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
+#include "support/Thrown.h"
 
-using namespace testfiles;
+using namespace testutil;
 
 namespace {
 
 class LunavexTaskTest : public ::testing::Test {
 protected:
-    void SetUp() override { SetUiLanguage(1041); }
-
     // Settings that round every corner by 10 px over green and fade no edge.
     static RoundSettings RoundOverGreen(bool transparent) {
         RoundSettings r;
@@ -65,8 +59,9 @@ protected:
 };
 
 TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
-    auto dir = FreshDir("outcomes");
-    ASSERT_TRUE(Write(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
     const std::wstring src = W(dir / "src.png");
 
     // PNG without transparent: opaque, the cut corner is exactly the background colour.
@@ -94,10 +89,8 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     ASSERT_EQ(task->errorId, 0);
     task = RunTask(src, W(dir / "out" / "b.jpg"), 2, RoundOverGreen(true));
     ASSERT_EQ(task->errorId, 0);
-    std::ifstream a(dir / "out" / "a.jpg", std::ios::binary),
-        b(dir / "out" / "b.jpg", std::ios::binary);
-    std::string bytesA((std::istreambuf_iterator<char>(a)), {}),
-        bytesB((std::istreambuf_iterator<char>(b)), {});
+    const std::string bytesA = ReadText(dir / "out" / "a.jpg");
+    const std::string bytesB = ReadText(dir / "out" / "b.jpg");
     ASSERT_GT(bytesA.size(), 100u);
     EXPECT_EQ(bytesA, bytesB);
     CDibPtr jpeg = Load(W(dir / "out" / "a.jpg"));
@@ -114,8 +107,9 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
 }
 
 TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
-    auto dir = FreshDir("shrink");
-    ASSERT_TRUE(Write(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
     ShrinkSettings shrink;
     shrink.shrinkType = 2;
     shrink.shrinkWidth = shrink.shrinkHeight = 640;
@@ -134,9 +128,10 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
 }
 
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
-    auto dir = FreshDir("failures");
-    ASSERT_TRUE(Write(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
-    std::ofstream(dir / "notes.txt") << "this is no image";
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
+    testutil::WriteText(dir / "notes.txt", "this is no image");
 
     // No encoder: 200, before anything happens on disk.
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -162,7 +157,7 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
 
     // A folder that cannot be made because a file is in its way, at its own name or above it:
     // 58998 with the text that says so, and the folder.
-    std::ofstream(dir / "blocker") << "x";
+    testutil::WriteText(dir / "blocker", "x");
     for (const auto& output : {dir / "blocker" / "sub" / "ok.png", dir / "blocker" / "ok.png"}) {
         task = RunTask(W(dir / "ok.png"), W(output), 1, RoundSettings{});
         EXPECT_EQ(task->errorId, 58998);
@@ -201,35 +196,10 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
         << "nothing is saved after a failure";
 }
 
-namespace {
-
-void PutLittleEndian(std::vector<char>& out, u32 value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        out.push_back(static_cast<char>(value >> (8 * i)));
-}
-
-// An 8-bit run-length BMP of the given size whose data ends at once: a few bytes for any size.
-void WriteEmptyRunLengthBmp(const std::filesystem::path& path, u32 width, u32 height) {
-    std::vector<char> file = {'B', 'M'};
-    PutLittleEndian(file, 14 + 40 + 4 + 2, 4);
-    PutLittleEndian(file, 0, 4);
-    PutLittleEndian(file, 14 + 40 + 4, 4);
-    for (u32 value : {40u, width, height})
-        PutLittleEndian(file, value, 4);
-    PutLittleEndian(file, 1, 2);
-    PutLittleEndian(file, 8, 2);
-    for (u32 value : {1u, 2u, 0u, 0u, 1u, 0u})
-        PutLittleEndian(file, value, 4);
-    PutLittleEndian(file, 0x00808080, 4); // palette: one grey
-    file.insert(file.end(), {0, 1});      // end of bitmap
-    std::ofstream(path, std::ios::binary).write(file.data(), static_cast<long>(file.size()));
-}
-
-} // namespace
-
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
-    auto dir = FreshDir("refused");
-    ASSERT_TRUE(Write(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
 
     // A limit of one pixel less than the image: the size and the limit in the text.
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -250,7 +220,12 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     EXPECT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
 
     // The default limit against a 30000 x 30000 header: big numbers come in groups of three.
-    WriteEmptyRunLengthBmp(dir / "huge.bmp", 30000, 30000);
+    // An 8-bit run-length BMP whose data ends at once: a few bytes for any size.
+    BmpParts huge{.width = 30000, .height = 30000, .bitCount = 8, .compression = kBmpRle8};
+    huge.colorsUsed = 1;
+    huge.palette = {0x80, 0x80, 0x80, 0};
+    huge.pixels = {0, 1};
+    WriteBytes(dir / "huge.bmp", MakeBmp(huge));
     task = RunTask(W(dir / "huge.bmp"), W(dir / "out" / "huge.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 62023);
     EXPECT_NE(task->errorText.find(L": 30,000 × 30,000 ピクセル (上限は 268,402,689 ピクセル)"),
@@ -258,52 +233,31 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
         << testing::PrintToString(task->errorText);
 
     // A JPEG of one scan more than the limit: refused with the limit in the text.
-    std::vector<char> jpeg = {'\xFF', '\xD8'};
+    std::vector<u8> jpeg = {0xFF, 0xD8};
     for (u32 i = 0; i <= kDefaultMaxScans; ++i)
-        jpeg.insert(jpeg.end(), {'\xFF', '\xDA', 0, 8, 1, 1, 0, 0, 0, 0x10});
-    jpeg.insert(jpeg.end(), {'\xFF', '\xD9'});
-    std::ofstream(dir / "scans.jpg", std::ios::binary)
-        .write(jpeg.data(), static_cast<long>(jpeg.size()));
+        jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0, 0x10});
+    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+    WriteBytes(dir / "scans.jpg", jpeg);
     task = RunTask(W(dir / "scans.jpg"), W(dir / "out" / "scans.png"), 1, RoundSettings{});
     EXPECT_EQ(task->errorId, 62024);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kTooManyScans) +
                                    L" (上限は 1,000 スキャン)\n\n" + W(dir / "scans.jpg"));
-
-    // A socket where a file was expected: not an ordinary file, rather than a device failure.
-    const std::filesystem::path socketPath = dir / "s.png";
-    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_GE(listener, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(socketPath.string().size(), sizeof address.sun_path);
-    std::strcpy(address.sun_path, socketPath.c_str());
-    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    task = RunTask(W(socketPath), W(dir / "out" / "s.png"), 1, RoundSettings{});
-    ::close(listener);
-    EXPECT_EQ(task->errorId, 201);
-    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " +
-                                   ResultText(hr::kNotOrdinaryFile) + L"\n\n" + W(socketPath));
-    EXPECT_NE(task->errorText.find(L"通常のファイルではありません"), std::wstring::npos);
 }
 
 // A task that keeps no images streams its file; its output and its failures must be those of a
 // task that keeps them.
 TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
-    auto dir = FreshDir("streamed");
-    auto picture = MakeImage(120, 90, [](i32 x, i32 y, u8* p) {
-        p[0] = static_cast<u8>(x * 2);
-        p[1] = static_cast<u8>(y * 3);
-        p[2] = static_cast<u8>((x ^ y) * 5);
-        p[3] = static_cast<u8>(x < 60 ? 255 : 128 + y);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    auto picture = MakeDib(120, 90, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 2), static_cast<u8>(y * 3), static_cast<u8>((x ^ y) * 5),
+                    static_cast<u8>(x < 60 ? 255 : 128 + y)};
     });
-    ASSERT_TRUE(Write(*picture, L"image/png", dir / "alpha.png"));
-    ASSERT_TRUE(Write(*picture, L"image/jpeg", dir / "photo.jpg"));
-    std::ofstream(dir / "notes.txt") << "this is no image";
-    {
-        std::ifstream in(dir / "photo.jpg", std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        std::ofstream(dir / "cut.jpg", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-    }
+    ASSERT_TRUE(SaveImage(*picture, L"image/png", dir / "alpha.png"));
+    ASSERT_TRUE(SaveImage(*picture, L"image/jpeg", dir / "photo.jpg"));
+    testutil::WriteText(dir / "notes.txt", "this is no image");
+    const std::string photo = ReadText(dir / "photo.jpg");
+    WriteText(dir / "cut.jpg", photo.substr(0, photo.size() / 2));
     auto run = [&](const std::string& source, u32 saveType, bool transparent,
                    const ShrinkSettings& shrink, bool keepsImages) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -319,9 +273,7 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
         task->keepsImages = keepsImages;
         task->makesPreview = true;
         task->Run();
-        std::ifstream in(dir / output, std::ios::binary);
-        return std::make_pair(task, std::string((std::istreambuf_iterator<char>(in)),
-                                                std::istreambuf_iterator<char>()));
+        return std::make_pair(task, ReadText(dir / output));
     };
     ShrinkSettings none;
     ShrinkSettings zero;
@@ -379,28 +331,11 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
     EXPECT_FALSE(run("alpha.png", 1, true, none, false).second.empty());
 }
 
-TEST_F(LunavexTaskTest, TheClientHearsOfEveryTaskOnItsThread) {
-    struct Recorder : lvx::CLunavexTaskClient {
-        std::vector<i32> ids;
-        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask> task) override {
-            ids.push_back(task->errorId);
-        }
-    } recorder;
-    auto dir = FreshDir("client");
-    ASSERT_TRUE(Write(*Solid(4, 4, 1, 2, 3), L"image/png", dir / "a.png"));
-    for (const char* name : {"a.png", "missing.png"}) {
-        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-        task->Init(W(dir / name), W(dir / "r" / name), &recorder);
-        task->PreparePngEncoder();
-        task->Run();
-    }
-    EXPECT_EQ(recorder.ids, (std::vector<i32>{0, 201}));
-}
-
 TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFile) {
-    auto dir = FreshDir("replace");
-    ASSERT_TRUE(Write(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
-    ASSERT_TRUE(Write(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    ASSERT_TRUE(SaveImage(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
+    ASSERT_TRUE(SaveImage(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
     const auto output = dir / "out" / "same.png";
     auto makeTask = [&](const char* source, bool replace) {
         boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
@@ -408,10 +343,6 @@ TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFil
         EXPECT_EQ(task->PreparePngEncoder(), 0u);
         task->replaceExisting = replace;
         return task;
-    };
-    auto bytesOf = [](const std::filesystem::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     };
     auto pixelOf = [&](const std::filesystem::path& path) {
         CDibPtr image = Load(W(path));
@@ -424,14 +355,14 @@ TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFil
     auto first = makeTask("a.png", false);
     first->Run();
     ASSERT_EQ(first->errorId, 0) << testing::PrintToString(first->errorText);
-    const auto firstBytes = bytesOf(output);
+    const auto firstBytes = ReadText(output);
     auto second = makeTask("b.png", false);
     second->Run();
     EXPECT_EQ(second->errorId, 62042);
     EXPECT_EQ(second->errorText,
               L"確認した後に出力ファイルが作られていたため、置き換えずに中止しました\n\n" +
                   W(output));
-    EXPECT_EQ(bytesOf(output), firstBytes);
+    EXPECT_EQ(ReadText(output), firstBytes);
     EXPECT_EQ(pixelOf(output), pixelOf(dir / "a.png"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "out"),
                             std::filesystem::directory_iterator()),
@@ -474,23 +405,16 @@ TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {
 
     SetCtrlResolver([](i32 id) { return reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(id)); });
     settings.subFolders.Add(L"");
-    try {
-        lvx::MakeOutputPath(out, L"/pics/x.png", settings);
-        ADD_FAILURE() << "an empty sub-folder name is refused";
-    } catch (const my::CCtrlException& e) {
-        EXPECT_EQ(e.id, 187);
-        EXPECT_EQ(e.text, L"サブフォルダ名が空です");
-        EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
-    }
+    const auto e = testutil::Thrown<my::CCtrlException>(
+        [&] { lvx::MakeOutputPath(out, L"/pics/x.png", settings); });
+    EXPECT_EQ(e.id, 187);
+    EXPECT_EQ(e.text, L"サブフォルダ名が空です");
+    EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
     SetCtrlResolver(nullptr);
     settings.subFolders.Add(L"round");
-    try {
-        lvx::MakeOutputPath(out, L"/pics/", settings);
-        ADD_FAILURE() << "a path with no file name is refused";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 188);
-        EXPECT_EQ(e.text, L"ファイルパスが不正です\n\n/pics/");
-    }
+    const auto e2 = testutil::Thrown([&] { lvx::MakeOutputPath(out, L"/pics/", settings); });
+    EXPECT_EQ(e2.id, 188);
+    EXPECT_EQ(e2.text, L"ファイルパスが不正です\n\n/pics/");
 }
 
 } // namespace

@@ -10,11 +10,12 @@
 
 #include <vips/vips.h>
 
-#include "GateClient.h"
-#include "TaskTestFiles.h"
 #include "foundation/ThreadPriority.h"
 #include "image/Codec.h"
 #include "image/ImageIo.h"
+#include "support/Files.h"
+#include "support/GateClient.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 
@@ -158,13 +159,14 @@ private:
 };
 
 TEST(TaskThreadTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterABatchFile) {
-    auto dir = testfiles::FreshDir("idle-workers");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     // The main thread encodes and decodes first, as the previews do: in a fresh process libvips'
     // pool then holds workers that this thread made, at normal priority.
-    ASSERT_TRUE(testfiles::Write(*testfiles::Solid(640, 480, 10, 120, 230), L"image/jpeg",
-                                 dir / "photo.jpg"));
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(640, 480, 10, 120, 230), L"image/jpeg",
+                                    dir / "photo.jpg"));
     CDibPtr preview;
-    ASSERT_EQ(LoadImageFile(preview, testfiles::W(dir / "photo.jpg")), 0u);
+    ASSERT_EQ(LoadImageFile(preview, testutil::W(dir / "photo.jpg")), 0u);
     CMainThreadVipsWorker parked;
     ASSERT_EQ(::sched_getscheduler(parked.Tid()), SCHED_OTHER);
     std::vector<int> before = VipsWorkerPolicies();
@@ -173,7 +175,7 @@ TEST(TaskThreadTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterABatchFile) {
     gate.Open();
     CTaskThreadPool pool;
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(testfiles::W(dir / "photo.jpg"), testfiles::W(dir / "out" / "photo.png"), &gate);
+    task->Init(testutil::W(dir / "photo.jpg"), testutil::W(dir / "out" / "photo.png"), &gate);
     ASSERT_EQ(task->PrepareEncoder(1, 80), 0u);
     pool.Add(task);
     ASSERT_TRUE(pool.threads[0]->Start());

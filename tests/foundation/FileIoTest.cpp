@@ -18,63 +18,18 @@
 
 #include "foundation/Paths.h"
 #include "foundation/Win32Error.h"
+#include "support/ChildProcess.h"
+#include "support/Files.h"
 
 namespace fs = std::filesystem;
+using namespace testutil;
 
 namespace {
-
-// A fresh folder of its own for each test, removed at the end.
-class CScratch {
-public:
-    CScratch() {
-        std::string pattern = (fs::temp_directory_path() / "lvx-fileio-XXXXXX").string();
-        root_ = ::mkdtemp(pattern.data());
-    }
-    ~CScratch() {
-        std::error_code error;
-        fs::remove_all(root_, error);
-    }
-    fs::path operator/(const std::string& name) const { return root_ / name; }
-    const fs::path& Root() const { return root_; }
-
-private:
-    fs::path root_;
-};
-
-std::wstring W(const fs::path& path) {
-    return FromFileSystemPath(path.string());
-}
-
-std::string ReadText(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void WriteText(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
 
 i32 WriteAtomically(const fs::path& path, const std::string& text,
                     const AtomicWriteOptions& options = {}) {
     return WriteFileAtomically(W(path), reinterpret_cast<const u8*>(text.data()), text.size(),
                                options);
-}
-
-std::vector<std::string> Names(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-// The pid of a process that has ended and been reaped.
-pid_t DeadPid() {
-    pid_t pid = ::fork();
-    if (pid == 0)
-        ::_exit(0);
-    ::waitpid(pid, nullptr, 0);
-    return pid;
 }
 
 std::string TempName(pid_t pid, int n) {
@@ -84,7 +39,7 @@ std::string TempName(pid_t pid, int n) {
 } // namespace
 
 TEST(FileIoTest, AtomicWriteReplacesTheWholeFileAndLeavesNothingBeside) {
-    CScratch dir;
+    CTempDir dir;
     AtomicWriteOptions privateFile;
     privateFile.newFileMode = 0600;
     ASSERT_EQ(WriteAtomically(dir / "a.bin", std::string("one\0two", 7), privateFile), 0);
@@ -100,27 +55,27 @@ TEST(FileIoTest, AtomicWriteReplacesTheWholeFileAndLeavesNothingBeside) {
     EXPECT_EQ(ReadText(dir / "b.bin"), "short");
     EXPECT_EQ(fs::status(dir / "b.bin").permissions() & fs::perms::all,
               fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"a.bin", "b.bin"}));
+    EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"a.bin", "b.bin"}));
 
     // A missing folder, and a folder in the target's place: nothing is left behind.
     EXPECT_EQ(WriteAtomically(dir / "missing" / "c.bin", "x"), win32::kFileNotFound);
     fs::create_directory(dir / "taken");
     EXPECT_NE(WriteAtomically(dir / "taken", "x"), 0);
-    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
+    EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
 
     // A write stopped before the rename leaves the old file and its temporary file.
     AtomicWriteOptions stopped;
     stopped.beforeReplace = [] { return false; };
     EXPECT_EQ(WriteAtomically(dir / "b.bin", "never", stopped), win32::kOperationAborted);
     EXPECT_EQ(ReadText(dir / "b.bin"), "short");
-    std::vector<std::string> names = Names(dir.Root());
+    std::vector<std::string> names = FileNames(dir.Path());
     ASSERT_EQ(names.size(), 4u);
     EXPECT_EQ(names[0].substr(0, 4), ".lvx");
     EXPECT_EQ(ReadText(dir / names[0]), "never");
 }
 
 TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
-    CScratch dir;
+    CTempDir dir;
     fs::create_directories(dir / "dotfiles");
     fs::create_directories(dir / "config");
     WriteText(dir / "dotfiles" / "settings", "old");
@@ -135,7 +90,7 @@ TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
     EXPECT_TRUE(fs::is_symlink(dir / "config" / "settings"));
     EXPECT_TRUE(fs::is_symlink(dir / "config" / "first"));
     EXPECT_EQ(ReadText(dir / "dotfiles" / "settings"), "new");
-    EXPECT_EQ(Names(dir / "dotfiles"), std::vector<std::string>{"settings"});
+    EXPECT_EQ(FileNames(dir / "dotfiles"), std::vector<std::string>{"settings"});
 
     // A link to a file that does not exist yet: the file is made where the link points.
     fs::create_symlink(dir / "dotfiles" / "later", dir / "config" / "later");
@@ -158,7 +113,7 @@ TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
 }
 
 TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
-    CScratch dir;
+    CTempDir dir;
     AtomicWriteOptions onlyNew;
     onlyNew.replaceExisting = false;
     ASSERT_EQ(WriteAtomically(dir / "new.bin", "made", onlyNew), 0);
@@ -175,11 +130,11 @@ TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
     fs::create_directory(dir / "folder");
     EXPECT_EQ(WriteAtomically(dir / "folder", "x", onlyNew), win32::kFileExists);
     EXPECT_TRUE(fs::is_empty(dir / "folder"));
-    EXPECT_EQ(Names(dir.Root()), (std::vector<std::string>{"folder", "link", "new.bin"}));
+    EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"folder", "link", "new.bin"}));
 }
 
 TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
-    CScratch dir;
+    CTempDir dir;
     fs::create_directories(dir / "out");
     fs::create_directories(dir / "elsewhere");
     const pid_t dead = DeadPid();
@@ -194,7 +149,7 @@ TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
     std::vector<std::string> kept{".lvx" + std::to_string(dead) + "-x.tmp", TempName(dead, 1), mine,
                                   "a.png"};
     std::sort(kept.begin(), kept.end());
-    EXPECT_EQ(Names(dir / "out"), kept);
+    EXPECT_EQ(FileNames(dir / "out"), kept);
     EXPECT_EQ(ReadText(dir / "elsewhere" / "victim"), "keep");
 
     // A save killed between writing and renaming leaves its temporary file; the next process
@@ -214,17 +169,17 @@ TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
     ::waitpid(child, &status, 0);
     ASSERT_TRUE(WIFEXITED(status));
     ASSERT_EQ(WEXITSTATUS(status), 7);
-    std::vector<std::string> left = Names(dir / "round");
+    std::vector<std::string> left = FileNames(dir / "round");
     ASSERT_EQ(left.size(), 1u);
     EXPECT_TRUE(left[0].starts_with(".lvx" + std::to_string(child) + "-")) << left[0];
 
     ASSERT_EQ(WriteAtomically(dir / "round" / "b.png", "whole"), 0);
-    EXPECT_EQ(Names(dir / "round"), std::vector<std::string>{"b.png"});
+    EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"b.png"});
     EXPECT_EQ(ReadText(dir / "round" / "b.png"), "whole");
 }
 
 TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {
-    CScratch dir;
+    CTempDir dir;
     WriteText(dir / "victim", "precious");
     fs::create_symlink(dir / "victim", dir / "LOG.txt");
     fs::create_symlink(dir / "nowhere", dir / "lock");
@@ -261,5 +216,5 @@ TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "precious");
     EXPECT_EQ(ReadWholeFile(W(dir / "missing"), bytes, exists), 0);
     EXPECT_FALSE(exists);
-    EXPECT_EQ(ReadWholeFile(W(dir.Root()), bytes, exists), win32::kAccessDenied);
+    EXPECT_EQ(ReadWholeFile(W(dir.Path()), bytes, exists), win32::kAccessDenied);
 }

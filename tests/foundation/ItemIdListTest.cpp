@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -62,13 +63,9 @@ TEST(ItemIdListTest, SizesCountLengthsAndTheTerminator) {
 
     EXPECT_EQ(ListSizeAsInt(0x7FFFFFFF), 0x7FFFFFFF);
     CLanguageGuard japanese(1041);
-    try {
-        ListSizeAsInt(0x80000000u);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58726);
-        EXPECT_EQ(e.text, L"size_t から int へのキャストはできません: 2147483648");
-    }
+    const auto e = testutil::Thrown([&] { ListSizeAsInt(0x80000000u); });
+    EXPECT_EQ(e.id, 58726);
+    EXPECT_EQ(e.text, L"size_t から int へのキャストはできません: 2147483648");
 }
 
 TEST(ItemIdListTest, JoinPutsTheItemsOfBothBehindEachOther) {
@@ -165,15 +162,11 @@ TEST(ItemIdListTest, ListsWithoutALocalPathFail) {
         EXPECT_EQ(PathOf(uri, path), 0x80004005u);
         EXPECT_TRUE(path.empty());
         CItemIDList list = Owned({uri});
-        try {
-            list.GetPathOrThrow();
-            FAIL() << "no exception";
-        } catch (const my::CException& e) {
-            EXPECT_EQ(e.id, 58811);
-            EXPECT_EQ(e.hr, 0x80004005u);
-            EXPECT_EQ(e.text, failText);
-            EXPECT_EQ(e.text, L"ID リストからパスの変換に失敗しました: " + ResultText(0x80004005));
-        }
+        const auto e2 = testutil::Thrown([&] { list.GetPathOrThrow(); });
+        EXPECT_EQ(e2.id, 58811);
+        EXPECT_EQ(e2.hr, 0x80004005u);
+        EXPECT_EQ(e2.text, failText);
+        EXPECT_EQ(e2.text, L"ID リストからパスの変換に失敗しました: " + ResultText(0x80004005));
     }
 
     // A null list, and the desktop alone, have no path either.

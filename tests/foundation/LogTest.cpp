@@ -12,64 +12,58 @@
 #include <sys/stat.h>
 
 #include "foundation/Paths.h"
+#include "support/Files.h"
 
 namespace {
 
-std::vector<unsigned char> ReadBytes(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-std::filesystem::path TempDir(const char* name) {
-    auto dir =
-        std::filesystem::temp_directory_path() / ("lvx-log-" + std::to_string(::getpid())) / name;
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-    return dir;
-}
+using namespace testutil;
 
 TEST(LogTest, LineEndsBecomeCrLfAndCarriageReturnsAreDropped) {
-    auto dir = TempDir("bytes");
+    CTempDir temp;
+    const auto dir = temp.Path();
     for (const wchar_t* text : {L"a\nb", L"a\r\nb"}) {
         auto path = dir / "LOG.txt";
         CLogFile log;
         ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
         log.Write(text);
         log.Close();
-        std::vector<unsigned char> expected{0xFF, 0xFE, 0x61, 0, 0x0D, 0, 0x0A, 0, 0x62, 0};
+        std::vector<u8> expected{0xFF, 0xFE, 0x61, 0, 0x0D, 0, 0x0A, 0, 0x62, 0};
         EXPECT_EQ(ReadBytes(path), expected);
     }
 }
 
 TEST(LogTest, CharactersBeyondTheBasicPlaneBecomeSurrogatePairs) {
-    auto path = TempDir("wide") / "LOG.txt";
+    CTempDir temp;
+    auto path = temp / "LOG.txt";
     CLogFile log;
     ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
     log.Write(L"\U0001F600あ");
     log.Close();
-    std::vector<unsigned char> expected{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30};
+    std::vector<u8> expected{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30};
     EXPECT_EQ(ReadBytes(path), expected);
 }
 
 TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {
-    auto state = TempDir("state");
+    CTempDir temp;
+    const auto state = temp.Path();
     ::setenv("XDG_STATE_HOME", state.c_str(), 1);
     // An earlier run's log is cut.
     std::filesystem::create_directories(state / "Harrowmere" / "Lunavex32");
-    std::ofstream(state / "Harrowmere" / "Lunavex32" / "LOG.txt") << "old contents";
+    testutil::WriteText(state / "Harrowmere" / "Lunavex32" / "LOG.txt", "old contents");
     StartLog();
     ASSERT_TRUE(TheLog());
     EXPECT_TRUE(TheLog()->good());
     StopLog();
     EXPECT_FALSE(TheLog());
-    std::vector<unsigned char> expected{0xFF, 0xFE};
+    std::vector<u8> expected{0xFF, 0xFE};
     EXPECT_EQ(ReadBytes(state / "Harrowmere" / "Lunavex32" / "LOG.txt"), expected);
     ::unsetenv("XDG_STATE_HOME");
 }
 
 TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
-    auto dir = TempDir("linked");
-    std::ofstream(dir / "victim") << "precious";
+    CTempDir temp;
+    const auto dir = temp.Path();
+    testutil::WriteText(dir / "victim", "precious");
     std::filesystem::create_symlink(dir / "victim", dir / "LOG.txt");
     std::filesystem::create_symlink(dir / "nowhere", dir / "LOG2.txt");
     for (const char* name : {"LOG.txt", "LOG2.txt"}) {
@@ -78,10 +72,10 @@ TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
         log.Write(L"x");
         log.Close();
         EXPECT_FALSE(std::filesystem::is_symlink(dir / name)) << name;
-        std::vector<unsigned char> expected{0xFF, 0xFE, 0x78, 0};
+        std::vector<u8> expected{0xFF, 0xFE, 0x78, 0};
         EXPECT_EQ(ReadBytes(dir / name), expected) << name;
     }
-    std::vector<unsigned char> untouched{'p', 'r', 'e', 'c', 'i', 'o', 'u', 's'};
+    std::vector<u8> untouched{'p', 'r', 'e', 'c', 'i', 'o', 'u', 's'};
     EXPECT_EQ(ReadBytes(dir / "victim"), untouched);
     EXPECT_FALSE(std::filesystem::exists(dir / "nowhere"));
 
@@ -94,8 +88,9 @@ TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {
 }
 
 TEST(LogTest, AFolderThatCannotBeMadeLeavesAClosedStreamAndGoesOn) {
-    auto dir = TempDir("blocked");
-    std::ofstream(dir / "file") << "x";
+    CTempDir temp;
+    const auto dir = temp.Path();
+    testutil::WriteText(dir / "file", "x");
     ::setenv("XDG_STATE_HOME", (dir / "file").c_str(), 1); // a file where the folder should be
     StartLog();
     ASSERT_TRUE(TheLog());

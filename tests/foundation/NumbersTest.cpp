@@ -28,14 +28,6 @@ std::wstring ParsedUnsigned(const std::wstring& text) {
 
 } // namespace
 
-TEST(Numbers, ToText) {
-    EXPECT_EQ(ToText(0), L"0");
-    EXPECT_EQ(ToText(-42), L"-42");
-    EXPECT_EQ(ToText(1234567), L"1234567");
-    EXPECT_EQ(ToText(static_cast<u32>(4294967295u)), L"4294967295");
-    EXPECT_EQ(ToText(static_cast<i64>(-5000000000)), L"-5000000000");
-}
-
 TEST(Numbers, FormatFixed) {
     EXPECT_EQ(FormatFixed(105, 1), L"10.5");
     EXPECT_EQ(FormatFixed(100, 1), L"10");

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "foundation/Win32Error.h"
+#include "support/Files.h"
 
 namespace {
 
@@ -16,14 +17,6 @@ public:
     WindowsStyle() { SetPathStyle(PathStyle::Windows); }
     ~WindowsStyle() { SetPathStyle(PathStyle::Posix); }
 };
-
-std::filesystem::path TempDir(const char* name) {
-    auto dir =
-        std::filesystem::temp_directory_path() / ("lvx-paths-" + std::to_string(::getpid())) / name;
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-    return dir;
-}
 
 TEST(PathsTest, AppendAndSplitInThePlatformStyle) {
     std::wstring p = L"/a/b";
@@ -97,14 +90,15 @@ TEST(PathsTest, WindowsRulesThroughTheStyleSetting) {
 }
 
 TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
-    auto dir = TempDir("make");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     std::wstring deep = FromFileSystemPath((dir / "a" / "b" / "c").string());
     EXPECT_EQ(CreateFolderTree(deep), 0);
     EXPECT_TRUE(IsDirectory(deep));
     EXPECT_EQ(CreateFolderTree(deep), 0); // exists already
 
     std::wstring file = FromFileSystemPath((dir / "file").string());
-    std::ofstream(dir / "file") << "x";
+    testutil::WriteText(dir / "file", "x");
     EXPECT_TRUE(IsExistingFile(file));
     EXPECT_TRUE(FileExists(file));
     // A file in the folder's place, or in the place of a folder above it, is no success, and the
@@ -121,9 +115,10 @@ TEST(PathsTest, FileSystemNamesAreUtf8) {
     EXPECT_EQ(ToFileSystemPath(L"/写真/ä.png"), "/\xE5\x86\x99\xE7\x9C\x9F/\xC3\xA4.png");
     EXPECT_EQ(FromFileSystemPath("/\xE5\x86\x99\xE7\x9C\x9F"), L"/写真");
     // A name that is not UTF-8 comes back with the same bytes, and is found on disk.
-    auto dir = TempDir("bytes");
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
     const std::string latin = (dir / "\xC4rger\xE9.png").string();
-    std::ofstream(latin) << "x";
+    testutil::WriteText(latin, "x");
     EXPECT_EQ(ToFileSystemPath(FromFileSystemPath(latin)), latin);
     EXPECT_TRUE(IsExistingFile(FromFileSystemPath(latin)));
     EXPECT_FALSE(

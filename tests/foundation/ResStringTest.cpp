@@ -5,8 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -61,35 +62,6 @@ TEST(ResString, LanguageFollowsTheFirstLocaleVariableThatIsSet) {
     EXPECT_EQ(LanguageFor("", "", "jp_JP"), 1033);
 }
 
-TEST(ResString, JapaneseAndEnglishTexts) {
-    std::wstring text;
-    {
-        CLanguageGuard guard(1041);
-        ASSERT_TRUE(LoadResString(text, 58368, true));
-        EXPECT_EQ(text, L"エラー");
-        ASSERT_TRUE(LoadResString(text, 58369, true));
-        EXPECT_EQ(text, L"確認");
-        ASSERT_TRUE(LoadResString(text, 58673, true));
-        EXPECT_EQ(text, L"縮小しない");
-    }
-    CLanguageGuard guard(1033);
-    ASSERT_TRUE(LoadResString(text, 58368, true));
-    EXPECT_EQ(text, L"Error");
-    ASSERT_TRUE(LoadResString(text, 58369, true));
-    EXPECT_EQ(text, L"Query");
-    ASSERT_TRUE(LoadResString(text, 58673, true));
-    EXPECT_EQ(text, L"No shrink");
-    // The application's own ids exist in Japanese only and come in Japanese.
-    ASSERT_TRUE(LoadResString(text, 187, true));
-    EXPECT_EQ(text, L"サブフォルダ名が空です");
-    ASSERT_TRUE(LoadResString(text, 173, true));
-    EXPECT_EQ(text, L"ピクセル");
-    ASSERT_TRUE(LoadResString(text, 137, true));
-    EXPECT_EQ(text, L"Lunavex");
-    ASSERT_TRUE(LoadResString(text, 130, true));
-    EXPECT_EQ(text, L"Harrowmere");
-}
-
 TEST(ResString, RawLoadCopiesAtMostSizeMinusOne) {
     wchar_t buffer[8];
     CLanguageGuard guard(1033);
@@ -119,30 +91,14 @@ TEST(ResString, MissingStrings) {
     EXPECT_TRUE(text.empty());
 
     text = L"old";
-    try {
-        LoadResString(text, kMissing, true);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_TRUE(text.empty());
-        EXPECT_EQ(e.id, 58743);
-        // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
-        EXPECT_EQ(e.hr, 0x80070716u);
-        EXPECT_EQ(e.text, L"文字列リソースが見つかりません - " + ResultText(0x80070716u) +
-                              L"\n\nID: 60999");
-    }
+    const auto e = testutil::Thrown([&] { LoadResString(text, kMissing, true); });
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(e.id, 58743);
+    // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
+    EXPECT_EQ(e.hr, 0x80070716u);
+    EXPECT_EQ(e.text,
+              L"文字列リソースが見つかりません - " + ResultText(0x80070716u) + L"\n\nID: 60999");
     EXPECT_THROW(CResString{kMissing}, my::CException);
-}
-
-TEST(ResString, ResStringObject) {
-    CLanguageGuard guard(1033);
-    CResString none(0);
-    EXPECT_TRUE(none.Text().empty());
-    EXPECT_EQ(none.Id(), 0u);
-    CResString title(58368);
-    EXPECT_EQ(title.Text(), L"Error");
-    EXPECT_EQ(title.Id(), 58368u);
-    const std::wstring& asText = title;
-    EXPECT_EQ(asText, L"Error");
 }
 
 TEST(ResString, FormatFillsTextAndNumbers) {

@@ -6,8 +6,9 @@
 
 #include <map>
 
-#include "LanguageGuard.h"
 #include "foundation/Exception.h"
+#include "support/LanguageGuard.h"
+#include "support/Thrown.h"
 
 namespace {
 
@@ -134,37 +135,25 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     // A drag without the format: 58803 with the text of the source's code.
     CFakeDropData text;
     text.formats[L"text/plain"] = {'h', 'i'};
-    try {
-        GetDroppedItems(&text, items);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58803);
-        EXPECT_EQ(e.hr, kBadFormat);
-        EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: FORMATETC 構造体が無効です");
-    }
+    const auto e = testutil::Thrown([&] { GetDroppedItems(&text, items); });
+    EXPECT_EQ(e.id, 58803);
+    EXPECT_EQ(e.hr, kBadFormat);
+    EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: FORMATETC 構造体が無効です");
     EXPECT_TRUE(items.empty());
 
     // An empty array: 58804 with the code 0 and the system's text for success.
     data.formats[L"Shell IDList Array"] = BuildShellIdListArray({});
-    try {
-        GetDroppedItems(&data, items);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58804);
-        EXPECT_EQ(e.hr, 0u);
-        EXPECT_EQ(e.text, L"パスが取得できませんでした: この操作を正しく終了しました。");
-    }
+    const auto e2 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
+    EXPECT_EQ(e2.id, 58804);
+    EXPECT_EQ(e2.hr, 0u);
+    EXPECT_EQ(e2.text, L"パスが取得できませんでした: この操作を正しく終了しました。");
     EXPECT_TRUE(items.empty());
 
     // A block that cannot be read: 58804 with the code of the reading.
     data.formats[L"Shell IDList Array"] = {1, 0, 0, 0, 12, 0, 0, 0, 90, 0, 0, 0, 0, 0};
-    try {
-        GetDroppedItems(&data, items);
-        FAIL() << "no exception";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58804);
-        EXPECT_EQ(e.hr, kNoAccess);
-        EXPECT_EQ(e.text, L"パスが取得できませんでした: " + ResultText(kNoAccess));
-    }
+    const auto e3 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
+    EXPECT_EQ(e3.id, 58804);
+    EXPECT_EQ(e3.hr, kNoAccess);
+    EXPECT_EQ(e3.text, L"パスが取得できませんでした: " + ResultText(kNoAccess));
     EXPECT_TRUE(items.empty());
 }

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 
@@ -26,14 +26,6 @@ void ExpectPixel(const CDib& dib, i32 x, i32 y, int blue, int green, int red, in
 }
 
 } // namespace
-
-TEST(BackgroundTest, ColorRefBecomesOpaqueArgb) {
-    EXPECT_EQ(ColorRefToArgb(0xFFFFFF), 0xFFFFFFFFu);
-    EXPECT_EQ(ColorRefToArgb(0x0000FF), 0xFFFF0000u);
-    EXPECT_EQ(ColorRefToArgb(0xFF0000), 0xFF0000FFu);
-    EXPECT_EQ(ColorRefToArgb(0x00FF00), 0xFF00FF00u);
-    EXPECT_EQ(ColorRefToArgb(0xAB123456), 0xFF563412u); // the top byte is dropped
-}
 
 TEST(BackgroundTest, FillBlendsOverTheColour) {
     CDibPtr source = MakeImage(3, 2);

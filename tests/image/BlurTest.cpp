@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
 #include "image/Round.h"
 #include "image/RoundStep.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 

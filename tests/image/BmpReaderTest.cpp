@@ -3,79 +3,12 @@
 #include "image/BmpReader.h"
 
 #include "image/Codec.h"
-#include "image/PixelTestUtil.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 
 namespace {
-
-constexpr u32 kRgb = 0;
-constexpr u32 kRle8 = 1;
-constexpr u32 kRle4 = 2;
-constexpr u32 kBitfields = 3;
-
-void Put16(std::vector<u8>& out, u32 v) {
-    out.push_back(static_cast<u8>(v));
-    out.push_back(static_cast<u8>(v >> 8));
-}
-void Put32(std::vector<u8>& out, u32 v) {
-    Put16(out, v & 0xFFFF);
-    Put16(out, v >> 16);
-}
-
-// What goes into one test file; the file header's offset is worked out from the parts.
-struct BmpParts {
-    u32 headerSize = 40;
-    i32 width = 0;
-    i32 height = 0;
-    u16 bitCount = 24;
-    u32 compression = kRgb;
-    u32 colorsUsed = 0;
-    i32 pelsPerMeter = 0;
-    std::vector<u32> masks = {};  // R, G, B(, A): inside a longer header, after a 40-byte one
-    std::vector<u8> palette = {}; // raw entries
-    std::vector<u8> pixels = {};  // raw pixel data
-};
-
-std::vector<u8> MakeBmp(const BmpParts& p) {
-    std::vector<u8> info;
-    Put32(info, p.headerSize);
-    if (p.headerSize == 12) {
-        Put16(info, static_cast<u32>(p.width));
-        Put16(info, static_cast<u32>(p.height));
-        Put16(info, 1);
-        Put16(info, p.bitCount);
-    } else {
-        Put32(info, static_cast<u32>(p.width));
-        Put32(info, static_cast<u32>(p.height));
-        Put16(info, 1);
-        Put16(info, p.bitCount);
-        Put32(info, p.compression);
-        Put32(info, static_cast<u32>(p.pixels.size()));
-        Put32(info, static_cast<u32>(p.pelsPerMeter));
-        Put32(info, static_cast<u32>(p.pelsPerMeter));
-        Put32(info, p.colorsUsed);
-        Put32(info, 0);
-        size_t mask = 0;
-        while (info.size() < p.headerSize) {
-            Put32(info, mask < p.masks.size() ? p.masks[mask] : 0);
-            ++mask;
-        }
-        info.resize(p.headerSize);
-        if (p.headerSize == 40)
-            for (u32 m : p.masks)
-                Put32(info, m);
-    }
-    const u32 offset = static_cast<u32>(14 + info.size() + p.palette.size());
-    std::vector<u8> file = {'B', 'M'};
-    Put32(file, offset + static_cast<u32>(p.pixels.size()));
-    Put32(file, 0);
-    Put32(file, offset);
-    file.insert(file.end(), info.begin(), info.end());
-    file.insert(file.end(), p.palette.begin(), p.palette.end());
-    file.insert(file.end(), p.pixels.begin(), p.pixels.end());
-    return file;
-}
 
 // Four-byte palette entries (blue, green, red, reserved) from colours.
 std::vector<u8> Palette(const std::vector<Bgra>& colours) {
@@ -156,7 +89,7 @@ TEST(BmpReader, TrueColourIsOpaqueAndBitFieldsScaleEachChannel) {
     EXPECT_EQ(Pixels(*dib), (std::vector<Bgra>{{0, 132, 255, 255}, kWhite}));
 
     // 16-bit 5-6-5 masks after a 40-byte header: green has 63 steps, 32 becomes 130.
-    BmpParts bits565{.width = 1, .height = 1, .bitCount = 16, .compression = kBitfields};
+    BmpParts bits565{.width = 1, .height = 1, .bitCount = 16, .compression = kBmpBitfields};
     bits565.masks = {0xF800, 0x07E0, 0x001F};
     Put16(bits565.pixels, (0u << 11) | (32u << 5) | 31u);
     Put16(bits565.pixels, 0);
@@ -164,7 +97,7 @@ TEST(BmpReader, TrueColourIsOpaqueAndBitFieldsScaleEachChannel) {
     EXPECT_EQ(Pixels(*dib), (std::vector<Bgra>{{255, 130, 0, 255}}));
 
     // A 40-byte header has room for no alpha mask: a 32-bit bit-field image of it is opaque.
-    BmpParts noAlpha{.width = 1, .height = 1, .bitCount = 32, .compression = kBitfields};
+    BmpParts noAlpha{.width = 1, .height = 1, .bitCount = 32, .compression = kBmpBitfields};
     noAlpha.masks = {0x0000FF00, 0x00FF0000, 0xFF000000};
     noAlpha.pixels = {9, 1, 2, 3};
     ASSERT_EQ(Read(MakeBmp(noAlpha), dib), hr::kOk);
@@ -178,7 +111,7 @@ TEST(BmpReader, AlphaComesFromTheAlphaMaskOfTheLongerHeaders) {
                     .width = 2,
                     .height = 1,
                     .bitCount = 32,
-                    .compression = kBitfields};
+                    .compression = kBmpBitfields};
         v5.masks = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
         v5.pixels = {10, 20, 30, 0, 40, 50, 60, 128};
         ASSERT_EQ(Read(MakeBmp(v5), dib), hr::kOk) << headerSize;
@@ -221,7 +154,7 @@ TEST(BmpReader, RunLengthEightBits) {
     // 4 x 3, bottom-up. Row 0 (bottom): a run of 2 x index 1, then an absolute run of the 3
     // indexes 2, 1, 2 (padded to 4 bytes) whose last falls outside the row and is cut off. Row 1
     // ends at once. Row 2 (top): a skip of 2 right, one pixel of index 2, end of bitmap.
-    BmpParts rle{.width = 4, .height = 3, .bitCount = 8, .compression = kRle8, .colorsUsed = 3};
+    BmpParts rle{.width = 4, .height = 3, .bitCount = 8, .compression = kBmpRle8, .colorsUsed = 3};
     rle.palette = Palette({kGrey, kRed, kBlue});
     rle.pixels = {2, 1, 0, 3, 2, 1, 2, 0, 0, 0, 0, 0, 0, 2, 2, 0, 1, 2, 0, 1};
     ASSERT_EQ(Read(MakeBmp(rle), dib), hr::kOk);
@@ -234,7 +167,7 @@ TEST(BmpReader, RunLengthFourBits) {
     CDibPtr dib;
     // 8 x 1: a run of 3 alternating indexes 1 and 2, then an absolute run of 5 nibbles (2, 0, 1,
     // 0, 2) in three bytes padded to four, then end of bitmap.
-    BmpParts rle{.width = 8, .height = 1, .bitCount = 4, .compression = kRle4, .colorsUsed = 3};
+    BmpParts rle{.width = 8, .height = 1, .bitCount = 4, .compression = kBmpRle4, .colorsUsed = 3};
     rle.palette = Palette({kGrey, kRed, kBlue});
     rle.pixels = {3, 0x12, 0, 5, 0x20, 0x10, 0x20, 0, 0, 1};
     ASSERT_EQ(Read(MakeBmp(rle), dib), hr::kOk);
@@ -246,7 +179,7 @@ TEST(BmpReader, RunsAndSkipsNeverWriteOutsideTheImage) {
     CDibPtr dib;
     // 2 x 2: a run of 255 pixels in the bottom row, a skip far up and right, another run, a skip
     // beyond the last row: nothing lands outside, and the top row keeps palette entry 0.
-    BmpParts rle{.width = 2, .height = 2, .bitCount = 8, .compression = kRle8, .colorsUsed = 2};
+    BmpParts rle{.width = 2, .height = 2, .bitCount = 8, .compression = kBmpRle8, .colorsUsed = 2};
     rle.palette = Palette({kGrey, kRed});
     rle.pixels = {255, 1, 0, 2, 200, 0, 255, 1, 0, 2, 0, 255, 9, 1};
     ASSERT_EQ(Read(MakeBmp(rle), dib), hr::kOk);
@@ -258,7 +191,7 @@ TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
     CDibPtr dib;
     Size declared;
     // 30000 x 30000 in a file of a few bytes: a run-length image that ends at once.
-    BmpParts huge{.width = 30000, .height = 30000, .bitCount = 8, .compression = kRle8};
+    BmpParts huge{.width = 30000, .height = 30000, .bitCount = 8, .compression = kBmpRle8};
     huge.palette = Palette({kGrey});
     huge.colorsUsed = 1;
     huge.pixels = {0, 1};
@@ -276,7 +209,7 @@ TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
     EXPECT_EQ(dib->Width(), 3);
 
     // Within the limit but beyond a 32-bit buffer.
-    BmpParts wide{.width = 70000, .height = 70000, .bitCount = 8, .compression = kRle8};
+    BmpParts wide{.width = 70000, .height = 70000, .bitCount = 8, .compression = kBmpRle8};
     wide.palette = Palette({kGrey});
     wide.colorsUsed = 1;
     wide.pixels = {0, 1};
@@ -321,18 +254,18 @@ TEST(BmpReader, DamagedFilesAreRefused) {
     oddBits.bitCount = 7;
     EXPECT_TRUE(refused(oddBits));
     BmpParts rle24 = good;
-    rle24.compression = kRle8;
+    rle24.compression = kBmpRle8;
     EXPECT_TRUE(refused(rle24));
     BmpParts jpegInside = good;
     jpegInside.compression = 4;
     EXPECT_TRUE(refused(jpegInside));
 
     // Run-length data is bottom-up only, and must not end before its end-of-bitmap mark.
-    BmpParts topDownRle{.width = 2, .height = -2, .bitCount = 8, .compression = kRle8};
+    BmpParts topDownRle{.width = 2, .height = -2, .bitCount = 8, .compression = kBmpRle8};
     topDownRle.palette = Palette({kGrey});
     topDownRle.pixels = {0, 1};
     EXPECT_TRUE(refused(topDownRle));
-    BmpParts cutRle{.width = 2, .height = 2, .bitCount = 8, .compression = kRle8};
+    BmpParts cutRle{.width = 2, .height = 2, .bitCount = 8, .compression = kBmpRle8};
     cutRle.palette = Palette({kGrey});
     cutRle.pixels = {2, 0, 0, 5, 1};
     EXPECT_TRUE(refused(cutRle));

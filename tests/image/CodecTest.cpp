@@ -1,7 +1,7 @@
 // Tests of the decoder's door: which loaders may run, the pixel and scan limits checked before
 // decoding, and the encoders' quality and failure codes.
 #include "image/Codec.h"
-#include "AddressSpaceLimit.h"
+#include "support/AddressSpaceLimit.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -11,7 +11,8 @@
 #include <sys/resource.h>
 
 #include "image/JpegScans.h"
-#include "image/PixelTestUtil.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 

@@ -1,7 +1,7 @@
 // Tests of drawing one image into another: exact copies, blending and resampling.
 #include "image/Draw.h"
 
-#include "image/PixelTestUtil.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 

@@ -6,8 +6,8 @@
 
 #include <random>
 
-#include "PixelTestUtil.h"
 #include "image/RoundStep.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 

@@ -9,7 +9,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "image/PixelTestUtil.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 
@@ -24,7 +25,7 @@ public:
 };
 
 HResult LoadPath(CDibPtr& out, const std::string& path) {
-    return LoadImageFile(out, Wide(path));
+    return LoadImageFile(out, W(path));
 }
 
 } // namespace
@@ -195,10 +196,10 @@ TEST(ImageIo, HugeFilesAndImagesAreRefusedBeforeReading) {
     // 19.6 GB of 32-bit pixels.
     WriteBytes(dir.File("wide.png"), MakePng(70000, 70000, 2, 8, {{0, 0, 0}}));
     Size declared;
-    EXPECT_EQ(LoadImageFile(dib, Wide(dir.File("wide.png")), nullptr, CDecodeLimits{}, &declared),
+    EXPECT_EQ(LoadImageFile(dib, W(dir.File("wide.png")), nullptr, CDecodeLimits{}, &declared),
               hr::kImageTooLarge);
     EXPECT_EQ(declared, (Size{70000, 70000}));
-    EXPECT_EQ(LoadImageFile(dib, Wide(dir.File("wide.png")), nullptr,
+    EXPECT_EQ(LoadImageFile(dib, W(dir.File("wide.png")), nullptr,
                             CDecodeLimits{UINT64_MAX, kDefaultMaxScans}),
               kTooLarge);
     EXPECT_FALSE(dib);
@@ -209,11 +210,11 @@ TEST(ImageIo, StopBetweenChunksAbortsTheRead) {
     WriteBytes(dir.File("a.png"), MakePng(1, 1, 2, 8, {{1, 2, 3}}));
     CDibPtr dib;
     CStopAlways stop;
-    EXPECT_EQ(LoadImageFile(dib, Wide(dir.File("a.png")), &stop), 0x800703E3u);
+    EXPECT_EQ(LoadImageFile(dib, W(dir.File("a.png")), &stop), 0x800703E3u);
     EXPECT_FALSE(dib);
 
     CFileBytes bytes;
-    ASSERT_EQ(ReadFileToBuffer(bytes, Wide(dir.File("a.png"))), hr::kOk);
+    ASSERT_EQ(ReadFileToBuffer(bytes, W(dir.File("a.png"))), hr::kOk);
     EXPECT_EQ(bytes.size, ReadBytes(dir.File("a.png")).size());
 }
 

@@ -1,14 +1,12 @@
-// Tests of the encoder list, the parameter block and saving a CDib to a file.
+// Tests of saving a CDib to a file: the exact BMP, pixels and quality, resolution, failures.
 #include "image/ImageSaver.h"
 
-#include <cstddef>
 #include <cstring>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "image/ImageIo.h"
-#include "image/PixelTestUtil.h"
+#include "support/ChildProcess.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 using Gdiplus::CEncodeParams;
@@ -31,74 +29,14 @@ CDibPtr Translucent(i32 w, i32 h) {
     });
 }
 
-std::vector<std::string> FilesIn(const CTempDir& dir) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.Path()))
-        names.push_back(entry.path().filename().string());
-    return names;
-}
-
 } // namespace
-
-TEST(ImageSaver, EncodersAreFoundByExactMimeType) {
-    CImageSaver saver;
-    EXPECT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
-    // The published class identifier of the PNG encoder, {557CF406-1A04-11D3-9A73-0000F81EF32E}.
-    EXPECT_EQ(saver.clsid.Data1, 0x557CF406u);
-    EXPECT_EQ(saver.clsid.Data4[7], 0x2E);
-    EXPECT_EQ(saver.SelectEncoder(L"image/jpeg"), hr::kOk);
-    EXPECT_EQ(saver.clsid.Data1, 0x557CF401u);
-    EXPECT_EQ(saver.SelectEncoder(L"image/bmp"), hr::kOk);
-    EXPECT_EQ(saver.clsid.Data1, 0x557CF400u);
-    for (const wchar_t* missing : {L"image/PNG", L"image/gif", L"image/png ", L"", L"png"})
-        EXPECT_EQ(CImageSaver().SelectEncoder(missing), 0x80004005u) << "for " << missing;
-
-    CTempDir dir;
-    CDibPtr dib = Translucent(2, 2);
-    EXPECT_EQ(CImageSaver().SaveDib(*dib, true, Wide(dir.File("none.png"))), 0x80004005u);
-    EXPECT_TRUE(FilesIn(dir).empty());
-}
-
-TEST(ImageSaver, ParameterBlockKeepsThePublishedLayout) {
-    static_assert(sizeof(Gdiplus::EncoderParameter) == 32);
-    static_assert(offsetof(Gdiplus::EncoderParameters, Parameter) == 8);
-    CEncodeParams params;
-    EXPECT_EQ(params.Block(), nullptr);
-    ASSERT_EQ(params.AddLongParam(Gdiplus::EncoderQuality, 4, 80), 0);
-
-    const u8* block = reinterpret_cast<const u8*>(params.Block());
-    u32 count = 0;
-    std::memcpy(&count, block, 4);
-    EXPECT_EQ(count, 1u);
-    // {1D5BE4B5-FA4A-452D-9CDD-5DB35105E7EB} in memory order
-    const u8 guid[16] = {0xB5, 0xE4, 0x5B, 0x1D, 0x4A, 0xFA, 0x2D, 0x45,
-                         0x9C, 0xDD, 0x5D, 0xB3, 0x51, 0x05, 0xE7, 0xEB};
-    EXPECT_EQ(std::memcmp(block + 8, guid, 16), 0);
-    u32 numberOfValues = 0, type = 0;
-    std::memcpy(&numberOfValues, block + 24, 4);
-    std::memcpy(&type, block + 28, 4);
-    EXPECT_EQ(numberOfValues, 1u);
-    EXPECT_EQ(type, 4u);
-    const u32* value = nullptr;
-    std::memcpy(&value, block + 32, sizeof(value));
-    ASSERT_NE(value, nullptr);
-    EXPECT_EQ(*value, 80u);
-
-    // More entries: the block grows, the first value keeps its address and its number.
-    for (u32 i = 1; i < 40; ++i)
-        ASSERT_EQ(params.AddLongParam(Gdiplus::EncoderQuality, 4, 100 + i), static_cast<i32>(i));
-    EXPECT_EQ(params.Block()->Count, 40u);
-    EXPECT_EQ(params.ValueCount(), 40u);
-    EXPECT_EQ(params.Block()->Parameter[0].Value, value);
-    EXPECT_EQ(*value, 80u);
-}
 
 TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     CTempDir dir;
     CDibPtr dib = Translucent(3, 2);
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/bmp"), hr::kOk);
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("a.bmp"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("a.bmp"))), hr::kOk);
     const std::vector<u8> bmp = ReadBytes(dir.File("a.bmp"));
     ASSERT_EQ(bmp.size(), 14u + 40u + 24u);
     EXPECT_EQ(bmp[0], 'B');
@@ -115,7 +53,7 @@ TEST(ImageSaver, BmpIsTheBufferBehindAFileHeader) {
     EXPECT_EQ(Le32(bmp, 34), 24u);
     EXPECT_EQ(std::memcmp(bmp.data() + 54, dib->Bits(), 24), 0);
 
-    ASSERT_EQ(saver.SaveDib(*dib, false, Wide(dir.File("b.bmp"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, false, W(dir.File("b.bmp"))), hr::kOk);
     const std::vector<u8> opaque = ReadBytes(dir.File("b.bmp"));
     ASSERT_EQ(opaque.size(), bmp.size());
     for (size_t i = 54; i < opaque.size(); ++i)
@@ -127,14 +65,14 @@ TEST(ImageSaver, PngKeepsEveryPixelOrWritesThemOpaque) {
     CDibPtr dib = Translucent(5, 4);
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("a.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("a.png"))), hr::kOk);
     CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("a.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(back, W(dir.File("a.png"))), hr::kOk);
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
 
-    ASSERT_EQ(saver.SaveDib(*dib, false, Wide(dir.File("b.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, false, W(dir.File("b.png"))), hr::kOk);
     CDibPtr opaque;
-    ASSERT_EQ(LoadImageFile(opaque, Wide(dir.File("b.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(opaque, W(dir.File("b.png"))), hr::kOk);
     for (i32 y = 0; y < 4; ++y) {
         for (i32 x = 0; x < 5; ++x) {
             Bgra expected = PixelOf(*dib, x, y);
@@ -156,10 +94,10 @@ TEST(ImageSaver, JpegQualityIsPassedAsGiven) {
         ASSERT_EQ(saver.SelectEncoder(L"image/jpeg"), hr::kOk);
         ASSERT_EQ(saver.params.AddLongParam(Gdiplus::EncoderQuality, 4, quality), 0);
         const std::string path = dir.File("q" + std::to_string(quality) + ".jpg");
-        ASSERT_EQ(saver.SaveDib(*dib, true, Wide(path)), hr::kOk) << "quality " << quality;
+        ASSERT_EQ(saver.SaveDib(*dib, true, W(path)), hr::kOk) << "quality " << quality;
         sizes.push_back(ReadBytes(path).size());
         CDibPtr back;
-        ASSERT_EQ(LoadImageFile(back, Wide(path)), hr::kOk);
+        ASSERT_EQ(LoadImageFile(back, W(path)), hr::kOk);
         EXPECT_EQ(back->Width(), 64);
         EXPECT_EQ(PixelOf(*back, 10, 10).a, 255);
         if (quality == 100) {
@@ -178,16 +116,16 @@ TEST(ImageSaver, SavedFilesDoNotCarryTheSourceResolution) {
     WriteBytes(dir.File("300.png"),
                MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {{"pHYs", phys}}));
     CDibPtr source;
-    ASSERT_EQ(LoadImageFile(source, Wide(dir.File("300.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(source, W(dir.File("300.png"))), hr::kOk);
     ASSERT_EQ(source->Header()->biXPelsPerMeter, 11811);
 
     for (const char* mime : {"image/png", "image/jpeg", "image/bmp"}) {
         CImageSaver saver;
-        ASSERT_EQ(saver.SelectEncoder(Wide(mime)), hr::kOk);
+        ASSERT_EQ(saver.SelectEncoder(W(mime)), hr::kOk);
         const std::string path = dir.File(std::string("out-") + (mime + 6));
-        ASSERT_EQ(saver.SaveDib(*source, true, Wide(path)), hr::kOk);
+        ASSERT_EQ(saver.SaveDib(*source, true, W(path)), hr::kOk);
         CDibPtr back;
-        ASSERT_EQ(LoadImageFile(back, Wide(path)), hr::kOk) << mime;
+        ASSERT_EQ(LoadImageFile(back, W(path)), hr::kOk) << mime;
         EXPECT_NE(back->Header()->biXPelsPerMeter, 11811) << mime;
         EXPECT_NE(back->Header()->biYPelsPerMeter, 11811) << mime;
     }
@@ -199,23 +137,15 @@ TEST(ImageSaver, FailedWritesLeaveNothingBehind) {
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
 
-    EXPECT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("no-such-folder/a.png"))), 0x80070002u);
+    EXPECT_EQ(saver.SaveDib(*dib, true, W(dir.File("no-such-folder/a.png"))), 0x80070002u);
 
     // A folder stands where the file should go: the move fails and the temporary file goes.
     std::filesystem::create_directory(dir.Path() / "taken.png");
-    EXPECT_TRUE(Failed(saver.SaveDib(*dib, true, Wide(dir.File("taken.png")))));
-    EXPECT_EQ(FilesIn(dir), std::vector<std::string>{"taken.png"});
-
-    // An existing file is replaced as a whole.
-    WriteBytes(dir.File("old.png"), std::vector<u8>(5000, 0x55));
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("old.png"))), hr::kOk);
-    CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("old.png"))), hr::kOk);
-    EXPECT_TRUE(PixelsNear(*back, *dib, 0));
-    EXPECT_EQ(FilesIn(dir).size(), 2u);
+    EXPECT_TRUE(Failed(saver.SaveDib(*dib, true, W(dir.File("taken.png")))));
+    EXPECT_EQ(FileNames(dir.Path()), std::vector<std::string>{"taken.png"});
 
     CDib notLoaded;
-    EXPECT_EQ(saver.SaveDib(notLoaded, true, Wide(dir.File("x.png"))), 0x80004005u);
+    EXPECT_EQ(saver.SaveDib(notLoaded, true, W(dir.File("x.png"))), 0x80004005u);
 }
 
 TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
@@ -223,32 +153,19 @@ TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
     CDibPtr dib = Translucent(3, 3);
     CImageSaver saver;
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
-    std::filesystem::create_directories(dir.Path() / "round");
-    std::filesystem::create_directories(dir.Path() / "elsewhere");
-
-    // What a save killed before its rename left: the temporary file of a process that is gone.
-    const pid_t dead = ::fork();
-    if (dead == 0)
-        ::_exit(0);
-    ::waitpid(dead, nullptr, 0);
-    const std::string leftover = ".lvx" + std::to_string(dead) + "-0.tmp";
-    WriteBytes(dir.File("round/" + leftover), std::vector<u8>(100, 0x11));
-
-    // An output name that is a link to a file elsewhere: the link is replaced, not written
-    // through.
+    // What a save killed before its rename left goes; an output name that is a link to a file
+    // elsewhere is replaced, not written through.
+    WriteText(dir.Path() / "round" / (".lvx" + std::to_string(DeadPid()) + "-0.tmp"), "left");
     const std::vector<u8> precious(7, 0x42);
     WriteBytes(dir.File("elsewhere/precious"), precious);
     std::filesystem::create_symlink(dir.Path() / "elsewhere" / "precious",
                                     dir.Path() / "round" / "a.png");
 
-    ASSERT_EQ(saver.SaveDib(*dib, true, Wide(dir.File("round/a.png"))), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("round/a.png"))), hr::kOk);
     EXPECT_FALSE(std::filesystem::is_symlink(dir.Path() / "round" / "a.png"));
     CDibPtr back;
-    ASSERT_EQ(LoadImageFile(back, Wide(dir.File("round/a.png"))), hr::kOk);
+    ASSERT_EQ(LoadImageFile(back, W(dir.File("round/a.png"))), hr::kOk);
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
     EXPECT_EQ(ReadBytes(dir.File("elsewhere/precious")), precious);
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.Path() / "round"))
-        names.push_back(entry.path().filename().string());
-    EXPECT_EQ(names, std::vector<std::string>{"a.png"});
+    EXPECT_EQ(FileNames(dir.Path() / "round"), std::vector<std::string>{"a.png"});
 }

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <vector>
 
-#include "PixelTestUtil.h"
 #include "image/Background.h"
 #include "image/Draw.h"
+#include "support/PixelTestUtil.h"
 #include "tools/Scene.h"
 
 namespace {

@@ -1,16 +1,15 @@
 // Tests of rounded corners: the corner mask, the four mirrored corners, the edge cases, the step.
 #include "image/Round.h"
 
-#include <cmath>
 #include <cstring>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
 #include "image/Blur.h"
 #include "image/RoundStep.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 
@@ -55,18 +54,6 @@ TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
             }
         }
     }
-}
-
-TEST(RoundTest, QuarterEllipseAreaMatchesGeometry) {
-    const double pi = std::acos(-1.0);
-    // The whole quarter of an ellipse of semi-axes 3 and 2.
-    EXPECT_NEAR(QuarterEllipseArea(0, 3, 0, 2, 3, 2), pi * 3 * 2 / 4, 1e-12);
-    // A square wholly inside, one wholly outside, and one past the rim of the axis.
-    EXPECT_NEAR(QuarterEllipseArea(0.5, 1.5, 0.5, 1.5, 3, 3), 1.0, 1e-12);
-    EXPECT_EQ(QuarterEllipseArea(2.5, 3.5, 2.5, 3.5, 3, 3), 0.0);
-    // A rectangle larger than the quarter holds all of it.
-    EXPECT_NEAR(QuarterEllipseArea(0, 2, 0, 2, 1, 1), pi / 4, 1e-12);
-    EXPECT_EQ(QuarterEllipseArea(1, 0.5, 0, 1, 1, 1), 0.0);
 }
 
 TEST(RoundTest, OneMaskServesAllFourCorners) {

@@ -1,4 +1,4 @@
-// Tests of the shrink step, the resize, MulDiv's rounding and the list of shrink choices.
+// Tests of the shrink step, the resize and MulDiv's rounding.
 #include "image/Shrink.h"
 
 #include <climits>
@@ -6,10 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "PixelTestUtil.h"
-#include "foundation/ResString.h"
-#include "image/NamedShrink.h"
 #include "image/ShrinkStep.h"
+#include "support/PixelTestUtil.h"
 
 namespace {
 
@@ -80,7 +78,6 @@ TEST(ShrinkTest, FitsKeepingAspectAndNeverEnlarges) {
     EXPECT_EQ(step.Settings(), (ShrinkSettings{2, 400, 400, 1, 1}));
     step.Run();
     ExpectSize(step, 400, 300);
-    EXPECT_EQ(ShrinkSettings{}, (ShrinkSettings{0, 0, 0, 200, 1000}));
 }
 
 TEST(ShrinkTest, Failures) {
@@ -167,31 +164,4 @@ TEST(ShrinkTest, ResizeKeepsColourAndAlpha) {
     CDibPtr kept;
     EXPECT_EQ(ResizeImage(kept, Rect{0, 0, 16, 0}, *opaque, Rect{0, 0, 64, 48}), hr::kNotImpl);
     EXPECT_FALSE(kept);
-}
-
-TEST(ShrinkTest, ShrinkChoicesInJapanese) {
-    SetUiLanguage(1041);
-    const std::vector<i32> expectedSizes{160, 200, 240, 300, 400,  480,  500,  640,
-                                         700, 720, 768, 800, 1000, 1024, 1200, 1280};
-    EXPECT_EQ(ShrinkSizes(), expectedSizes);
-
-    const auto& choices = ShrinkChoices();
-    ASSERT_EQ(choices.size(), 18u);
-    EXPECT_EQ(choices[0]->kind, 0u);
-    EXPECT_EQ(choices[0]->width, 0u);
-    EXPECT_EQ(choices[0]->name, L"縮小しない");
-    EXPECT_EQ(choices[1]->kind, 1u);
-    EXPECT_EQ(choices[1]->height, 0u);
-    EXPECT_EQ(choices[1]->name, L"指定のサイズ以内に縮小する");
-    for (size_t k = 0; k < expectedSizes.size(); ++k) {
-        const CNamedShrink& choice = *choices[k + 2];
-        const i32 v = expectedSizes[k];
-        EXPECT_EQ(choice.kind, 2u);
-        EXPECT_EQ(choice.width, static_cast<u32>(v));
-        EXPECT_EQ(choice.height, static_cast<u32>(v));
-        EXPECT_EQ(choice.name,
-                  std::to_wstring(v) + L" × " + std::to_wstring(v) + L" 以内に縮小する");
-    }
-    // Built once: later calls give the same list.
-    EXPECT_EQ(&ShrinkChoices(), &choices);
 }

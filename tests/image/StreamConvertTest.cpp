@@ -6,9 +6,10 @@
 
 #include <cmath>
 
-#include "PixelTestUtil.h"
 #include "image/Background.h"
 #include "image/Codec.h"
+#include "support/ImageFiles.h"
+#include "support/PixelTestUtil.h"
 #include "tools/Scene.h"
 
 namespace {

@@ -1,20 +1,16 @@
 // Tests of loading and saving the settings: the file that a save leaves, hand-written files with
-// wrong types and odd counts, several processes, interrupted and failed saves.
+// wrong types and odd counts, names that are not UTF-8, and a store that cannot be written. What
+// several processes, interrupted writes and damaged files do to the store is the registry file's
+// (RegistryFileTest).
 #include "persist/Settings.h"
 
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "batch/Setting.h"
 #include "foundation/Paths.h"
-#include "persist/RegValue.h"
-#include "platform/ChildProcess.h"
-#include "platform/RegistryExport.h"
-#include "platform/XdgSandbox.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 
@@ -70,7 +66,7 @@ class SettingsTest : public ::testing::Test {
 protected:
     // Loads the given file text into a settings object with its defaults.
     bool LoadFrom(const std::string& text, CSetting& settings) {
-        XdgSandbox::WriteBytes(sandbox_.StoreFile(), text);
+        testutil::WriteText(sandbox_.StoreFile(), text);
         ResetTheRegistryFile();
         return LoadSetting(settings, CRegKey::CurrentUser());
     }
@@ -102,7 +98,7 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
     CSetting settings;
     settings.outputPath = L"/home/u/Pictures";
     ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
-    std::vector<u8> bytes = XdgSandbox::ReadBytes(sandbox_.StoreFile());
+    std::vector<u8> bytes = testutil::ReadBytes(sandbox_.StoreFile());
     ASSERT_GE(bytes.size(), 2u);
     EXPECT_EQ(bytes[0], 0xFF);
     EXPECT_EQ(bytes[1], 0xFE);
@@ -154,39 +150,6 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
                   L"\"Top\"=dword:00000000\r\n"
                   L"\"Right\"=dword:00000000\r\n"
                   L"\"Bottom\"=dword:00000000\r\n\r\n");
-}
-
-TEST_F(SettingsTest, EveryFieldReadsBackWhole) {
-    CSetting saved;
-    saved.outputPath = L"/srv/\u5199\u771f \"out\"\\x";
-    saved.subFolders.Add(L"b");
-    saved.subFolders.Add(L"a");
-    saved.saveType = 1;
-    saved.jpegQuality = 95;
-    saved.window = {true, {-10, 20, 810, 620}};
-    saved.shrink = {2, 640, -480, 300, 1200};
-    saved.round.backgroundColor = 0x00123456;
-    saved.round.transparent = true;
-    saved.round.corners = 5;
-    saved.round.edges = 10;
-    saved.round.radius = {1, 125, 40};
-    saved.round.blurWidth = {1, 30, 20};
-    saved.maxPixels = 4000000;
-    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
-    std::wstring file = XdgSandbox::ReadUtf16File(sandbox_.StoreFile());
-    EXPECT_NE(file.find(L"\"OutputPath\"=\"/srv/\u5199\u771f \\\"out\\\"\\\\x\"\r\n"),
-              std::wstring::npos);
-    EXPECT_NE(file.find(L"\"ShrinkHeight\"=dword:fffffe20\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Left\"=dword:fffffff6\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Transparent\"=dword:00000001\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\"Count\"=dword:00000003\r\n"), std::wstring::npos);
-    EXPECT_NE(file.find(L"\\SubFolder\\02]\r\n@=\"round\"\r\n"), std::wstring::npos);
-
-    ResetTheRegistryFile();
-    CSetting loaded;
-    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
-    EXPECT_EQ(loaded, saved);
-    EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"a", L"b", L"round"}));
 }
 
 TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {
@@ -366,107 +329,8 @@ TEST_F(SettingsTest, TheListKeysHaveTwoDigitsAndLongerListsLeaveTheirKeys) {
     EXPECT_EQ(Entries(loaded.subFolders), (std::vector<std::wstring>{L"s16"}));
 }
 
-TEST_F(SettingsTest, TwoProcessesSavingInTurnKeepEachOthersKeys) {
-    CSetting second;
-    EXPECT_FALSE(LoadSetting(second, CRegKey::CurrentUser())); // the store is read now
-
-    EXPECT_EQ(InChild([] {
-                  CSetting first;
-                  first.jpegQuality = 10;
-                  first.subFolders.Add(L"x");
-                  first.subFolders.Add(L"y");
-                  CRegKey other;
-                  other.Create(CRegKey::CurrentUser(), L"Software\\Harrowmere\\Lunavex32\\Other");
-                  WriteDwordValue(other, L"Mine", 42);
-                  ::_exit(SaveSetting(first, CRegKey::CurrentUser()) ? 0 : 1);
-              }),
-              0);
-
-    second.jpegQuality = 20;
-    ASSERT_TRUE(SaveSetting(second, CRegKey::CurrentUser()));
-
-    CRegTree tree;
-    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(sandbox_.StoreFile()), tree));
-    ResetTheRegistryFile();
-    CSetting loaded;
-    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
-    EXPECT_EQ(loaded, second);
-    CRegKey other;
-    ASSERT_EQ(other.Open(CRegKey::CurrentUser(), L"Software\\Harrowmere\\Lunavex32\\Other"), 0);
-    u32 mine = 0;
-    EXPECT_TRUE(ReadDwordValue(other, L"Mine", mine));
-    EXPECT_EQ(mine, 42u);
-    // The first process's longer list left its keys; Count of the second decides.
-    CRegKey entry;
-    EXPECT_EQ(entry.Open(CRegKey::CurrentUser(),
-                         L"Software\\Harrowmere\\Lunavex32\\Setting\\SubFolder\\02"),
-              0);
-}
-
-TEST_F(SettingsTest, AnInterruptedSaveLeavesThePreviousSettings) {
-    CSetting saved;
-    saved.jpegQuality = 33;
-    ASSERT_TRUE(SaveSetting(saved, CRegKey::CurrentUser()));
-    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox_.StoreFile());
-
-    EXPECT_EQ(InChild([] {
-                  ResetTheRegistryFile();
-                  TheRegistryFile()->SetBeforeReplaceHook([] {
-                      ::_exit(9);
-                      return true;
-                  });
-                  CSetting changed;
-                  changed.jpegQuality = 66;
-                  SaveSetting(changed, CRegKey::CurrentUser());
-              }),
-              9);
-    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox_.StoreFile()), before);
-    ResetTheRegistryFile();
-    CSetting loaded;
-    EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
-    EXPECT_EQ(loaded.jpegQuality, 33u);
-}
-
-TEST_F(SettingsTest, ADamagedStoreIsKeptAsideAndTheDefaultsStay) {
-    CSetting settings;
-    const std::string damaged =
-        Replace(ValidFile(), "\"SaveType\"=dword:00000001", "\"SaveType\"=dword");
-    EXPECT_FALSE(LoadFrom(damaged, settings));
-    EXPECT_EQ(settings, CSetting());
-    std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
-    ASSERT_EQ(aside.size(), 1u);
-    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
-    EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
-    // The load made a new store with the application key; a save fills it.
-    EXPECT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
-    EXPECT_EQ(sandbox_.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
-}
-
-TEST_F(SettingsTest, AStoreThatIsNotUtf8IsKeptAsideInsteadOfLosingItsNames) {
-    // The same name in UTF-8 reads exactly and survives a save.
-    CSetting settings;
-    EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "/srv/out", "/srv/Bilder-\xC3\x84"), settings));
-    EXPECT_EQ(settings.outputPath, L"/srv/Bilder-\u00C4");
-    ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
-    ResetTheRegistryFile();
-    CSetting again;
-    EXPECT_TRUE(LoadSetting(again, CRegKey::CurrentUser()));
-    EXPECT_EQ(again.outputPath, L"/srv/Bilder-\u00C4");
-
-    // In Latin-1 it cannot be read exactly: nothing of the file is taken, and the file is kept.
-    const std::string latin1 = Replace(ValidFile(), "/srv/out", "/srv/Bilder-\xC4");
-    CSetting fresh;
-    EXPECT_FALSE(LoadFrom(latin1, fresh));
-    EXPECT_EQ(fresh, CSetting());
-    std::vector<std::filesystem::path> aside = sandbox_.FilesStartingWith("Lunavex32.reg.damaged-");
-    ASSERT_EQ(aside.size(), 1u);
-    EXPECT_TRUE(SaveSetting(fresh, CRegKey::CurrentUser()));
-    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
-    EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
-}
-
 TEST_F(SettingsTest, AStoreThatCannotBeWrittenFailsBothWays) {
-    XdgSandbox::WriteBytes(sandbox_.Root() / "plain-file", "x");
+    testutil::WriteText(sandbox_.Root() / "plain-file", "x");
     ::setenv("XDG_CONFIG_HOME", (sandbox_.Root() / "plain-file" / "config").c_str(), 1);
     ResetTheRegistryFile();
     CSetting settings;

@@ -7,8 +7,11 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "resources/Version.h"
+#include "support/Thrown.h"
 
 namespace {
+
+using testutil::Thrown;
 
 const u16 kJapaneseUnicode[] = {1041, 1200};
 
@@ -18,16 +21,6 @@ res::VersionBlock Block(const wchar_t* version, const wchar_t* copyright = L"(C)
 
 std::array<u16, 4> Version(const wchar_t* text) {
     return CVersionInfo(L"/x/test.exe", Block(text)).ReadProductVersion();
-}
-
-// The exception that body throws; id 0 when it throws none.
-template <class Body> my::CException Thrown(Body body) {
-    try {
-        body();
-    } catch (const my::CException& e) {
-        return e;
-    }
-    return my::CException(0);
 }
 
 } // namespace
@@ -44,7 +37,6 @@ TEST(VersionInfoTest, TheProgramReadsItsOwnVersion) {
 }
 
 TEST(VersionInfoTest, OtherFilesHaveNoVersionResource) {
-    SetUiLanguage(1041);
     my::CException other = Thrown([] { CVersionInfo info(L"/proc/self/status"); });
     EXPECT_EQ(other.id, 58898);
     EXPECT_EQ(other.hr, 0x80070716u); // the resource name is not found in the image file
@@ -63,7 +55,6 @@ TEST(VersionInfoTest, TheVersionTextSplitsAtPointsAndCommas) {
     EXPECT_EQ(Version(L"1.2.3.4.x"), (std::array<u16, 4>{1, 2, 3, 4}));
     EXPECT_EQ(Version(L"65535.+7"), (std::array<u16, 4>{65535, 7, 0, 0}));
 
-    SetUiLanguage(1041);
     my::CException bad = Thrown([] { Version(L"1..2"); });
     EXPECT_EQ(bad.id, 58902);
     EXPECT_EQ(bad.text, L"バージョン情報の書式が不正です\n\n/x/test.exe\n1..2");
@@ -88,7 +79,6 @@ TEST(VersionInfoTest, StringsAreFoundThroughTheTranslationTable) {
     CVersionInfo info(L"/x/a.exe", both);
     EXPECT_EQ(info.ReadVersionString(L"\\ProductVersion"), L"2.0");
 
-    SetUiLanguage(1041);
     my::CException none = Thrown([&info] { info.ReadLegalCopyright(); });
     EXPECT_EQ(none.id, 58900);
     EXPECT_EQ(none.text, L"バージョン情報が見つかりません\n\n/x/"

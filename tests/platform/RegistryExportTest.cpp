@@ -6,19 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include "support/RegistryValues.h"
+
 namespace {
 
+using testutil::Dword;
+using testutil::Text;
+
 const std::wstring kSetting = L"Software\\Harrowmere\\Lunavex32\\Setting";
-
-RegValueData Text(u32 type, const std::wstring& text) {
-    return {type, Utf16LeFromWide(text + L'\0')};
-}
-
-RegValueData Dword(u32 value) {
-    return {4,
-            {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
-             static_cast<u8>(value >> 24)}};
-}
 
 std::vector<u8> Utf8File(const std::string& text) {
     return std::vector<u8>(text.begin(), text.end());

@@ -4,25 +4,19 @@
 
 #include <string>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
-#include "platform/ChildProcess.h"
 #include "platform/RegistryExport.h"
-#include "platform/XdgSandbox.h"
+#include "support/ChildProcess.h"
+#include "support/RegistryValues.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 
-RegValueData Dword(u32 value) {
-    return {4,
-            {static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16),
-             static_cast<u8>(value >> 24)}};
-}
+using testutil::Dword;
 
 std::optional<u32> ReadDword(CRegistryFile& store, const std::wstring& key,
                              const std::wstring& name) {
@@ -134,7 +128,7 @@ TEST(RegistryFileTest, TwoProcessesWritingInTurnLeaveAValidMergedFile) {
     EXPECT_EQ(parent.SetValue(L"Parent", L"only", Dword(6)), 0);
 
     CRegTree tree;
-    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(sandbox.StoreFile()), tree));
+    ASSERT_TRUE(ParseRegistryExport(testutil::ReadBytes(sandbox.StoreFile()), tree));
     CRegistryFile reader(sandbox.StoreFileW());
     EXPECT_EQ(ReadDword(reader, L"Child", L"only"), 5u);
     EXPECT_EQ(ReadDword(reader, L"Both", L"v"), 2u);
@@ -147,18 +141,18 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
         CRegistryFile store(sandbox.StoreFileW());
         ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
     }
-    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox.StoreFile());
+    std::vector<u8> before = testutil::ReadBytes(sandbox.StoreFile());
 
     // A process that dies between writing the temporary file and renaming it.
     EXPECT_EQ(DieBeforeTheRename(sandbox, 2), kDiedBeforeRename);
-    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
     EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 1u);
 
     // The same in this process: the write reports the failure, memory keeps the change pending.
     CRegistryFile store(sandbox.StoreFileW());
     store.SetBeforeReplaceHook([] { return false; });
     EXPECT_EQ(store.SetValue(L"K", L"v", Dword(3)), 995);
-    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
     CRegistryFile reader(sandbox.StoreFileW());
     EXPECT_EQ(ReadDword(reader, L"K", L"v"), 1u);
     EXPECT_EQ(ReadDword(store, L"K", L"v"), 3u);
@@ -172,25 +166,11 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 2u);
 }
 
-TEST(RegistryFileTest, TheNextProcessRemovesWhatAKilledWriteLeft) {
-    XdgSandbox sandbox;
-    EXPECT_EQ(DieBeforeTheRename(sandbox, 1), kDiedBeforeRename);
-    std::vector<std::filesystem::path> left = sandbox.FilesStartingWith(".lvx");
-    ASSERT_EQ(left.size(), 1u);
-    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
-
-    CRegistryFile store(sandbox.StoreFileW());
-    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(2)), 0);
-    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 2u);
-}
-
 TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     XdgSandbox sandbox;
     std::filesystem::create_directories(sandbox.ConfigFolder());
     const std::filesystem::path victim = sandbox.Root() / "victim.txt";
-    XdgSandbox::WriteBytes(victim, "precious");
+    testutil::WriteText(victim, "precious");
 
     // The old fixed temporary name as a link: the write neither truncates nor replaces its target.
     std::filesystem::create_symlink(victim, sandbox.ConfigFolder() / "Lunavex32.reg.tmp");
@@ -198,7 +178,7 @@ TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
         CRegistryFile store(sandbox.StoreFileW());
         EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
     }
-    std::vector<u8> kept = XdgSandbox::ReadBytes(victim);
+    std::vector<u8> kept = testutil::ReadBytes(victim);
     EXPECT_EQ(std::string(kept.begin(), kept.end()), "precious");
     EXPECT_FALSE(std::filesystem::is_symlink(sandbox.StoreFile()));
 
@@ -226,13 +206,13 @@ TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     }
     EXPECT_TRUE(std::filesystem::is_symlink(sandbox.StoreFile()));
     CRegTree tree;
-    ASSERT_TRUE(ParseRegistryExport(XdgSandbox::ReadBytes(dotfiles), tree));
+    ASSERT_TRUE(ParseRegistryExport(testutil::ReadBytes(dotfiles), tree));
     CRegistryFile reader(sandbox.StoreFileW());
     EXPECT_EQ(ReadDword(reader, L"K", L"w"), 3u);
 
     // Damaged behind the link: the file there is kept aside beside itself, the link stays and
     // the next write makes the file anew where the link points.
-    XdgSandbox::WriteBytes(dotfiles, "not a registry file");
+    testutil::WriteText(dotfiles, "not a registry file");
     {
         CRegistryFile store(sandbox.StoreFileW());
         EXPECT_FALSE(store.KeyExists(L"K"));
@@ -252,7 +232,7 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
     const std::string latin1 =
         "Windows Registry Editor Version 5.00\r\n\r\n"
         "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
-    XdgSandbox::WriteBytes(sandbox.StoreFile(), latin1);
+    testutil::WriteText(sandbox.StoreFile(), latin1);
     StartLog();
     {
         CRegistryFile store(sandbox.StoreFileW());
@@ -260,7 +240,7 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
         std::vector<std::filesystem::path> aside =
             sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
         ASSERT_EQ(aside.size(), 1u);
-        std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+        std::vector<u8> kept = testutil::ReadBytes(aside[0]);
         EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
         EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
 
@@ -277,7 +257,7 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
 
         // A write starts a new file and leaves the kept one as it was.
         EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
-        EXPECT_EQ(XdgSandbox::ReadBytes(aside[0]), kept);
+        EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
     }
 }
 
@@ -285,7 +265,7 @@ TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
     XdgSandbox sandbox;
     const std::string damaged =
         "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n";
-    XdgSandbox::WriteBytes(sandbox.StoreFile(), damaged);
+    testutil::WriteText(sandbox.StoreFile(), damaged);
 
     CRegistryFile store(sandbox.StoreFileW());
     EXPECT_FALSE(store.KeyExists(L"K"));
@@ -296,7 +276,7 @@ TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
     // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
     EXPECT_EQ(aside[0].filename().string().size(),
               std::string("Lunavex32.reg.damaged-").size() + 15);
-    std::vector<u8> kept = XdgSandbox::ReadBytes(aside[0]);
+    std::vector<u8> kept = testutil::ReadBytes(aside[0]);
     EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
 
     // The next write makes a new file and leaves the damaged one where it was.
@@ -306,7 +286,7 @@ TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
     EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
 
     // A file damaged between the read and a write is kept aside by the write as well.
-    XdgSandbox::WriteBytes(sandbox.StoreFile(), "not a registry file");
+    testutil::WriteText(sandbox.StoreFile(), "not a registry file");
     EXPECT_EQ(store.SetValue(L"K", L"w", Dword(5)), 0);
     EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 2u);
     CRegistryFile last(sandbox.StoreFileW());
@@ -320,7 +300,7 @@ TEST(RegistryFileTest, AFileThatCannotBeReadOrWrittenIsNeverReplaced) {
         CRegistryFile store(sandbox.StoreFileW());
         ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
     }
-    std::vector<u8> before = XdgSandbox::ReadBytes(sandbox.StoreFile());
+    std::vector<u8> before = testutil::ReadBytes(sandbox.StoreFile());
     if (::geteuid() != 0) {
         std::filesystem::permissions(sandbox.StoreFile(), std::filesystem::perms::none);
         CRegistryFile store(sandbox.StoreFileW());
@@ -328,12 +308,12 @@ TEST(RegistryFileTest, AFileThatCannotBeReadOrWrittenIsNeverReplaced) {
         EXPECT_EQ(store.SetValue(L"K", L"v", Dword(2)), 5); // access denied
         std::filesystem::permissions(sandbox.StoreFile(), std::filesystem::perms::owner_read |
                                                               std::filesystem::perms::owner_write);
-        EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+        EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
     }
     // A store whose folder cannot be made: the path runs through a file.
     CRegistryFile blocked((sandbox.StoreFile() / "below.reg").wstring());
     EXPECT_NE(blocked.SetValue(L"K", L"v", Dword(3)), 0);
-    EXPECT_EQ(XdgSandbox::ReadBytes(sandbox.StoreFile()), before);
+    EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
     CRegistryFile nowhere(L"");
     EXPECT_EQ(nowhere.SetValue(L"K", L"v", Dword(3)), 3);
 }

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/XdgSandbox.h"
+#include "support/XdgSandbox.h"
 
 TEST(RegistryTest, OpenAndCreateAnswerWithWin32Codes) {
     XdgSandbox sandbox;

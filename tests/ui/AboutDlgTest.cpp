@@ -6,12 +6,11 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "persist/AppInfo.h"
 #include "platform/qt/QtChildWatch.h"
+#include "support/StandInShell.h"
 
 namespace {
 
@@ -21,8 +20,6 @@ constexpr int kArrivalBoundMs = 30000;
 class AboutDlgTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         TheAppInfo().Init(130, 131, 137, 137);
         TheAppInfo().SetHomeAddress(134);
     }

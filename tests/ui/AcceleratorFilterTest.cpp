@@ -8,34 +8,10 @@
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
-
 namespace {
 
-TEST(AcceleratorFilterTest, TheRowsOfTheAcceleratorTable) {
-    const Qt::KeyboardModifiers ctrl = Qt::ControlModifier;
-    const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
-    for (int key :
-         {Qt::Key_N, Qt::Key_O, Qt::Key_S, Qt::Key_P, Qt::Key_X, Qt::Key_C, Qt::Key_V, Qt::Key_Z})
-        EXPECT_TRUE(IsFrameAccelerator(key, ctrl)) << key;
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Delete, shift));
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Insert, ctrl));
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Insert, shift));
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Backspace, Qt::AltModifier));
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_F6, Qt::NoModifier));
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_F6, shift));
-    // A keypad modifier does not matter; other modifiers make another key.
-    EXPECT_TRUE(IsFrameAccelerator(Qt::Key_Insert, shift | Qt::KeypadModifier));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_V, ctrl | shift));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_V, Qt::NoModifier));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_A, ctrl));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_Delete, Qt::NoModifier));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_Backspace, Qt::NoModifier));
-    EXPECT_FALSE(IsFrameAccelerator(Qt::Key_F5, Qt::NoModifier));
-}
-
 TEST(AcceleratorFilterTest, PasteCutAndUndoDoNothingInTheFramesEdits) {
-    QApplication& app = TestApp();
+    QApplication& app = *qApp;
     QWidget frame;
     auto* layout = new QVBoxLayout(&frame);
     auto* edit = new QLineEdit(&frame);

@@ -10,20 +10,11 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
 
 namespace {
 
-class ControlTextTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(ControlTextTest, EqualTextIsNotWrittenAgain) {
+TEST(ControlTextTest, EqualTextIsNotWrittenAgain) {
     QLineEdit edit;
     QSignalSpy changes(&edit, &QLineEdit::textChanged);
     EXPECT_TRUE(SetControlText(&edit, L"10.5", true));
@@ -42,7 +33,7 @@ TEST_F(ControlTextTest, EqualTextIsNotWrittenAgain) {
     EXPECT_EQ(out, L"11");
 }
 
-TEST_F(ControlTextTest, TrimmedReadTakesBlanksAndCarriageReturnsOff) {
+TEST(ControlTextTest, TrimmedReadTakesBlanksAndCarriageReturnsOff) {
     QLineEdit edit;
     edit.setText(QStringLiteral(" \t 200\r "));
     std::wstring out;
@@ -55,7 +46,7 @@ TEST_F(ControlTextTest, TrimmedReadTakesBlanksAndCarriageReturnsOff) {
     EXPECT_EQ(out, L"丸 め");
 }
 
-TEST_F(ControlTextTest, KindsOfControls) {
+TEST(ControlTextTest, KindsOfControls) {
     std::wstring out;
     QLabel label;
     EXPECT_TRUE(SetControlText(&label, L"状態", true));

@@ -1,12 +1,7 @@
-// Tests of dialog units: base units from a font and the mapping of template rectangles.
+// Tests of dialog units: the mapping of template rectangles with their rounding.
 #include "ui/DialogUnits.h"
 
 #include <gtest/gtest.h>
-
-#include <QFont>
-#include <QFontMetrics>
-
-#include "QtTestApp.h"
 
 namespace {
 
@@ -21,18 +16,6 @@ TEST(DialogUnitsTest, MapsUnitsWithBaseUnits) {
     EXPECT_EQ(du.Size(432, 308), QSize(648, 501));
     // A rectangle keeps both of its edges on the mapped grid.
     EXPECT_EQ(du.Rect(7, 7, 275, 33), QRect(11, 11, 423 - 11, 65 - 11));
-}
-
-TEST(DialogUnitsTest, BaseUnitsComeFromTheFont) {
-    TestApp();
-    QFont font = QApplication::font();
-    QFontMetrics metrics(font);
-    int letters = metrics.horizontalAdvance(
-        QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
-    CDialogUnits du(font);
-    EXPECT_EQ(du.BaseX(), (letters + 26) / 52);
-    EXPECT_EQ(du.BaseY(), metrics.height());
-    EXPECT_GT(du.BaseX(), 0);
 }
 
 } // namespace

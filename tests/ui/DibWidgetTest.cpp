@@ -3,17 +3,16 @@
 #include "ui/DibWidget.h"
 
 #include <array>
-#include <cstdlib>
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
 #include <QImage>
 
-#include "PixelCheck.h"
-#include "QtTestApp.h"
+#include "support/QtPixels.h"
 
 namespace {
+
+using namespace testutil;
 
 // What the target holds where nothing is painted, and the panes' background.
 constexpr QRgb kMarker = 0xFF102030;
@@ -25,27 +24,16 @@ const Rect kPane{5, 7, 15, 17};
 
 // An opaque image whose pixel (x, y) is red 10x, green 20 + 20y, blue 200.
 Bgra Gradient(int x, int y) {
-    return {200, 20 + 20 * y, 10 * x, 255};
+    return {200, static_cast<u8>(20 + 20 * y), static_cast<u8>(10 * x), 255};
 }
 
 CDibPtr MakeImage(int width, int height, bool gradient, Bgra fill = {}) {
-    auto dib = boost::make_shared<CDib>();
-    EXPECT_TRUE(dib->Create32(width, height));
-    EXPECT_TRUE(dib->AllocBits());
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const Bgra v = gradient ? Gradient(x, y) : fill;
-            u8* p = dib->PixelAt(x, y);
-            for (int c = 0; c < 4; ++c)
-                p[c] = static_cast<u8>(v[c]);
-        }
-    return dib;
+    return MakeDib(width, height, [&](i32 x, i32 y) { return gradient ? Gradient(x, y) : fill; });
 }
 
 // A 20 x 20 target filled with the marker, and a pane widget over kPane.
 struct Fixture {
     Fixture() {
-        TestApp();
         target.fill(kMarker);
         widget.Create(nullptr, &kPane, true);
         widget.SetBackground(kBackground);
@@ -82,23 +70,6 @@ TEST(DibWidgetTest, FitToPaneKeepsTheShapeAndFillsThePane) {
     // A pane without width or height is returned as it is.
     EXPECT_EQ(FitToPane({0, 150}, {10, 10}, 0.01), (Size{0, 150}));
     EXPECT_EQ(FitToPane({150, 0}, {10, 20}, 0.01), (Size{150, 0}));
-}
-
-TEST(DibWidgetTest, AnchorForPrefersRoundedCornersThenBlurredEdges) {
-    // Corners in the order top left (1), top right (8), bottom left (2), bottom right (4).
-    EXPECT_EQ(AnchorFor(15, 15), 1u);
-    EXPECT_EQ(AnchorFor(1, 0), 1u);
-    EXPECT_EQ(AnchorFor(8 | 2 | 4, 0), 4u);
-    EXPECT_EQ(AnchorFor(2 | 4, 0), 2u);
-    EXPECT_EQ(AnchorFor(4, 0), 3u);
-    EXPECT_EQ(AnchorFor(4, 1), 3u);
-    // No corner: left or top edge, then right edge, else bottom right.
-    EXPECT_EQ(AnchorFor(0, 1), 1u);
-    EXPECT_EQ(AnchorFor(0, 2), 1u);
-    EXPECT_EQ(AnchorFor(0, 4 | 8), 4u);
-    EXPECT_EQ(AnchorFor(0, 15), 1u);
-    EXPECT_EQ(AnchorFor(0, 8), 3u);
-    EXPECT_EQ(AnchorFor(0, 0), 3u);
 }
 
 TEST(DibWidgetTest, AnchoredPaneCropsWideImagesAndCentresLowOnes) {

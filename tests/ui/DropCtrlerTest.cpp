@@ -4,10 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include "../batch/GateClient.h"
+#include "support/GateClient.h"
 
 #include <filesystem>
 
+#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDragLeaveEvent>
 #include <QDragMoveEvent>
@@ -16,10 +17,8 @@
 #include <QMimeData>
 #include <QUrl>
 
-#include "QtTestApp.h"
-#include "RecordingMsg.h"
 #include "foundation/Paths.h"
-#include "foundation/ResultText.h"
+#include "support/RecordingMsg.h"
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
@@ -35,8 +34,6 @@ QList<QUrl> Urls(const std::vector<std::wstring>& paths) {
 }
 
 TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
-    TestApp();
-    SetUiLanguage(1041);
     const std::vector<std::wstring> paths = {L"/tmp/drop test/ファイル 1.png", L"/tmp/b#2.jpg"};
     QMimeData mime;
     mime.setUrls(Urls(paths));
@@ -64,13 +61,6 @@ TEST(DropCtrlerTest, FileUrlsBecomeTheBlockAndItemsWhosePathsAreTheFiles) {
     CMimeDropData textData(&text);
     EXPECT_EQ(textData.GetData(kShellIdListArrayFormat, block), 0x80040064u);
     EXPECT_EQ(CMimeDropData(nullptr).GetData(kShellIdListArrayFormat, block), 0x80040064u);
-    try {
-        GetDroppedItems(&textData, items);
-        ADD_FAILURE() << "a drag without a URI list has no items";
-    } catch (const my::CException& e) {
-        EXPECT_EQ(e.id, 58803);
-        EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: " + ResultText(0x80040064));
-    }
 }
 
 // The generic target refuses everything; its hooks are reached with global coordinates.
@@ -100,8 +90,6 @@ public:
 class DropCtrlerFrameTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         ASSERT_TRUE(frame.Create());
         frame.Window()->move(100, 50);
         frame.Window()->show();

@@ -1,9 +1,7 @@
-// Tests of the main view without a command table: the controls of the template, the values that
-// a first start shows, the enabling rules and the wiring of the quality pair.
+// Tests of the main view without a command table: typing into its lists, the tab order of the
+// format group, stored values outside the lists, the enabling rules and the wiring of the quality
+// pair and the anchor.
 #include "ui/MainView.h"
-
-#include <algorithm>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -11,18 +9,11 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QSlider>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "batch/Setting.h"
-#include "foundation/ResString.h"
 #include "ui/ColorWidget.h"
-#include "ui/ControlId.h"
 #include "ui/ControlText.h"
-#include "ui/DialogUnits.h"
 #include "ui/DibWidget.h"
 
 namespace {
@@ -32,11 +23,7 @@ namespace ctl = lvx::ctl;
 
 class MainViewTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-        TheSetting() = CSetting();
-    }
+    void SetUp() override { TheSetting() = CSetting(); }
 
     static std::wstring TextOf(const CMainView& view, i32 id) {
         std::wstring text;
@@ -54,112 +41,6 @@ protected:
         emit combo->activated(index);
     }
 };
-
-TEST_F(MainViewTest, TemplateControlsByIdKindAndRectangle) {
-    CMainView view;
-    EXPECT_EQ(lvx::TheView(), &view);
-    EXPECT_EQ(view.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly).size(), 45);
-    for (i32 id = 141; id <= 172; ++id) {
-        ASSERT_NE(view.Control(id), nullptr) << id;
-        EXPECT_EQ(ControlIdOf(view.Control(id)), id);
-        EXPECT_EQ(FindControl(&view, id), view.Control(id));
-    }
-    EXPECT_EQ(view.Control(140), nullptr);
-    EXPECT_EQ(view.Control(173), nullptr);
-
-    CDialogUnits du(view.font());
-    EXPECT_EQ(view.size(), du.Size(432, 308));
-    EXPECT_EQ(view.Control(ctl::kRadius)->geometry(), du.Rect(130, 144, 24, 13));
-    EXPECT_EQ(view.Control(ctl::kProgress)->geometry(), du.Rect(7, 295, 418, 6));
-    EXPECT_EQ(view.Control(ctl::kWholePane)->geometry(), du.Rect(290, 142, 135, 124));
-    EXPECT_EQ(view.Control(ctl::kShrink)->geometry().topLeft(),
-              du.Rect(16, 20, 138, 290).topLeft());
-
-    // Kinds: editable combos, drop-down lists, a digits-only edit, sliders, a progress bar.
-    for (i32 id : {ctl::kCustomWidth, ctl::kCustomHeight, ctl::kSubFolder})
-        EXPECT_TRUE(Combo(view, id)->isEditable()) << id;
-    for (i32 id : {ctl::kShrink, ctl::kQualityName, ctl::kRadiusUnit, ctl::kBlurUnit})
-        EXPECT_FALSE(Combo(view, id)->isEditable()) << id;
-    auto* quality = qobject_cast<QLineEdit*>(view.Control(ctl::kQualityNumber));
-    ASSERT_NE(quality->validator(), nullptr);
-    QString letters = QStringLiteral("8a");
-    int pos = 0;
-    EXPECT_EQ(quality->validator()->validate(letters, pos), QValidator::Invalid);
-    EXPECT_NE(qobject_cast<QSlider*>(view.Control(ctl::kRadiusSlider)), nullptr);
-    EXPECT_NE(qobject_cast<QProgressBar*>(view.Control(ctl::kProgress)), nullptr);
-    // The three frames only lend their rectangles.
-    for (i32 id : {ctl::kSwatch, ctl::kDetailPane, ctl::kWholePane})
-        EXPECT_TRUE(view.Control(id)->isHidden()) << id;
-
-    // Captions of the template.
-    EXPECT_EQ(TextOf(view, ctl::kJpeg), L"ジェイペグ形式 (*.&jpg) - 高圧縮");
-    EXPECT_EQ(TextOf(view, ctl::kStop), L"中止");
-    EXPECT_EQ(TextOf(view, ctl::kOpenOutput), L"出力先を開く(&F)");
-    EXPECT_EQ(TextOf(view, ctl::kStatus),
-              L"エクスプローラーなどから、角を丸めたい画像ファイルをドラッグ＆ドロップします");
-    EXPECT_TRUE(qobject_cast<QPushButton*>(view.Control(ctl::kStop))->isDefault());
-
-    // Tab order: the focus chain runs through the template's order.
-    const std::vector<i32> order = {141, 142, 143, 151, 152, 144, 145, 146, 153,
-                                    154, 155, 158, 156, 157, 147, 149, 166, 160,
-                                    159, 161, 162, 148, 150, 167, 165, 163, 164};
-    std::vector<i32> seen;
-    QWidget* w = view.Control(141);
-    for (int steps = 0; steps < 500 && seen.size() < order.size();
-         ++steps, w = w->nextInFocusChain()) {
-        i32 id = ControlIdOf(w);
-        if (std::find(order.begin(), order.end(), id) != order.end() &&
-            std::find(seen.begin(), seen.end(), id) == seen.end())
-            seen.push_back(id);
-    }
-    EXPECT_EQ(seen, order);
-}
-
-TEST_F(MainViewTest, FirstStartShowsTheDefaults) {
-    CMainView view;
-    EXPECT_EQ(TextOf(view, ctl::kShrink), L"縮小しない");
-    EXPECT_EQ(Combo(view, ctl::kShrink)->count(), 18);
-    EXPECT_EQ(TextOf(view, ctl::kCustomWidth), L"200");
-    EXPECT_EQ(TextOf(view, ctl::kCustomHeight), L"1000");
-    EXPECT_EQ(Combo(view, ctl::kCustomWidth)->count(), 16);
-    EXPECT_EQ(Combo(view, ctl::kCustomWidth)->currentIndex(), -1);
-    EXPECT_TRUE(view.IsChecked(ctl::kJpeg));
-    EXPECT_FALSE(view.IsChecked(ctl::kPng));
-    EXPECT_EQ(TextOf(view, ctl::kQualityNumber), L"80");
-    EXPECT_EQ(TextOf(view, ctl::kQualityName), L"高");
-    EXPECT_EQ(Combo(view, ctl::kQualityName)->count(), 5);
-    EXPECT_EQ(TextOf(view, ctl::kColorText), L"FFFFFF");
-    EXPECT_FALSE(view.IsChecked(ctl::kTransparent));
-    for (i32 id = ctl::kTopLeft; id <= ctl::kBottom; ++id)
-        EXPECT_TRUE(view.IsChecked(id)) << id;
-    EXPECT_EQ(TextOf(view, ctl::kRadius), L"10");
-    EXPECT_EQ(TextOf(view, ctl::kRadiusUnit), L"ピクセル");
-    EXPECT_EQ(qobject_cast<QSlider*>(view.Control(ctl::kRadiusSlider))->value(), 10);
-    EXPECT_EQ(TextOf(view, ctl::kBlurWidth), L"1");
-    EXPECT_EQ(TextOf(view, ctl::kBlurUnit), L"ピクセル");
-    EXPECT_EQ(qobject_cast<QSlider*>(view.Control(ctl::kBlurSlider))->value(), 1);
-    EXPECT_EQ(Combo(view, ctl::kBlurUnit)->itemText(1), QStringLiteral("% (短辺)"));
-    EXPECT_EQ(TextOf(view, ctl::kSubFolder), L"round");
-    EXPECT_EQ(Combo(view, ctl::kSubFolder)->count(), 1);
-
-    // Widgets: swatch white over 168, whole pane at the right of 170, detail anchor 1.
-    ASSERT_TRUE(view.swatch && view.wholePane && view.detailPane);
-    EXPECT_EQ(view.swatch->Color(), 0xFFFFFFu);
-    EXPECT_EQ(view.swatch->Id(), ctl::kSwatch);
-    QRect frame = view.Control(ctl::kWholePane)->geometry();
-    const Rect& pane = view.wholePane->GetRect();
-    EXPECT_EQ(pane.right, frame.left() + frame.width());
-    EXPECT_EQ(pane.top, frame.top());
-    EXPECT_EQ(pane.bottom, frame.top() + frame.height());
-    // Square, as far as the frame's left allows.
-    EXPECT_EQ(pane.Width(), std::min(frame.width(), frame.height()));
-    EXPECT_EQ(view.wholePane->Anchor(), 0u);
-    EXPECT_EQ(view.detailPane->Anchor(), 1u);
-    // The sample is loaded; without a command table no update has shown it.
-    ASSERT_TRUE(view.sampleImage);
-    EXPECT_EQ(view.sampleImage->Header()->biWidth, 298);
-    EXPECT_EQ(view.sampleImage->Header()->biHeight, 372);
-}
 
 TEST_F(MainViewTest, EditableCombosKeepExactlyWhatWasTyped) {
     CMainView view;
@@ -339,19 +220,6 @@ TEST_F(MainViewTest, ColorTextDrivesTheSwatchAndChecksTheAnchor) {
     EXPECT_EQ(view.detailPane->Anchor(), 4u); // edge right
     click(ctl::kRight);
     EXPECT_EQ(view.detailPane->Anchor(), 3u); // bottom only
-}
-
-TEST_F(MainViewTest, TimerAndStop) {
-    CMainView view;
-    EXPECT_FALSE(view.TimerRunning());
-    view.StartTimer();
-    EXPECT_TRUE(view.TimerRunning());
-    EXPECT_EQ(view.timerId, 1u);
-    EXPECT_EQ(view.timerPeriod, 200u);
-    view.KillTimer();
-    EXPECT_EQ(view.timerId, 0u);
-    view.Stop();
-    EXPECT_TRUE(view.stopRequested);
 }
 
 } // namespace

@@ -1,9 +1,7 @@
-// Tests of the drawing surface: the interpolation table, images drawn with scaling and alpha,
+// Tests of the drawing surface: images drawn with scaling and alpha,
 // copies, blends and fills between surfaces with their own origins.
 #include "ui/Screen.h"
 
-#include <array>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -11,10 +9,11 @@
 
 #include <QPainter>
 
-#include "PixelCheck.h"
-#include "QtTestApp.h"
+#include "support/QtPixels.h"
 
 namespace {
+
+using namespace testutil;
 
 Bgra At(const CScreen& screen, int x, int y) {
     const Rect* r = screen.GetRect();
@@ -38,20 +37,7 @@ void MakeDib(CDib& dib, int width, int height) {
 constexpr ColorRef kWhite = 0x00FFFFFF;
 const Bgra kWhitePixel{255, 255, 255, 255};
 
-TEST(ScreenTest, InterpolationForFollowsTheQualityTable) {
-    for (i32 change : {-1, 0, 1})
-        EXPECT_EQ(InterpolationFor(0, change), 5) << change;
-    EXPECT_EQ(InterpolationFor(1, 1), 6);
-    EXPECT_EQ(InterpolationFor(1, 0), 0);
-    EXPECT_EQ(InterpolationFor(1, -1), 0);
-    for (i32 change : {-1, 0, 1}) {
-        EXPECT_EQ(InterpolationFor(2, change), 7) << change;
-        EXPECT_EQ(InterpolationFor(3, change), 7) << change;
-    }
-}
-
 TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
-    TestApp();
     CDCScreen none;
     EXPECT_FALSE(none.IsValid());
     CDCScreen screen;
@@ -80,7 +66,6 @@ TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
 }
 
 TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 2);
     SetPixel(image, 0, 0, 200, 100, 50, 128);
@@ -117,7 +102,6 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
 }
 
 TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 1);
     SetPixel(image, 0, 0, 200, 100, 50, 255);
@@ -135,7 +119,6 @@ TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
 }
 
 TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
-    TestApp();
     CDib image;
     MakeDib(image, 4, 4);
     for (int y = 0; y < 4; ++y)
@@ -165,7 +148,6 @@ TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
 }
 
 TEST(ScreenTest, DrawDibEdgeCases) {
-    TestApp();
     CDib image;
     MakeDib(image, 2, 2);
     for (int y = 0; y < 2; ++y)
@@ -201,7 +183,6 @@ TEST(ScreenTest, DrawDibEdgeCases) {
 }
 
 TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
-    TestApp();
     CDCScreen none;
     CDCScreen target;
     ASSERT_EQ(target.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
@@ -242,7 +223,6 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
 }
 
 TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
-    TestApp();
     QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
     image.fill(0xFFFFFFFFu);
     {

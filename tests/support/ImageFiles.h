@@ -1,102 +1,18 @@
-// Pixel helpers for the image tests: images from a function, pixel comparison, a temporary
-// folder, and test files written through libvips or built byte by byte.
+// Image files for the tests: a picture of gradients and edges, files written and read back through
+// libvips, and PNG and GIF files built byte by byte so that every field is under the test's
+// control.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <algorithm>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <vips/vips8>
 
 #include "image/Codec.h"
-#include "image/Dib.h"
+#include "support/Files.h"
 
 namespace testutil {
-
-struct Bgra {
-    u8 b = 0, g = 0, r = 0, a = 0;
-    bool operator==(const Bgra&) const = default;
-};
-
-inline std::ostream& operator<<(std::ostream& os, const Bgra& p) {
-    return os << "(b " << int(p.b) << ", g " << int(p.g) << ", r " << int(p.r) << ", a " << int(p.a)
-              << ")";
-}
-
-inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
-    const u8* p = dib.PixelAt(x, y);
-    return {p[0], p[1], p[2], p[3]};
-}
-
-inline void SetPixel(CDib& dib, i32 x, i32 y, Bgra c) {
-    u8* p = dib.PixelAt(x, y);
-    p[0] = c.b;
-    p[1] = c.g;
-    p[2] = c.r;
-    p[3] = c.a;
-}
-
-// A 32-bit image whose pixel (x, y), y from the top, is fn(x, y).
-template <typename Fn> CDibPtr MakeDib(i32 width, i32 height, Fn fn) {
-    CDibPtr dib(new CDib);
-    if (!dib->Create32(width, height) || !dib->AllocBits())
-        return {};
-    for (i32 y = 0; y < height; ++y)
-        for (i32 x = 0; x < width; ++x)
-            SetPixel(*dib, x, y, fn(x, y));
-    return dib;
-}
-
-// Same size and every channel of every pixel within `tolerance`.
-inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& expected,
-                                             int tolerance) {
-    if (actual.Width() != expected.Width() || actual.Height() != expected.Height())
-        return ::testing::AssertionFailure()
-               << "size " << actual.Width() << "x" << actual.Height() << ", expected "
-               << expected.Width() << "x" << expected.Height();
-    for (i32 y = 0; y < actual.Height(); ++y) {
-        for (i32 x = 0; x < actual.Width(); ++x) {
-            const u8* a = actual.PixelAt(x, y);
-            const u8* e = expected.PixelAt(x, y);
-            for (int c = 0; c < 4; ++c) {
-                if (std::abs(a[c] - e[c]) > tolerance)
-                    return ::testing::AssertionFailure()
-                           << "pixel (" << x << ", " << y << ") is " << PixelOf(actual, x, y)
-                           << ", expected " << PixelOf(expected, x, y);
-            }
-        }
-    }
-    return ::testing::AssertionSuccess();
-}
-
-// A fresh folder under the system's temporary folder, removed with everything in it.
-class CTempDir {
-public:
-    CTempDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "lvx-image-XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            path_ = pattern;
-    }
-    ~CTempDir() {
-        std::error_code ignored;
-        if (!path_.empty())
-            std::filesystem::remove_all(path_, ignored);
-    }
-    CTempDir(const CTempDir&) = delete;
-    CTempDir& operator=(const CTempDir&) = delete;
-
-    std::string File(const std::string& name) const { return (path_ / name).string(); }
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 // A picture with gradients and edges, as interleaved R, G, B bytes, rows from the top.
 inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
@@ -111,21 +27,6 @@ inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
         }
     }
     return rgb;
-}
-
-inline std::wstring Wide(const std::string& ascii) {
-    return std::wstring(ascii.begin(), ascii.end());
-}
-
-inline void WriteBytes(const std::string& path, const std::vector<u8>& bytes) {
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::vector<u8> ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<u8>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 // Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
@@ -284,6 +185,77 @@ inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& pal
     gif.push_back(0);
     gif.push_back(0x3B);
     return gif;
+}
+
+// --- BMP files built byte by byte. ---
+
+// The compression kinds of a BMP header.
+constexpr u32 kBmpRgb = 0;
+constexpr u32 kBmpRle8 = 1;
+constexpr u32 kBmpRle4 = 2;
+constexpr u32 kBmpBitfields = 3;
+
+inline void Put16(std::vector<u8>& out, u32 v) {
+    out.push_back(static_cast<u8>(v));
+    out.push_back(static_cast<u8>(v >> 8));
+}
+inline void Put32(std::vector<u8>& out, u32 v) {
+    Put16(out, v & 0xFFFF);
+    Put16(out, v >> 16);
+}
+
+// What goes into one test file; the file header's offset is worked out from the parts.
+struct BmpParts {
+    u32 headerSize = 40;
+    i32 width = 0;
+    i32 height = 0;
+    u16 bitCount = 24;
+    u32 compression = kBmpRgb;
+    u32 colorsUsed = 0;
+    i32 pelsPerMeter = 0;
+    std::vector<u32> masks = {};  // R, G, B(, A): inside a longer header, after a 40-byte one
+    std::vector<u8> palette = {}; // raw entries
+    std::vector<u8> pixels = {};  // raw pixel data
+};
+
+inline std::vector<u8> MakeBmp(const BmpParts& p) {
+    std::vector<u8> info;
+    Put32(info, p.headerSize);
+    if (p.headerSize == 12) {
+        Put16(info, static_cast<u32>(p.width));
+        Put16(info, static_cast<u32>(p.height));
+        Put16(info, 1);
+        Put16(info, p.bitCount);
+    } else {
+        Put32(info, static_cast<u32>(p.width));
+        Put32(info, static_cast<u32>(p.height));
+        Put16(info, 1);
+        Put16(info, p.bitCount);
+        Put32(info, p.compression);
+        Put32(info, static_cast<u32>(p.pixels.size()));
+        Put32(info, static_cast<u32>(p.pelsPerMeter));
+        Put32(info, static_cast<u32>(p.pelsPerMeter));
+        Put32(info, p.colorsUsed);
+        Put32(info, 0);
+        size_t mask = 0;
+        while (info.size() < p.headerSize) {
+            Put32(info, mask < p.masks.size() ? p.masks[mask] : 0);
+            ++mask;
+        }
+        info.resize(p.headerSize);
+        if (p.headerSize == 40)
+            for (u32 m : p.masks)
+                Put32(info, m);
+    }
+    const u32 offset = static_cast<u32>(14 + info.size() + p.palette.size());
+    std::vector<u8> file = {'B', 'M'};
+    Put32(file, offset + static_cast<u32>(p.pixels.size()));
+    Put32(file, 0);
+    Put32(file, offset);
+    file.insert(file.end(), info.begin(), info.end());
+    file.insert(file.end(), p.palette.begin(), p.palette.end());
+    file.insert(file.end(), p.pixels.begin(), p.pixels.end());
+    return file;
 }
 
 } // namespace testutil

@@ -8,9 +8,8 @@
 
 #include <QTest>
 
-#include "../platform/StandInShell.h"
-#include "QtTestApp.h"
 #include "platform/Shell.h"
+#include "support/StandInShell.h"
 
 namespace {
 
@@ -18,8 +17,6 @@ constexpr int kArrivalBoundMs = 30000;
 
 class QtChildWatchTest : public ::testing::Test {
 protected:
-    void SetUp() override { TestApp(); }
-
     // Starts the stand-in name; each end appends its status to statuses, on the thread it came.
     void Start(const std::string& name, CChildWatch::EndHandler then = {}) {
         int startErrno = 0;

@@ -14,13 +14,13 @@
 #include <QUrl>
 #include <QtTest/QTest>
 
-#include "../batch/TaskTestFiles.h"
-#include "../platform/XdgSandbox.h"
-#include "../ui/QtTestApp.h"
-#include "../ui/RecordingMsg.h"
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "support/Files.h"
+#include "support/PixelTestUtil.h"
+#include "support/RecordingMsg.h"
+#include "support/XdgSandbox.h"
 #include "ui/ControlText.h"
 #include "ui/DropCtrler.h"
 #include "ui/MainFrame.h"
@@ -29,8 +29,6 @@
 class BatchViewFixture : public ::testing::Test {
 protected:
     void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
         sandbox_ = std::make_unique<XdgSandbox>();
         savedSetting_ = TheSetting();
         // PNG outputs in the sub-folder "out" beside each source.
@@ -89,18 +87,9 @@ protected:
         return text;
     }
 
-    static void WriteText(const std::filesystem::path& path, const std::string& text) {
-        XdgSandbox::WriteBytes(path, text);
-    }
-
-    static std::string ReadText(const std::filesystem::path& path) {
-        auto bytes = XdgSandbox::ReadBytes(path);
-        return std::string(bytes.begin(), bytes.end());
-    }
-
     static std::filesystem::path Png(const std::filesystem::path& dir, const char* name, u8 red) {
         auto path = dir / name;
-        EXPECT_TRUE(testfiles::Write(*testfiles::Solid(40, 30, 10, 20, red), L"image/png", path));
+        EXPECT_TRUE(testutil::SaveImage(*testutil::Solid(40, 30, 10, 20, red), L"image/png", path));
         return path;
     }
 

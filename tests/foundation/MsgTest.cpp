@@ -7,21 +7,14 @@
 #include <fstream>
 #include <list>
 
-#include "RecordingMsg.h"
 #include "foundation/ResString.h"
+#include "support/Files.h"
+#include "support/RecordingMsg.h"
 
 namespace {
 
 class MsgTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetUiLanguage(1041);
-        dir = std::filesystem::temp_directory_path() / ("lvx_msg_" + std::to_string(::getpid()));
-        std::filesystem::remove_all(dir);
-        std::filesystem::create_directories(dir);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir); }
-
     static std::vector<std::wstring> Paths(int count) {
         std::vector<std::wstring> paths;
         for (int i = 1; i <= count; ++i)
@@ -29,7 +22,8 @@ protected:
         return paths;
     }
 
-    std::filesystem::path dir;
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
     CRecordingMsg msg;
 };
 
@@ -67,7 +61,7 @@ TEST_F(MsgTest, OverwriteIfExistsAsksOnlyForExistingPaths) {
     EXPECT_TRUE(msg.boxes.empty());
 
     std::filesystem::path present = dir / "present.png";
-    std::ofstream(present) << "x";
+    testutil::WriteText(present, "x");
     msg.answers = {2};
     EXPECT_FALSE(msg.QueryOverwriteIfExists(present.wstring()));
     ASSERT_EQ(msg.boxes.size(), 1u);
@@ -148,7 +142,7 @@ TEST_F(MsgTest, CreateFolderIfAgreed) {
     EXPECT_EQ(msg.boxes.size(), 2u);
 
     // A file where a parent folder should be: the failure is shown as an error and refused.
-    std::ofstream(dir / "file") << "x";
+    testutil::WriteText(dir / "file", "x");
     std::wstring blocked = (dir / "file" / "sub").wstring();
     msg.answers = {1};
     EXPECT_FALSE(msg.CreateFolderIfAgreed(blocked));

@@ -11,8 +11,7 @@
 #include <QMessageBox>
 #include <QRegularExpression>
 
-#include "../platform/XdgSandbox.h"
-#include "QtTestApp.h"
+#include "support/XdgSandbox.h"
 
 namespace {
 
@@ -40,7 +39,6 @@ bool HasEnglishWord(const QString& text) {
 }
 
 TEST(QtOwnPartsTest, DialogsAndBoxButtonsSpeakJapanese) {
-    TestApp();
     EXPECT_FALSE(InstallQtTranslations(1033)) << "Qt speaks English already";
     {
         QMessageBox box;
@@ -63,7 +61,6 @@ TEST(QtOwnPartsTest, DialogsAndBoxButtonsSpeakJapanese) {
 }
 
 TEST(QtOwnPartsTest, TheColourDialogWritesNoFileAndKeepsItsColoursForTheRun) {
-    TestApp();
     XdgSandbox sandbox;
     KeepQtSettingsInMemory();
     QColorDialog::setCustomColor(3, QColor(12, 34, 56));

@@ -1,4 +1,4 @@
-// Tests of the real boxes: titles by flags, buttons and the answers that they give.
+// Tests of the real boxes: titles, buttons and the answers that they give.
 #include "platform/qt/MessageBoxMsg.h"
 
 #include <gtest/gtest.h>
@@ -11,59 +11,14 @@
 #include <QWidget>
 #include <QtTest/QTest>
 
-#include "QtTestApp.h"
 #include "foundation/ResString.h"
+#include "support/ModalBox.h"
 
 namespace {
 
-struct SeenBox {
-    QString title;
-    QString text;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QStringList buttons;
-    QWidget* parent = nullptr;
-};
+using namespace testutil;
 
-// Waits in the event loop for the modal box, records it and acts on it.
-void OnNextBox(SeenBox& seen, std::function<void(QMessageBox*)> act) {
-    QTimer::singleShot(0, [&seen, act] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box) {
-            OnNextBox(seen, act);
-            return;
-        }
-        seen.title = box->windowTitle();
-        seen.text = box->text();
-        seen.icon = box->icon();
-        for (QAbstractButton* button : box->buttons())
-            seen.buttons << QString::number(box->standardButton(button));
-        seen.parent = box->parentWidget();
-        act(box);
-    });
-}
-
-void Click(QMessageBox* box, QMessageBox::StandardButton which) {
-    box->button(which)->click();
-}
-
-class MessageBoxMsgTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TestApp();
-        SetUiLanguage(1041);
-    }
-};
-
-TEST_F(MessageBoxMsgTest, TitleFollowsTheErrorBitsOfTheFlags) {
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(16), L"エラー");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(49), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(52), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0), L"確認");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x11), L"エラー");
-    EXPECT_EQ(CMessageBoxMsg::TitleFor(0x30), L"確認");
-}
-
-TEST_F(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
+TEST(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
@@ -76,7 +31,7 @@ TEST_F(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     EXPECT_EQ(seen.parent, nullptr);
 }
 
-TEST_F(MessageBoxMsgTest, OkCancelAnswers) {
+TEST(MessageBoxMsgTest, OkCancelAnswers) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
@@ -99,7 +54,7 @@ TEST_F(MessageBoxMsgTest, OkCancelAnswers) {
     EXPECT_TRUE(msg.QueryLoseWork());
 }
 
-TEST_F(MessageBoxMsgTest, YesNoAnswers) {
+TEST(MessageBoxMsgTest, YesNoAnswers) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Yes); });
@@ -114,7 +69,7 @@ TEST_F(MessageBoxMsgTest, YesNoAnswers) {
     EXPECT_FALSE(msg.QueryStopPrinting());
 }
 
-TEST_F(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
+TEST(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
     QWidget owner;
     CMessageBoxMsg msg(&owner);
     EXPECT_EQ(msg.Owner(), &owner);
