@@ -12,10 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include "LanguageGuard.h"
 #include "foundation/ResString.h"
 #include "foundation/TemplateFormat.h"
 #include "resources/StringIds.h"
+#include "support/LanguageGuard.h"
 
 namespace {
 

@@ -1,13 +1,16 @@
 // Tests of the BMP writer's result codes, which follow those of the other encoders.
 #include "image/BmpWriter.h"
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <string>
 
 #include <sys/resource.h>
 
-#include "AddressSpaceLimit.h"
-#include "image/PixelTestUtil.h"
+#include "image/Codec.h"
+#include "support/AddressSpaceLimit.h"
+#include "support/PixelTestUtil.h"
 
 using namespace testutil;
 
