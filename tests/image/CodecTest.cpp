@@ -276,16 +276,8 @@ TEST(Codec, AnEncoderOutOfMemorySaysSo) {
         CDibPtr small = MakeDib(8, 8, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
         if (Failed(png ? EncodePng(*small, true, warmUp) : EncodeJpeg(*small, 100, warmUp)))
             std::_Exit(3);
-        std::ifstream status("/proc/self/status");
-        std::string line;
-        rlim_t used = 0;
-        while (std::getline(status, line)) {
-            if (line.rfind("VmSize:", 0) == 0)
-                used = std::stoull(line.substr(7)) * 1024;
-        }
         // Room for the encoder's threads and rows, not for the 40 MB or more of its output.
-        const rlimit cap{used + (rlim_t{24} << 20), used + (rlim_t{24} << 20)};
-        setrlimit(RLIMIT_AS, &cap);
+        CapAddressSpaceAbovePresent(rlim_t{24} << 20);
         std::vector<u8> out;
         const HResult result = png ? EncodePng(*dib, true, out) : EncodeJpeg(*dib, 100, out);
         std::_Exit(result == hr::kOutOfMemory ? 0 : result == hr::kOk ? 2 : 1);
