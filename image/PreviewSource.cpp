@@ -16,13 +16,12 @@
 #include "image/EdgePlan.h"
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
+#include "image/RowsOnThisThread.h"
 
 using vips::VError;
 using vips::VImage;
 
 namespace {
-
-constexpr int kStripRows = 16;
 
 // The corner anchors in the order in which a scale keeps its corners.
 constexpr u32 kCornerAnchors[] = {paneanchor::kTopLeft, paneanchor::kBottomLeft,
@@ -147,28 +146,15 @@ private:
     std::vector<u8> out_;
 };
 
-// The pixels of a four-band image as a new bottom-up CDib; null when memory runs out. The
-// pipeline runs on the calling thread: at a pane's size, handing strips to libvips' workers and
-// waiting for them costs more than the pixels.
+// The pixels of a four-band image as a new bottom-up CDib, computed on the calling thread; null
+// when memory runs out.
 CDibPtr ToDib(const VImage& image) {
     CDibPtr dib(new (std::nothrow) CDib);
     if (!dib || !dib->Create32(image.width(), image.height()) || !dib->AllocBits())
         return {};
-    VipsRegion* region = vips_region_new(image.get_image());
-    if (!region)
-        throw VError();
-    // In strips, so that every stage's buffers stay small and are used again.
     const size_t row = static_cast<size_t>(image.width()) * 4;
-    for (i32 top = 0; top < image.height(); top += kStripRows) {
-        const VipsRect strip{0, top, image.width(), std::min(kStripRows, image.height() - top)};
-        if (vips_region_prepare(region, &strip) != 0) {
-            g_object_unref(region);
-            throw VError();
-        }
-        for (i32 y = strip.top; y < strip.top + strip.height; ++y)
-            std::memcpy(dib->PixelAt(0, y), VIPS_REGION_ADDR(region, 0, y), row);
-    }
-    g_object_unref(region);
+    ForEachRow(image,
+               [&](i32 y, const u8* pixels) { std::memcpy(dib->PixelAt(0, y), pixels, row); });
     return dib;
 }
 

@@ -17,6 +17,7 @@
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Resample.h"
+#include "image/RowsOnThisThread.h"
 #include "image/StreamEncoders.h"
 
 using vips::VError;
@@ -315,7 +316,6 @@ HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
 HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowSink& sink) {
     if (!EnsureVipsStarted())
         return hr::kFail;
-    VipsRegion* region = nullptr;
     try {
         CDecodeStream stream;
         const HResult code = stream.Open(data, size, limits);
@@ -323,30 +323,13 @@ HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowS
             return code;
         const VImage pixels = stream.Pixels();
         sink.Begin(Size{pixels.width(), pixels.height()}, 1, stream.DeclaredSize(), pixels.bands());
-        region = vips_region_new(pixels.get_image());
-        if (!region)
-            throw VError();
-        // Strips in order, as the decoder reads them.
-        constexpr i32 kStripRows = 16;
-        for (i32 top = 0; top < pixels.height(); top += kStripRows) {
-            const VipsRect strip{0, top, pixels.width(),
-                                 std::min(kStripRows, pixels.height() - top)};
-            if (vips_region_prepare(region, &strip))
-                throw VError();
-            for (i32 y = strip.top; y < VIPS_RECT_BOTTOM(&strip); ++y)
-                sink.Row(VIPS_REGION_ADDR(region, 0, y));
-        }
-        g_object_unref(region);
+        ForEachRow(pixels, [&](i32, const u8* row) { sink.Row(row); });
         vips_error_clear();
         return stream.Damaged() ? hr::kNotImpl : hr::kOk;
     } catch (const VError&) {
-        if (region)
-            g_object_unref(region);
         vips_error_clear();
         return hr::kNotImpl;
     } catch (const std::bad_alloc&) {
-        if (region)
-            g_object_unref(region);
         return hr::kOutOfMemory;
     }
 }
