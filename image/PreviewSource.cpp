@@ -258,28 +258,17 @@ HResult CPreviewSource::Build(const CDib& source) {
     if (!IsDib32(source) || source.Width() <= 0 || source.Height() <= 0)
         return hr::kInvalidArg;
     const Size size{source.Width(), source.Height()};
-    // Red first, as Row takes it; an image without a transparent pixel goes as three bands.
-    bool opaque = true;
-    for (i32 y = 0; y < size.cy && opaque; ++y) {
+    // An image without a transparent pixel is kept with plain averages, as three bands are.
+    u8 least = 255;
+    for (i32 y = 0; y < size.cy && least == 255; ++y) {
         const u8* in = source.PixelAt(0, y);
-        for (i32 x = 0; x < size.cx && opaque; ++x)
-            opaque = in[x * 4 + 3] == 255;
+        for (i32 x = 0; x < size.cx; ++x)
+            least = std::min(least, in[x * 4 + 3]);
     }
-    const i32 bands = opaque ? 3 : 4;
-    Begin(size, 1, size, bands);
-    std::vector<u8> row(static_cast<size_t>(size.cx) * bands);
-    for (i32 y = 0; y < size.cy && !impl_->building->failed; ++y) {
-        const u8* in = source.PixelAt(0, y);
-        u8* out = row.data();
-        for (i32 x = 0; x < size.cx; ++x, in += 4, out += bands) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-            if (bands == 4)
-                out[3] = in[3];
-        }
-        Row(row.data());
-    }
+    Begin(size, 1, size, least == 255 ? 3 : 4);
+    // The bitmap's rows are already blue, green, red, alpha.
+    for (i32 y = 0; y < size.cy && !impl_->building->failed; ++y)
+        TakeRow(source.PixelAt(0, y), least);
     return End();
 }
 
@@ -338,12 +327,17 @@ void CPreviewSource::Row(const u8* pixels) {
         row[3] = b->bands == 4 ? pixels[3] : 255;
         least = std::min(least, row[3]);
     }
-    b->leastAlpha = least;
+    TakeRow(b->row.data(), least);
+}
+
+void CPreviewSource::TakeRow(const u8* bgra, u8 leastAlpha) {
+    Impl::Building* b = impl_->building.get();
+    b->leastAlpha = std::min(b->leastAlpha, leastAlpha);
     const i32 y = b->nextRow++;
     for (auto& corners : b->cornerLevels)
         for (BoxRows& corner : corners)
-            corner.Add(y, b->row.data());
-    b->firstWhole->Add(y, b->row.data());
+            corner.Add(y, bgra);
+    b->firstWhole->Add(y, bgra);
 }
 
 HResult CPreviewSource::End() {

@@ -59,6 +59,9 @@ public:
                      Size size, CDibPtr& out) const;
 
 private:
+    // A row as the kept scales hold it (blue, green, red, alpha) with its least alpha.
+    void TakeRow(const u8* bgra, u8 leastAlpha);
+
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
