@@ -170,7 +170,7 @@ u32 Finish(CDibPtr& image, const CEdgePlan& plan, i32 x0, i32 y0, const CRoundSt
     }
     CDibPtr filled;
     if (Failed(FillBackground(filled, *image, round.backgroundColor)))
-        return CRoundStep::kRoundFailed;
+        return strid::kRoundFailed;
     out = filled;
     return 0;
 }
@@ -420,20 +420,20 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
                 return ToDib(whole);
             });
         if (!image)
-            return CRoundStep::kRoundFailed;
+            return strid::kRoundFailed;
         // The corners and the fade of the full-size result, at the pane's scale.
         const double scale = static_cast<double>(size.cx) / fitted.cx;
         CEdgePlan plan;
         if (Failed(plan.Build(size.cx, size.cy, round.corners, round.edges,
                               ResolveLength(round.radius, fitted.cx, fitted.cy) * scale,
                               ResolveLength(round.blurWidth, fitted.cx, fitted.cy) * scale)))
-            return CRoundStep::kRoundFailed;
+            return strid::kRoundFailed;
         return Finish(image, plan, 0, 0, round, keepAlpha, out);
     } catch (const VError&) {
         vips_error_clear();
-        return CRoundStep::kRoundFailed;
+        return strid::kRoundFailed;
     } catch (const std::bad_alloc&) {
-        return CRoundStep::kRoundFailed;
+        return strid::kRoundFailed;
     }
 }
 
@@ -485,18 +485,18 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
                 return ToDib(ToTopLeft(corner, anchor));
             });
         if (!image || image->Width() != w || image->Height() != h)
-            return CRoundStep::kRoundFailed;
+            return strid::kRoundFailed;
         CEdgePlan plan;
         if (Failed(plan.Build(fitted.cx, fitted.cy, round.corners, round.edges,
                               ResolveLength(round.radius, fitted.cx, fitted.cy),
                               ResolveLength(round.blurWidth, fitted.cx, fitted.cy))))
-            return CRoundStep::kRoundFailed;
+            return strid::kRoundFailed;
         return Finish(image, plan, FromRight(anchor) ? fitted.cx - w : 0,
                       FromBottom(anchor) ? fitted.cy - h : 0, round, keepAlpha, out);
     } catch (const VError&) {
         vips_error_clear();
-        return CRoundStep::kRoundFailed;
+        return strid::kRoundFailed;
     } catch (const std::bad_alloc&) {
-        return CRoundStep::kRoundFailed;
+        return strid::kRoundFailed;
     }
 }

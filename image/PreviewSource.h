@@ -46,9 +46,9 @@ public:
 
     // The whole result, fitted to `size` (the caller fits the result's shape into the pane), in
     // `out`. The corners and the fade are those of the full-size result, scaled with it. The ids
-    // of failure are those of the steps: CShrinkStep::kZeroSize and kUnknownType for the shrink,
-    // CRoundStep::kRoundFailed for the rounding;
-    // 0 with a code when the pixels could not be made.
+    // of failure are those of the steps: strid::kShrinkSizeNotPositive and
+    // strid::kUnknownShrinkType for the shrink, strid::kRoundFailed for the rounding; 0 with a code
+    // when the pixels could not be made.
     u32 RenderWhole(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, Size size,
                     CDibPtr& out) const;
 

@@ -29,7 +29,7 @@ void CRoundStep::Run() {
     errorId = 0;
     errorCode = 0;
     if (!source) {
-        errorId = kRoundFailed;
+        errorId = strid::kRoundFailed;
         errorCode = hr::kInvalidArg;
         return;
     }
@@ -42,7 +42,7 @@ void CRoundStep::Run() {
     const HResult roundCode =
         RoundImage(rounded, image, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, r, r);
     if (Failed(roundCode)) {
-        errorId = kRoundFailed;
+        errorId = strid::kRoundFailed;
         errorCode = roundCode;
         return;
     }
@@ -53,7 +53,7 @@ void CRoundStep::Run() {
     const HResult blurCode = BlurEdges(*rounded, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight,
                                        e.left, e.top, e.right, e.bottom, r, r, width);
     if (Failed(blurCode)) {
-        errorId = kBlurFailed;
+        errorId = strid::kBlurFailed;
         errorCode = blurCode;
         return;
     }

@@ -13,10 +13,6 @@
 // the step throws nothing of its own.
 class CRoundStep {
 public:
-    // The step's failures.
-    static constexpr u32 kRoundFailed = strid::kRoundFailed;
-    static constexpr u32 kBlurFailed = strid::kBlurFailed;
-
     CDibPtr source; // read only
     u32 backgroundColor = 0xFFFFFF;
     bool transparent = false;

@@ -38,7 +38,7 @@ void CShrinkStep::Run() {
         FitSize(shrinkWidth, shrinkHeight, source);
         return;
     default:
-        errorId = kUnknownType;
+        errorId = strid::kUnknownShrinkType;
         errorCode = 0;
         return;
     }
@@ -47,15 +47,15 @@ void CShrinkStep::Run() {
 namespace {
 
 // The size of an image of imageWidth x imageHeight fitted into width x height: the image's own
-// size when it fits already, so that it is never enlarged. CShrinkStep::kZeroSize for a box under
-// one pixel.
+// size when it fits already, so that it is never enlarged. strid::kShrinkSizeNotPositive for a box
+// under one pixel.
 u32 FitInto(i32 width, i32 height, i32 imageWidth, i32 imageHeight, Size& size) {
     size = Size{imageWidth, imageHeight};
     // Checked first, so that an image that fits is never enlarged.
     if (width >= imageWidth && height >= imageHeight)
         return 0;
     if (width < 1 || height < 1)
-        return CShrinkStep::kZeroSize;
+        return strid::kShrinkSizeNotPositive;
     size = Size{width, MulDiv(width, imageHeight, imageWidth)};
     if (size.cy > height) {
         size.cx = std::min(MulDiv(height, imageWidth, imageHeight), width);
@@ -79,7 +79,7 @@ u32 CShrinkStep::FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const {
     case shrinktype::kNamed:
         return FitInto(shrinkWidth, shrinkHeight, imageWidth, imageHeight, size);
     default:
-        return kUnknownType;
+        return strid::kUnknownShrinkType;
     }
 }
 
@@ -99,7 +99,7 @@ void CShrinkStep::FitSize(i32 width, i32 height, CDibPtr image) {
     const HResult code = ResizeImage(resized, Rect{0, 0, size.cx, size.cy}, *image,
                                      Rect{0, 0, imageWidth, imageHeight});
     if (Failed(code)) {
-        errorId = kResizeFailed;
+        errorId = strid::kResizeFailed;
         errorCode = code;
         return;
     }

@@ -11,11 +11,6 @@
 // string-table id and a code; the step throws nothing of its own.
 class CShrinkStep {
 public:
-    // The step's failures.
-    static constexpr u32 kZeroSize = strid::kShrinkSizeNotPositive;
-    static constexpr u32 kUnknownType = strid::kUnknownShrinkType;
-    static constexpr u32 kResizeFailed = strid::kResizeFailed;
-
     CDibPtr source; // read only
     u32 shrinkType = shrinktype::kNone;
     i32 shrinkWidth = 0;
@@ -31,15 +26,16 @@ public:
     ShrinkSettings Settings() const;
 
     // shrinktype::kNone passes `source` through as it is (the same object); kCustom fits into the
-    // custom size, kNamed into the named size; any other type fails with kUnknownType.
+    // custom size, kNamed into the named size; any other type fails with strid::kUnknownShrinkType.
     void Run();
 
     // The size that Run would give an image of imageWidth x imageHeight, in `size`, without
     // resampling anything: the image's own size when it passes through. 0, or the id of the
-    // failure that Run would report (kZeroSize, kUnknownType).
+    // failure that Run would report (strid::kShrinkSizeNotPositive, strid::kUnknownShrinkType).
     u32 FittedSize(i32 imageWidth, i32 imageHeight, Size& size) const;
 
     // Fits `image` into width x height. An image that fits already passes through as it is; a
-    // target under one pixel fails with kZeroSize; a failed resize with kResizeFailed and its code.
+    // target under one pixel fails with strid::kShrinkSizeNotPositive; a failed resize with
+    // strid::kResizeFailed and its code.
     void FitSize(i32 width, i32 height, CDibPtr image);
 };

@@ -258,7 +258,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     const double fade = ResolveLength(roundStep.blurWidth, fitted.cx, fitted.cy);
     code = job->plan.Build(fitted.cx, fitted.cy, roundStep.corners, roundStep.edges, radius, fade);
     if (Failed(code)) {
-        Fail(failure, StreamFailure::kRound, CRoundStep::kRoundFailed, code);
+        Fail(failure, StreamFailure::kRound, strid::kRoundFailed, code);
         return code;
     }
     job->fill = !(roundStep.transparent && output.keepAlpha);

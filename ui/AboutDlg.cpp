@@ -51,14 +51,14 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep)
     auto* group = new QGroupBox(this);
     group->setGeometry(du.Rect(7, 7, 318, 48));
 
-    auto* icon = AddLabel(this, 58402, du.Rect(19, 23, 20, 20));
+    auto* icon = AddLabel(this, aboutctl::kIcon, du.Rect(19, 23, 20, 20));
     icon->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     icon->setPixmap(AppLargeIcon());
 
     CAppInfo& info = TheAppInfo();
-    QLabel* title = AddLabel(this, 58403, du.Rect(56, 23, 137, 8));
+    QLabel* title = AddLabel(this, aboutctl::kTitle, du.Rect(56, 23, 137, 8));
     SetControlText(title, info.TitleAndVersion(), true);
-    QLabel* copyright = AddLabel(this, 58404, du.Rect(56, 35, 164, 8));
+    QLabel* copyright = AddLabel(this, aboutctl::kCopyright, du.Rect(56, 35, 164, 8));
     SetControlText(copyright, info.Copyright(), true);
     QLabel* more = AddLabel(this, 0, du.Rect(17, 66, 108, 8));
     more->setText(Text(strid::kAboutMore));
@@ -66,7 +66,7 @@ CAboutDlg::CAboutDlg(QWidget* owner) : QDialog(owner), beep(&QApplication::beep)
         FitWidth(label);
 
     link_ = new CLinkLabel(this);
-    SetControlId(link_, 58387);
+    SetControlId(link_, aboutctl::kLink);
     link_->setGeometry(du.Rect(137, 66, 187, 8));
     if (!info.HomeAddress().empty())
         SetControlText(link_, info.HomeAddress(), true);

@@ -7,6 +7,15 @@
 
 class CLinkLabel;
 
+// Control ids of the box's parts, by which tests find them; the link shares its id with the
+// frame's command that opens the home page.
+namespace aboutctl {
+constexpr int kIcon = 58402;
+constexpr int kTitle = 58403;
+constexpr int kCopyright = 58404;
+constexpr int kLink = 58387;
+} // namespace aboutctl
+
 class CAboutDlg : public QDialog {
 public:
     explicit CAboutDlg(QWidget* owner);

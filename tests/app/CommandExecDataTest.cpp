@@ -15,6 +15,7 @@
 
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 
 namespace {
@@ -188,7 +189,7 @@ TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
     text.setText(QStringLiteral("plain words"));
     CMimeDropData data(&text);
     table_->execData->SetDropData(&data);
-    EXPECT_EQ(table_->execData->dropError.id, 58803);
+    EXPECT_EQ(table_->execData->dropError.id, strid::kGetDataFailed);
     EXPECT_TRUE(table_->execData->items.empty());
     EXPECT_FALSE(table_->execData->CanExecute());
     EXPECT_TRUE(msg.boxes.empty()) << "the failure is shown when the command runs";

@@ -13,6 +13,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "platform/qt/QtChildWatch.h"
+#include "resources/StringIds.h"
 #include "support/RecordingMsg.h"
 #include "support/StandInShell.h"
 
@@ -133,8 +134,8 @@ TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverWithoutWaitingAndALateFai
     shell.Release("xdg-open");
     ASSERT_TRUE(QTest::qWaitFor([&] { return !msg.boxes.empty(); }, kArrivalBoundMs));
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text,
-              ComposeError(58831, ResultText(0x80070483), TheSetting().outputPath + L" "))
+    EXPECT_EQ(msg.boxes[0].text, ComposeError(strid::kShellOpenFailed, ResultText(0x80070483),
+                                              TheSetting().outputPath + L" "))
         << "xdg-open's 4 (the action failed) has no program for it";
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + folder.string() + "\n--\n");

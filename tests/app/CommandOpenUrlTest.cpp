@@ -8,6 +8,7 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "platform/qt/QtChildWatch.h"
+#include "resources/StringIds.h"
 #include "support/RecordingMsg.h"
 #include "support/StandInShell.h"
 
@@ -18,7 +19,7 @@ TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) 
     CStandInShell shell;
     shell.Set("xdg-open", 1, true);
     std::wstring address;
-    LoadResString(address, 134, true);
+    LoadResString(address, strid::kHomePageAddress, true);
     CRecordingMsg msg;
     CCommandOpenUrl command(&msg);
     command.stringId = 134;
@@ -31,7 +32,8 @@ TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndTheOpenersLateFailureIsShown) 
     shell.Release("xdg-open");
     ASSERT_TRUE(QTest::qWaitFor([&] { return !msg.boxes.empty(); }, 30000));
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, ComposeError(58831, ResultText(0x8007000B), address + L" "))
+    EXPECT_EQ(msg.boxes[0].text,
+              ComposeError(strid::kShellOpenFailed, ResultText(0x8007000B), address + L" "))
         << "xdg-open's 1 (bad arguments) is a bad format";
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + Utf8FromWide(address) + "\n--\n");

@@ -12,6 +12,7 @@
 #include <QtTest/QTest>
 
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "support/RecordingMsg.h"
 #include "support/Thrown.h"
 
@@ -57,7 +58,8 @@ TEST(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
     ASSERT_TRUE(first->hasFocus());
 
     CFocusRecordingMsg msg;
-    CScriptedCommand command(&msg, [atFault](bool) { throw my::CCtrlException(atFault, 58806); });
+    CScriptedCommand command(
+        &msg, [atFault](bool) { throw my::CCtrlException(atFault, strid::kEmptyIdList); });
     command.Execute(true, false);
     QCoreApplication::processEvents();
     ASSERT_EQ(msg.boxes.size(), 1u);
@@ -87,12 +89,14 @@ TEST(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
     QLineEdit control;
     CRecordingMsg msg;
     CScriptedCommand command(&msg, [&control](bool) {
-        throw my::CCtrlException(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
+        throw my::CCtrlException(&control, strid::kShellOpenFailed, HResult{0x80070002},
+                                 L"https://example.invalid/");
     });
-    my::CCtrlException original(&control, 58831, HResult{0x80070002}, L"https://example.invalid/");
+    my::CCtrlException original(&control, strid::kShellOpenFailed, HResult{0x80070002},
+                                L"https://example.invalid/");
     const auto e = testutil::Thrown<my::CCtrlException>([&] { command.Execute(true, true); });
     EXPECT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(e.id, 58831);
+    EXPECT_EQ(e.id, strid::kShellOpenFailed);
     EXPECT_EQ(e.hr, 0x80070002u);
     EXPECT_EQ(e.text, original.text);
     EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(&control));
@@ -111,7 +115,8 @@ TEST(CommandTest, CanExecuteRunsTheChecksSilently) {
     QCoreApplication::processEvents();
 
     CRecordingMsg msg;
-    CScriptedCommand failing(&msg, [atFault](bool) { throw my::CCtrlException(atFault, 58806); });
+    CScriptedCommand failing(
+        &msg, [atFault](bool) { throw my::CCtrlException(atFault, strid::kEmptyIdList); });
     EXPECT_FALSE(failing.CanExecute());
     EXPECT_EQ(failing.runs, std::vector<bool>{false});
     QCoreApplication::processEvents();
@@ -133,7 +138,7 @@ TEST(CommandTest, ForeignExceptionsBecomeTheirTexts) {
     CRecordingMsg msg;
     CScriptedCommand standard(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
     const auto e2 = testutil::Thrown<my::CCtrlException>([&] { standard.Execute(true, true); });
-    EXPECT_EQ(e2.id, 58722);
+    EXPECT_EQ(e2.id, strid::kStdException);
     EXPECT_EQ(e2.ctrl, nullptr);
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"標準エラーが発生しました: disk on fire");

@@ -16,6 +16,7 @@
 #include <QTimer>
 
 #include "batch/AutoCriticalSection.h"
+#include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 #include "support/GateClient.h"
 #include "support/ModalBox.h"
@@ -71,7 +72,7 @@ protected:
     // The number of dots behind the progress text; -1 when the text is not progress of done + 1.
     int DotsBehind(int done, int count) {
         std::wstring head;
-        FormatResString(head, 176, {done + 1, count});
+        FormatResString(head, strid::kBatchProgress, {done + 1, count});
         std::wstring text = ControlText(lvx::ctl::kStatus);
         if (text.rfind(head, 0) != 0)
             return -1;

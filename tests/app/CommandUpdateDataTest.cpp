@@ -16,6 +16,7 @@
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "support/Thrown.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
@@ -150,13 +151,13 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
 TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
     Type(ctl::kRadius, L"abc");
     my::CCtrlException e = Strict();
-    EXPECT_EQ(e.id, 184);
+    EXPECT_EQ(e.id, strid::kEditValueUnreadable);
     EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
 
     Type(ctl::kRadius, L"-1");
     e = Strict();
-    EXPECT_EQ(e.id, 199);
+    EXPECT_EQ(e.id, strid::kBadLengthRange);
     EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
     Type(ctl::kRadius, L"10");
 
@@ -164,33 +165,33 @@ TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
     Type(ctl::kColorText, L"FFF");
     Type(ctl::kBlurWidth, L"x");
     e = Strict();
-    EXPECT_EQ(e.id, 186);
+    EXPECT_EQ(e.id, strid::kBadColorFormat);
     EXPECT_EQ(e.text, L"色の形式が不正です");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kColorText));
     Type(ctl::kColorText, L"FFFFFF");
-    EXPECT_EQ(Strict().id, 184);
+    EXPECT_EQ(Strict().id, strid::kEditValueUnreadable);
     Type(ctl::kBlurWidth, L"1");
 
     Type(ctl::kQualityNumber, L"101");
     e = Strict();
-    EXPECT_EQ(e.id, 185);
+    EXPECT_EQ(e.id, strid::kJpegQualityOutOfRange);
     EXPECT_EQ(e.text, L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100");
     Type(ctl::kQualityNumber, L"80");
 
     // A custom size is read even when no custom shrink is chosen.
     Type(ctl::kCustomWidth, L"0");
     e = Strict();
-    EXPECT_EQ(e.id, 181);
+    EXPECT_EQ(e.id, strid::kValueNotPositive);
     EXPECT_EQ(e.ctrl, view->Control(ctl::kCustomWidth));
     Type(ctl::kCustomWidth, L"w");
     e = Strict();
-    EXPECT_EQ(e.id, 180);
+    EXPECT_EQ(e.id, strid::kComboValueUnreadable);
     EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 142");
     Type(ctl::kCustomWidth, L"200");
 
     qobject_cast<QComboBox*>(view->Control(ctl::kShrink))->setCurrentIndex(-1);
     e = Strict();
-    EXPECT_EQ(e.id, 182);
+    EXPECT_EQ(e.id, strid::kNoShrinkChosen);
     EXPECT_EQ(e.ctrl, view->Control(ctl::kShrink));
     qobject_cast<QComboBox*>(view->Control(ctl::kShrink))->setCurrentIndex(0);
 
@@ -198,7 +199,7 @@ TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
     auto* folder = qobject_cast<QComboBox*>(view->Control(ctl::kSubFolder));
     folder->setEditText(QString());
     e = Strict();
-    EXPECT_EQ(e.id, 187);
+    EXPECT_EQ(e.id, strid::kEmptySubFolder);
     EXPECT_EQ(e.text, L"サブフォルダ名が空です");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kSubFolder));
     ASSERT_EQ(TheSetting().subFolders.size(), 1u);

@@ -7,6 +7,7 @@
 
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "resources/StringIds.h"
 #include "support/AddressSpaceLimit.h"
 #include "support/Files.h"
 #include "support/LanguageGuard.h"
@@ -61,7 +62,7 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     ASSERT_FALSE(kept.empty());
     EXPECT_EQ(ReadText(kept), latin1);
     std::wstring warning;
-    LoadResString(warning, 62010, true);
+    LoadResString(warning, strid::kSettingsKeptAside, true);
     const std::string template8 = Utf8FromWide(warning);
     const std::size_t slot = template8.find("%s");
     ASSERT_NE(slot, std::string::npos);

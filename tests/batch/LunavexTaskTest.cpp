@@ -16,6 +16,7 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "image/ImageIo.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
@@ -137,13 +138,13 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
     task->Init(W(dir / "ok.png"), W(dir / "none" / "ok.png"), nullptr);
     task->Run();
-    EXPECT_EQ(task->errorId, 200);
+    EXPECT_EQ(task->errorId, strid::kNoSaveFormat);
     EXPECT_EQ(task->errorText, L"画像の保存形式が指定されていません");
     EXPECT_FALSE(std::filesystem::exists(dir / "none"));
 
     // A text file: 201 with the decoder's text and the path; the sub-folder made first stays.
     task = RunTask(W(dir / "notes.txt"), W(dir / "sub" / "notes.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, 201);
+    EXPECT_EQ(task->errorId, strid::kLoadFailed);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80004001) +
                                    L"\n\n" + W(dir / "notes.txt"));
     EXPECT_TRUE(std::filesystem::is_directory(dir / "sub"));
@@ -151,16 +152,16 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
 
     // A file that is gone: 201 with the system's "not found" text.
     task = RunTask(W(dir / "gone.png"), W(dir / "sub" / "gone.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, 201);
+    EXPECT_EQ(task->errorId, strid::kLoadFailed);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) +
                                    L"\n\n" + W(dir / "gone.png"));
 
     // A folder that cannot be made because a file is in its way, at its own name or above it:
-    // 58998 with the text that says so, and the folder.
+    // kCreateFolderFailed with the text that says so, and the folder.
     testutil::WriteText(dir / "blocker", "x");
     for (const auto& output : {dir / "blocker" / "sub" / "ok.png", dir / "blocker" / "ok.png"}) {
         task = RunTask(W(dir / "ok.png"), W(output), 1, RoundSettings{});
-        EXPECT_EQ(task->errorId, 58998);
+        EXPECT_EQ(task->errorId, strid::kCreateFolderFailed);
         EXPECT_EQ(task->errorText,
                   L"フォルダーの作成に失敗しました - 同じ名前のファイルがあるため、フォルダーを作"
                   L"れません。\n\n" +
@@ -175,7 +176,7 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     ASSERT_EQ(task->PreparePngEncoder(), 0u);
     task->replaceExisting = true;
     task->Run();
-    EXPECT_EQ(task->errorId, 202);
+    EXPECT_EQ(task->errorId, strid::kSaveFailed);
     EXPECT_EQ(task->errorText.rfind(L"画像の保存に失敗しました - ", 0), 0u);
     EXPECT_EQ(task->errorText.substr(task->errorText.size() - W(dir / "out" / "ok.png").size() - 2),
               L"\n\n" + W(dir / "out" / "ok.png"));
@@ -185,12 +186,12 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     zero.shrinkType = 1;
     zero.customWidth = 0;
     task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, zero);
-    EXPECT_EQ(task->errorId, 59335);
+    EXPECT_EQ(task->errorId, strid::kShrinkSizeNotPositive);
     EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
     ShrinkSettings unknown;
     unknown.shrinkType = 7;
     task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, unknown);
-    EXPECT_EQ(task->errorId, 59336);
+    EXPECT_EQ(task->errorId, strid::kUnknownShrinkType);
     EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
         << "nothing is saved after a failure";
@@ -207,7 +208,7 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     task->SetMaxPixels(599);
     ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
     task->Run();
-    EXPECT_EQ(task->errorId, 62023);
+    EXPECT_EQ(task->errorId, strid::kLoadFailedTooLarge);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kImageTooLarge) +
                                    L": 30 × 20 ピクセル (上限は 599 ピクセル)\n\n" +
                                    W(dir / "small.png"));
@@ -227,7 +228,7 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     huge.pixels = {0, 1};
     WriteBytes(dir / "huge.bmp", MakeBmp(huge));
     task = RunTask(W(dir / "huge.bmp"), W(dir / "out" / "huge.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, 62023);
+    EXPECT_EQ(task->errorId, strid::kLoadFailedTooLarge);
     EXPECT_NE(task->errorText.find(L": 30,000 × 30,000 ピクセル (上限は 268,402,689 ピクセル)"),
               std::wstring::npos)
         << testing::PrintToString(task->errorText);
@@ -239,7 +240,7 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
     jpeg.insert(jpeg.end(), {0xFF, 0xD9});
     WriteBytes(dir / "scans.jpg", jpeg);
     task = RunTask(W(dir / "scans.jpg"), W(dir / "out" / "scans.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, 62024);
+    EXPECT_EQ(task->errorId, strid::kLoadFailedTooManyScans);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kTooManyScans) +
                                    L" (上限は 1,000 スキャン)\n\n" + W(dir / "scans.jpg"));
 }
@@ -358,7 +359,7 @@ TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFil
     const auto firstBytes = ReadText(output);
     auto second = makeTask("b.png", false);
     second->Run();
-    EXPECT_EQ(second->errorId, 62042);
+    EXPECT_EQ(second->errorId, strid::kOutputAppeared);
     EXPECT_EQ(second->errorText,
               L"確認した後に出力ファイルが作られていたため、置き換えずに中止しました\n\n" +
                   W(output));
@@ -407,13 +408,13 @@ TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {
     settings.subFolders.Add(L"");
     const auto e = testutil::Thrown<my::CCtrlException>(
         [&] { lvx::MakeOutputPath(out, L"/pics/x.png", settings); });
-    EXPECT_EQ(e.id, 187);
+    EXPECT_EQ(e.id, strid::kEmptySubFolder);
     EXPECT_EQ(e.text, L"サブフォルダ名が空です");
     EXPECT_EQ(e.ctrl, reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(165)));
     SetCtrlResolver(nullptr);
     settings.subFolders.Add(L"round");
     const auto e2 = testutil::Thrown([&] { lvx::MakeOutputPath(out, L"/pics/", settings); });
-    EXPECT_EQ(e2.id, 188);
+    EXPECT_EQ(e2.id, strid::kBadFilePath);
     EXPECT_EQ(e2.text, L"ファイルパスが不正です\n\n/pics/");
 }
 

@@ -13,6 +13,7 @@
 #include "foundation/ThreadPriority.h"
 #include "image/Codec.h"
 #include "image/ImageIo.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/GateClient.h"
 #include "support/PixelTestUtil.h"
@@ -76,7 +77,7 @@ TEST(TaskThreadTest, TasksRunInOrderAndARunningWorkerIsNotRestarted) {
     EXPECT_EQ(finished[0]->inputPath, L"a");
     EXPECT_EQ(finished[1]->inputPath, L"b");
     EXPECT_EQ(finished[2]->inputPath, L"c");
-    EXPECT_EQ(finished[0]->errorId, 200);
+    EXPECT_EQ(finished[0]->errorId, strid::kNoSaveFormat);
 
     // A new batch on the same object gets a new thread.
     pool.Add(QuickTask(&gate, L"d"));

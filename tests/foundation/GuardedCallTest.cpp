@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/ResultText.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 
 namespace {
@@ -15,7 +16,7 @@ namespace {
 int gControl = 0;
 
 void ThrowCtrl() {
-    throw my::CCtrlException(&gControl, 181);
+    throw my::CCtrlException(&gControl, strid::kValueNotPositive);
 }
 
 } // namespace
@@ -41,29 +42,29 @@ TEST(GuardedCall, SystemExceptionsKeepTheirFields) {
     CLanguageGuard guard(1041);
     my::CCtrlException ctrlHolder;
     GuardedCall(ctrlHolder, ThrowCtrl);
-    EXPECT_EQ(ctrlHolder.id, 181);
+    EXPECT_EQ(ctrlHolder.id, strid::kValueNotPositive);
     EXPECT_EQ(ctrlHolder.text, L"0 より大きい値を指定してください");
     EXPECT_EQ(ctrlHolder.ctrl, &gControl);
 
     // Other holders lose the control handle and nothing else.
     my::CException plainHolder(0);
     GuardedCall(plainHolder, ThrowCtrl);
-    EXPECT_EQ(plainHolder.id, 181);
+    EXPECT_EQ(plainHolder.id, strid::kValueNotPositive);
     EXPECT_EQ(plainHolder.text, ctrlHolder.text);
     CSimpleErr simpleHolder;
     GuardedCall(simpleHolder, ThrowCtrl);
-    EXPECT_EQ(simpleHolder.id, 181);
+    EXPECT_EQ(simpleHolder.id, strid::kValueNotPositive);
     EXPECT_EQ(simpleHolder.text, ctrlHolder.text);
 
     // A plain exception gives a ctrl holder a null handle.
     GuardedCall(ctrlHolder, [] { throw my::CException(201, 0x80070002u); });
-    EXPECT_EQ(ctrlHolder.id, 201);
+    EXPECT_EQ(ctrlHolder.id, strid::kLoadFailed);
     EXPECT_EQ(ctrlHolder.hr, 0x80070002u);
     EXPECT_EQ(ctrlHolder.text, L"画像の読み込みに失敗しました - " + ResultText(0x80070002));
     EXPECT_EQ(ctrlHolder.ctrl, nullptr);
 
     GuardedCall(
-        ctrlHolder, [](int* p) { throw my::CCtrlException(p, 199); }, &gControl);
+        ctrlHolder, [](int* p) { throw my::CCtrlException(p, strid::kBadLengthRange); }, &gControl);
     EXPECT_EQ(ctrlHolder.ctrl, &gControl);
 }
 
@@ -71,18 +72,18 @@ TEST(GuardedCall, StandardAtlAndUnknownExceptions) {
     CLanguageGuard guard(1041);
     CSimpleErr holder;
     GuardedCall(holder, [] { throw std::bad_alloc(); });
-    EXPECT_EQ(holder.id, 58722);
+    EXPECT_EQ(holder.id, strid::kStdException);
     EXPECT_EQ(holder.hr, 0u);
     std::string what = std::bad_alloc().what();
     EXPECT_EQ(holder.text, L"標準エラーが発生しました: " + std::wstring(what.begin(), what.end()));
 
     GuardedCall(holder, [] { throw ATL::CAtlException(0x80004005); });
-    EXPECT_EQ(holder.id, 58723);
+    EXPECT_EQ(holder.id, strid::kAtlException);
     EXPECT_EQ(holder.hr, 0x80004005u);
     EXPECT_EQ(holder.text, L"ATLの例外が発生しました: " + ResultText(0x80004005));
 
     GuardedCall(holder, [] { throw 42; });
-    EXPECT_EQ(holder.id, 58724);
+    EXPECT_EQ(holder.id, strid::kUnknownException);
     EXPECT_EQ(holder.hr, 0u);
     EXPECT_EQ(holder.text, L"不明な例外が発生しました");
 }
@@ -93,7 +94,7 @@ TEST(GuardedCall, WhatIsCutAt255BytesAndSignExtended) {
     longWhat[254] = 'z';
     CSimpleErr holder;
     GuardedCall(holder, [&] { throw std::runtime_error(longWhat); });
-    EXPECT_EQ(holder.id, 58722);
+    EXPECT_EQ(holder.id, strid::kStdException);
     EXPECT_EQ(holder.text, L"std exception is occurred: " + std::wstring(254, L'a') + L"z");
 
     // "é" in UTF-8 is the bytes C3 A9; each becomes one character, sign-extended to 16 bits.
@@ -110,14 +111,14 @@ TEST(GuardedCall, RegexErrors) {
         const wchar_t* text;
     };
     const Case cases[] = {
-        {L"(a", 59376, L"() の対応がとれていません"},
-        {L"[\\d-z]", 59379, L"文字の範囲が不正です"},
-        {L"a{2,1}", 59378, L"{} の中身が不正です"},
-        {L"[[.foo.]]", 59371, L"[] 内に不正な文字が含まれています"},
-        {L"*a", 59381, L"繰り返しの対象が不正です"},
-        {L"a\\", 59373, L"エスケープ文字の使い方が不正です"},
-        {L"[[:nope:]]", 59372, L"[] 内で不正な文字クラスが指定されています"},
-        {L"(a)\\2", 59374, L"存在しない部分文字列を参照しています"},
+        {L"(a", strid::kRegexParenthesis, L"() の対応がとれていません"},
+        {L"[\\d-z]", strid::kRegexRange, L"文字の範囲が不正です"},
+        {L"a{2,1}", strid::kRegexBraceContents, L"{} の中身が不正です"},
+        {L"[[.foo.]]", strid::kRegexCollate, L"[] 内に不正な文字が含まれています"},
+        {L"*a", strid::kRegexBadRepeat, L"繰り返しの対象が不正です"},
+        {L"a\\", strid::kRegexEscape, L"エスケープ文字の使い方が不正です"},
+        {L"[[:nope:]]", strid::kRegexCharClass, L"[] 内で不正な文字クラスが指定されています"},
+        {L"(a)\\2", strid::kRegexBackReference, L"存在しない部分文字列を参照しています"},
     };
     for (const Case& c : cases) {
         my::CCtrlException holder;
@@ -139,6 +140,6 @@ TEST(GuardedCall, RegexErrors) {
     ASSERT_FALSE(what.empty());
     CSimpleErr holder;
     GuardedCall(holder, [] { boost::wregex r(L"(?<x"); });
-    EXPECT_EQ(holder.id, 59369);
+    EXPECT_EQ(holder.id, strid::kRegexError);
     EXPECT_EQ(holder.text, L"Regular expression error: " + std::wstring(what.begin(), what.end()));
 }

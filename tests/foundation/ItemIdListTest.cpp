@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 #include "support/Thrown.h"
 
@@ -64,7 +65,7 @@ TEST(ItemIdListTest, SizesCountLengthsAndTheTerminator) {
     EXPECT_EQ(ListSizeAsInt(0x7FFFFFFF), 0x7FFFFFFF);
     CLanguageGuard japanese(1041);
     const auto e = testutil::Thrown([&] { ListSizeAsInt(0x80000000u); });
-    EXPECT_EQ(e.id, 58726);
+    EXPECT_EQ(e.id, strid::kCastError);
     EXPECT_EQ(e.text, L"size_t から int へのキャストはできません: 2147483648");
 }
 
@@ -163,7 +164,7 @@ TEST(ItemIdListTest, ListsWithoutALocalPathFail) {
         EXPECT_TRUE(path.empty());
         CItemIDList list = Owned({uri});
         const auto e2 = testutil::Thrown([&] { list.GetPathOrThrow(); });
-        EXPECT_EQ(e2.id, 58811);
+        EXPECT_EQ(e2.id, strid::kIdListPathFailed);
         EXPECT_EQ(e2.hr, 0x80004005u);
         EXPECT_EQ(e2.text, failText);
         EXPECT_EQ(e2.text, L"ID リストからパスの変換に失敗しました: " + ResultText(0x80004005));

@@ -8,6 +8,7 @@
 #include <list>
 
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/RecordingMsg.h"
 
@@ -124,7 +125,7 @@ TEST_F(MsgTest, ErrorAndShowId) {
     EXPECT_EQ(msg.boxes[0].text, L"composed text");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
 
-    msg.ShowId(58711, 49);
+    msg.ShowId(strid::kQueryOpenNearestFolder, 49);
     EXPECT_EQ(msg.boxes[1].text, L"ファイルが見つかりません。\n\n近くのフォルダーを開きますか？");
     msg.ShowId(0, 16);
     EXPECT_EQ(msg.boxes[2].text, L"");

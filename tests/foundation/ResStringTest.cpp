@@ -6,13 +6,14 @@
 #include <gtest/gtest.h>
 
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 #include "support/Thrown.h"
 
 namespace {
 
-constexpr u32 kSelfTest255 = 61090; // a table string of exactly 255 characters
-constexpr u32 kMissing = 60999;     // no string has this id
+constexpr u32 kSelfTest255 = strid::kText255Characters;
+constexpr u32 kMissing = 60999; // no string has this id
 
 // Sets or unsets a variable for one test and restores it afterwards.
 class CEnvGuard {
@@ -65,12 +66,12 @@ TEST(ResString, LanguageFollowsTheFirstLocaleVariableThatIsSet) {
 TEST(ResString, RawLoadCopiesAtMostSizeMinusOne) {
     wchar_t buffer[8];
     CLanguageGuard guard(1033);
-    EXPECT_EQ(LoadStringRaw(58368, buffer, 8), 5);
+    EXPECT_EQ(LoadStringRaw(strid::kErrorTitle, buffer, 8), 5);
     EXPECT_EQ(std::wstring(buffer), L"Error");
-    EXPECT_EQ(LoadStringRaw(58368, buffer, 4), 3);
+    EXPECT_EQ(LoadStringRaw(strid::kErrorTitle, buffer, 4), 3);
     EXPECT_EQ(std::wstring(buffer), L"Err");
     EXPECT_EQ(LoadStringRaw(kMissing, buffer, 8), 0);
-    EXPECT_EQ(LoadStringRaw(58368, buffer, 0), 0);
+    EXPECT_EQ(LoadStringRaw(strid::kErrorTitle, buffer, 0), 0);
 }
 
 TEST(ResString, A255CharacterStringNeedsASecondLoad) {
@@ -93,7 +94,7 @@ TEST(ResString, MissingStrings) {
     text = L"old";
     const auto e = testutil::Thrown([&] { LoadResString(text, kMissing, true); });
     EXPECT_TRUE(text.empty());
-    EXPECT_EQ(e.id, 58743);
+    EXPECT_EQ(e.id, strid::kStringMissing);
     // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
     EXPECT_EQ(e.hr, 0x80070716u);
     EXPECT_EQ(e.text,
@@ -105,18 +106,19 @@ TEST(ResString, FormatFillsTextAndNumbers) {
     std::wstring out;
     {
         CLanguageGuard guard(1041);
-        ASSERT_TRUE(FormatResString(out, 176, {3, 12}));
+        ASSERT_TRUE(FormatResString(out, strid::kBatchProgress, {3, 12}));
         EXPECT_EQ(out, L"3 / 12 ファイル処理中 ");
-        ASSERT_TRUE(FormatResString(out, 58675, {-160, 160}));
+        ASSERT_TRUE(FormatResString(out, strid::kShrinkToNamedSize, {-160, 160}));
         EXPECT_EQ(out, L"-160 × 160 以内に縮小する");
-        ASSERT_TRUE(FormatResString(out, 58726, {L"i64", std::wstring(L"i32"), L"5000000000"}));
+        ASSERT_TRUE(
+            FormatResString(out, strid::kCastError, {L"i64", std::wstring(L"i32"), L"5000000000"}));
         EXPECT_EQ(out, L"i64 から i32 へのキャストはできません: 5000000000");
         // A template with fewer placeholders than arguments ignores the rest.
-        ASSERT_TRUE(FormatResString(out, 187, {L"unused"}));
+        ASSERT_TRUE(FormatResString(out, strid::kEmptySubFolder, {L"unused"}));
         EXPECT_EQ(out, L"サブフォルダ名が空です");
     }
     CLanguageGuard guard(1033);
-    ASSERT_TRUE(FormatResString(out, 58675, {1280, 1280}));
+    ASSERT_TRUE(FormatResString(out, strid::kShrinkToNamedSize, {1280, 1280}));
     EXPECT_EQ(out, L"Fit to 1280 x 1280");
 }
 
@@ -127,12 +129,12 @@ TEST(ResString, FormatCutsAtTemplateLengthPlus1023) {
     std::wstring out;
     // The largest output that fits: the prefix and 1025 characters make n + 1023.
     std::wstring fits(1025, L'x');
-    ASSERT_TRUE(FormatResString(out, 201, {fits}));
+    ASSERT_TRUE(FormatResString(out, strid::kLoadFailed, {fits}));
     EXPECT_EQ(out, prefix + fits);
     EXPECT_EQ(out.size(), n + 1023);
 
     std::wstring longer(5000, L'y');
-    ASSERT_TRUE(FormatResString(out, 201, {longer}));
+    ASSERT_TRUE(FormatResString(out, strid::kLoadFailed, {longer}));
     EXPECT_EQ(out.size(), n + 1023);
     EXPECT_EQ(out, prefix + std::wstring(n + 1023 - prefix.size(), L'y'));
 }

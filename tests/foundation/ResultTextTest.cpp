@@ -8,6 +8,7 @@
 #include "foundation/Exception.h"
 #include "foundation/TextUtil.h"
 #include "foundation/Win32Error.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 
 namespace {
@@ -69,7 +70,7 @@ TEST(ResultText, TextsAreTrimmed) {
         // The templates put their own "\n\n" behind the system text.
         const std::wstring prefix =
             language == 1041 ? L"ファイルを開けませんでした - " : L"Failed to shell execute - ";
-        EXPECT_EQ(ComposeError(58831, ResultText(0x80070003), L"/x"),
+        EXPECT_EQ(ComposeError(strid::kShellOpenFailed, ResultText(0x80070003), L"/x"),
                   prefix + ResultText(3) + L"\n\n/x");
     }
 }

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 #include "support/Thrown.h"
 
@@ -132,27 +133,27 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     EXPECT_EQ(items[1].GetPathOrThrow(), L"/tmp/a.png");
     EXPECT_EQ(data.asked, std::vector<std::wstring>{L"Shell IDList Array"});
 
-    // A drag without the format: 58803 with the text of the source's code.
+    // A drag without the format: kGetDataFailed with the text of the source's code.
     CFakeDropData text;
     text.formats[L"text/plain"] = {'h', 'i'};
     const auto e = testutil::Thrown([&] { GetDroppedItems(&text, items); });
-    EXPECT_EQ(e.id, 58803);
+    EXPECT_EQ(e.id, strid::kGetDataFailed);
     EXPECT_EQ(e.hr, kBadFormat);
     EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: FORMATETC 構造体が無効です");
     EXPECT_TRUE(items.empty());
 
-    // An empty array: 58804 with the code 0 and the system's text for success.
+    // An empty array: kNoPathsInData with the code 0 and the system's text for success.
     data.formats[L"Shell IDList Array"] = BuildShellIdListArray({});
     const auto e2 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
-    EXPECT_EQ(e2.id, 58804);
+    EXPECT_EQ(e2.id, strid::kNoPathsInData);
     EXPECT_EQ(e2.hr, 0u);
     EXPECT_EQ(e2.text, L"パスが取得できませんでした: この操作を正しく終了しました。");
     EXPECT_TRUE(items.empty());
 
-    // A block that cannot be read: 58804 with the code of the reading.
+    // A block that cannot be read: kNoPathsInData with the code of the reading.
     data.formats[L"Shell IDList Array"] = {1, 0, 0, 0, 12, 0, 0, 0, 90, 0, 0, 0, 0, 0};
     const auto e3 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
-    EXPECT_EQ(e3.id, 58804);
+    EXPECT_EQ(e3.id, strid::kNoPathsInData);
     EXPECT_EQ(e3.hr, kNoAccess);
     EXPECT_EQ(e3.text, L"パスが取得できませんでした: " + ResultText(kNoAccess));
     EXPECT_TRUE(items.empty());

@@ -138,7 +138,7 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
     unknown.shrinkType = 7;
     CDibPtr out;
     EXPECT_EQ(preview.RenderCorner(unknown, round, false, 1, Size{10, 10}, out),
-              CShrinkStep::kUnknownType);
+              strid::kUnknownShrinkType);
     EXPECT_FALSE(out);
 }
 

@@ -9,6 +9,7 @@
 
 #include "image/Blur.h"
 #include "image/RoundStep.h"
+#include "resources/StringIds.h"
 #include "support/PixelTestUtil.h"
 
 namespace {
@@ -255,13 +256,14 @@ TEST(RoundTest, StepResolvesLengthsAndReportsFailures) {
     EXPECT_DOUBLE_EQ(ResolveLength(settings.radius, 30, 40), 3.0);
     EXPECT_DOUBLE_EQ(ResolveLength({5, 25, 999}, 30, 40), 2.5); // any unit but 1 is pixels
 
-    // A source that is not 32 bits fails the rounding: 59041 with the code, no result.
+    // A source that is not 32 bits fails the rounding: the rounding failure with the code, no
+    // result.
     CDibPtr rgb(new CDib);
     ASSERT_TRUE(rgb->Create(40, 4, 4, 24, 0, 0, 0));
     ASSERT_TRUE(rgb->AllocBits());
     step.source = rgb;
     step.Run();
-    EXPECT_EQ(step.errorId, 59041u);
+    EXPECT_EQ(step.errorId, strid::kRoundFailed);
     EXPECT_EQ(step.errorCode, 0x80070057u);
     EXPECT_FALSE(step.result);
 }

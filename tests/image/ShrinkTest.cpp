@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "image/ShrinkStep.h"
+#include "resources/StringIds.h"
 #include "support/PixelTestUtil.h"
 
 namespace {
@@ -82,19 +83,19 @@ TEST(ShrinkTest, FitsKeepingAspectAndNeverEnlarges) {
 
 TEST(ShrinkTest, Failures) {
     CShrinkStep zero = Fit(MakeImage(10, 10, 255), 0, 0);
-    EXPECT_EQ(zero.errorId, 59335u);
+    EXPECT_EQ(zero.errorId, strid::kShrinkSizeNotPositive);
     EXPECT_EQ(zero.errorCode, 0u);
     EXPECT_FALSE(zero.result);
 
     CShrinkStep flat = Fit(MakeImage(50, 50, 255), 100, 0);
-    EXPECT_EQ(flat.errorId, 59335u);
+    EXPECT_EQ(flat.errorId, strid::kShrinkSizeNotPositive);
     EXPECT_FALSE(flat.result);
 
     CShrinkStep unknown;
     unknown.source = MakeImage(10, 10, 255);
     unknown.shrinkType = 7;
     unknown.Run();
-    EXPECT_EQ(unknown.errorId, 59336u);
+    EXPECT_EQ(unknown.errorId, strid::kUnknownShrinkType);
     EXPECT_EQ(unknown.errorCode, 0u);
     EXPECT_FALSE(unknown.result);
 }

@@ -190,13 +190,13 @@ TEST(StreamConvertTest, FailuresNameTheirStage) {
     EXPECT_TRUE(
         Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
     EXPECT_EQ(failure.stage, StreamFailure::kShrink);
-    EXPECT_EQ(failure.errorId, CShrinkStep::kUnknownType);
+    EXPECT_EQ(failure.errorId, strid::kUnknownShrinkType);
     shrink.shrinkType = 1;
     shrink.customWidth = 0;
     EXPECT_TRUE(
         Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
     EXPECT_EQ(failure.stage, StreamFailure::kShrink);
-    EXPECT_EQ(failure.errorId, CShrinkStep::kZeroSize);
+    EXPECT_EQ(failure.errorId, strid::kShrinkSizeNotPositive);
 }
 
 // Peak signal to noise ratio of two images of one size, over the colour bytes, in decibels.

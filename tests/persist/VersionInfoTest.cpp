@@ -6,6 +6,7 @@
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "resources/StringIds.h"
 #include "resources/Version.h"
 #include "support/Thrown.h"
 
@@ -38,12 +39,12 @@ TEST(VersionInfoTest, TheProgramReadsItsOwnVersion) {
 
 TEST(VersionInfoTest, OtherFilesHaveNoVersionResource) {
     my::CException other = Thrown([] { CVersionInfo info(L"/proc/self/status"); });
-    EXPECT_EQ(other.id, 58898);
+    EXPECT_EQ(other.id, strid::kVersionSizeFailed);
     EXPECT_EQ(other.hr, 0x80070716u); // the resource name is not found in the image file
     EXPECT_EQ(other.text, L"バージョン情報のサイズ取得に失敗しました: " + ResultText(0x80070716) +
                               L"\n\n/proc/self/status");
     my::CException missing = Thrown([] { CVersionInfo info(L"/no/such/file.exe"); });
-    EXPECT_EQ(missing.id, 58898);
+    EXPECT_EQ(missing.id, strid::kVersionSizeFailed);
     EXPECT_EQ(missing.hr, 0x80070002u);
 }
 
@@ -56,11 +57,11 @@ TEST(VersionInfoTest, TheVersionTextSplitsAtPointsAndCommas) {
     EXPECT_EQ(Version(L"65535.+7"), (std::array<u16, 4>{65535, 7, 0, 0}));
 
     my::CException bad = Thrown([] { Version(L"1..2"); });
-    EXPECT_EQ(bad.id, 58902);
+    EXPECT_EQ(bad.id, strid::kBadVersion);
     EXPECT_EQ(bad.text, L"バージョン情報の書式が不正です\n\n/x/test.exe\n1..2");
-    EXPECT_EQ(Thrown([] { Version(L"1.-2"); }).id, 58902);
+    EXPECT_EQ(Thrown([] { Version(L"1.-2"); }).id, strid::kBadVersion);
     my::CException wide = Thrown([] { Version(L"1.65536"); });
-    EXPECT_EQ(wide.id, 58726);
+    EXPECT_EQ(wide.id, strid::kCastError);
     EXPECT_EQ(wide.text, L"DWORD から WORD へのキャストはできません: 65536");
 }
 
@@ -80,16 +81,16 @@ TEST(VersionInfoTest, StringsAreFoundThroughTheTranslationTable) {
     EXPECT_EQ(info.ReadVersionString(L"\\ProductVersion"), L"2.0");
 
     my::CException none = Thrown([&info] { info.ReadLegalCopyright(); });
-    EXPECT_EQ(none.id, 58900);
+    EXPECT_EQ(none.id, strid::kVersionValueMissing);
     EXPECT_EQ(none.text, L"バージョン情報が見つかりません\n\n/x/"
                          L"a.exe\n\\StringFileInfo\\[ALL_TRANSLATES]\\LegalCopyright");
     my::CException emptyText =
         Thrown([] { CVersionInfo(L"/x/a.exe", Block(L"")).ReadProductVersion(); });
-    EXPECT_EQ(emptyText.id, 58900);
+    EXPECT_EQ(emptyText.id, strid::kVersionValueMissing);
 
     res::VersionBlock noTable{{}, L"1.0", L"c", L"d"};
     my::CException empty =
         Thrown([&noTable] { CVersionInfo(L"/x/a.exe", noTable).ReadLegalCopyright(); });
-    EXPECT_EQ(empty.id, 58901);
+    EXPECT_EQ(empty.id, strid::kVersionValueEmpty);
     EXPECT_EQ(empty.text, L"バージョン情報が空です\n\n/x/a.exe\n\\VarFileInfo\\Translation");
 }

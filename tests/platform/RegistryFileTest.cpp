@@ -10,6 +10,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "platform/RegistryExport.h"
+#include "resources/StringIds.h"
 #include "support/ChildProcess.h"
 #include "support/RegistryValues.h"
 #include "support/XdgSandbox.h"
@@ -248,7 +249,7 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
         std::wstring line = store.DamagedFileMessage();
         EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
         std::wstring unfilled;
-        LoadResString(unfilled, 62010, true);
+        LoadResString(unfilled, strid::kSettingsKeptAside, true);
         EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
         StopLog();
         EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" /

@@ -13,6 +13,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/StandInShell.h"
 #include "support/Thrown.h"
@@ -88,7 +89,7 @@ TEST_F(ShellTest, TheOpenerIsNotWaitedForAndItsFailureArrivesWithItsEnd) {
     shell.Release("xdg-open");
     watch.Finish();
     ASSERT_EQ(failures.size(), 1u);
-    EXPECT_EQ(failures[0].id, 58831);
+    EXPECT_EQ(failures[0].id, strid::kShellOpenFailed);
     EXPECT_EQ(failures[0].hr, 0x80070002u);
     EXPECT_EQ(failures[0].text,
               L"ファイルを開けませんでした - " + ResultText(0x80070002) + L"\n\n/nowhere/x.png ");
@@ -116,7 +117,7 @@ TEST_F(ShellTest, AnOpenerThatCannotStartIsThrownAtOnce) {
     WithoutHelper("xdg-open");
     const auto e =
         testutil::Thrown([&] { ShellOpen(L"https://harrowmere.example/", L"", Recorder()); });
-    EXPECT_EQ(e.id, 58831);
+    EXPECT_EQ(e.id, strid::kShellOpenFailed);
     EXPECT_EQ(e.hr, 0x80070483u);
     EXPECT_TRUE(watch.pending.empty());
 }
@@ -170,7 +171,7 @@ TEST_F(ShellTest, AFallBackThatCannotStartIsReportedNotThrown) {
     ShowInExplorer(FromFileSystemPath(file.string()), Recorder());
     EXPECT_NO_THROW(watch.Finish());
     ASSERT_EQ(failures.size(), 1u);
-    EXPECT_EQ(failures[0].id, 58831);
+    EXPECT_EQ(failures[0].id, strid::kShellOpenFailed);
     EXPECT_EQ(failures[0].hr, 0x80070483u);
 }
 
@@ -186,7 +187,7 @@ TEST_F(ShellTest, WithoutGdbusTheFolderOpensAtOnce) {
 TEST_F(ShellTest, AMissingPathIsRefusedBeforeAnyProgramRuns) {
     const auto e2 = testutil::Thrown(
         [&] { ShowInExplorer(FromFileSystemPath((shell.Dir() / "gone").string()), Recorder()); });
-    EXPECT_EQ(e2.id, 58831);
+    EXPECT_EQ(e2.id, strid::kShellOpenFailed);
     EXPECT_EQ(e2.hr, 0x80070003u);
     EXPECT_TRUE(watch.pending.empty());
     EXPECT_EQ(shell.Calls(), "");

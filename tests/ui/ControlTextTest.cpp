@@ -11,6 +11,7 @@
 #include <QSignalSpy>
 
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ TEST(ControlTextTest, KindsOfControls) {
     EXPECT_EQ(out, L"状態");
 
     QCheckBox check;
-    EXPECT_TRUE(SetControlTextId(&check, 58368, true));
+    EXPECT_TRUE(SetControlTextId(&check, strid::kErrorTitle, true));
     EXPECT_EQ(check.text(), QStringLiteral("エラー"));
     EXPECT_TRUE(SetControlTextId(&check, 0, true));
     EXPECT_EQ(check.text(), QString());

@@ -10,6 +10,7 @@
 
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
+#include "resources/StringIds.h"
 #include "support/Thrown.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
@@ -156,7 +157,7 @@ TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
     // without a choice names its own control.
     qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
     const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
-    EXPECT_EQ(e.id, 180);
+    EXPECT_EQ(e.id, strid::kComboValueUnreadable);
     EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kRadiusUnit));
     // ReadLength stores nothing when one part fails.

@@ -82,10 +82,10 @@ TEST(MainFrameTest, AboutBoxShowsIdentityAndTheHomeAddress) {
     info.SetHomeAddress(134);
     CAboutDlg about(nullptr);
 
-    auto* title = qobject_cast<QLabel*>(FindControl(&about, 58403));
-    auto* copyright = qobject_cast<QLabel*>(FindControl(&about, 58404));
-    auto* link = qobject_cast<QLabel*>(FindControl(&about, 58387));
-    auto* icon = qobject_cast<QLabel*>(FindControl(&about, 58402));
+    auto* title = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kTitle));
+    auto* copyright = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kCopyright));
+    auto* link = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kLink));
+    auto* icon = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kIcon));
     auto* ok = qobject_cast<QPushButton*>(FindControl(&about, 1));
     ASSERT_TRUE(title && copyright && link && icon && ok);
     // The product's name from the string table, two blanks, and the version of the build.
