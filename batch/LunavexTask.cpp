@@ -50,20 +50,11 @@ void CLunavexTask::Init(const std::wstring& input, const std::wstring& output,
 }
 
 void CLunavexTask::SetShrink(const ShrinkSettings& settings) {
-    shrinkStep.shrinkType = settings.shrinkType;
-    shrinkStep.shrinkWidth = settings.shrinkWidth;
-    shrinkStep.shrinkHeight = settings.shrinkHeight;
-    shrinkStep.customWidth = settings.customWidth;
-    shrinkStep.customHeight = settings.customHeight;
+    shrinkStep.SetSettings(settings);
 }
 
 void CLunavexTask::SetRound(const RoundSettings& settings) {
-    roundStep.backgroundColor = settings.backgroundColor;
-    roundStep.transparent = settings.transparent;
-    roundStep.corners = settings.corners;
-    roundStep.edges = settings.edges;
-    roundStep.radius = settings.radius;
-    roundStep.blurWidth = settings.blurWidth;
+    roundStep.SetSettings(settings);
 }
 
 void CLunavexTask::SetMaxPixels(u32 maxPixels) {

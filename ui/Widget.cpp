@@ -19,10 +19,6 @@ bool CWidget::SetRect(const Rect* rect) {
     return true;
 }
 
-bool CWidget::HitTest(i32 x, i32 y) const {
-    return x >= rect_.left && x < rect_.right && y >= rect_.top && y < rect_.bottom;
-}
-
 bool CWidget::SetVisible(bool visible) {
     if (visible == visible_)
         return false;

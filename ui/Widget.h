@@ -24,8 +24,6 @@ public:
     // for the empty rectangle.
     virtual bool SetRect(const Rect* rect);
     virtual bool IsDirty() const { return dirty_; }
-    // The point lies in the rectangle: left and top inclusive, right and bottom exclusive.
-    virtual bool HitTest(i32 x, i32 y) const;
     // False when unchanged; else stores it and marks dirty.
     virtual bool SetVisible(bool visible);
     // Paints the widget; opacity runs from 0.0 to 1.0. The base widget paints nothing.
