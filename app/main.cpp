@@ -4,13 +4,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include <QApplication>
 #include <QMetaObject>
 
 #include "app/CommandTable.h"
+#include "app/FileListDropData.h"
+#include "app/WindowArguments.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Log.h"
 #include "foundation/ResString.h"
@@ -21,6 +26,7 @@
 #include "platform/qt/QtStartGuard.h"
 #include "platform/qt/TerminationSignal.h"
 #include "resources/StringIds.h"
+#include "resources/Version.h"
 #include "ui/AppIcon.h"
 #include "ui/MainFrame.h"
 
@@ -38,13 +44,13 @@ void PrintFailure(u32 id, const std::wstring& argument) noexcept {
 }
 
 // Builds the objects in their order, runs the start-up command and the event loop, and tears
-// down in the reverse order. The exit code of a normal run is 1: the frame's destruction ends
-// the loop with it.
-int Run(char* programPath) {
+// down in the reverse order. Files named on the command line go to the window as one drop once
+// it is up. The exit code of a normal run is 1: the frame's destruction ends the loop with it.
+int Run(char* programPath, const lvx::WindowArguments& arguments) {
     // Before Qt starts its threads: libvips' start sets the allocator and reads and puts back an
     // environment variable, neither of which may race with another thread.
     EnsureVipsStarted();
-    // The command line has no effect: Qt is given the program's name alone.
+    // Qt is given the program's name alone: the command line is ours, not Qt's.
     int argc = 1;
     char* argv[] = {programPath, nullptr};
     // Without a display Qt would abort with lines about its plugins; the user reads one line.
@@ -61,6 +67,8 @@ int Run(char* programPath) {
     InstallQtTranslations(UiLanguage());
     application.setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(AppIcon());
+    // The desktop entry that the window belongs to, for the desktop's task list.
+    QGuiApplication::setDesktopFileName(QStringLiteral("example.harrowmere.Lunavex"));
     StartLog();
     int code = 1;
     {
@@ -76,6 +84,13 @@ int Run(char* programPath) {
             QCoreApplication::exit(1);
         });
         commands.init->Execute(true, false);
+        // The files of the command line are dropped on the window: posted, as a drop is, so
+        // that the batch and its questions come once the window is shown.
+        if (frame.Window() && !arguments.files.empty()) {
+            lvx::CFileListDropData dropped(arguments.files);
+            commands.SetDropData(&dropped);
+            frame.PostCommand(lvx::cmd::kExecData);
+        }
         // Without a window nothing would ever end the loop: it ends at once then.
         if (!frame.Window())
             QMetaObject::invokeMethod(
@@ -91,9 +106,25 @@ int Run(char* programPath) {
 
 // What escapes the run (the commands guard their own bodies) is said on standard error; the
 // process ends with status 2 instead of a signal.
-int main(int, char** argv) {
+int main(int argc, char** argv) {
     try {
-        return Run(argv[0]);
+        lvx::WindowArguments arguments;
+        std::wstring error;
+        const std::vector<std::string> args(argv + 1, argv + argc);
+        if (!lvx::ParseWindowArguments(args, std::filesystem::current_path().native(), arguments,
+                                       error)) {
+            std::cerr << Utf8FromWide(error) << "\n\n" << Utf8FromWide(lvx::WindowUsage()) << "\n";
+            return 2;
+        }
+        if (arguments.help) {
+            std::cout << Utf8FromWide(lvx::WindowUsage()) << "\n";
+            return 0;
+        }
+        if (arguments.version) {
+            std::cout << "lunavex " << Utf8FromWide(LVX_VERSION_WTEXT) << "\n";
+            return 0;
+        }
+        return Run(argv[0], arguments);
     } catch (const std::exception& e) {
         PrintFailure(strid::kStdException, WideFromWhat(e));
     } catch (...) {

@@ -20,7 +20,8 @@ constexpr HResult kNotImpl = 0x80004001;     // cannot decode, failed scale
 constexpr HResult kInvalidArg = 0x80070057;  // not a 32-bit image
 constexpr HResult kOutOfMemory = 0x8007000E; // allocation failed, file too large
 constexpr HResult kNotEnoughMemory = 0x80070008;
-constexpr HResult kAborted = 0x800703E3; // ERROR_OPERATION_ABORTED as a result code
+constexpr HResult kAborted = 0x800703E3;            // ERROR_OPERATION_ABORTED as a result code
+constexpr HResult kFormatNotAvailable = 0x80040064; // a drag's data without the format asked
 // Codes of this program, with the customer bit set so that they never meet a system code.
 constexpr HResult kNotOrdinaryFile = 0xA04C0001; // a device, pipe or socket given as a file
 constexpr HResult kImageTooLarge = 0xA04C0002;   // more pixels than the decode limit

@@ -53,22 +53,6 @@ bool HasHeifLoader() {
     return vips_type_find("VipsOperation", "heifload_buffer") != 0;
 }
 
-// Loads the HEIF/AVIF module once, the first time that it may be needed. It stays loaded for the
-// rest of the process, as libvips' own modules do. True when the HEIF loader is there, loaded now
-// or before, or built into libvips.
-bool EnsureHeifLoader() {
-    static std::once_flag once;
-    static bool present = false;
-    std::call_once(once, [] {
-        if (!HasHeifLoader() && g_module_open(HeifModulePath().c_str(), G_MODULE_BIND_LAZY)) {
-            // Whatever else a module brings, no untrusted loader may run.
-            vips_block_untrusted_set(TRUE);
-        }
-        present = HasHeifLoader();
-    });
-    return present;
-}
-
 // The operation name of the loader that claims the buffer, when it is one of the allowed ones;
 // null otherwise. libvips answers with the loader's type name, which is turned into the
 // operation's nickname here. A buffer that no loader claims may be HEIF or AVIF: then the HEIF
@@ -314,6 +298,19 @@ HResult EncodeDib(const CDib& dib, std::vector<u8>& out, EncodeRows encode, bool
 }
 
 } // namespace
+
+bool EnsureHeifLoader() {
+    static std::once_flag once;
+    static bool present = false;
+    std::call_once(once, [] {
+        if (!HasHeifLoader() && g_module_open(HeifModulePath().c_str(), G_MODULE_BIND_LAZY)) {
+            // Whatever else a module brings, no untrusted loader may run.
+            vips_block_untrusted_set(TRUE);
+        }
+        present = HasHeifLoader();
+    });
+    return present;
+}
 
 // Starts libvips with its built-in loaders alone. At start libvips would load every module of its
 // folder (PDF, ImageMagick, JPEG XL, OpenSlide, HEIF), each with its codec libraries: more than

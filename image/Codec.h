@@ -17,6 +17,10 @@
 bool EnsureVipsStarted();
 // Shuts libvips down at the end of the program, after the last image operation.
 void StopVips();
+// Loads libvips' HEIF/AVIF module (its loader and its encoder) once, when it is not loaded yet; it
+// stays for the rest of the process, as libvips' own modules do. True when the HEIF loader is
+// there, loaded now or before, or built into libvips. Any thread, after EnsureVipsStarted.
+bool EnsureHeifLoader();
 
 // The name that libvips gives the threads of its process-wide pool. They do the pixel work of
 // every pipeline, whichever thread runs it, and are kept for the next one.

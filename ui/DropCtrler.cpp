@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr HResult kFormatNotAvailable = 0x80040064; // DV_E_FORMATETC
-
 // The key state of a drag as the mouse and key flags of the system: left 1, right 2, shift 4,
 // control 8, middle 16, alt 32.
 u32 KeyState(const QDropEvent& event) {
@@ -58,7 +56,7 @@ void ApplyEffect(QDropEvent& event, u32 effect) {
 HResult CMimeDropData::GetData(const std::wstring& format, std::vector<u8>& out) const {
     out.clear();
     if (!data_ || format != kShellIdListArrayFormat || !data_->hasUrls())
-        return kFormatNotAvailable;
+        return hr::kFormatNotAvailable;
     std::vector<std::string> uris;
     for (const QUrl& url : data_->urls())
         uris.push_back(url.toEncoded().toStdString());

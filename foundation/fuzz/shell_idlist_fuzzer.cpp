@@ -19,7 +19,7 @@ public:
     CBytesDropData(const std::uint8_t* data, std::size_t size) : bytes_(data, data + size) {}
     HResult GetData(const std::wstring& format, std::vector<u8>& out) const override {
         if (format != kShellIdListArrayFormat)
-            return 0x80040064; // DV_E_FORMATETC
+            return hr::kFormatNotAvailable;
         out = bytes_;
         return hr::kOk;
     }

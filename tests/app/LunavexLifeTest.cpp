@@ -4,14 +4,20 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <utility>
+#include <vector>
 
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
+#include "foundation/Utf8.h"
+#include "image/ImageIo.h"
 #include "platform/RegistryExport.h"
 #include "support/Files.h"
+#include "support/PixelTestUtil.h"
 #include "support/RegistryValues.h"
 #include "support/XdgSandbox.h"
 
@@ -60,8 +66,7 @@ protected:
     int RunProgram() {
         QProcess process;
         process.setProcessEnvironment(Environment(true));
-        process.start(QStringLiteral(LVX_GUI_EXE),
-                      QStringList{QStringLiteral("--ignored"), QStringLiteral("-platform")});
+        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
         if (!process.waitForStarted(10000))
             return -1000;
         if (!process.waitForFinished(60000)) {
@@ -74,17 +79,32 @@ protected:
         return process.exitCode();
     }
 
-    // Starts the program with no test hook, waits until it has read its settings (which makes the
-    // settings file), sends SIGTERM and returns the exit code.
-    int RunAndTerminate() {
+    // Starts the program with no test hook and args in folder, waits until it has read its
+    // settings (which makes the settings file) and until every file of waitFor is there, sends
+    // SIGTERM and returns the exit code.
+    int RunAndTerminate(const QStringList& args = {}, const fs::path& folder = {},
+                        const std::vector<fs::path>& waitFor = {}) {
         QProcess process;
         process.setProcessEnvironment(Environment(false));
-        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
+        if (!folder.empty())
+            process.setWorkingDirectory(QString::fromStdString(folder.string()));
+        process.start(QStringLiteral(LVX_GUI_EXE), args);
         if (!process.waitForStarted(10000))
             return -1000;
-        for (int i = 0; i < 600 && !fs::exists(SettingsFile()); ++i)
+        auto arrived = [&] {
+            if (!fs::exists(SettingsFile()))
+                return false;
+            for (const fs::path& file : waitFor) {
+                if (!fs::exists(file))
+                    return false;
+            }
+            return true;
+        };
+        for (int i = 0; i < 600 && !arrived(); ++i)
             process.waitForFinished(100);
         EXPECT_TRUE(fs::exists(SettingsFile())) << "the program read its settings";
+        for (const fs::path& file : waitFor)
+            EXPECT_TRUE(fs::exists(file)) << file;
         process.terminate(); // SIGTERM
         if (!process.waitForFinished(60000)) {
             process.kill();
@@ -160,6 +180,57 @@ TEST_F(LunavexLifeTest, SecondStartReadsWhatTheFirstSaved) {
     EXPECT_EQ(ValueOf(second, kSetting, L"JpegQuality"), Dword(90));
     EXPECT_EQ(ValueOf(second, kSetting, L"OutputPath"), ValueOf(first, kSetting, L"OutputPath"));
     EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
+}
+
+// Files named on the command line take the road of a drop: converted with the stored settings
+// into the sub-folder beside them, names given relative to the working folder or absolute. (That
+// every byte of a name is kept, UTF-8 or not, is the parser's test: QProcess passes text.)
+TEST_F(LunavexLifeTest, FilesOnTheCommandLineAreConvertedAsADroppedBatch) {
+    const fs::path photos = home / "photos";
+    fs::create_directories(photos);
+    const std::string name = "写真";
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(40, 30, 40, 30, 200), L"image/png",
+                                    photos / (name + ".png")));
+    ASSERT_TRUE(
+        testutil::SaveImage(*testutil::Solid(30, 40, 40, 30, 200), L"image/png", photos / "b.png"));
+    const QStringList args = {QString::fromStdString(name + ".png"),
+                              QString::fromStdString((photos / "b.png").string())};
+    const std::vector<fs::path> outputs = {photos / "round" / (name + ".jpg"),
+                                           photos / "round" / "b.jpg"};
+    EXPECT_EQ(RunAndTerminate(args, photos, outputs), 1);
+    CDibPtr first;
+    ASSERT_EQ(LoadImageFile(first, WideFromUtf8((photos / "round" / (name + ".jpg")).string())),
+              0u);
+    EXPECT_EQ(first->Width(), 40);
+    EXPECT_EQ(first->Height(), 30);
+    CDibPtr second;
+    ASSERT_EQ(LoadImageFile(second, WideFromUtf8((photos / "round" / "b.jpg").string())), 0u);
+    EXPECT_EQ(second->Width(), 30);
+    EXPECT_EQ(second->Height(), 40);
+    EXPECT_EQ(std::distance(fs::directory_iterator(photos / "round"), fs::directory_iterator()), 2);
+}
+
+// The window program's own options answer on standard output; an unknown one, such as an option
+// of Qt's own, is refused before any window opens.
+TEST_F(LunavexLifeTest, OptionsAnswerWithoutAWindow) {
+    auto run = [&](const QStringList& args, int code) {
+        QProcess process;
+        process.setProcessEnvironment(Environment(false));
+        process.start(QStringLiteral(LVX_GUI_EXE), args);
+        EXPECT_TRUE(process.waitForFinished(60000)) << args.join(QLatin1Char(' ')).toStdString();
+        EXPECT_EQ(process.exitCode(), code) << args.join(QLatin1Char(' ')).toStdString();
+        return std::make_pair(QString::fromUtf8(process.readAllStandardOutput()),
+                              QString::fromUtf8(process.readAllStandardError()));
+    };
+    const auto version = run({QStringLiteral("--version")}, 0);
+    EXPECT_TRUE(version.first.startsWith(QStringLiteral("lunavex ")));
+    EXPECT_TRUE(version.second.isEmpty());
+    const auto help = run({QStringLiteral("--help")}, 0);
+    EXPECT_TRUE(help.first.startsWith(QStringLiteral("使い方: lunavex ")));
+    const auto wrong = run({QStringLiteral("-platform"), QStringLiteral("xcb")}, 2);
+    EXPECT_TRUE(wrong.first.isEmpty());
+    EXPECT_EQ(wrong.second, QStringLiteral("不明なオプションです: -platform\n\n") + help.first);
+    EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
 }
 
 } // namespace

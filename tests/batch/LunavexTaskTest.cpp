@@ -8,14 +8,20 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <vips/vips8>
 
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
+#include "image/Codec.h"
 #include "image/ImageIo.h"
+#include "image/SaveType.h"
+#include "image/ShrinkSettings.h"
 #include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/ImageFiles.h"
@@ -126,6 +132,67 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
     EXPECT_EQ(out->PixelAt(0, 24)[3], 255) << "the mask is 24 rows high, not 30";
     EXPECT_LT(out->PixelAt(0, 23)[3], 255);
     EXPECT_EQ(task->outputFolder, W(dir / "round") + L"/");
+}
+
+// Photos from phones, HEIC (HEVC) and AVIF (AV1), made here by libvips' own encoder: shrunk and
+// rounded as any other input, by the window's streamed task and by a whole one.
+TEST_F(LunavexTaskTest, PhonePhotosConvertAsAnyOtherInput) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    ASSERT_TRUE(EnsureHeifLoader());
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    const std::vector<u8> pixels(160 * 120 * 3, 0);
+    const vips::VImage flat =
+        vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()), pixels.size(), 160, 120, 3,
+                                      VIPS_FORMAT_UCHAR)
+            .linear({1.0, 1.0, 1.0}, {200.0, 120.0, 40.0})
+            .cast(VIPS_FORMAT_UCHAR);
+    flat.heifsave((dir / "phone.heic").c_str(),
+                  vips::VImage::option()->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
+    flat.heifsave((dir / "phone.avif").c_str(),
+                  vips::VImage::option()->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_AV1));
+    ShrinkSettings shrink;
+    shrink.shrinkType = shrinktype::kCustom;
+    shrink.customWidth = shrink.customHeight = 80;
+    for (const char* name : {"phone.heic", "phone.avif"}) {
+        for (bool keepsImages : {false, true}) {
+            for (bool transparent : {false, true}) {
+                SCOPED_TRACE(std::string(name) + (keepsImages ? " whole" : " streamed") +
+                             (transparent ? " transparent" : " over green"));
+                const auto output = dir / "round" /
+                                    (std::string(keepsImages ? "w" : "s") +
+                                     (transparent ? "t" : "o") + name + ".png");
+                boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+                task->Init(W(dir / name), W(output), nullptr);
+                task->SetShrink(shrink);
+                task->SetRound(RoundOverGreen(transparent));
+                ASSERT_EQ(task->PrepareEncoder(savetype::kPng, 90), 0u);
+                task->keepsImages = keepsImages;
+                task->Run();
+                ASSERT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
+                CDibPtr out = Load(W(output));
+                ASSERT_TRUE(out);
+                EXPECT_EQ(out->Width(), 80);
+                EXPECT_EQ(out->Height(), 60);
+                // Each corner is cut: transparent, or exactly the background.
+                for (auto [x, y] : {std::pair{0, 0}, {79, 0}, {0, 59}, {79, 59}}) {
+                    const u8* corner = out->PixelAt(x, y);
+                    if (transparent)
+                        EXPECT_EQ(corner[3], 0) << x << "," << y;
+                    else
+                        EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}),
+                                  (std::array<u8, 4>{0, 255, 0, 255}))
+                            << x << "," << y;
+                }
+                // Inside, the colour survives lossy coding within a few levels.
+                const u8* mid = out->PixelAt(40, 30);
+                EXPECT_NEAR(mid[2], 200, 4);
+                EXPECT_NEAR(mid[1], 120, 4);
+                EXPECT_NEAR(mid[0], 40, 4);
+                EXPECT_EQ(mid[3], 255);
+            }
+        }
+    }
 }
 
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
