@@ -404,7 +404,13 @@ std::vector<u8> FormatRegistryExport(const CRegTree& tree) {
         // some keeps them.
         if (key.path.empty() && key.AllValues().empty())
             continue;
-        text += L"[" + std::wstring(kRoot) + (key.path.empty() ? L"" : L"\\" + key.path) + L"]\r\n";
+        text += L"[";
+        text += kRoot;
+        if (!key.path.empty()) {
+            text += L'\\';
+            text += key.path;
+        }
+        text += L"]\r\n";
         for (const auto& [name, value] : key.AllValues())
             AppendValueLine(text, name, value);
         text += L"\r\n";
