@@ -57,11 +57,12 @@ protected:
         EXPECT_EQ(LoadImageFile(dib, path), 0u) << testing::PrintToString(path);
         return dib;
     }
+
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
 };
 
 TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
     const std::wstring src = W(dir / "src.png");
 
@@ -108,8 +109,6 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
 }
 
 TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
     ShrinkSettings shrink;
     shrink.shrinkType = 2;
@@ -129,8 +128,6 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
 }
 
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
 
@@ -198,26 +195,24 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
 }
 
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
 
     // A limit of one pixel less than the image: the size and the limit in the text.
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
-    task->SetMaxPixels(599);
-    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
-    task->Run();
+    auto limited = [&](u32 maxPixels) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
+        task->SetMaxPixels(maxPixels);
+        EXPECT_EQ(task->PrepareEncoder(1, 95), 0u);
+        task->Run();
+        return task;
+    };
+    auto task = limited(599);
     EXPECT_EQ(task->errorId, strid::kLoadFailedTooLarge);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kImageTooLarge) +
                                    L": 30 × 20 ピクセル (上限は 599 ピクセル)\n\n" +
                                    W(dir / "small.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "out" / "small.png"));
-    task.reset(new lvx::CLunavexTask);
-    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
-    task->SetMaxPixels(600);
-    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
-    task->Run();
+    task = limited(600);
     EXPECT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
 
     // The default limit against a 30000 x 30000 header: big numbers come in groups of three.
@@ -248,8 +243,6 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
 // A task that keeps no images streams its file; its output and its failures must be those of a
 // task that keeps them.
 TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto picture = MakeDib(120, 90, [](i32 x, i32 y) {
         return Bgra{static_cast<u8>(x * 2), static_cast<u8>(y * 3), static_cast<u8>((x ^ y) * 5),
                     static_cast<u8>(x < 60 ? 255 : 128 + y)};
@@ -333,8 +326,6 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
 }
 
 TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFile) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
     ASSERT_TRUE(SaveImage(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
     const auto output = dir / "out" / "same.png";

@@ -91,7 +91,6 @@ TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
     EXPECT_FALSE(LoadSetting());
     EXPECT_TRUE(SaveSetting());
     EXPECT_TRUE(LoadSetting());
-    EXPECT_EQ(&TheSetting(), &TheSetting());
 }
 
 TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {

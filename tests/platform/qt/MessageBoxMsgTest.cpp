@@ -31,7 +31,7 @@ TEST(MessageBoxMsgTest, ErrorBoxHasOkOnlyAndTheErrorTitle) {
     EXPECT_EQ(seen.parent, nullptr);
 }
 
-TEST(MessageBoxMsgTest, OkCancelAnswers) {
+TEST(MessageBoxMsgTest, OkCancelAndYesNoAnswers) {
     CMessageBoxMsg msg;
     SeenBox seen;
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
@@ -52,11 +52,8 @@ TEST(MessageBoxMsgTest, OkCancelAnswers) {
     EXPECT_FALSE(msg.QueryLoseWork());
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
     EXPECT_TRUE(msg.QueryLoseWork());
-}
 
-TEST(MessageBoxMsgTest, YesNoAnswers) {
-    CMessageBoxMsg msg;
-    SeenBox seen;
+    // Yes and No, with Escape as No.
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Yes); });
     EXPECT_EQ(msg.Show(L"q", 52), 6);
     EXPECT_EQ(seen.title, QStringLiteral("確認"));
