@@ -147,7 +147,8 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
     // The URI list as a file manager sends it: the bytes percent-encoded.
     QMimeData data;
     data.setData("text/uri-list",
-                 QByteArray::fromStdString("file://" + dir.string() + "/photo%E9.png\r\n"));
+                 QByteArray::fromStdString(std::string("file://").append(dir.string()) +
+                                           "/photo%E9.png\r\n"));
     Drop(data);
     ASSERT_TRUE(RunToEnd());
     EXPECT_TRUE(msg.boxes.empty())
