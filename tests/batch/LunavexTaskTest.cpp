@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -30,12 +29,7 @@ class LunavexTaskTest : public ::testing::Test {
 protected:
     // Settings that round every corner by 10 px over green and fade no edge.
     static RoundSettings RoundOverGreen(bool transparent) {
-        RoundSettings r;
-        r.backgroundColor = 0x00FF00;
-        r.transparent = transparent;
-        r.corners = 15;
-        r.edges = 0;
-        return r;
+        return {.backgroundColor = 0x00FF00, .transparent = transparent, .corners = 15, .edges = 0};
     }
 
     // Runs a task on source into output with the save type; returns the task.
@@ -71,12 +65,8 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     ASSERT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
     CDibPtr png = Load(W(dir / "out" / "opaque.png"));
     ASSERT_TRUE(png);
-    const u8* corner = png->PixelAt(0, 0);
-    EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}),
-              (std::array<u8, 4>{0, 255, 0, 255}));
-    const u8* mid = png->PixelAt(20, 15);
-    EXPECT_EQ((std::array<u8, 4>{mid[0], mid[1], mid[2], mid[3]}),
-              (std::array<u8, 4>{40, 30, 200, 255}));
+    EXPECT_EQ(PixelOf(*png, 0, 0), (Bgra{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(*png, 20, 15), (Bgra{40, 30, 200, 255}));
 
     // PNG with transparent: no fill, the corner keeps alpha 0 in the file.
     task = RunTask(src, W(dir / "out" / "clear.png"), 1, RoundOverGreen(true));
@@ -103,16 +93,12 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     // BMP, which no control offers, also gets the background.
     task = RunTask(src, W(dir / "out" / "c.bmp"), 0, RoundOverGreen(true));
     ASSERT_EQ(task->errorId, 0);
-    CDibPtr bmp = Load(W(dir / "out" / "c.bmp"));
-    const u8* bc = bmp->PixelAt(0, 0);
-    EXPECT_EQ((std::array<u8, 4>{bc[0], bc[1], bc[2], bc[3]}), (std::array<u8, 4>{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(*Load(W(dir / "out" / "c.bmp")), 0, 0), (Bgra{0, 255, 0, 255}));
 }
 
 TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
     ASSERT_TRUE(SaveImage(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
-    ShrinkSettings shrink;
-    shrink.shrinkType = 2;
-    shrink.shrinkWidth = shrink.shrinkHeight = 640;
+    const ShrinkSettings shrink{.shrinkType = 2, .shrinkWidth = 640, .shrinkHeight = 640};
     RoundSettings round = RoundOverGreen(true);
     round.radius =
         LengthValue{1, 100, 50}; // 5 % of the short edge: 24 px after the shrink, 30 before
@@ -179,15 +165,12 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
               L"\n\n" + W(dir / "out" / "ok.png"));
 
     // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds.
-    ShrinkSettings zero;
-    zero.shrinkType = 1;
-    zero.customWidth = 0;
-    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, zero);
+    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{},
+                   {.shrinkType = 1, .customWidth = 0});
     EXPECT_EQ(task->errorId, strid::kShrinkSizeNotPositive);
     EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
-    ShrinkSettings unknown;
-    unknown.shrinkType = 7;
-    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, unknown);
+    task =
+        RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, {.shrinkType = 7});
     EXPECT_EQ(task->errorId, strid::kUnknownShrinkType);
     EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
@@ -269,12 +252,7 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
         task->Run();
         return std::make_pair(task, ReadText(dir / output));
     };
-    ShrinkSettings none;
-    ShrinkSettings zero;
-    zero.shrinkType = 1;
-    zero.customWidth = 0;
-    ShrinkSettings unknown;
-    unknown.shrinkType = 7;
+    const ShrinkSettings none, zero{.shrinkType = 1, .customWidth = 0}, unknown{.shrinkType = 7};
     for (const char* source : {"alpha.png", "photo.jpg", "notes.txt", "gone.png", "cut.jpg"}) {
         for (u32 saveType : {1u, 2u}) {
             for (bool transparent : {false, true}) {

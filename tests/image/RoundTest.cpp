@@ -225,11 +225,10 @@ TEST(RoundTest, StepResolvesLengthsAndReportsFailures) {
     EXPECT_TRUE(PixelsNear(*step.result, *expected, 0));
 
     // A share of the short edge: 100 thousandths of 30 is 3 pixels; blur 50 thousandths, 1.5.
-    RoundSettings settings;
-    settings.corners = 1 | 4;
-    settings.edges = 2 | 8;
-    settings.radius = {lengthunit::kShortEdgeShare, 7, 100};
-    settings.blurWidth = {lengthunit::kShortEdgeShare, 7, 50};
+    const RoundSettings settings{.corners = 1 | 4,
+                                 .edges = 2 | 8,
+                                 .radius = {lengthunit::kShortEdgeShare, 7, 100},
+                                 .blurWidth = {lengthunit::kShortEdgeShare, 7, 50}};
     step.SetSettings(settings);
     step.Run();
     ASSERT_TRUE(step.result);
