@@ -83,15 +83,13 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 
     // The sub-folder typed into the view counts: "." makes the output of a PNG its own source,
-    // refused before any deletion.
+    // refused before any deletion (the text is the plan's, tested there).
     const std::string before = ReadText(a);
     SetControlText(view->Control(lvx::ctl::kSubFolder), L".", false);
     msg.boxes.clear();
     Drop({a});
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text,
-              L"出力先が元のファイルと同じになるため中止しました\n\n元のファイル: " + W(a) +
-                  L"\n出力ファイル: " + W(dir) + L"/./a.png");
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"出力先が元のファイルと同じになるため中止しました", 0), 0u);
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(ReadText(a), before);
     EXPECT_FALSE(view->TimerRunning());
