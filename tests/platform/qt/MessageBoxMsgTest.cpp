@@ -45,13 +45,9 @@ TEST(MessageBoxMsgTest, OkCancelAndYesNoAnswers) {
     OnNextBox(seen, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); });
     EXPECT_EQ(msg.Show(L"q", 49), 2);
 
-    // A question answered with Cancel or closed is refused.
-    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Cancel); });
-    EXPECT_FALSE(msg.QueryLoseWork());
+    // A box closed by its window is a Cancel; which answers a question takes is MsgTest's.
     OnNextBox(seen, [](QMessageBox* box) { box->close(); });
-    EXPECT_FALSE(msg.QueryLoseWork());
-    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Ok); });
-    EXPECT_TRUE(msg.QueryLoseWork());
+    EXPECT_EQ(msg.Show(L"q", 49), 2);
 
     // Yes and No, with Escape as No.
     OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::Yes); });
@@ -62,8 +58,6 @@ TEST(MessageBoxMsgTest, OkCancelAndYesNoAnswers) {
     EXPECT_EQ(msg.Show(L"q", 52), 7);
     OnNextBox(seen, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); });
     EXPECT_EQ(msg.Show(L"q", 52), 7);
-    OnNextBox(seen, [](QMessageBox* box) { Click(box, QMessageBox::No); });
-    EXPECT_FALSE(msg.QueryStopPrinting());
 }
 
 TEST(MessageBoxMsgTest, OwnerIsTheActiveWindowElseTheGivenOwner) {
