@@ -36,6 +36,8 @@ protected:
     }
 
     std::ostringstream out, err;
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
 };
 
 TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
@@ -67,20 +69,13 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(t.shrink.shrinkHeight, 640);
     EXPECT_EQ(t.saveType, 2u);
 
-    for (std::vector<std::string> bad : {std::vector<std::string>{"--quality=101"},
-                                         {"--radius=-1"},
-                                         {"--radius=.5"},
-                                         {"--corners=top"},
-                                         {"--background=FFF"},
-                                         {"--format=gif"},
-                                         {"--shrink=0"},
-                                         {"--subfolder="},
-                                         {"--frobnicate"},
-                                         {"-x"},
-                                         {"--quality"}}) {
+    for (const char* bad :
+         {"--quality=101", "--radius=-1", "--radius=.5", "--corners=top", "--background=FFF",
+          "--format=gif", "--shrink=0", "--subfolder=", "--frobnicate", "-x", "--quality",
+          "--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257"}) {
         lvx::BatchOptions options;
         std::wstring error;
-        EXPECT_FALSE(lvx::ParseBatchOptions(bad, options, error)) << bad[0];
+        EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
         EXPECT_FALSE(error.empty());
     }
     lvx::BatchOptions options;
@@ -90,8 +85,6 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
 }
 
 TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
     ASSERT_TRUE(SaveImage(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
     CSetting settings; // defaults: JPEG quality 80 into "round", radius 10, blur 1
@@ -125,8 +118,6 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
 }
 
 TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     CSetting settings;
 
@@ -152,8 +143,6 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
 }
 
 TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xE9.png"));
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xEF\xBF\xBD.png"));
     CSetting settings;
@@ -170,8 +159,6 @@ TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
 }
 
 TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     testutil::WriteText(dir / "b.png", "not an image");
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "c.png"));
@@ -191,11 +178,6 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
 TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
     EXPECT_EQ(Parse({"--jobs=3"}).jobs, 3u);
     EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
-    for (const char* bad : {"--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257"}) {
-        lvx::BatchOptions options;
-        std::wstring error;
-        EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
-    }
 
     struct Outcome {
         int code;
@@ -204,14 +186,12 @@ TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
         std::map<std::string, std::string> files; // output name -> bytes
     };
     // Every run in the same folder, so that the printed paths can be compared.
-    CTempDir temp;
-    const auto dir = temp / "jobs";
     auto runWith = [&](u32 jobs, int failing) {
         std::filesystem::remove_all(dir);
         std::filesystem::create_directories(dir);
         std::vector<std::string> args = {"--jobs=" + std::to_string(jobs)};
         for (int i = 0; i < 9; ++i) {
-            const auto path = dir / ("f" + std::to_string(i) + ".png");
+            const auto path = dir / Numbered("f", i, ".png");
             if (i == failing)
                 testutil::WriteText(path, "not an image");
             else
@@ -257,9 +237,6 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
         EXPECT_EQ(error, L"オプションの値が不正です: " + WideFromUtf8(bad));
     }
 
-    testutil::CTempDir temp;
-
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     // The program applies the options to its settings before the run, as here.
     const lvx::BatchOptions tight = Parse({"--max-pixels=63", (dir / "a.png").string()});
@@ -278,8 +255,6 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
 
 // The real program: help, version, and an exit code seen by the shell.
 TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto config = dir / "config";
     std::string env = "XDG_CONFIG_HOME=" + config.string() + " LANG=C.UTF-8 LC_ALL= ";
     auto run = [&](const std::string& args, std::string& output) {

@@ -25,7 +25,11 @@ using namespace testutil;
 namespace fs = std::filesystem;
 using testutil::W;
 
-class CommandExecDataTest : public BatchViewFixture {};
+class CommandExecDataTest : public BatchViewFixture {
+protected:
+    testutil::CTempDir temp;
+    const fs::path dir = temp.Path();
+};
 
 // The view's worker with a pause between its second and third task, where a Stop takes effect:
 // the test presses Stop there, then lets the real loop go on.
@@ -66,8 +70,6 @@ private:
 };
 
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     fs::create_directories(dir / "folder");
 
@@ -81,23 +83,19 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 
     // The sub-folder typed into the view counts: "." makes the output of a PNG its own source,
-    // refused before any deletion.
+    // refused before any deletion (the text is the plan's, tested there).
     const std::string before = ReadText(a);
     SetControlText(view->Control(lvx::ctl::kSubFolder), L".", false);
     msg.boxes.clear();
     Drop({a});
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text,
-              L"出力先が元のファイルと同じになるため中止しました\n\n元のファイル: " + W(a) +
-                  L"\n出力ファイル: " + W(dir) + L"/./a.png");
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"出力先が元のファイルと同じになるため中止しました", 0), 0u);
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(ReadText(a), before);
     EXPECT_FALSE(view->TimerRunning());
 }
 
 TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothing) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
 
@@ -142,14 +140,13 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
 }
 
 TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto latin = Png(dir, "photo\xE9.png", 200);
     auto lookalike = Png(dir, "photo\xEF\xBF\xBD.png", 100);
     // The URI list as a file manager sends it: the bytes percent-encoded.
     QMimeData data;
     data.setData("text/uri-list",
-                 QByteArray::fromStdString("file://" + dir.string() + "/photo%E9.png\r\n"));
+                 QByteArray::fromStdString(std::string("file://").append(dir.string()) +
+                                           "/photo%E9.png\r\n"));
     Drop(data);
     ASSERT_TRUE(RunToEnd());
     EXPECT_TRUE(msg.boxes.empty())
@@ -162,8 +159,6 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
 }
 
 TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = dir / "b.png";
     WriteText(b, "this is no image");
@@ -195,8 +190,6 @@ TEST_F(CommandExecDataTest, ADragWithoutAUriListFailsWhenTheCommandRuns) {
     EXPECT_TRUE(msg.boxes.empty()) << "the failure is shown when the command runs";
 
     // The next good drag replaces the failure and the items.
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 10);
     QMimeData files;
     files.setUrls(Urls({a}));
@@ -236,8 +229,6 @@ DragAnswer DragAndDrop(QWidget* window, QWidget* over, const QMimeData& data) {
 }
 
 TEST_F(CommandExecDataTest, ADropOnAnyControlOfTheViewStartsTheBatch) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 50);
     QMimeData files;
@@ -293,12 +284,10 @@ TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
 }
 
 TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetReplaced) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     fs::create_directories(dir / "out");
     std::vector<fs::path> sources;
     for (int i = 0; i < 20; ++i) {
-        const std::string name = "f" + std::to_string(i) + ".png";
+        const std::string name = Numbered("f", i, ".png");
         sources.push_back(Png(dir, name.c_str(), static_cast<u8>(10 * i)));
         WriteText(dir / "out" / name, "old output " + name);
     }
@@ -334,8 +323,6 @@ TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetR
 }
 
 TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
     ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
@@ -353,8 +340,6 @@ TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestio
 }
 
 TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
     // A forced stop is the state in which a worker refuses to start.

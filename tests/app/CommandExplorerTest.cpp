@@ -92,7 +92,6 @@ TEST_F(CommandExplorerTest, AnItemAloneGivesTheTarget) {
 }
 
 TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
-    std::wstring saved = TheSetting().outputPath;
     TheSetting().outputPath = std::filesystem::temp_directory_path().wstring() + L"/lvx no such";
     CRecordingMsg msg;
     lvx::CCommandExplorerOutputPath command(&msg);
@@ -112,7 +111,6 @@ TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
     ASSERT_EQ(msg.boxes.size(), 2u);
     EXPECT_EQ(msg.boxes[1].text, L"出力先フォルダーが、未設定です");
     EXPECT_EQ(msg.boxes[1].flags, 16u);
-    TheSetting().outputPath = saved;
 }
 
 TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverWithoutWaitingAndALateFailureIsShown) {

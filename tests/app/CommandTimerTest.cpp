@@ -26,13 +26,6 @@ namespace {
 
 using Task = boost::shared_ptr<lvx::CLunavexTask>;
 
-// A task with no encoder: run by the worker, it fails at once and calls its client.
-Task GateTask(CGateClient* client, const wchar_t* name) {
-    Task task(new lvx::CLunavexTask);
-    task->Init(name, std::wstring(L"/nowhere/") + name, client);
-    return task;
-}
-
 // A finished task as the worker hands it over: images, what the panes need of its source (a
 // plain colour, blue = `shade`), output folder, failure.
 Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText = L"",
@@ -53,9 +46,9 @@ protected:
     // Holds the view's worker inside the gate with more tasks waiting behind it.
     void HoldWorker(int waiting) {
         view->pool.StopWaitAndClear(kWaitForever);
-        view->pool.Add(GateTask(&gate, L"held"));
+        view->pool.Add(UnencodedTask(&gate, L"held"));
         for (int i = 0; i < waiting; ++i)
-            view->pool.Add(GateTask(&gate, L"waiting"));
+            view->pool.Add(UnencodedTask(&gate, L"waiting"));
         ASSERT_TRUE(view->pool.threads.at(0)->Start());
         gate.WaitUntilInside();
         ASSERT_TRUE(view->pool.AnyRunning());
@@ -68,6 +61,15 @@ protected:
     }
 
     void Tick() { table_->timer->Execute(true, false); }
+
+    // The state of a batch of count files of which done are taken in, its timer running.
+    void StartBatch(int count, int done) {
+        view->fileCount = count;
+        view->doneCount = done;
+        view->stopRequested = false;
+        view->StartTimer();
+        view->UpdateControlStates(true);
+    }
 
     // The number of dots behind the progress text; -1 when the text is not progress of done + 1.
     int DotsBehind(int done, int count) {
@@ -191,11 +193,7 @@ TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
     // Everything taken in and no worker: a tick with nothing new ends the batch.
     view->pool.StopWaitAndClear(kWaitForever);
     view->results = {Finished(L"/src/a/a.png"), Finished(L"/src/a/b.png")};
-    view->fileCount = 2;
-    view->doneCount = 2;
-    view->stopRequested = false;
-    view->StartTimer();
-    view->UpdateControlStates(true);
+    StartBatch(2, 2);
     Tick();
     EXPECT_FALSE(view->TimerRunning());
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
@@ -206,10 +204,7 @@ TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
     // batch ends at the first tick after the worker has ended.
     HoldWorker(1);
     view->results.clear();
-    view->fileCount = 2;
-    view->doneCount = 0;
-    view->StartTimer();
-    view->UpdateControlStates(true);
+    StartBatch(2, 0);
     frame_->OnCommand(lvx::cmd::kStop);
     EXPECT_TRUE(view->stopRequested);
     EXPECT_EQ(view->pool.cancelled.Count(), 1u);
@@ -248,11 +243,7 @@ TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithI
     ASSERT_TRUE(view->pool.threads.at(0)->Wait(kWaitForever));
     ASSERT_EQ(view->pool.pending.Count(), 1u);
     ASSERT_EQ(view->results.size(), 1u) << "the first task reached the view";
-    view->fileCount = 3;
-    view->doneCount = 0;
-    view->stopRequested = false;
-    view->StartTimer();
-    view->UpdateControlStates(true);
+    StartBatch(3, 0);
 
     Tick();
     EXPECT_FALSE(view->TimerRunning());

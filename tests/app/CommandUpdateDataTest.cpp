@@ -149,45 +149,45 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
 }
 
 TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
-    Type(ctl::kRadius, L"abc");
-    my::CCtrlException e = Strict();
-    EXPECT_EQ(e.id, strid::kEditValueUnreadable);
-    EXPECT_EQ(e.text, L"エディットコントロールからの値の取得に失敗しました ID: 147");
-    EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
-
-    Type(ctl::kRadius, L"-1");
-    e = Strict();
-    EXPECT_EQ(e.id, strid::kBadLengthRange);
-    EXPECT_EQ(e.ctrl, view->Control(ctl::kRadius));
-    Type(ctl::kRadius, L"10");
+    // One bad value at a time, then its good value back; a custom size is read even when no
+    // custom shrink is chosen.
+    const struct {
+        i32 control;
+        const wchar_t* bad;
+        const wchar_t* good;
+        i32 id;
+        const wchar_t* text; // null: the text is the template's, tested with the string table
+    } cases[] = {
+        {ctl::kRadius, L"abc", L"10", strid::kEditValueUnreadable,
+         L"エディットコントロールからの値の取得に失敗しました ID: 147"},
+        {ctl::kRadius, L"-1", L"10", strid::kBadLengthRange, nullptr},
+        {ctl::kQualityNumber, L"101", L"80", strid::kJpegQualityOutOfRange,
+         L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100"},
+        {ctl::kCustomWidth, L"0", L"200", strid::kValueNotPositive, nullptr},
+        {ctl::kCustomWidth, L"w", L"200", strid::kComboValueUnreadable,
+         L"コンボボックスからの値の取得に失敗しました ID: 142"},
+    };
+    for (const auto& c : cases) {
+        Type(c.control, c.bad);
+        const my::CCtrlException e = Strict();
+        EXPECT_EQ(e.id, c.id) << c.control;
+        EXPECT_EQ(e.ctrl, view->Control(c.control)) << c.control;
+        if (c.text) {
+            EXPECT_EQ(e.text, c.text);
+        }
+        Type(c.control, c.good);
+    }
 
     // The colour comes before the length in the order of the stages.
     Type(ctl::kColorText, L"FFF");
     Type(ctl::kBlurWidth, L"x");
-    e = Strict();
+    my::CCtrlException e = Strict();
     EXPECT_EQ(e.id, strid::kBadColorFormat);
     EXPECT_EQ(e.text, L"色の形式が不正です");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kColorText));
     Type(ctl::kColorText, L"FFFFFF");
     EXPECT_EQ(Strict().id, strid::kEditValueUnreadable);
     Type(ctl::kBlurWidth, L"1");
-
-    Type(ctl::kQualityNumber, L"101");
-    e = Strict();
-    EXPECT_EQ(e.id, strid::kJpegQualityOutOfRange);
-    EXPECT_EQ(e.text, L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100");
-    Type(ctl::kQualityNumber, L"80");
-
-    // A custom size is read even when no custom shrink is chosen.
-    Type(ctl::kCustomWidth, L"0");
-    e = Strict();
-    EXPECT_EQ(e.id, strid::kValueNotPositive);
-    EXPECT_EQ(e.ctrl, view->Control(ctl::kCustomWidth));
-    Type(ctl::kCustomWidth, L"w");
-    e = Strict();
-    EXPECT_EQ(e.id, strid::kComboValueUnreadable);
-    EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 142");
-    Type(ctl::kCustomWidth, L"200");
 
     qobject_cast<QComboBox*>(view->Control(ctl::kShrink))->setCurrentIndex(-1);
     e = Strict();

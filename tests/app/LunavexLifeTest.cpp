@@ -67,16 +67,7 @@ protected:
         QProcess process;
         process.setProcessEnvironment(Environment(true));
         process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
-        if (!process.waitForStarted(10000))
-            return -1000;
-        if (!process.waitForFinished(60000)) {
-            process.kill();
-            process.waitForFinished(5000);
-            ADD_FAILURE() << "lunavex did not end by itself: a box may be waiting";
-            return -1001;
-        }
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        return process.exitCode();
+        return Finish(process, "lunavex did not end by itself: a box may be waiting");
     }
 
     // Starts the program with no test hook and args in folder, waits until it has read its
@@ -106,13 +97,21 @@ protected:
         for (const fs::path& file : waitFor)
             EXPECT_TRUE(fs::exists(file)) << file;
         process.terminate(); // SIGTERM
+        return Finish(process, "lunavex did not end on SIGTERM");
+    }
+
+    // The exit code of a started process once it has ended normally (not by a signal); a process
+    // that does not end within a minute is killed and fails the test with hang.
+    static int Finish(QProcess& process, const char* hang) {
+        if (!process.waitForStarted(10000))
+            return -1000;
         if (!process.waitForFinished(60000)) {
             process.kill();
             process.waitForFinished(5000);
-            ADD_FAILURE() << "lunavex did not end on SIGTERM";
+            ADD_FAILURE() << hang;
             return -1001;
         }
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "not ended by the signal";
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "not ended by a signal";
         return process.exitCode();
     }
 

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -36,12 +35,7 @@ class LunavexTaskTest : public ::testing::Test {
 protected:
     // Settings that round every corner by 10 px over green and fade no edge.
     static RoundSettings RoundOverGreen(bool transparent) {
-        RoundSettings r;
-        r.backgroundColor = 0x00FF00;
-        r.transparent = transparent;
-        r.corners = 15;
-        r.edges = 0;
-        return r;
+        return {.backgroundColor = 0x00FF00, .transparent = transparent, .corners = 15, .edges = 0};
     }
 
     // Runs a task on source into output with the save type; returns the task.
@@ -63,11 +57,12 @@ protected:
         EXPECT_EQ(LoadImageFile(dib, path), 0u) << testing::PrintToString(path);
         return dib;
     }
+
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
 };
 
 TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(40, 30, 40, 30, 200), L"image/png", dir / "src.png"));
     const std::wstring src = W(dir / "src.png");
 
@@ -76,12 +71,8 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     ASSERT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
     CDibPtr png = Load(W(dir / "out" / "opaque.png"));
     ASSERT_TRUE(png);
-    const u8* corner = png->PixelAt(0, 0);
-    EXPECT_EQ((std::array<u8, 4>{corner[0], corner[1], corner[2], corner[3]}),
-              (std::array<u8, 4>{0, 255, 0, 255}));
-    const u8* mid = png->PixelAt(20, 15);
-    EXPECT_EQ((std::array<u8, 4>{mid[0], mid[1], mid[2], mid[3]}),
-              (std::array<u8, 4>{40, 30, 200, 255}));
+    EXPECT_EQ(PixelOf(*png, 0, 0), (Bgra{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(*png, 20, 15), (Bgra{40, 30, 200, 255}));
 
     // PNG with transparent: no fill, the corner keeps alpha 0 in the file.
     task = RunTask(src, W(dir / "out" / "clear.png"), 1, RoundOverGreen(true));
@@ -108,18 +99,12 @@ TEST_F(LunavexTaskTest, OutcomeByFormatAndTransparency) {
     // BMP, which no control offers, also gets the background.
     task = RunTask(src, W(dir / "out" / "c.bmp"), 0, RoundOverGreen(true));
     ASSERT_EQ(task->errorId, 0);
-    CDibPtr bmp = Load(W(dir / "out" / "c.bmp"));
-    const u8* bc = bmp->PixelAt(0, 0);
-    EXPECT_EQ((std::array<u8, 4>{bc[0], bc[1], bc[2], bc[3]}), (std::array<u8, 4>{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(*Load(W(dir / "out" / "c.bmp")), 0, 0), (Bgra{0, 255, 0, 255}));
 }
 
 TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(800, 600, 10, 20, 30), L"image/png", dir / "big.png"));
-    ShrinkSettings shrink;
-    shrink.shrinkType = 2;
-    shrink.shrinkWidth = shrink.shrinkHeight = 640;
+    const ShrinkSettings shrink{.shrinkType = 2, .shrinkWidth = 640, .shrinkHeight = 640};
     RoundSettings round = RoundOverGreen(true);
     round.radius =
         LengthValue{1, 100, 50}; // 5 % of the short edge: 24 px after the shrink, 30 before
@@ -196,8 +181,6 @@ TEST_F(LunavexTaskTest, PhonePhotosConvertAsAnyOtherInput) {
 }
 
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
 
@@ -249,15 +232,12 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
               L"\n\n" + W(dir / "out" / "ok.png"));
 
     // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds.
-    ShrinkSettings zero;
-    zero.shrinkType = 1;
-    zero.customWidth = 0;
-    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, zero);
+    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{},
+                   {.shrinkType = 1, .customWidth = 0});
     EXPECT_EQ(task->errorId, strid::kShrinkSizeNotPositive);
     EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
-    ShrinkSettings unknown;
-    unknown.shrinkType = 7;
-    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, unknown);
+    task =
+        RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, {.shrinkType = 7});
     EXPECT_EQ(task->errorId, strid::kUnknownShrinkType);
     EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
@@ -265,26 +245,24 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
 }
 
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(30, 20, 1, 2, 3), L"image/png", dir / "small.png"));
 
     // A limit of one pixel less than the image: the size and the limit in the text.
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
-    task->SetMaxPixels(599);
-    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
-    task->Run();
+    auto limited = [&](u32 maxPixels) {
+        boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+        task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
+        task->SetMaxPixels(maxPixels);
+        EXPECT_EQ(task->PrepareEncoder(1, 95), 0u);
+        task->Run();
+        return task;
+    };
+    auto task = limited(599);
     EXPECT_EQ(task->errorId, strid::kLoadFailedTooLarge);
     EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(hr::kImageTooLarge) +
                                    L": 30 × 20 ピクセル (上限は 599 ピクセル)\n\n" +
                                    W(dir / "small.png"));
     EXPECT_FALSE(std::filesystem::exists(dir / "out" / "small.png"));
-    task.reset(new lvx::CLunavexTask);
-    task->Init(W(dir / "small.png"), W(dir / "out" / "small.png"), nullptr);
-    task->SetMaxPixels(600);
-    ASSERT_EQ(task->PrepareEncoder(1, 95), 0u);
-    task->Run();
+    task = limited(600);
     EXPECT_EQ(task->errorId, 0) << testing::PrintToString(task->errorText);
 
     // The default limit against a 30000 x 30000 header: big numbers come in groups of three.
@@ -315,8 +293,6 @@ TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
 // A task that keeps no images streams its file; its output and its failures must be those of a
 // task that keeps them.
 TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     auto picture = MakeDib(120, 90, [](i32 x, i32 y) {
         return Bgra{static_cast<u8>(x * 2), static_cast<u8>(y * 3), static_cast<u8>((x ^ y) * 5),
                     static_cast<u8>(x < 60 ? 255 : 128 + y)};
@@ -343,12 +319,7 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
         task->Run();
         return std::make_pair(task, ReadText(dir / output));
     };
-    ShrinkSettings none;
-    ShrinkSettings zero;
-    zero.shrinkType = 1;
-    zero.customWidth = 0;
-    ShrinkSettings unknown;
-    unknown.shrinkType = 7;
+    const ShrinkSettings none, zero{.shrinkType = 1, .customWidth = 0}, unknown{.shrinkType = 7};
     for (const char* source : {"alpha.png", "photo.jpg", "notes.txt", "gone.png", "cut.jpg"}) {
         for (u32 saveType : {1u, 2u}) {
             for (bool transparent : {false, true}) {
@@ -400,8 +371,6 @@ TEST_F(LunavexTaskTest, AStreamedTaskWritesAndFailsAsAWholeOne) {
 }
 
 TEST_F(LunavexTaskTest, AnOutputIsReplacedOnlyWithConsentAndOnlyByItsFinishedFile) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
     ASSERT_TRUE(SaveImage(*Solid(12, 10, 1, 2, 3), L"image/png", dir / "a.png"));
     ASSERT_TRUE(SaveImage(*Solid(12, 10, 9, 8, 7), L"image/png", dir / "b.png"));
     const auto output = dir / "out" / "same.png";

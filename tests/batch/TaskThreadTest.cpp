@@ -20,14 +20,6 @@
 
 namespace {
 
-// A task with no encoder: it fails at once with id 200 and calls its client.
-boost::shared_ptr<lvx::CLunavexTask> QuickTask(lvx::CLunavexTaskClient* client,
-                                               const wchar_t* name) {
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(name, std::wstring(L"/nowhere/") + name, client);
-    return task;
-}
-
 TEST(TaskThreadTest, ThreadCountBelowOneChangesNothing) {
     CTaskThreadPool pool;
     ASSERT_EQ(pool.threads.size(), 1u);
@@ -57,9 +49,8 @@ TEST(TaskThreadTest, AWorkerWithNothingToDoEndsAtOnceWithCodeZero) {
 TEST(TaskThreadTest, TasksRunInOrderAndARunningWorkerIsNotRestarted) {
     CGateClient gate;
     CTaskThreadPool pool;
-    pool.Add(QuickTask(&gate, L"a"));
-    pool.Add(QuickTask(&gate, L"b"));
-    pool.Add(QuickTask(&gate, L"c"));
+    for (const wchar_t* name : {L"a", L"b", L"c"})
+        pool.Add(UnencodedTask(&gate, name));
     auto& worker = *pool.threads[0];
     ASSERT_TRUE(worker.Start());
     gate.WaitUntilInside();
@@ -80,7 +71,7 @@ TEST(TaskThreadTest, TasksRunInOrderAndARunningWorkerIsNotRestarted) {
     EXPECT_EQ(finished[0]->errorId, strid::kNoSaveFormat);
 
     // A new batch on the same object gets a new thread.
-    pool.Add(QuickTask(&gate, L"d"));
+    pool.Add(UnencodedTask(&gate, L"d"));
     ASSERT_TRUE(worker.Start());
     EXPECT_NE(worker.threadId, id);
     EXPECT_TRUE(worker.Wait(kWaitForever));
@@ -91,7 +82,7 @@ TEST(TaskThreadTest, AStopCancelsWhatHasNotBegunAndTheRunningTaskSeesIt) {
     CGateClient gate;
     CTaskThreadPool pool;
     for (const wchar_t* name : {L"a", L"b", L"c"})
-        pool.Add(QuickTask(&gate, name));
+        pool.Add(UnencodedTask(&gate, name));
     ASSERT_TRUE(pool.threads[0]->Start());
     gate.WaitUntilInside();
     pool.StopAll(true);
@@ -103,19 +94,18 @@ TEST(TaskThreadTest, AStopCancelsWhatHasNotBegunAndTheRunningTaskSeesIt) {
     pool.threads[0]->Wait(kWaitForever);
     EXPECT_EQ(gate.Finished().size(), 1u) << "cancelled tasks never run";
     EXPECT_FALSE(pool.threads[0]->current) << "the worker lets go of its last task";
-}
 
-TEST(TaskThreadTest, StopAllOnAnIdlePoolMovesThePendingTasks) {
-    CTaskThreadPool pool;
-    pool.Add(QuickTask(nullptr, L"a"));
-    pool.Add(QuickTask(nullptr, L"b"));
-    pool.StopAll(true);
-    EXPECT_EQ(pool.pending.Count(), 0u);
-    EXPECT_EQ(pool.cancelled.Count(), 2u);
-    EXPECT_TRUE(pool.threads[0]->IsTerminated());
-    EXPECT_FALSE(pool.AnyRunning());
-    pool.StopWaitAndClear(kWaitForever);
-    EXPECT_EQ(pool.cancelled.Count(), 0u);
+    // On an idle pool a stop moves the pending tasks at once.
+    CTaskThreadPool idle;
+    idle.Add(UnencodedTask(nullptr, L"a"));
+    idle.Add(UnencodedTask(nullptr, L"b"));
+    idle.StopAll(true);
+    EXPECT_EQ(idle.pending.Count(), 0u);
+    EXPECT_EQ(idle.cancelled.Count(), 2u);
+    EXPECT_TRUE(idle.threads[0]->IsTerminated());
+    EXPECT_FALSE(idle.AnyRunning());
+    idle.StopWaitAndClear(kWaitForever);
+    EXPECT_EQ(idle.cancelled.Count(), 0u);
 }
 
 // The policies of libvips' worker threads, in no particular order.

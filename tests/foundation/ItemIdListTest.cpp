@@ -155,7 +155,6 @@ TEST(ItemIdListTest, FileUrisGiveTheirDecodedLocalPath) {
 
 TEST(ItemIdListTest, ListsWithoutALocalPathFail) {
     CLanguageGuard japanese(1041);
-    const std::wstring failText = L"ID リストからパスの変換に失敗しました: エラーを特定できません";
     for (const char* uri : {"trash:///photo.png", "smb://server/share/photo.png", "recent:///",
                             "file://otherhost/tmp/a.png", "file://", "file:relative.png"}) {
         SCOPED_TRACE(uri);
@@ -166,7 +165,6 @@ TEST(ItemIdListTest, ListsWithoutALocalPathFail) {
         const auto e2 = testutil::Thrown([&] { list.GetPathOrThrow(); });
         EXPECT_EQ(e2.id, strid::kIdListPathFailed);
         EXPECT_EQ(e2.hr, 0x80004005u);
-        EXPECT_EQ(e2.text, failText);
         EXPECT_EQ(e2.text, L"ID リストからパスの変換に失敗しました: " + ResultText(0x80004005));
     }
 

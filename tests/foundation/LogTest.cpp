@@ -18,29 +18,21 @@ namespace {
 
 using namespace testutil;
 
-TEST(LogTest, LineEndsBecomeCrLfAndCarriageReturnsAreDropped) {
+// The bytes of a log file into which text was written.
+std::vector<u8> Logged(const wchar_t* text) {
     CTempDir temp;
-    const auto dir = temp.Path();
-    for (const wchar_t* text : {L"a\nb", L"a\r\nb"}) {
-        auto path = dir / "LOG.txt";
-        CLogFile log;
-        ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
-        log.Write(text);
-        log.Close();
-        std::vector<u8> expected{0xFF, 0xFE, 0x61, 0, 0x0D, 0, 0x0A, 0, 0x62, 0};
-        EXPECT_EQ(ReadBytes(path), expected);
-    }
+    CLogFile log;
+    EXPECT_TRUE(log.Open(FromFileSystemPath((temp / "LOG.txt").string())));
+    log.Write(text);
+    log.Close();
+    return ReadBytes(temp / "LOG.txt");
 }
 
-TEST(LogTest, CharactersBeyondTheBasicPlaneBecomeSurrogatePairs) {
-    CTempDir temp;
-    auto path = temp / "LOG.txt";
-    CLogFile log;
-    ASSERT_TRUE(log.Open(FromFileSystemPath(path.string())));
-    log.Write(L"\U0001F600あ");
-    log.Close();
-    std::vector<u8> expected{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30};
-    EXPECT_EQ(ReadBytes(path), expected);
+TEST(LogTest, LineEndsBecomeCrLfAndCharactersBeyondTheBasicPlaneSurrogatePairs) {
+    for (const wchar_t* text : {L"a\nb", L"a\r\nb"})
+        EXPECT_EQ(Logged(text), (std::vector<u8>{0xFF, 0xFE, 0x61, 0, 0x0D, 0, 0x0A, 0, 0x62, 0}));
+    EXPECT_EQ(Logged(L"\U0001F600あ"),
+              (std::vector<u8>{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30}));
 }
 
 TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMark) {

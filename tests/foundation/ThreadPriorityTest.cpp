@@ -45,7 +45,7 @@ private:
     std::vector<std::thread> threads_;
 };
 
-TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeName) {
+TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeNameAndOnlyTheyGoIdle) {
     CNamedThreads threads({"lvx-probe", "lvx-other", "lvx-probe", "lvx-probe2"});
     std::vector<pid_t> found = ThreadsNamed("lvx-probe");
     std::sort(found.begin(), found.end());
@@ -53,14 +53,13 @@ TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeName) {
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(found, expected);
     EXPECT_TRUE(ThreadsNamed("lvx-absent").empty());
-}
 
-TEST(ThreadPriorityTest, OnlyTheThreadsOfTheNameGoIdle) {
-    CNamedThreads threads({"lvx-probe", "lvx-other", "lvx-probe"});
+    // Only the threads of the whole name go idle.
     EXPECT_EQ(SetIdlePriorityOfThreadsNamed("lvx-probe"), 2u);
     EXPECT_EQ(::sched_getscheduler(threads.Id(0)), SCHED_IDLE);
     EXPECT_EQ(::sched_getscheduler(threads.Id(2)), SCHED_IDLE);
     EXPECT_EQ(::sched_getscheduler(threads.Id(1)), SCHED_OTHER);
+    EXPECT_EQ(::sched_getscheduler(threads.Id(3)), SCHED_OTHER);
     EXPECT_EQ(::sched_getscheduler(0), SCHED_OTHER) << "the calling thread keeps its policy";
 }
 

@@ -14,19 +14,13 @@
 
 namespace {
 
+using namespace testutil;
+
 // An image of the given alpha whose colour bytes tell where each pixel lies.
 CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
     return testutil::MakeDib(width, height, [&](i32 x, i32 y) {
         return testutil::Bgra{static_cast<u8>(x), static_cast<u8>(y), 77, alpha};
     });
-}
-
-u8 Alpha(const CDib& dib, i32 x, i32 y) {
-    return testutil::PixelOf(dib, x, y).a;
-}
-
-::testing::AssertionResult SameBits(const CDib& a, const CDib& b) {
-    return testutil::PixelsNear(a, b, 0);
 }
 
 // Rows 0 to 8, columns 0 to 11 of the top-left corner: b = 4, radius 8, all edges, corners
@@ -85,14 +79,14 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
     ASSERT_EQ(BlurEdges(*image, true, true, true, true, true, true, true, true, 8, 8, 4), hr::kOk);
     for (int y = 0; y < 9; ++y) {
         for (int x = 0; x < 12; ++x) {
-            EXPECT_EQ(Alpha(*image, x, y), kWorkedCaps[y][x]) << "(" << x << ", " << y << ")";
-            EXPECT_EQ(Alpha(*image, x, 29 - y), kWorkedCaps[y][x]);
-            EXPECT_EQ(Alpha(*image, 39 - x, 29 - y), kWorkedCaps[y][x]);
-            EXPECT_EQ(Alpha(*image, 39 - x, y), kWorkedCaps[y][x]);
+            EXPECT_EQ(AlphaOf(*image, x, y), kWorkedCaps[y][x]) << "(" << x << ", " << y << ")";
+            EXPECT_EQ(AlphaOf(*image, x, 29 - y), kWorkedCaps[y][x]);
+            EXPECT_EQ(AlphaOf(*image, 39 - x, 29 - y), kWorkedCaps[y][x]);
+            EXPECT_EQ(AlphaOf(*image, 39 - x, y), kWorkedCaps[y][x]);
         }
     }
     // The middle is not touched, and colour bytes never are.
-    EXPECT_EQ(Alpha(*image, 20, 15), 255);
+    EXPECT_EQ(AlphaOf(*image, 20, 15), 255);
     for (int y = 0; y < 30; ++y) {
         for (int x = 0; x < 40; ++x) {
             ASSERT_EQ(image->PixelAt(x, y)[0], x);
@@ -113,8 +107,8 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
     ASSERT_EQ(RoundImage(rounded, *source, true, true, true, true, 8, 8), hr::kOk);
     for (int y = 0; y < 9; ++y) {
         for (int x = 0; x < 12; ++x) {
-            const int expected = std::min<int>(kWorkedCaps[y][x], Alpha(*rounded, x, y));
-            EXPECT_EQ(Alpha(*step.result, x, y), expected) << "(" << x << ", " << y << ")";
+            const int expected = std::min<int>(kWorkedCaps[y][x], AlphaOf(*rounded, x, y));
+            EXPECT_EQ(AlphaOf(*step.result, x, y), expected) << "(" << x << ", " << y << ")";
         }
     }
 }
@@ -126,15 +120,15 @@ TEST(BlurTest, SquareFormWithoutRoundedCorners) {
     for (int y = 0; y < 12; ++y) {
         for (int x = 0; x < 12; ++x) {
             const u8 expected = kWidth4Bytes[std::min(std::min(x, y), 4)];
-            EXPECT_EQ(Alpha(*image, x, y), expected) << "(" << x << ", " << y << ")";
-            EXPECT_EQ(Alpha(*image, 39 - x, 29 - y), expected);
+            EXPECT_EQ(AlphaOf(*image, x, y), expected) << "(" << x << ", " << y << ")";
+            EXPECT_EQ(AlphaOf(*image, 39 - x, 29 - y), expected);
         }
     }
     // Both edges on at a corner that is not rounded: the square form, whatever the radius.
     CDibPtr other = MakeImage(40, 30, 255);
     ASSERT_EQ(BlurEdges(*other, false, false, false, false, true, true, true, true, 0, 0, 4),
               hr::kOk);
-    EXPECT_TRUE(SameBits(*image, *other));
+    EXPECT_TRUE(PixelsNear(*image, *other, 0));
 }
 
 TEST(BlurTest, BandsStopAtTheMiddle) {
@@ -143,9 +137,9 @@ TEST(BlurTest, BandsStopAtTheMiddle) {
     ASSERT_EQ(BlurEdges(*image, false, false, false, false, false, true, false, false, 0, 0, 80),
               hr::kOk);
     for (int x = 0; x < 20; ++x) {
-        EXPECT_EQ(Alpha(*image, x, 49), 157);
+        EXPECT_EQ(AlphaOf(*image, x, 49), 157);
         for (int y = 50; y < 100; ++y) {
-            ASSERT_EQ(Alpha(*image, x, y), 255);
+            ASSERT_EQ(AlphaOf(*image, x, y), 255);
         }
     }
     // Two opposite edges meet at the middle: the fade is the same from either side.
@@ -153,10 +147,10 @@ TEST(BlurTest, BandsStopAtTheMiddle) {
     ASSERT_EQ(BlurEdges(*both, false, false, false, false, false, true, false, true, 0, 0, 20),
               hr::kOk);
     for (int y = 0; y < 10; ++y) {
-        EXPECT_EQ(Alpha(*both, 2, y), Alpha(*both, 2, 9 - y));
-        EXPECT_LT(Alpha(*both, 2, y), 255);
+        EXPECT_EQ(AlphaOf(*both, 2, y), AlphaOf(*both, 2, 9 - y));
+        EXPECT_LT(AlphaOf(*both, 2, y), 255);
     }
-    EXPECT_LT(Alpha(*both, 0, 0), Alpha(*both, 0, 4));
+    EXPECT_LT(AlphaOf(*both, 0, 0), AlphaOf(*both, 0, 4));
 }
 
 TEST(BlurTest, EdgeCases) {
@@ -167,44 +161,44 @@ TEST(BlurTest, EdgeCases) {
         BlurImage(result, *source, true, true, true, true, 4, false, false, false, false, 4, 4),
         hr::kOk);
     ASSERT_NE(result.get(), source.get());
-    EXPECT_TRUE(SameBits(*result, *source));
+    EXPECT_TRUE(PixelsNear(*result, *source, 0));
     // Width 0 with straight edges: nothing to do; width 0 and radius 0: nothing either.
     ASSERT_EQ(
         BlurImage(result, *source, false, false, false, false, 0, true, true, true, true, 4, 4),
         hr::kOk);
-    EXPECT_TRUE(SameBits(*result, *source));
+    EXPECT_TRUE(PixelsNear(*result, *source, 0));
     ASSERT_EQ(BlurImage(result, *source, true, true, true, true, 0, true, true, true, true, 0, 0),
               hr::kOk);
-    EXPECT_TRUE(SameBits(*result, *source));
+    EXPECT_TRUE(PixelsNear(*result, *source, 0));
     // A width under 1: only the outermost pixel, capped at 191 for 0.5.
     ASSERT_EQ(BlurImage(result, *source, false, false, false, false, 0.5, false, true, false, false,
                         0, 0),
               hr::kOk);
-    EXPECT_EQ(Alpha(*result, 5, 0), 191);
-    EXPECT_EQ(Alpha(*result, 5, 1), 255);
+    EXPECT_EQ(AlphaOf(*result, 5, 0), 191);
+    EXPECT_EQ(AlphaOf(*result, 5, 1), 255);
     // A cap, not a multiplication: alpha below the cap stays.
     CDibPtr faint = MakeImage(16, 16, 20);
     faint->PixelAt(5, 1)[3] = 200;
     ASSERT_EQ(
         BlurImage(result, *faint, false, false, false, false, 4, false, true, false, false, 0, 0),
         hr::kOk);
-    EXPECT_EQ(Alpha(*result, 5, 0), 20);
-    EXPECT_EQ(Alpha(*result, 5, 1), 95);
+    EXPECT_EQ(AlphaOf(*result, 5, 0), 20);
+    EXPECT_EQ(AlphaOf(*result, 5, 1), 95);
     // Only one edge at a rounded corner: the strip runs straight to the image's corner.
     ASSERT_EQ(
         BlurImage(result, *source, true, true, true, true, 4, true, false, false, false, 8, 8),
         hr::kOk);
     for (int y = 0; y < 16; ++y) {
-        EXPECT_EQ(Alpha(*result, 0, y), 31);
-        EXPECT_EQ(Alpha(*result, 3, y), 223);
-        EXPECT_EQ(Alpha(*result, 4, y), 255);
+        EXPECT_EQ(AlphaOf(*result, 0, y), 31);
+        EXPECT_EQ(AlphaOf(*result, 3, y), 223);
+        EXPECT_EQ(AlphaOf(*result, 4, y), 255);
     }
     // Width 1: rx is 0, so there are no corner blocks and the strips cap everything at 31.
     CDibPtr thin = MakeImage(1, 20, 255);
     ASSERT_EQ(BlurImage(result, *thin, true, true, true, true, 4, true, true, true, true, 8, 8),
               hr::kOk);
     for (int y = 0; y < 20; ++y) {
-        EXPECT_EQ(Alpha(*result, 0, y), 31);
+        EXPECT_EQ(AlphaOf(*result, 0, y), 31);
     }
     // Not 32 bits.
     CDib rgb;
@@ -252,8 +246,8 @@ TEST(BlurTest, ArcDistanceAndSmallSizeCaps) {
     // Radius 1: the corner pixel sits on the degenerate arc and takes the rim's outermost byte.
     CDibPtr image = MakeImage(10, 10, 255);
     ASSERT_EQ(BlurEdges(*image, true, true, true, true, true, true, true, true, 1, 1, 1), hr::kOk);
-    EXPECT_EQ(Alpha(*image, 0, 0), 127);
-    EXPECT_EQ(Alpha(*image, 9, 9), 127);
+    EXPECT_EQ(AlphaOf(*image, 0, 0), 127);
+    EXPECT_EQ(AlphaOf(*image, 9, 9), 127);
     // Radii from 1 to 1.5 and widths below 0.5 stay defined and leave the middle alone.
     for (double radius : {1.0, 1.2, 1.49}) {
         for (double width : {0.0, 0.2, 0.4, 1.0}) {
@@ -263,10 +257,10 @@ TEST(BlurTest, ArcDistanceAndSmallSizeCaps) {
                       hr::kOk);
             for (int y = 2; y < 4; ++y) {
                 for (int x = 2; x < 4; ++x) {
-                    EXPECT_EQ(Alpha(*small, x, y), 255);
+                    EXPECT_EQ(AlphaOf(*small, x, y), 255);
                 }
             }
-            EXPECT_EQ(Alpha(*small, 0, 0), Alpha(*small, 5, 5));
+            EXPECT_EQ(AlphaOf(*small, 0, 0), AlphaOf(*small, 5, 5));
         }
     }
 }

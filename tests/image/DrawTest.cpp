@@ -34,7 +34,7 @@ TEST(Draw, SameSizeDrawIntoANewImageCopiesEveryByte) {
 }
 
 TEST(Draw, SourceBlendsOverTheTarget) {
-    CDibPtr target = MakeDib(2, 1, [](i32, i32) { return Bgra{255, 0, 0, 255}; });
+    CDibPtr target = Solid(2, 1, Bgra{255, 0, 0, 255});
     CDibPtr source = MakeDib(2, 1, [](i32 x, i32) {
         return x == 0 ? Bgra{0, 0, 255, 128} : Bgra{0, 0, 255, 0};
     });
@@ -46,7 +46,7 @@ TEST(Draw, SourceBlendsOverTheTarget) {
 }
 
 TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
-    CDibPtr flat = MakeDib(10, 9, [](i32, i32) { return Bgra{30, 140, 220, 255}; });
+    CDibPtr flat = Solid(10, 9, Bgra{30, 140, 220, 255});
     for (i32 mode : {interp::kHighQuality, interp::kHighQualityBicubic,
                      interp::kHighQualityBilinear, interp::kNearestNeighbor, interp::kDefault}) {
         for (Size size : {Size{4, 3}, Size{23, 17}, Size{1, 1}, Size{10, 2}}) {
@@ -55,10 +55,8 @@ TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
             ASSERT_EQ(out.Width(), size.cx);
             ASSERT_EQ(out.Height(), size.cy);
             // Alpha of an opaque image stays exact; colour may move by the kernel's rounding.
-            const CDibPtr expected = MakeDib(size.cx, size.cy, [](i32, i32) {
-                return Bgra{30, 140, 220, 255};
-            });
-            EXPECT_TRUE(PixelsNear(out, *expected, 2)) << "mode " << mode;
+            EXPECT_TRUE(PixelsNear(out, *Solid(size.cx, size.cy, Bgra{30, 140, 220, 255}), 2))
+                << "mode " << mode;
             for (i32 y = 0; y < size.cy; ++y)
                 for (i32 x = 0; x < size.cx; ++x)
                     ASSERT_EQ(PixelOf(out, x, y).a, 255) << "mode " << mode;

@@ -229,12 +229,7 @@ TEST(ImageIo, ContentDecidesNotTheName) {
 TEST(ImageIo, ResolutionIsStoredInPixelsPerMetre) {
     CTempDir dir;
     CDibPtr dib;
-    // pHYs: 11811 pixels per metre both ways, unit metre (300 dots per inch).
-    std::vector<u8> phys;
-    PutBigEndian(phys, 11811);
-    PutBigEndian(phys, 11811);
-    phys.push_back(1);
-    WriteBytes(dir.File("300.png"), MakePng(1, 1, 2, 8, {{1, 1, 1}}, {{"pHYs", phys}}));
+    WriteBytes(dir.File("300.png"), MakePng(1, 1, 2, 8, {{1, 1, 1}}, {PhysChunk(11811)}));
     ASSERT_EQ(LoadPath(dib, dir.File("300.png")), hr::kOk);
     EXPECT_EQ(dib->Header()->biXPelsPerMeter, 11811);
     EXPECT_EQ(dib->Header()->biYPelsPerMeter, 11811);

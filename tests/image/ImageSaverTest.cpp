@@ -93,7 +93,7 @@ TEST(ImageSaver, JpegQualityIsPassedAsGiven) {
         CImageSaver saver;
         ASSERT_EQ(saver.SelectEncoder(L"image/jpeg"), hr::kOk);
         ASSERT_EQ(saver.params.AddLongParam(Gdiplus::EncoderQuality, 4, quality), 0);
-        const std::string path = dir.File("q" + std::to_string(quality) + ".jpg");
+        const std::string path = dir.File(Numbered("q", quality, ".jpg"));
         ASSERT_EQ(saver.SaveDib(*dib, true, W(path)), hr::kOk) << "quality " << quality;
         sizes.push_back(ReadBytes(path).size());
         CDibPtr back;
@@ -109,12 +109,8 @@ TEST(ImageSaver, JpegQualityIsPassedAsGiven) {
 
 TEST(ImageSaver, SavedFilesDoNotCarryTheSourceResolution) {
     CTempDir dir;
-    std::vector<u8> phys;
-    PutBigEndian(phys, 11811);
-    PutBigEndian(phys, 11811);
-    phys.push_back(1);
     WriteBytes(dir.File("300.png"),
-               MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {{"pHYs", phys}}));
+               MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {PhysChunk(11811)}));
     CDibPtr source;
     ASSERT_EQ(LoadImageFile(source, W(dir.File("300.png"))), hr::kOk);
     ASSERT_EQ(source->Header()->biXPelsPerMeter, 11811);
@@ -155,7 +151,7 @@ TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
     // What a save killed before its rename left goes; an output name that is a link to a file
     // elsewhere is replaced, not written through.
-    WriteText(dir.Path() / "round" / (".lvx" + std::to_string(DeadPid()) + "-0.tmp"), "left");
+    WriteText(dir.Path() / "round" / Numbered(".lvx", DeadPid(), "-0.tmp"), "left");
     const std::vector<u8> precious(7, 0x42);
     WriteBytes(dir.File("elsewhere/precious"), precious);
     std::filesystem::create_symlink(dir.Path() / "elsewhere" / "precious",

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <vector>
 
-#include "image/Background.h"
 #include "image/Draw.h"
 #include "support/PixelTestUtil.h"
+#include "support/WholeConversion.h"
 #include "tools/Scene.h"
 
 namespace {
@@ -22,24 +22,6 @@ CDibPtr Picture(i32 width, i32 height, bool withAlpha) {
         const u8* p = rgb.data() + (static_cast<size_t>(y) * width + x) * 3;
         return Bgra{p[2], p[1], p[0], withAlpha ? static_cast<u8>(128 + (x + y) % 128) : u8{255}};
     });
-}
-
-// The whole conversion in memory, as the window's batch makes it.
-CDibPtr Converted(const CDibPtr& source, const CShrinkStep& settings, const CRoundStep& round,
-                  bool keepAlpha) {
-    CShrinkStep shrink;
-    shrink.SetSettings(settings.Settings());
-    shrink.source = source;
-    shrink.Run();
-    CRoundStep step;
-    step.SetSettings(round.Settings());
-    step.source = shrink.result;
-    step.Run();
-    if (round.transparent && keepAlpha)
-        return step.result;
-    CDibPtr filled;
-    EXPECT_EQ(FillBackground(filled, *step.result, round.backgroundColor), 0u);
-    return filled;
 }
 
 // The part of `whole` that a pane of `size` shows at `anchor`.
@@ -81,7 +63,8 @@ TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
             EXPECT_EQ(preview.SourceSize().cx, sourceSize.cx);
             for (bool keepAlpha : {false, true}) {
                 round.transparent = keepAlpha;
-                CDibPtr whole = Converted(source, none, round, keepAlpha);
+                CDibPtr whole = ConvertWhole(source, none, round, keepAlpha);
+                ASSERT_TRUE(whole);
                 for (u32 anchor = 1; anchor <= 4; ++anchor) {
                     CDibPtr corner;
                     ASSERT_EQ(preview.RenderCorner(none, round, keepAlpha, anchor, Size{236, 263},
@@ -108,7 +91,8 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
         shrink.shrinkType = 1;
         shrink.customWidth = box;
         shrink.customHeight = box;
-        CDibPtr whole = Converted(source, shrink, round, false);
+        CDibPtr whole = ConvertWhole(source, shrink, round, false);
+        ASSERT_TRUE(whole);
         for (u32 anchor = 1; anchor <= 4; ++anchor) {
             CDibPtr corner;
             ASSERT_EQ(preview.RenderCorner(shrink, round, false, anchor, Size{236, 263}, corner),

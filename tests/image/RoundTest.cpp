@@ -14,22 +14,7 @@
 
 namespace {
 
-using testutil::Bgra;
-
-// A 32-bit image with every pixel set to the given bytes.
-CDibPtr MakeImage(i32 width, i32 height, u8 blue, u8 green, u8 red, u8 alpha) {
-    return testutil::MakeDib(width, height, [&](i32, i32) {
-        return Bgra{blue, green, red, alpha};
-    });
-}
-
-u8 Alpha(const CDib& dib, i32 x, i32 y) {
-    return testutil::PixelOf(dib, x, y).a;
-}
-
-::testing::AssertionResult SameBits(const CDib& a, const CDib& b) {
-    return testutil::PixelsNear(a, b, 0);
-}
+using namespace testutil;
 
 // The ideal area masks for equal radii 1 to 4, row by row from the top.
 const std::vector<std::vector<int>> kIdealMasks[4] = {
@@ -58,7 +43,7 @@ TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
 }
 
 TEST(RoundTest, OneMaskServesAllFourCorners) {
-    CDibPtr source = MakeImage(20, 12, 10, 20, 30, 255);
+    CDibPtr source = Solid(20, 12, Bgra{10, 20, 30, 255});
     CDibPtr result;
     ASSERT_EQ(RoundImage(result, *source, true, true, true, true, 4, 4), hr::kOk);
     ASSERT_TRUE(result);
@@ -68,16 +53,16 @@ TEST(RoundTest, OneMaskServesAllFourCorners) {
     const i32 h = 12;
     for (int j = 0; j < 4; ++j) {
         for (int i = 0; i < 4; ++i) {
-            EXPECT_EQ(Alpha(*result, i, j), ideal[j][i]);
-            EXPECT_EQ(Alpha(*result, i, h - 1 - j), ideal[j][i]);
-            EXPECT_EQ(Alpha(*result, w - 1 - i, h - 1 - j), ideal[j][i]);
-            EXPECT_EQ(Alpha(*result, w - 1 - i, j), ideal[j][i]);
+            EXPECT_EQ(AlphaOf(*result, i, j), ideal[j][i]);
+            EXPECT_EQ(AlphaOf(*result, i, h - 1 - j), ideal[j][i]);
+            EXPECT_EQ(AlphaOf(*result, w - 1 - i, h - 1 - j), ideal[j][i]);
+            EXPECT_EQ(AlphaOf(*result, w - 1 - i, j), ideal[j][i]);
         }
     }
     // Outside the corner rectangles alpha stays; colour is never touched.
-    EXPECT_EQ(Alpha(*result, 4, 0), 255);
-    EXPECT_EQ(Alpha(*result, 0, 4), 255);
-    EXPECT_EQ(Alpha(*result, 10, 6), 255);
+    EXPECT_EQ(AlphaOf(*result, 4, 0), 255);
+    EXPECT_EQ(AlphaOf(*result, 0, 4), 255);
+    EXPECT_EQ(AlphaOf(*result, 10, 6), 255);
     for (i32 y = 0; y < h; ++y) {
         for (i32 x = 0; x < w; ++x) {
             const u8* p = result->PixelAt(x, y);
@@ -87,7 +72,7 @@ TEST(RoundTest, OneMaskServesAllFourCorners) {
         }
     }
     // The source is only read.
-    EXPECT_EQ(Alpha(*source, 0, 0), 255);
+    EXPECT_EQ(AlphaOf(*source, 0, 0), 255);
 
     // One corner at a time, in the order of the corner bits.
     const std::pair<i32, i32> cornerPixels[4] = {{0, 0}, {0, h - 1}, {w - 1, h - 1}, {w - 1, 0}};
@@ -95,86 +80,87 @@ TEST(RoundTest, OneMaskServesAllFourCorners) {
         CDibPtr one;
         ASSERT_EQ(RoundImage(one, *source, k == 0, k == 1, k == 2, k == 3, 4, 4), hr::kOk);
         for (int c = 0; c < 4; ++c) {
-            EXPECT_EQ(Alpha(*one, cornerPixels[c].first, cornerPixels[c].second), c == k ? 0 : 255)
+            EXPECT_EQ(AlphaOf(*one, cornerPixels[c].first, cornerPixels[c].second),
+                      c == k ? 0 : 255)
                 << "corner " << k << " pixel " << c;
         }
     }
 }
 
 TEST(RoundTest, RadiusEdgeCases) {
-    CDibPtr source = MakeImage(16, 16, 1, 2, 3, 255);
+    CDibPtr source = Solid(16, 16, Bgra{1, 2, 3, 255});
     CDibPtr result;
     // Radius 0 or less: an exact copy.
     for (double radius : {0.0, -3.0}) {
         ASSERT_EQ(RoundImage(result, *source, true, true, true, true, radius, 5), hr::kOk);
-        EXPECT_TRUE(SameBits(*result, *source));
+        EXPECT_TRUE(PixelsNear(*result, *source, 0));
     }
     // Width or height 1: the half is 0, so nothing is rounded on either axis.
-    CDibPtr column = MakeImage(1, 10, 0, 0, 0, 255);
+    CDibPtr column = Solid(1, 10, Bgra{0, 0, 0, 255});
     ASSERT_EQ(RoundImage(result, *column, true, true, true, true, 5, 5), hr::kOk);
-    EXPECT_TRUE(SameBits(*result, *column));
-    CDibPtr row = MakeImage(10, 1, 0, 0, 0, 255);
+    EXPECT_TRUE(PixelsNear(*result, *column, 0));
+    CDibPtr row = Solid(10, 1, Bgra{0, 0, 0, 255});
     ASSERT_EQ(RoundImage(result, *row, true, true, true, true, 5, 5), hr::kOk);
-    EXPECT_TRUE(SameBits(*result, *row));
+    EXPECT_TRUE(PixelsNear(*result, *row, 0));
     // No corner chosen with a positive radius: unchanged.
     ASSERT_EQ(RoundImage(result, *source, false, false, false, false, 5, 5), hr::kOk);
-    EXPECT_TRUE(SameBits(*result, *source));
+    EXPECT_TRUE(PixelsNear(*result, *source, 0));
     // A radius of 0.1: a 1 x 1 mask, only the corner pixel changes, and only partly.
     ASSERT_EQ(RoundImage(result, *source, true, false, false, false, 0.1, 0.1), hr::kOk);
-    EXPECT_GT(Alpha(*result, 0, 0), 0);
-    EXPECT_LT(Alpha(*result, 0, 0), 255);
-    EXPECT_EQ(Alpha(*result, 1, 0), 255);
-    EXPECT_EQ(Alpha(*result, 0, 1), 255);
-    EXPECT_EQ(Alpha(*result, 1, 1), 255);
+    EXPECT_GT(AlphaOf(*result, 0, 0), 0);
+    EXPECT_LT(AlphaOf(*result, 0, 0), 255);
+    EXPECT_EQ(AlphaOf(*result, 1, 0), 255);
+    EXPECT_EQ(AlphaOf(*result, 0, 1), 255);
+    EXPECT_EQ(AlphaOf(*result, 1, 1), 255);
     // Radius 1: the corner pixel becomes fully transparent, its neighbours stay.
     ASSERT_EQ(RoundImage(result, *source, true, false, false, false, 1, 1), hr::kOk);
-    EXPECT_EQ(Alpha(*result, 0, 0), 0);
-    EXPECT_EQ(Alpha(*result, 1, 0), 255);
-    EXPECT_EQ(Alpha(*result, 0, 1), 255);
+    EXPECT_EQ(AlphaOf(*result, 0, 0), 0);
+    EXPECT_EQ(AlphaOf(*result, 1, 0), 255);
+    EXPECT_EQ(AlphaOf(*result, 0, 1), 255);
 }
 
 TEST(RoundTest, ClippingGivesDiscsAndEllipticalCorners) {
     // At half the short edge a square becomes a disc; a larger radius is clipped to that.
-    CDibPtr square = MakeImage(16, 16, 0, 0, 0, 255);
+    CDibPtr square = Solid(16, 16, Bgra{0, 0, 0, 255});
     CDibPtr disc;
     CDibPtr clipped;
     ASSERT_EQ(RoundImage(disc, *square, true, true, true, true, 8, 8), hr::kOk);
     ASSERT_EQ(RoundImage(clipped, *square, true, true, true, true, 100, 100), hr::kOk);
-    EXPECT_TRUE(SameBits(*disc, *clipped));
+    EXPECT_TRUE(PixelsNear(*disc, *clipped, 0));
     for (i32 y = 0; y < 16; ++y) {
         for (i32 x = 0; x < 16; ++x) {
-            ASSERT_EQ(Alpha(*disc, x, y), Alpha(*disc, 15 - x, y));
-            ASSERT_EQ(Alpha(*disc, x, y), Alpha(*disc, y, x));
+            ASSERT_EQ(AlphaOf(*disc, x, y), AlphaOf(*disc, 15 - x, y));
+            ASSERT_EQ(AlphaOf(*disc, x, y), AlphaOf(*disc, y, x));
         }
     }
     // Every pixel lies in some mask; the arcs meet at the middle of each side.
-    EXPECT_LT(Alpha(*disc, 7, 0), 255);
-    EXPECT_LT(Alpha(*disc, 8, 0), 255);
-    EXPECT_EQ(Alpha(*disc, 7, 7), 255);
-    EXPECT_EQ(Alpha(*disc, 0, 0), 0);
+    EXPECT_LT(AlphaOf(*disc, 7, 0), 255);
+    EXPECT_LT(AlphaOf(*disc, 8, 0), 255);
+    EXPECT_EQ(AlphaOf(*disc, 7, 7), 255);
+    EXPECT_EQ(AlphaOf(*disc, 0, 0), 0);
 
     // 100 x 50 at radius 40: rx 40, ry 25, so the mask is 40 x 25.
-    CDibPtr wide = MakeImage(100, 50, 0, 0, 0, 255);
+    CDibPtr wide = Solid(100, 50, Bgra{0, 0, 0, 255});
     CDibPtr oval;
     ASSERT_EQ(RoundImage(oval, *wide, true, false, false, false, 40, 40), hr::kOk);
-    EXPECT_GT(Alpha(*oval, 39, 0), 0);
-    EXPECT_LT(Alpha(*oval, 39, 0), 255);
-    EXPECT_EQ(Alpha(*oval, 40, 0), 255);
-    EXPECT_GT(Alpha(*oval, 0, 24), 0);
-    EXPECT_LT(Alpha(*oval, 0, 24), 255);
-    EXPECT_EQ(Alpha(*oval, 0, 25), 255);
+    EXPECT_GT(AlphaOf(*oval, 39, 0), 0);
+    EXPECT_LT(AlphaOf(*oval, 39, 0), 255);
+    EXPECT_EQ(AlphaOf(*oval, 40, 0), 255);
+    EXPECT_GT(AlphaOf(*oval, 0, 24), 0);
+    EXPECT_LT(AlphaOf(*oval, 0, 24), 255);
+    EXPECT_EQ(AlphaOf(*oval, 0, 25), 255);
 
     // Odd size: the middle column and row lie outside every mask.
-    CDibPtr odd = MakeImage(9, 9, 0, 0, 0, 255);
+    CDibPtr odd = Solid(9, 9, Bgra{0, 0, 0, 255});
     CDibPtr rounded;
     ASSERT_EQ(RoundImage(rounded, *odd, true, true, true, true, 10, 10), hr::kOk);
     for (i32 k = 0; k < 9; ++k) {
-        EXPECT_EQ(Alpha(*rounded, 4, k), 255);
-        EXPECT_EQ(Alpha(*rounded, k, 4), 255);
+        EXPECT_EQ(AlphaOf(*rounded, 4, k), 255);
+        EXPECT_EQ(AlphaOf(*rounded, k, 4), 255);
     }
     for (int j = 0; j < 4; ++j) {
         for (int i = 0; i < 4; ++i) {
-            EXPECT_EQ(Alpha(*rounded, 8 - i, 8 - j), kIdealMasks[3][j][i]);
+            EXPECT_EQ(AlphaOf(*rounded, 8 - i, 8 - j), kIdealMasks[3][j][i]);
         }
     }
 }
@@ -186,24 +172,24 @@ TEST(RoundTest, MaskScalesAlphaWithoutRounding) {
     u8* m = mask.Bits();
     const u8 values[8] = {128, 0, 0, 255, 255, 0, 0, 255};
     std::memcpy(m, values, sizeof values);
-    CDibPtr image = MakeImage(2, 2, 7, 8, 9, 255);
+    CDibPtr image = Solid(2, 2, Bgra{7, 8, 9, 255});
     image->PixelAt(0, 1)[3] = 100;
     image->PixelAt(1, 1)[3] = 100;
     ApplyCornerMask(mask, MakePixelRange(*image, 0, 0, 2, 1, false, false));
     ApplyCornerMask(mask, MakePixelRange(*image, 0, 1, 2, 1, false, false));
-    EXPECT_EQ(Alpha(*image, 0, 0), 128); // 255 * 128 / 255
-    EXPECT_EQ(Alpha(*image, 1, 0), 255); // mask 255: untouched
-    EXPECT_EQ(Alpha(*image, 0, 1), 50);  // 100 * 128 / 255, the remainder dropped
-    EXPECT_EQ(Alpha(*image, 1, 1), 100);
+    EXPECT_EQ(AlphaOf(*image, 0, 0), 128); // 255 * 128 / 255
+    EXPECT_EQ(AlphaOf(*image, 1, 0), 255); // mask 255: untouched
+    EXPECT_EQ(AlphaOf(*image, 0, 1), 50);  // 100 * 128 / 255, the remainder dropped
+    EXPECT_EQ(AlphaOf(*image, 1, 1), 100);
     EXPECT_EQ(image->PixelAt(0, 0)[0], 7);
     EXPECT_EQ(image->PixelAt(0, 0)[2], 9);
 
     // A pixel already partly transparent is scaled by the corner mask, not replaced.
-    CDibPtr faint = MakeImage(8, 8, 0, 0, 0, 128);
+    CDibPtr faint = Solid(8, 8, Bgra{0, 0, 0, 128});
     CDibPtr result;
     ASSERT_EQ(RoundImage(result, *faint, true, false, false, false, 2, 2), hr::kOk);
-    EXPECT_EQ(Alpha(*result, 1, 1), 128 * 177 / 255);
-    EXPECT_EQ(Alpha(*result, 0, 1), 128 * 2 / 255);
+    EXPECT_EQ(AlphaOf(*result, 1, 1), 128 * 177 / 255);
+    EXPECT_EQ(AlphaOf(*result, 0, 1), 128 * 2 / 255);
 }
 
 TEST(RoundTest, RefusesImagesThatAreNot32Bit) {
@@ -216,7 +202,7 @@ TEST(RoundTest, RefusesImagesThatAreNot32Bit) {
     EXPECT_EQ(RoundCorners(rgb, true, true, true, true, 2, 2), hr::kInvalidArg);
 
     // The copy takes size and bits only: the resolution stays 0.
-    CDibPtr source = MakeImage(4, 4, 0, 0, 0, 255);
+    CDibPtr source = Solid(4, 4, Bgra{0, 0, 0, 255});
     source->Header()->biXPelsPerMeter = 11811;
     ASSERT_EQ(RoundImage(result, *source, true, true, true, true, 1, 1), hr::kOk);
     EXPECT_EQ(result->Header()->biXPelsPerMeter, 0);
@@ -225,10 +211,9 @@ TEST(RoundTest, RefusesImagesThatAreNot32Bit) {
 }
 
 TEST(RoundTest, StepResolvesLengthsAndReportsFailures) {
-    CDibPtr source = MakeImage(40, 30, 0, 0, 0, 255);
+    CDibPtr source = Solid(40, 30, Bgra{0, 0, 0, 255});
     CRoundStep step;
     // Defaults: all corners and edges, radius 10 pixels, blur 1 pixel.
-    EXPECT_EQ(step.Settings(), RoundSettings{});
     step.source = source;
     step.Run();
     ASSERT_TRUE(step.result);
@@ -237,22 +222,20 @@ TEST(RoundTest, StepResolvesLengthsAndReportsFailures) {
     ASSERT_EQ(RoundImage(expected, *source, true, true, true, true, 10, 10), hr::kOk);
     ASSERT_EQ(BlurEdges(*expected, true, true, true, true, true, true, true, true, 10, 10, 1.0),
               hr::kOk);
-    EXPECT_TRUE(SameBits(*step.result, *expected));
+    EXPECT_TRUE(PixelsNear(*step.result, *expected, 0));
 
     // A share of the short edge: 100 thousandths of 30 is 3 pixels; blur 50 thousandths, 1.5.
-    RoundSettings settings;
-    settings.corners = 1 | 4;
-    settings.edges = 2 | 8;
-    settings.radius = {lengthunit::kShortEdgeShare, 7, 100};
-    settings.blurWidth = {lengthunit::kShortEdgeShare, 7, 50};
+    const RoundSettings settings{.corners = 1 | 4,
+                                 .edges = 2 | 8,
+                                 .radius = {lengthunit::kShortEdgeShare, 7, 100},
+                                 .blurWidth = {lengthunit::kShortEdgeShare, 7, 50}};
     step.SetSettings(settings);
-    EXPECT_EQ(step.Settings(), settings);
     step.Run();
     ASSERT_TRUE(step.result);
     ASSERT_EQ(RoundImage(expected, *source, true, false, true, false, 3, 3), hr::kOk);
     ASSERT_EQ(BlurEdges(*expected, true, false, true, false, false, true, false, true, 3, 3, 1.5),
               hr::kOk);
-    EXPECT_TRUE(SameBits(*step.result, *expected));
+    EXPECT_TRUE(PixelsNear(*step.result, *expected, 0));
     EXPECT_DOUBLE_EQ(ResolveLength(settings.radius, 30, 40), 3.0);
     EXPECT_DOUBLE_EQ(ResolveLength({5, 25, 999}, 30, 40), 2.5); // any unit but 1 is pixels
 

@@ -6,10 +6,10 @@
 
 #include <cmath>
 
-#include "image/Background.h"
 #include "image/Codec.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
+#include "support/WholeConversion.h"
 #include "tools/Scene.h"
 
 namespace {
@@ -21,33 +21,16 @@ struct Source {
     std::vector<u8> bytes;
 };
 
-// The whole-image road: decode, the two steps, the background, the encoder; as the task ran it
-// before files were streamed.
-HResult ConvertWhole(const std::vector<u8>& source, const CShrinkStep& shrinkSettings,
-                     const CRoundStep& roundSettings, const StreamOutput& output,
-                     std::vector<u8>& out) {
+// The whole-image road: decode, the two steps, the background, the encoder.
+HResult ConvertWhole(const std::vector<u8>& source, const CShrinkStep& shrink,
+                     const CRoundStep& round, const StreamOutput& output, std::vector<u8>& out) {
     CDibPtr image;
-    HResult code = DecodeImage(source.data(), source.size(), image);
+    const HResult code = DecodeImage(source.data(), source.size(), image);
     if (Failed(code))
         return code;
-    CShrinkStep shrink;
-    shrink.SetSettings(shrinkSettings.Settings());
-    shrink.source = image;
-    shrink.Run();
-    if (shrink.errorId != 0)
+    const CDibPtr result = testutil::ConvertWhole(image, shrink, round, output.keepAlpha);
+    if (!result)
         return hr::kFail;
-    CRoundStep round;
-    round.SetSettings(roundSettings.Settings());
-    round.source = shrink.result;
-    round.Run();
-    if (round.errorId != 0)
-        return hr::kFail;
-    CDibPtr result = round.result;
-    if (!(round.transparent && output.keepAlpha)) {
-        code = FillBackground(result, *round.result, round.backgroundColor);
-        if (Failed(code))
-            return code;
-    }
     return output.jpeg ? EncodeJpeg(*result, output.jpegQuality, out)
                        : EncodePng(*result, true, out);
 }

@@ -71,6 +71,13 @@ protected:
         return LoadSetting(settings, CRegKey::CurrentUser());
     }
 
+    // The settings that the file text gives over the defaults; complete is the load's answer.
+    CSetting Loaded(const std::string& text, bool complete = true) {
+        CSetting settings;
+        EXPECT_EQ(LoadFrom(text, settings), complete);
+        return settings;
+    }
+
     XdgSandbox sandbox_;
 };
 
@@ -91,7 +98,6 @@ TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
     EXPECT_FALSE(LoadSetting());
     EXPECT_TRUE(SaveSetting());
     EXPECT_TRUE(LoadSetting());
-    EXPECT_EQ(&TheSetting(), &TheSetting());
 }
 
 TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
@@ -168,8 +174,7 @@ TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {
 }
 
 TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
-    CSetting settings;
-    EXPECT_TRUE(LoadFrom(ValidFile(), settings));
+    const CSetting settings = Loaded(ValidFile());
     EXPECT_EQ(settings.outputPath, L"/srv/out");
     EXPECT_EQ(settings.saveType, 1u);
     EXPECT_EQ(settings.jpegQuality, 90u);
@@ -189,9 +194,8 @@ TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
                    "\"JpegQuality\"=hex(b):5a,00,00,00,00,00,00,00");
     file = Replace(file, "\"CustomWidth\"=dword:00000003", "\"CustomWidth\"=hex:03,00,00,00");
     file = Replace(file, "\"OutputPath\"=\"/srv/out\"", "\"OutputPath\"=hex:2f,00,00,00");
-    CSetting typed;
     const CSetting defaults;
-    EXPECT_FALSE(LoadFrom(file, typed));
+    const CSetting typed = Loaded(file, false);
     EXPECT_EQ(typed.outputPath, defaults.outputPath);
     EXPECT_EQ(typed.saveType, 2u);
     EXPECT_EQ(typed.jpegQuality, 80u);
@@ -202,46 +206,36 @@ TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
     // REG_EXPAND_SZ is taken as it stands: "$HOME/x".
     file = Replace(ValidFile(), "\"OutputPath\"=\"/srv/out\"",
                    "\"OutputPath\"=hex(2):24,00,48,00,4f,00,4d,00,45,00,2f,00,78,00,00,00");
-    CSetting expand;
-    EXPECT_TRUE(LoadFrom(file, expand));
-    EXPECT_EQ(expand.outputPath, L"$HOME/x");
+    EXPECT_EQ(Loaded(file).outputPath, L"$HOME/x");
 
     // A stored BMP comes back as PNG; its extension is still "bmp" when set in memory.
-    CSetting bmp;
-    EXPECT_TRUE(LoadFrom(
-        Replace(ValidFile(), "dword:00000001\n\"JpegQuality\"", "dword:00000000\n\"JpegQuality\""),
-        bmp));
+    CSetting bmp = Loaded(
+        Replace(ValidFile(), "dword:00000001\n\"JpegQuality\"", "dword:00000000\n\"JpegQuality\""));
     EXPECT_EQ(bmp.saveType, 1u);
     bmp.saveType = 0;
     EXPECT_EQ(bmp.ExtensionOfSaveType(), L"bmp");
 
     // A missing key counts; the window's values do not.
-    CSetting noShrink;
-    EXPECT_FALSE(LoadFrom(Replace(ValidFile(), kKey + "\\Shrink]", kKey + "\\Shrunk]"), noShrink));
+    const CSetting noShrink =
+        Loaded(Replace(ValidFile(), kKey + "\\Shrink]", kKey + "\\Shrunk]"), false);
     EXPECT_EQ(noShrink.shrink, ShrinkSettings{});
     EXPECT_EQ(noShrink.jpegQuality, 90u);
     CSetting partialWindow;
     partialWindow.window.rect = {1, 2, 3, 4};
     EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "\"Bottom\"=dword:00000028\n", ""), partialWindow));
     EXPECT_EQ(partialWindow.window, (WindowSetting{true, {1, 2, 3, 4}}));
-    CSetting badFlag;
-    EXPECT_TRUE(LoadFrom(
-        Replace(ValidFile(), "\"FullScreen\"=dword:00000001", "\"FullScreen\"=\"1\""), badFlag));
-    EXPECT_FALSE(badFlag.window.fullScreen);
+    EXPECT_FALSE(
+        Loaded(Replace(ValidFile(), "\"FullScreen\"=dword:00000001", "\"FullScreen\"=\"1\""))
+            .window.fullScreen);
 }
 
 TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {
     // Above the encoder's best quality: read as the best.
-    CSetting high;
-    EXPECT_TRUE(LoadFrom(
-        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a", "\"JpegQuality\"=dword:00000096"),
-        high));
-    EXPECT_EQ(high.jpegQuality, 100u);
-    CSetting best;
-    EXPECT_TRUE(LoadFrom(
-        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a", "\"JpegQuality\"=dword:00000064"),
-        best));
-    EXPECT_EQ(best.jpegQuality, 100u);
+    for (const char* stored : {"\"JpegQuality\"=dword:00000096", "\"JpegQuality\"=dword:00000064"})
+        EXPECT_EQ(
+            Loaded(Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a", stored)).jpegQuality,
+            100u)
+            << stored;
 
     // The pixel limit: read when stored; missing, 0 or of another type, the default stays, and
     // a store of an earlier version (without it) still loads as complete.
@@ -249,46 +243,33 @@ TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {
     const std::string withLimit =
         Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a\n",
                 "\"JpegQuality\"=dword:0000005a\n\"MaxPixels\"=dword:000f4240\n");
-    CSetting limited;
-    EXPECT_TRUE(LoadFrom(withLimit, limited));
-    EXPECT_EQ(limited.maxPixels, 1000000u);
-    CSetting missing;
-    EXPECT_TRUE(LoadFrom(ValidFile(), missing));
-    EXPECT_EQ(missing.maxPixels, defaults.maxPixels);
-    CSetting zero;
-    EXPECT_TRUE(LoadFrom(
-        Replace(withLimit, "\"MaxPixels\"=dword:000f4240", "\"MaxPixels\"=dword:00000000"), zero));
-    EXPECT_EQ(zero.maxPixels, defaults.maxPixels);
-    CSetting text;
-    EXPECT_TRUE(
-        LoadFrom(Replace(withLimit, "\"MaxPixels\"=dword:000f4240", "\"MaxPixels\"=\"5\""), text));
-    EXPECT_EQ(text.maxPixels, defaults.maxPixels);
+    EXPECT_EQ(Loaded(withLimit).maxPixels, 1000000u);
+    EXPECT_EQ(Loaded(ValidFile()).maxPixels, defaults.maxPixels);
+    for (const char* other : {"\"MaxPixels\"=dword:00000000", "\"MaxPixels\"=\"5\""})
+        EXPECT_EQ(Loaded(Replace(withLimit, "\"MaxPixels\"=dword:000f4240", other)).maxPixels,
+                  defaults.maxPixels)
+            << other;
 }
 
 TEST_F(SettingsTest, CountDecidesTheLengthOfTheList) {
-    // Count missing or 0: the list is empty, the default "round" is gone, and that is no failure.
-    CSetting missing;
-    EXPECT_TRUE(LoadFrom(Replace(ValidFile(), "\"Count\"=dword:00000002\n", ""), missing));
-    EXPECT_TRUE(missing.subFolders.empty());
-    CSetting zero;
-    EXPECT_TRUE(LoadFrom(
-        Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000000"), zero));
-    EXPECT_TRUE(zero.subFolders.empty());
-    CSetting wrongType;
-    EXPECT_TRUE(
-        LoadFrom(Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=\"2\""), wrongType));
-    EXPECT_TRUE(wrongType.subFolders.empty());
+    // Count missing, 0 or of another type: the list is empty, the default "round" is gone, and
+    // that is no failure.
+    for (const char* count : {"", "\"Count\"=dword:00000000\n", "\"Count\"=\"2\"\n"})
+        EXPECT_TRUE(
+            Loaded(Replace(ValidFile(), "\"Count\"=dword:00000002\n", count)).subFolders.empty())
+            << count;
 
     // More than stored: empty names fill up, and the result is false.
-    CSetting more;
-    EXPECT_FALSE(LoadFrom(
-        Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000004"), more));
-    EXPECT_EQ(Entries(more.subFolders), (std::vector<std::wstring>{L"a", L"b", L"", L""}));
+    EXPECT_EQ(
+        Entries(Loaded(Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000004"),
+                       false)
+                    .subFolders),
+        (std::vector<std::wstring>{L"a", L"b", L"", L""}));
 
     // An entry of the wrong type stays as it was (here: a new empty entry).
-    CSetting badEntry;
-    EXPECT_FALSE(LoadFrom(Replace(ValidFile(), "@=\"b\"", "@=dword:00000001"), badEntry));
-    EXPECT_EQ(Entries(badEntry.subFolders), (std::vector<std::wstring>{L"a", L""}));
+    EXPECT_EQ(
+        Entries(Loaded(Replace(ValidFile(), "@=\"b\"", "@=dword:00000001"), false).subFolders),
+        (std::vector<std::wstring>{L"a", L""}));
 
     // 17 stored names with a Count of 17 load as they stand: the limit is Add's rule.
     std::string file = Replace(ValidFile(), "\"Count\"=dword:00000002", "\"Count\"=dword:00000011");
@@ -300,8 +281,7 @@ TEST_F(SettingsTest, CountDecidesTheLengthOfTheList) {
             file += "\n" + kKey + "\\SubFolder\\" + name + "]\n@=\"n" + name + "\"\n";
         expected.push_back(i == 0 ? L"a" : i == 1 ? L"b" : L"n" + std::wstring(name, name + 2));
     }
-    CSetting seventeen;
-    EXPECT_TRUE(LoadFrom(file, seventeen));
+    const CSetting seventeen = Loaded(file);
     EXPECT_EQ(Entries(seventeen.subFolders), expected);
     EXPECT_EQ(seventeen.subFolders.limit(), 16u);
 }

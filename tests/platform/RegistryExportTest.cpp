@@ -201,8 +201,10 @@ TEST(RegistryExportTest, AKeyPathHasTheRegistrysLimitOfLength) {
     // levels names of one letter each: 2 * levels - 1 characters.
     auto section = [](std::size_t levels, const std::string& sign = "") {
         std::string path = "[" + sign + "HKEY_CURRENT_USER";
-        for (std::size_t i = 0; i < levels; ++i)
-            path += "\\" + std::string(1, static_cast<char>('a' + i % 26));
+        for (std::size_t i = 0; i < levels; ++i) {
+            path += '\\';
+            path += static_cast<char>('a' + i % 26);
+        }
         return path + "]\n";
     };
     const std::size_t deepest = (kMostKeyPathChars + 1) / 2;
@@ -214,10 +216,9 @@ TEST(RegistryExportTest, AKeyPathHasTheRegistrysLimitOfLength) {
     EXPECT_FALSE(Parses(header + section(deepest + 1, "-")));
     EXPECT_FALSE(Parses(header + section(20000)));
     // One long name counts the same.
-    EXPECT_TRUE(
-        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars, 'n') + "]\n"));
-    EXPECT_FALSE(
-        Parses(header + "[HKEY_CURRENT_USER\\" + std::string(kMostKeyPathChars + 1, 'n') + "]\n"));
+    const std::string key = header + "[HKEY_CURRENT_USER\\";
+    EXPECT_TRUE(Parses(std::string(key).append(kMostKeyPathChars, 'n') + "]\n"));
+    EXPECT_FALSE(Parses(std::string(key).append(kMostKeyPathChars + 1, 'n') + "]\n"));
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K\\]\n"));
 
     // Keys in all: the root, "K" and the keys below it.

@@ -69,6 +69,16 @@ inline void WriteBytes(const std::filesystem::path& path, const std::vector<u8>&
     WriteText(path, std::string(bytes.begin(), bytes.end()));
 }
 
+// prefix, the number and suffix as one name ("f" 3 ".png" is "f3.png"). Built by appending, which
+// unlike "f" + std::to_string(n) gives GCC's -Wrestrict no false alarm at -O3.
+inline std::string Numbered(const std::string& prefix, long long number,
+                            const std::string& suffix) {
+    std::string name = prefix;
+    name += std::to_string(number);
+    name += suffix;
+    return name;
+}
+
 // The names of the entries of a folder, sorted.
 inline std::vector<std::string> FileNames(const std::filesystem::path& folder) {
     std::vector<std::string> names;

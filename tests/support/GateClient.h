@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
@@ -44,3 +45,12 @@ private:
     bool inside_ = false;
     bool open_ = false;
 };
+
+// A task with no encoder, named name: run by a worker, it fails at once with kNoSaveFormat and
+// calls its client, which may hold the worker there.
+inline boost::shared_ptr<lvx::CLunavexTask> UnencodedTask(lvx::CLunavexTaskClient* client,
+                                                          const wchar_t* name) {
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(name, std::wstring(L"/nowhere/") + name, client);
+    return task;
+}

@@ -135,6 +135,15 @@ inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth
     return png;
 }
 
+// A pHYs chunk of the given pixels per metre both ways, unit metre (11811 is 300 dots per inch).
+inline PngChunk PhysChunk(u32 pixelsPerMetre) {
+    PngChunk phys{"pHYs", {}};
+    PutBigEndian(phys.data, pixelsPerMetre);
+    PutBigEndian(phys.data, pixelsPerMetre);
+    phys.data.push_back(1);
+    return phys;
+}
+
 // A GIF of up to four palette colours (R, G, B each) with one transparent index. The image data
 // sends a clear code before every pixel, so that each code stays 3 bits wide.
 inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& palette,

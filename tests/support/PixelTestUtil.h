@@ -39,6 +39,10 @@ inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
     return {p[0], p[1], p[2], p[3]};
 }
 
+inline u8 AlphaOf(const CDib& dib, i32 x, i32 y) {
+    return dib.PixelAt(x, y)[3];
+}
+
 inline void SetPixel(CDib& dib, i32 x, i32 y, Bgra c) {
     u8* p = dib.PixelAt(x, y);
     p[0] = c.b;

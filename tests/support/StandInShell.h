@@ -21,8 +21,11 @@
 class CStandInShell {
 public:
     CStandInShell() {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("lvx-standin-" + std::to_string(::getpid()) + "-" + std::to_string(++count_));
+        std::string name = "lvx-standin-";
+        name += std::to_string(::getpid());
+        name += '-';
+        name += std::to_string(++count_);
+        dir_ = std::filesystem::temp_directory_path() / name;
         std::filesystem::remove_all(dir_);
         std::filesystem::create_directories(dir_ / "bin");
         const char* path = std::getenv("PATH");
@@ -70,6 +73,12 @@ public:
         ::chmod((dir_ / "bin" / name).c_str(), 0755);
     }
 
+    // Leaves PATH with the stand-ins' folder alone, and name out of it: the helper cannot start.
+    void Remove(const std::string& name) {
+        std::filesystem::remove(dir_ / "bin" / name);
+        ::setenv("PATH", (dir_ / "bin").c_str(), 1);
+    }
+
     // True once the held helper name runs (its pid is written).
     bool Started(const std::string& name) const {
         return std::filesystem::exists(File(name, "pid")) || Released(name);
@@ -113,7 +122,10 @@ private:
         return dir_ / (name + "." + kind);
     }
     static std::string Quoted(const std::filesystem::path& path) {
-        return "'" + path.string() + "'";
+        std::string quoted = "'";
+        quoted += path.string();
+        quoted += '\'';
+        return quoted;
     }
 
     static inline int count_ = 0;

@@ -98,36 +98,18 @@ protected:
         mime.setUrls(Urls({L"/tmp/a.png"}));
     }
 
-    // Hands a drag event of type at point (frame coordinates) to target's filter on the frame
-    // window, or through Qt's delivery when target is the window; returns whether it was
-    // accepted, with the action in action.
-    bool Send(QObject* target, QEvent::Type type, QPoint at, Qt::DropAction& action) {
+    // Hands a drag event E at point (frame coordinates) to target's filter on the frame window,
+    // or through Qt's delivery when target is the window; returns whether it was accepted, with
+    // the action in action.
+    template <class E> bool Send(QObject* target, QPoint at, Qt::DropAction& action) {
         QWidget* window = frame.Window();
-        auto deliver = [&](QEvent& event) {
-            if (auto* drop = dynamic_cast<CTestDropCtrler*>(target))
-                drop->eventFilter(window, &event);
-            else if (auto* generic = dynamic_cast<CRecordingTarget*>(target))
-                generic->eventFilter(window, &event);
-            else
-                QCoreApplication::sendEvent(window, &event);
-        };
-        if (type == QEvent::DragEnter) {
-            QDragEnterEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
-                                  Qt::NoModifier);
-            deliver(event);
-            action = event.dropAction();
-            return event.isAccepted();
-        }
-        if (type == QEvent::DragMove) {
-            QDragMoveEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
-                                 Qt::NoModifier);
-            deliver(event);
-            action = event.dropAction();
-            return event.isAccepted();
-        }
-        QDropEvent event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton,
-                         Qt::NoModifier);
-        deliver(event);
+        E event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        if (auto* drop = dynamic_cast<CTestDropCtrler*>(target))
+            drop->eventFilter(window, &event);
+        else if (auto* generic = dynamic_cast<CRecordingTarget*>(target))
+            generic->eventFilter(window, &event);
+        else
+            QCoreApplication::sendEvent(window, &event);
         action = event.dropAction();
         return event.isAccepted();
     }
@@ -145,7 +127,7 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetRefusesAndSeesGlobalPoints) {
     ASSERT_TRUE(target.Register(frame.Window()));
     EXPECT_TRUE(frame.Window()->acceptDrops());
     Qt::DropAction action = Qt::MoveAction;
-    EXPECT_FALSE(Send(frame.Window(), QEvent::DragEnter, QPoint(10, 20), action));
+    EXPECT_FALSE(Send<QDragEnterEvent>(frame.Window(), QPoint(10, 20), action));
     EXPECT_EQ(target.enters, 1);
     EXPECT_TRUE(target.IsDragging());
     EXPECT_EQ(target.lastAt, frame.Window()->mapToGlobal(QPoint(10, 20)));
@@ -174,9 +156,9 @@ TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
 
     // Over the menu bar: refused, and a drop there names id 195.
     Qt::DropAction action = Qt::CopyAction;
-    EXPECT_FALSE(Send(frame.Window(), QEvent::DragEnter, QPoint(3, 3), action));
+    EXPECT_FALSE(Send<QDragEnterEvent>(frame.Window(), QPoint(3, 3), action));
     EXPECT_NE(action, Qt::MoveAction);
-    EXPECT_FALSE(Send(&drop, QEvent::Drop, QPoint(3, 3), action));
+    EXPECT_FALSE(Send<QDropEvent>(&drop, QPoint(3, 3), action));
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"現在のところ、フレーム部分へのドロップには対応していません");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
@@ -184,18 +166,16 @@ TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
 
     // Over the view with no command table: refused without a failure.
     msg.boxes.clear();
-    EXPECT_FALSE(Send(&drop, QEvent::Drop, OverView(), action));
+    EXPECT_FALSE(Send<QDropEvent>(&drop, OverView(), action));
     EXPECT_TRUE(msg.boxes.empty());
 
     // A worker runs: refused over the view too, with id 194.
     CGateClient gate;
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(L"held", L"/nowhere/held", &gate);
-    view->pool.Add(task);
+    view->pool.Add(UnencodedTask(&gate, L"held"));
     ASSERT_TRUE(view->pool.threads.at(0)->Start());
     gate.WaitUntilInside();
-    EXPECT_FALSE(Send(&drop, QEvent::DragMove, OverView(), action));
-    EXPECT_FALSE(Send(&drop, QEvent::Drop, OverView(), action));
+    EXPECT_FALSE(Send<QDragMoveEvent>(&drop, OverView(), action));
+    EXPECT_FALSE(Send<QDropEvent>(&drop, OverView(), action));
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"実行中にはドロップできません");
     gate.Open();

@@ -19,7 +19,7 @@
 
 namespace {
 
-TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
+TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeViewWhoseControlsAreFoundById) {
     lvx::CMainFrame frame;
     EXPECT_EQ(lvx::TheFrame(), &frame);
     EXPECT_EQ(frame.Window(), nullptr);
@@ -55,15 +55,12 @@ TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeView) {
     EXPECT_TRUE(flags & Qt::WindowCloseButtonHint);
     EXPECT_EQ(window->windowTitle(), QStringLiteral("Lunavex"));
     EXPECT_FALSE(window->windowIcon().isNull());
-}
 
-TEST(MainFrameTest, ControlsOfTheViewAreFoundByTheirIds) {
-    lvx::CMainFrame frame;
-    ASSERT_TRUE(frame.Create());
-    auto* view = static_cast<lvx::CMainView*>(frame.View());
-    ASSERT_NE(view->Control(144), nullptr);
-    EXPECT_EQ(CtrlForId(144), static_cast<CtrlHandle>(view->Control(144)));
-    EXPECT_EQ(CtrlForId(165), static_cast<CtrlHandle>(view->Control(165)));
+    // The controls of the view are found by their ids.
+    auto* mainView = static_cast<lvx::CMainView*>(view);
+    ASSERT_NE(mainView->Control(144), nullptr);
+    EXPECT_EQ(CtrlForId(144), static_cast<CtrlHandle>(mainView->Control(144)));
+    EXPECT_EQ(CtrlForId(165), static_cast<CtrlHandle>(mainView->Control(165)));
     EXPECT_EQ(CtrlForId(140), nullptr) << "the dialog has no control 140";
 }
 

@@ -15,27 +15,26 @@ namespace {
 
 using namespace testutil;
 
+constexpr ColorRef kWhite = 0x00FFFFFF;
+const Bgra kWhitePixel{255, 255, 255, 255};
+
 Bgra At(const CScreen& screen, int x, int y) {
     const Rect* r = screen.GetRect();
     return PixelOf(*screen.GetImage(), x - r->left, y - r->top);
 }
 
-void SetPixel(CDib& dib, int x, int y, int r, int g, int b, int a) {
-    u8* p = dib.PixelAt(x, y);
-    p[0] = static_cast<u8>(b);
-    p[1] = static_cast<u8>(g);
-    p[2] = static_cast<u8>(r);
-    p[3] = static_cast<u8>(a);
+// An image of the given pixels, rows from the top.
+CDibPtr Pixels(i32 width, i32 height, std::vector<Bgra> pixels) {
+    return MakeDib(width, height, [&](i32 x, i32 y) { return pixels[y * width + x]; });
 }
 
-void MakeDib(CDib& dib, int width, int height) {
-    ASSERT_TRUE(dib.Create32(width, height));
-    ASSERT_TRUE(dib.AllocBits());
-    dib.ClearBits();
+// A surface over rect, filled white.
+::testing::AssertionResult White(CDCScreen& screen, const Rect& rect) {
+    if (screen.Create(CDCScreen(), rect) != hr::kOk)
+        return ::testing::AssertionFailure() << "no surface";
+    screen.FillRect(kWhite, rect);
+    return ::testing::AssertionSuccess();
 }
-
-constexpr ColorRef kWhite = 0x00FFFFFF;
-const Bgra kWhitePixel{255, 255, 255, 255};
 
 TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
     CDCScreen none;
@@ -66,19 +65,12 @@ TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
 }
 
 TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
-    CDib image;
-    MakeDib(image, 2, 2);
-    SetPixel(image, 0, 0, 200, 100, 50, 128);
-    SetPixel(image, 1, 0, 10, 20, 30, 0);
-    SetPixel(image, 0, 1, 1, 2, 3, 255);
-    SetPixel(image, 1, 1, 60, 120, 240, 64);
-    const std::vector<u8> before(image.Bits(), image.Bits() + image.GetSizeImage());
-
-    CDCScreen none;
+    CDibPtr image =
+        Pixels(2, 2, {{50, 100, 200, 128}, {30, 20, 10, 0}, {3, 2, 1, 255}, {240, 120, 60, 64}});
+    const std::vector<u8> before(image->Bits(), image->Bits() + image->GetSizeImage());
     CDCScreen screen;
-    ASSERT_EQ(screen.Create(none, Rect{10, 20, 14, 24}), hr::kOk);
-    screen.FillRect(kWhite, Rect{10, 20, 14, 24});
-    ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, image, Rect{0, 0, 2, 2}, 255, 2));
+    ASSERT_TRUE(White(screen, Rect{10, 20, 14, 24}));
+    ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, *image, Rect{0, 0, 2, 2}, 255, 2));
 
     // Colour times alpha / 255, plus the white showing through: 255 * (255 - alpha) / 255.
     // (200,100,50) at 128: 100 + 127, 50 + 127, 25 + 127.
@@ -98,19 +90,14 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
     EXPECT_EQ(At(screen, 13, 22), kWhitePixel);
 
     // The image itself stays straight: its bytes are those from before the draw.
-    EXPECT_EQ(std::memcmp(before.data(), image.Bits(), before.size()), 0);
+    EXPECT_EQ(std::memcmp(before.data(), image->Bits(), before.size()), 0);
 }
 
 TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
-    CDib image;
-    MakeDib(image, 2, 1);
-    SetPixel(image, 0, 0, 200, 100, 50, 255);
-    SetPixel(image, 1, 0, 200, 100, 50, 128);
-    CDCScreen none;
+    CDibPtr image = Pixels(2, 1, {{50, 100, 200, 255}, {50, 100, 200, 128}});
     CDCScreen screen;
-    ASSERT_EQ(screen.Create(none, Rect{0, 0, 2, 1}), hr::kOk);
-    screen.FillRect(kWhite, Rect{0, 0, 2, 1});
-    ASSERT_TRUE(screen.DrawDib(Rect{0, 0, 2, 1}, image, Rect{0, 0, 2, 1}, 128, 1));
+    ASSERT_TRUE(White(screen, Rect{0, 0, 2, 1}));
+    ASSERT_TRUE(screen.DrawDib(Rect{0, 0, 2, 1}, *image, Rect{0, 0, 2, 1}, 128, 1));
     // Opaque (200,100,50) at constant 128 over white: colour * 128/255 + 255 * 127/255.
     EXPECT_TRUE(Near(At(screen, 0, 0), Bgra{152, 177, 227, 255}, 1));
     // Alpha 128 at constant 128: the premultiplied (100,50,25) scaled by 128/255 (50.2, 25.1,
@@ -119,20 +106,13 @@ TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
 }
 
 TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
-    CDib image;
-    MakeDib(image, 4, 4);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 4; ++x)
-            SetPixel(image, x, y, y < 2 ? 255 : 0, 0, y < 2 ? 0 : 255, 255);
     const Bgra red{0, 0, 255, 255};
     const Bgra blue{255, 0, 0, 255};
-
-    CDCScreen none;
+    CDibPtr image = MakeDib(4, 4, [&](i32, i32 y) { return y < 2 ? red : blue; });
     CDCScreen screen;
-    ASSERT_EQ(screen.Create(none, Rect{100, 50, 112, 58}), hr::kOk);
-    screen.FillRect(kWhite, Rect{100, 50, 112, 58});
-    ASSERT_TRUE(screen.DrawDib(Rect{100, 50, 104, 52}, image, Rect{0, 0, 4, 2}, 255, 2));
-    ASSERT_TRUE(screen.DrawDib(Rect{100, 52, 104, 54}, image, Rect{0, 2, 4, 4}, 255, 2));
+    ASSERT_TRUE(White(screen, Rect{100, 50, 112, 58}));
+    ASSERT_TRUE(screen.DrawDib(Rect{100, 50, 104, 52}, *image, Rect{0, 0, 4, 2}, 255, 2));
+    ASSERT_TRUE(screen.DrawDib(Rect{100, 52, 104, 54}, *image, Rect{0, 2, 4, 4}, 255, 2));
     for (int x = 100; x < 104; ++x) {
         EXPECT_EQ(At(screen, x, 50), red) << x;
         EXPECT_EQ(At(screen, x, 51), red) << x;
@@ -140,7 +120,7 @@ TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
         EXPECT_EQ(At(screen, x, 53), blue) << x;
     }
     // Enlarged twice with nearest neighbour, the top half stays all red.
-    ASSERT_TRUE(screen.DrawDib(Rect{104, 50, 112, 54}, image, Rect{0, 0, 4, 2}, 255, 0));
+    ASSERT_TRUE(screen.DrawDib(Rect{104, 50, 112, 54}, *image, Rect{0, 0, 4, 2}, 255, 0));
     for (int y = 50; y < 54; ++y)
         for (int x = 104; x < 112; ++x)
             EXPECT_EQ(At(screen, x, y), red) << x << "," << y;
@@ -148,15 +128,11 @@ TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
 }
 
 TEST(ScreenTest, DrawDibEdgeCases) {
-    CDib image;
-    MakeDib(image, 2, 2);
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 2; ++x)
-            SetPixel(image, x, y, 0, 0, 0, 255);
+    const CDibPtr black = Solid(2, 2, 0, 0, 0);
+    const CDib& image = *black;
     CDCScreen none;
     CDCScreen screen;
-    ASSERT_EQ(screen.Create(none, Rect{0, 0, 2, 2}), hr::kOk);
-    screen.FillRect(kWhite, Rect{0, 0, 2, 2});
+    ASSERT_TRUE(White(screen, Rect{0, 0, 2, 2}));
 
     // Nothing to draw: true, and the surface keeps its white.
     EXPECT_TRUE(screen.DrawDib(Rect{0, 0, 0, 2}, image, Rect{0, 0, 2, 2}, 255, 2));
