@@ -1,0 +1,23 @@
+// Putting an ICC colour profile into encoded JPEG and PNG bytes, and nothing else with it. The
+// encoders strip every piece of metadata; these add the profile alone afterwards, so that a file
+// without one comes out byte for byte as before.
+#pragma once
+
+#include <vector>
+
+#include "foundation/Types.h"
+
+// The profile's colour space as its header states it (bytes 16 to 19): 'RGB ' is 0x52474220.
+// 0 for data too short to be a profile.
+u32 IccColourSpace(const std::vector<u8>& profile);
+
+// jpeg with the profile in APP2 "ICC_PROFILE" segments (as many as its size needs, 65519 bytes of
+// it in each, numbered from 1) right after the JFIF header, or after SOI when there is none.
+// Returns 0, or hr::kInvalidArg when jpeg does not start with SOI, when the profile is empty or
+// when it needs more than 255 segments; jpeg is unchanged then. Any thread.
+HResult EmbedIccInJpeg(std::vector<u8>& jpeg, const std::vector<u8>& profile);
+
+// png with the profile in an iCCP chunk (named "ICC profile", zlib-compressed) right after IHDR.
+// Returns 0, or hr::kInvalidArg when png does not start with the signature and IHDR or when the
+// profile is empty, hr::kOutOfMemory when compressing fails; png is unchanged then. Any thread.
+HResult EmbedIccInPng(std::vector<u8>& png, const std::vector<u8>& profile);
