@@ -135,6 +135,10 @@ CMainView::CMainView(QWidget* parent) : QWidget(parent) {
 }
 
 CMainView::~CMainView() {
+    // The worker hands each finished task to `results` under `resultsLock`, both declared after
+    // the pool and so gone before the pool's own end would wait for it: it is stopped and waited
+    // for first. A session that ends (SIGTERM) as a batch finishes comes here with it running.
+    pool.StopAndWait(kWaitForever);
     KillTimer();
     if (g_view == this)
         g_view = nullptr;
