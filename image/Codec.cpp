@@ -18,6 +18,7 @@
 #include "image/BmpReader.h"
 #include "image/DecodeStream.h"
 #include "image/EncoderSetup.h"
+#include "image/IccProfileEmbed.h"
 #include "image/JpegScans.h"
 #include "image/StreamEncoders.h"
 
@@ -490,6 +491,27 @@ double CDecodeStream::XResolution() const {
 
 double CDecodeStream::YResolution() const {
     return impl_->bmp ? 0.0 : impl_->image.yres();
+}
+
+std::vector<u8> CDecodeStream::ColourProfile() const {
+    if (impl_->bmp)
+        return {};
+    VipsImage* image = impl_->image.get_image();
+    const void* data = nullptr;
+    size_t size = 0;
+    if (!vips_image_get_typeof(image, VIPS_META_ICC_NAME) ||
+        vips_image_get_blob(image, VIPS_META_ICC_NAME, &data, &size) != 0 || size == 0)
+        return {};
+    std::vector<u8> profile(static_cast<const u8*>(data), static_cast<const u8*>(data) + size);
+    // The pixels keep their numbers only where no colour conversion makes them sRGB: colour
+    // bands as the file stores them, under a profile that describes RGB.
+    const VipsInterpretation space = vips_image_guess_interpretation(image);
+    const bool keptNumbers = space == VIPS_INTERPRETATION_sRGB ||
+                             space == VIPS_INTERPRETATION_RGB16 ||
+                             (space == VIPS_INTERPRETATION_MULTIBAND && image->Bands >= 3);
+    if (!keptNumbers || image->Bands < 3 || IccColourSpace(profile) != kIccRgb)
+        return {};
+    return profile;
 }
 
 bool CDecodeStream::Damaged() const {

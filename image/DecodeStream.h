@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include <vips/vips8>
 
@@ -45,6 +46,12 @@ public:
     // The resolution that the file states, in pixels per millimetre; 0 when it states none.
     double XResolution() const;
     double YResolution() const;
+
+    // The colour profile that the file embeds, when the pixels keep the numbers of the space that
+    // it describes: an RGB profile over colour bands that no conversion made sRGB. Empty for a
+    // file without one, and for a profile of another space (grey, CMYK), whose pixels are made
+    // sRGB without it.
+    std::vector<u8> ColourProfile() const;
 
     // True when the loader reported a damaged file while the pixels were read, also where the
     // pipeline itself finished.

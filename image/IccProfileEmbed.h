@@ -7,8 +7,11 @@
 
 #include "foundation/Types.h"
 
-// The profile's colour space as its header states it (bytes 16 to 19): 'RGB ' is 0x52474220.
-// 0 for data too short to be a profile.
+// The colour space of a profile whose pixels are red, green and blue: 'RGB '.
+constexpr u32 kIccRgb = 0x52474220;
+
+// The profile's colour space as its header states it (bytes 16 to 19), such as kIccRgb. 0 for
+// data too short to be a profile.
 u32 IccColourSpace(const std::vector<u8>& profile);
 
 // jpeg with the profile in APP2 "ICC_PROFILE" segments (as many as its size needs, 65519 bytes of

@@ -16,6 +16,7 @@
 #include "image/DecodeStream.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
+#include "image/IccProfileEmbed.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
 #include "image/StreamEncoders.h"
@@ -279,8 +280,15 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
         return hr::kNotImpl;
     }
-    if (Failed(code))
+    // The pixels keep the numbers of the source's colour space; its profile goes with them, so
+    // that a viewer shows the output's colours as the source's.
+    const std::vector<u8> profile = Succeeded(code) ? stream.ColourProfile() : std::vector<u8>{};
+    if (!profile.empty())
+        code = output.jpeg ? EmbedIccInJpeg(out, profile) : EmbedIccInPng(out, profile);
+    if (Failed(code)) {
+        out.clear();
         Fail(failure, StreamFailure::kSave, 0, code);
+    }
     return code;
 }
 

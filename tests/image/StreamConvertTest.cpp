@@ -303,3 +303,104 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
 }
 
 } // namespace
+
+namespace {
+
+// The ICC profile of encoded bytes as libvips reads it; empty for none.
+std::vector<u8> ProfileOf(const std::vector<u8>& bytes) {
+    vips::VImage image = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
+    if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+        return {};
+    size_t size = 0;
+    const u8* data = static_cast<const u8*>(image.get_blob(VIPS_META_ICC_NAME, &size));
+    return std::vector<u8>(data, data + size);
+}
+
+// The first pixel of encoded bytes turned from their profile to sRGB, as a colour-managed viewer
+// shows it.
+std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
+    vips::VImage image = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
+    return image.icc_transform("srgb", vips::VImage::option()->set("embedded", true))
+        .extract_band(0, vips::VImage::option()->set("n", 3))
+        .getpoint(x, y);
+}
+
+} // namespace
+
+// A source with a wide-gamut profile (libvips' own Display P3 here): the output keeps the
+// source's numbers and carries its profile byte for byte, so that it shows as the source does.
+TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    const i32 w = 90;
+    const i32 h = 60;
+    const std::vector<u8> rgb = TestPictureRgb(w, h);
+    VipsBlob* blob = nullptr;
+    ASSERT_EQ(vips_profile_load("p3", &blob, nullptr), 0);
+    size_t profileSize = 0;
+    const u8* profileData = static_cast<const u8*>(vips_blob_get(blob, &profileSize));
+    const std::vector<u8> profile(profileData, profileData + profileSize);
+    vips_area_unref(VIPS_AREA(blob));
+    vips::VImage source =
+        vips::VImage::new_from_memory(const_cast<u8*>(rgb.data()), rgb.size(), w, h, 3,
+                                      VIPS_FORMAT_UCHAR)
+            .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+    source.set(VIPS_META_ICC_NAME, nullptr, const_cast<u8*>(profile.data()), profile.size());
+    std::vector<Source> sources;
+    for (const char* suffix : {".png", ".jpg[Q=95]"}) {
+        void* bytes = nullptr;
+        size_t size = 0;
+        source.write_to_buffer(suffix, &bytes, &size);
+        sources.push_back(
+            {suffix, std::vector<u8>(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size)});
+        g_free(bytes);
+    }
+    CShrinkStep shrink;
+    CRoundStep round;
+    round.corners = cornerbit::kAll;
+    round.edges = 0;
+    round.radius = LengthValue{lengthunit::kPixels, 20, 0};
+    round.backgroundColor = 0xFFFFFF;
+    for (const Source& from : sources) {
+        ASSERT_EQ(ProfileOf(from.bytes), profile) << from.name;
+        const CDibPtr in = Pixels(from.bytes);
+        for (bool jpeg : {false, true}) {
+            SCOPED_TRACE(std::string(from.name) + (jpeg ? " to JPEG" : " to PNG"));
+            StreamOutput output;
+            output.jpeg = jpeg;
+            output.jpegQuality = 100;
+            std::vector<u8> out;
+            StreamFailure failure;
+            ASSERT_EQ(ConvertStream(from.bytes.data(), from.bytes.size(), {}, shrink, round, output,
+                                    out, failure),
+                      hr::kOk);
+            EXPECT_EQ(ProfileOf(out), profile);
+            // The numbers stay: exactly in a PNG, within the rounding of a JPEG.
+            const CDibPtr result = Pixels(out);
+            for (auto [x, y] : {std::pair{45, 30}, {20, 40}, {70, 10}}) {
+                for (int band = 0; band < 3; ++band)
+                    EXPECT_NEAR(result->PixelAt(x, y)[band], in->PixelAt(x, y)[band], jpeg ? 3 : 0)
+                        << x << "," << y << " band " << band;
+                // Shown through their profiles, source and output agree.
+                const std::vector<double> shownIn = ShownAsSrgb(from.bytes, x, y);
+                const std::vector<double> shownOut = ShownAsSrgb(out, x, y);
+                for (int band = 0; band < 3; ++band)
+                    EXPECT_NEAR(shownOut[band], shownIn[band], 3.0) << x << "," << y;
+            }
+            // White stays white: the cut corner is the background's own numbers.
+            EXPECT_EQ(result->PixelAt(0, 0)[0], 255);
+            EXPECT_EQ(result->PixelAt(0, 0)[1], 255);
+            EXPECT_EQ(result->PixelAt(0, 0)[2], 255);
+        }
+    }
+
+    // A source without a profile gives an output without one.
+    CTempDir dir;
+    for (const Source& plain : Sources(dir)) {
+        std::vector<u8> out;
+        StreamFailure failure;
+        ASSERT_EQ(ConvertStream(plain.bytes.data(), plain.bytes.size(), {}, shrink, round, {}, out,
+                                failure),
+                  hr::kOk);
+        EXPECT_TRUE(ProfileOf(out).empty()) << plain.name;
+    }
+}
