@@ -9,19 +9,10 @@
 #include <vips/vips8>
 
 #include "image/Codec.h"
+#include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
 namespace {
-
-// The profile that libvips reads from encoded bytes; empty for none.
-std::vector<u8> ProfileOf(const std::vector<u8>& bytes) {
-    vips::VImage image = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
-    if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
-        return {};
-    size_t size = 0;
-    const void* data = image.get_blob(VIPS_META_ICC_NAME, &size);
-    return std::vector<u8>(static_cast<const u8*>(data), static_cast<const u8*>(data) + size);
-}
 
 // The decoded pixels of encoded bytes, band after band, row after row.
 std::vector<u8> PixelsOf(const std::vector<u8>& bytes) {
@@ -74,15 +65,15 @@ TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
     ASSERT_EQ(EncodeJpeg(*picture, 90, jpeg), hr::kOk);
     std::vector<u8> png;
     ASSERT_EQ(EncodePng(*picture, true, png), hr::kOk);
-    ASSERT_TRUE(ProfileOf(jpeg).empty());
-    ASSERT_TRUE(ProfileOf(png).empty());
+    ASSERT_TRUE(testutil::IccProfileOf(jpeg).empty());
+    ASSERT_TRUE(testutil::IccProfileOf(png).empty());
 
     for (const std::vector<u8>& profile : {SmallProfile(), LargeProfile()}) {
         SCOPED_TRACE(profile.size());
         EXPECT_EQ(IccColourSpace(profile), 0x52474220u);
         std::vector<u8> jpegWith = jpeg;
         ASSERT_EQ(EmbedIccInJpeg(jpegWith, profile), hr::kOk);
-        EXPECT_EQ(ProfileOf(jpegWith), profile);
+        EXPECT_EQ(testutil::IccProfileOf(jpegWith), profile);
         EXPECT_EQ(PixelsOf(jpegWith), PixelsOf(jpeg));
         // Our encoder writes no JFIF header: the first segment comes right after SOI.
         ASSERT_NE(jpeg[3], 0xE0);
@@ -110,7 +101,7 @@ TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
 
         std::vector<u8> pngWith = png;
         ASSERT_EQ(EmbedIccInPng(pngWith, profile), hr::kOk);
-        EXPECT_EQ(ProfileOf(pngWith), profile);
+        EXPECT_EQ(testutil::IccProfileOf(pngWith), profile);
         EXPECT_EQ(PixelsOf(pngWith), PixelsOf(png));
         EXPECT_EQ(std::string(pngWith.begin() + 37, pngWith.begin() + 53),
                   std::string("iCCPICC profile\0", 16));

@@ -306,16 +306,6 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
 
 namespace {
 
-// The ICC profile of encoded bytes as libvips reads it; empty for none.
-std::vector<u8> ProfileOf(const std::vector<u8>& bytes) {
-    vips::VImage image = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
-    if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
-        return {};
-    size_t size = 0;
-    const u8* data = static_cast<const u8*>(image.get_blob(VIPS_META_ICC_NAME, &size));
-    return std::vector<u8>(data, data + size);
-}
-
 // The first pixel of encoded bytes turned from their profile to sRGB, as a colour-managed viewer
 // shows it.
 std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
@@ -361,7 +351,7 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
     round.radius = LengthValue{lengthunit::kPixels, 20, 0};
     round.backgroundColor = 0xFFFFFF;
     for (const Source& from : sources) {
-        ASSERT_EQ(ProfileOf(from.bytes), profile) << from.name;
+        ASSERT_EQ(IccProfileOf(from.bytes), profile) << from.name;
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
             SCOPED_TRACE(std::string(from.name) + (jpeg ? " to JPEG" : " to PNG"));
@@ -373,7 +363,7 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
             ASSERT_EQ(ConvertStream(from.bytes.data(), from.bytes.size(), {}, shrink, round, output,
                                     out, failure),
                       hr::kOk);
-            EXPECT_EQ(ProfileOf(out), profile);
+            EXPECT_EQ(IccProfileOf(out), profile);
             // The numbers stay: exactly in a PNG, within the rounding of a JPEG.
             const CDibPtr result = Pixels(out);
             for (auto [x, y] : {std::pair{45, 30}, {20, 40}, {70, 10}}) {
@@ -401,6 +391,6 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
         ASSERT_EQ(ConvertStream(plain.bytes.data(), plain.bytes.size(), {}, shrink, round, {}, out,
                                 failure),
                   hr::kOk);
-        EXPECT_TRUE(ProfileOf(out).empty()) << plain.name;
+        EXPECT_TRUE(IccProfileOf(out).empty()) << plain.name;
     }
 }

@@ -57,6 +57,16 @@ inline std::vector<u8> DecodeWithVips(const std::string& path, i32& width, i32& 
     return bytes;
 }
 
+// The ICC profile that libvips reads from encoded bytes; empty for none.
+inline std::vector<u8> IccProfileOf(const std::vector<u8>& bytes) {
+    vips::VImage image = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
+    if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+        return {};
+    size_t size = 0;
+    const u8* data = static_cast<const u8*>(image.get_blob(VIPS_META_ICC_NAME, &size));
+    return std::vector<u8>(data, data + size);
+}
+
 // --- PNG files built byte by byte, so that every field is under the test's control. ---
 
 inline u32 Crc32(const u8* data, size_t size, u32 crc = 0) {
