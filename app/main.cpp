@@ -8,6 +8,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <QApplication>
@@ -111,8 +112,12 @@ int main(int argc, char** argv) {
         lvx::WindowArguments arguments;
         std::wstring error;
         const std::vector<std::string> args(argv + 1, argv + argc);
-        if (!lvx::ParseWindowArguments(args, std::filesystem::current_path().native(), arguments,
-                                       error)) {
+        // A working folder that was deleted does not stop the start: a relative name then names
+        // no file, which the drop reports as for any missing file.
+        std::error_code noFolder;
+        const std::filesystem::path folder = std::filesystem::current_path(noFolder);
+        if (!lvx::ParseWindowArguments(args, noFolder ? std::string("/") : folder.native(),
+                                       arguments, error)) {
             std::cerr << Utf8FromWide(error) << "\n\n" << Utf8FromWide(lvx::WindowUsage()) << "\n";
             return 2;
         }
