@@ -54,6 +54,7 @@ HResult FillBackground(CDibPtr& result, const CDib& source, u32 color) {
     if (Failed(code)) {
         return code;
     }
+    filled->SetColourProfile(source.ColourProfile());
     result = filled;
     return hr::kOk;
 }

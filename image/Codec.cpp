@@ -550,6 +550,7 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
             return code;
         dib->Header()->biXPelsPerMeter = PelsPerMeter(stream.XResolution());
         dib->Header()->biYPelsPerMeter = PelsPerMeter(stream.YResolution());
+        dib->SetColourProfile(stream.ColourProfile());
         out = dib;
         return hr::kOk;
     } catch (const VError&) {
@@ -581,12 +582,61 @@ HResult EncodePngRows(const VImage& rgba, std::vector<u8>& out) {
 }
 
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
-    return EncodeDib(
+    HResult code = EncodeDib(
         dib, out, [&](const VImage& image) { return EncodeJpegRows(image, quality, out); }, false,
         false);
+    if (Succeeded(code) && !dib.ColourProfile().empty())
+        code = EmbedIccInJpeg(out, dib.ColourProfile());
+    if (Failed(code))
+        out.clear();
+    return code;
 }
 
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
-    return EncodeDib(
+    HResult code = EncodeDib(
         dib, out, [&](const VImage& image) { return EncodePngRows(image, out); }, true, keepAlpha);
+    if (Succeeded(code) && !dib.ColourProfile().empty())
+        code = EmbedIccInPng(out, dib.ColourProfile());
+    if (Failed(code))
+        out.clear();
+    return code;
+}
+
+HResult ConvertToSrgb(const CDib& dib, CDibPtr& out) {
+    out.reset();
+    if (!IsDib32(dib) || dib.Width() <= 0 || dib.Height() <= 0 || !EnsureVipsStarted())
+        return hr::kInvalidArg;
+    CDibPtr converted(new (std::nothrow) CDib);
+    if (!converted || !converted->Create32(dib.Width(), dib.Height()) || !converted->AllocBits())
+        return hr::kOutOfMemory;
+    converted->Header()->biXPelsPerMeter = dib.Header()->biXPelsPerMeter;
+    converted->Header()->biYPelsPerMeter = dib.Header()->biYPelsPerMeter;
+    const std::vector<u8>& profile = dib.ColourProfile();
+    bool copy = profile.empty();
+    if (!copy) {
+        try {
+            VImage rgba =
+                ForSaving(dib, true, true)
+                    .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+            vips_image_set_blob_copy(rgba.get_image(), VIPS_META_ICC_NAME, profile.data(),
+                                     profile.size());
+            // Relative colorimetric, as a viewer shows the source: white stays white. The alpha
+            // band goes through as it is.
+            const VImage srgb = rgba.icc_transform("srgb", VImage::option()
+                                                               ->set("embedded", true)
+                                                               ->set("intent", VIPS_INTENT_RELATIVE)
+                                                               ->set("depth", 8))
+                                    .cast(VIPS_FORMAT_UCHAR);
+            CDibTarget sink{converted.get()};
+            copy = srgb.bands() != 4 || vips_sink_disc(srgb.get_image(), WriteStrip, &sink) != 0;
+        } catch (const VError&) {
+            copy = true;
+        }
+        vips_error_clear();
+    }
+    // A profile that the colour engine cannot read leaves the numbers as they are.
+    if (copy)
+        std::memcpy(converted->Bits(), dib.Bits(), dib.GetSizeImage());
+    out = converted;
+    return hr::kOk;
 }

@@ -48,3 +48,12 @@ HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out);
 // written opaque. 0x8007000E when memory runs out, 0x80004005 when the encoder refuses for another
 // reason.
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out);
+// Both put the image's colour profile, when it has one, into the file with the numbers as they
+// are (image/IccProfileEmbed.h).
+
+// A new copy of a 32-bit image with its numbers turned from the colour space of its profile into
+// sRGB (relative colorimetric: white stays white), alpha and resolution kept, and no profile: for
+// a file or a screen that has no place for one. An image without a profile, or with one that the
+// colour engine cannot read, is copied as it is. 0x80070057 for an image that is not 32-bit,
+// 0x8007000E when memory runs out. Any thread.
+HResult ConvertToSrgb(const CDib& dib, CDibPtr& out);

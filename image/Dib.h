@@ -2,6 +2,7 @@
 #pragma once
 
 #include <utility>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 
@@ -68,11 +69,17 @@ public:
         return bits_ + RowOffset(y) + static_cast<size_t>(x) * 4;
     }
 
+    // The ICC profile of the colour space that the pixel numbers are in, as the source file
+    // embedded it; empty for sRGB. An image made from another takes its profile over.
+    const std::vector<u8>& ColourProfile() const { return profile_; }
+    void SetColourProfile(std::vector<u8> profile) { profile_ = std::move(profile); }
+
 protected:
     size_t RowOffset(i32 y) const { return static_cast<size_t>(Height() - y - 1) * Stride(); }
 
     u8* header_ = nullptr;
     u8* bits_ = nullptr;
+    std::vector<u8> profile_;
 };
 
 using CDibPtr = boost::shared_ptr<CDib>;

@@ -117,7 +117,15 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     try {
         switch (encoder->format) {
         case Format::kBmp:
-            result = EncodeBmp(dib, keepAlpha, bytes);
+            // A bitmap has no place for a colour profile: its numbers are taken as sRGB.
+            if (dib.ColourProfile().empty()) {
+                result = EncodeBmp(dib, keepAlpha, bytes);
+            } else {
+                CDibPtr srgb;
+                result = ConvertToSrgb(dib, srgb);
+                if (Succeeded(result))
+                    result = EncodeBmp(*srgb, keepAlpha, bytes);
+            }
             break;
         case Format::kJpeg:
             result = EncodeJpeg(dib, JpegQuality(params.Block()), bytes);

@@ -85,9 +85,10 @@ public:
     // Encodes a 32-bit image in memory and writes it to `path` in one step: a failed save leaves
     // no half-written file. Without keepAlpha the image counts as opaque. 0x80004005 when no
     // encoder was selected or the encoder refuses; the Win32 code of a failed file operation as a
-    // result code. The file carries the resolution of a new bitmap, not the source's. Without
-    // replaceExisting a file already at path stays as it is, and the save fails with 80
-    // (ERROR_FILE_EXISTS) as a result code.
+    // result code. The file carries the resolution of a new bitmap, not the source's. A JPEG or
+    // PNG carries the image's colour profile with its numbers; a bitmap, which has no place for
+    // one, gets the numbers turned into sRGB. Without replaceExisting a file already at path
+    // stays as it is, and the save fails with 80 (ERROR_FILE_EXISTS) as a result code.
     HResult SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path,
                     bool replaceExisting = true) const;
 

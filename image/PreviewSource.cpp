@@ -266,6 +266,7 @@ HResult CPreviewSource::Build(const CDib& source) {
             least = std::min(least, in[x * 4 + 3]);
     }
     Begin(size, 1, size, least == 255 ? 3 : 4);
+    profile_ = source.ColourProfile();
     // The bitmap's rows are already blue, green, red, alpha.
     for (i32 y = 0; y < size.cy && !impl_->building->failed; ++y)
         TakeRow(source.PixelAt(0, y), least);
@@ -274,6 +275,7 @@ HResult CPreviewSource::Build(const CDib& source) {
 
 void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
     impl_ = std::make_unique<Impl>();
+    profile_.clear();
     impl_->size = declared;
     try {
         impl_->building = std::make_unique<Impl::Building>();
@@ -338,6 +340,10 @@ void CPreviewSource::TakeRow(const u8* bgra, u8 leastAlpha) {
         for (BoxRows& corner : corners)
             corner.Add(y, bgra);
     b->firstWhole->Add(y, bgra);
+}
+
+void CPreviewSource::TakeColourProfile(std::vector<u8> profile) {
+    profile_ = std::move(profile);
 }
 
 HResult CPreviewSource::End() {
@@ -421,6 +427,7 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
             });
         if (!image)
             return strid::kRoundFailed;
+        image->SetColourProfile(profile_);
         // The corners and the fade of the full-size result, at the pane's scale.
         const double scale = static_cast<double>(size.cx) / fitted.cx;
         CEdgePlan plan;
@@ -486,6 +493,7 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
             });
         if (!image || image->Width() != w || image->Height() != h)
             return strid::kRoundFailed;
+        image->SetColourProfile(profile_);
         CEdgePlan plan;
         if (Failed(plan.Build(fitted.cx, fitted.cy, round.corners, round.edges,
                               ResolveLength(round.radius, fitted.cx, fitted.cy),

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
@@ -41,8 +42,11 @@ public:
     // A source decoded at a reduced size gives its finest scale at that reduction.
     void Begin(Size rows, i32 reduction, Size declared, i32 bands) override;
     void Row(const u8* pixels) override;
+    void TakeColourProfile(std::vector<u8> profile) override;
     HResult End();
     Size SourceSize() const;
+    // The profile of the source's colour space, empty for sRGB. The rendered images carry it.
+    const std::vector<u8>& ColourProfile() const { return profile_; }
 
     // The whole result, fitted to `size` (the caller fits the result's shape into the pane), in
     // `out`. The corners and the fade are those of the full-size result, scaled with it. The ids
@@ -64,4 +68,5 @@ private:
 
     struct Impl;
     std::unique_ptr<Impl> impl_;
+    std::vector<u8> profile_;
 };

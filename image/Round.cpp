@@ -44,6 +44,7 @@ HResult CopyDib32(CDibPtr& result, const CDib& source) {
     if (size > 0) {
         std::memcpy(copy->Bits(), source.Bits(), size);
     }
+    copy->SetColourProfile(source.ColourProfile());
     result = copy;
     return hr::kOk;
 }

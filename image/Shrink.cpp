@@ -46,6 +46,7 @@ HResult ResizeImage(CDibPtr& result, const Rect& dst, const CDib& source, const 
     if (!DrawImageRect(source, src, *target, dst, interp::kHighQuality)) {
         return hr::kNotImpl;
     }
+    target->SetColourProfile(source.ColourProfile());
     result = target;
     return hr::kOk;
 }

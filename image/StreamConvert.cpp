@@ -246,6 +246,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     if (output.sourceRows) {
         output.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
                                  pixels.bands());
+        output.sourceRows->TakeColourProfile(stream.ColourProfile());
         pixels = TapRows(pixels, output.sourceRows);
     }
     if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
@@ -331,6 +332,7 @@ HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowS
             return code;
         const VImage pixels = stream.Pixels();
         sink.Begin(Size{pixels.width(), pixels.height()}, 1, stream.DeclaredSize(), pixels.bands());
+        sink.TakeColourProfile(stream.ColourProfile());
         ForEachRow(pixels, [&](i32, const u8* row) { sink.Row(row); });
         vips_error_clear();
         return stream.Damaged() ? hr::kNotImpl : hr::kOk;

@@ -9,6 +9,7 @@
 
 #include "image/Draw.h"
 #include "image/RoundSettings.h"
+#include "ui/ScreenColours.h"
 
 namespace {
 
@@ -77,11 +78,12 @@ void CSimpleDibWidget::SetAnchor(u32 anchor) {
 
 void CSimpleDibWidget::SetImage(CDibPtr image) {
     image_ = std::move(image);
+    shown_ = InScreenColours(image_);
     scaled_.reset();
 }
 
 void CSimpleDibWidget::Paint(CScreen& screen, double opacity) {
-    if (!image_)
+    if (!shown_)
         return;
     if (!screen.IsValid())
         return;
@@ -100,7 +102,7 @@ void CSimpleDibWidget::Paint(CScreen& screen, double opacity) {
 void CSimpleDibWidget::PaintWhole(CScreen& surface) {
     const i32 width = rect_.Width();
     const i32 height = rect_.Height();
-    const Size fit = FitToPane(Size{width, height}, Size{image_->Width(), image_->Height()}, 0.01);
+    const Size fit = FitToPane(Size{width, height}, Size{shown_->Width(), shown_->Height()}, 0.01);
     const i32 left = rect_.left + (width - fit.cx) / 2;
     const i32 top = rect_.top + (height - fit.cy) / 2;
     const Rect destination{left, top, left + fit.cx, top + fit.cy};
@@ -109,11 +111,11 @@ void CSimpleDibWidget::PaintWhole(CScreen& surface) {
     // scaling. When it cannot be made the image goes as it is, and DrawDib scales it.
     if (!scaled_ || scaled_->Width() != fit.cx || scaled_->Height() != fit.cy) {
         auto copy = boost::make_shared<CDib>();
-        const Rect whole{0, 0, image_->Width(), image_->Height()};
-        if (Succeeded(DrawImageIntoDib(*image_, whole, *copy, fit, interp::kHighQuality)))
+        const Rect whole{0, 0, shown_->Width(), shown_->Height()};
+        if (Succeeded(DrawImageIntoDib(*shown_, whole, *copy, fit, interp::kHighQuality)))
             scaled_ = copy;
         else
-            scaled_ = image_;
+            scaled_ = shown_;
     }
     const Rect source{0, 0, scaled_->Width(), scaled_->Height()};
     surface.DrawDib(destination, *scaled_, source, 255, kPaintQuality);
@@ -122,8 +124,8 @@ void CSimpleDibWidget::PaintWhole(CScreen& surface) {
 void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
     const i32 width = rect_.Width();
     const i32 height = rect_.Height();
-    const i32 w = image_->Width();
-    const i32 h = image_->Height();
+    const i32 w = shown_->Width();
+    const i32 h = shown_->Height();
     Rect source{0, 0, w, h};
     Rect destination = rect_;
 
@@ -145,5 +147,5 @@ void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
         destination.top = rect_.top + (height - h) / 2;
         destination.bottom = destination.top + h;
     }
-    surface.DrawDib(destination, *image_, source, 255, kPaintQuality);
+    surface.DrawDib(destination, *shown_, source, 255, kPaintQuality);
 }

@@ -26,7 +26,8 @@ public:
     CSimpleDibWidget() = default;
     ~CSimpleDibWidget() override;
 
-    // Store the value; a new anchor or image empties the scaled copy.
+    // Store the value; a new anchor or image empties the scaled copy. An image with a colour
+    // profile is shown through it.
     void SetAnchor(u32 anchor);
     void SetBackground(ColorRef color) { background_ = color; }
     void SetImage(CDibPtr image);
@@ -34,8 +35,10 @@ public:
     u32 Anchor() const { return anchor_; }
     ColorRef Background() const { return background_; }
     const CDibPtr& Image() const { return image_; }
+    // What the pane paints: the image in the screen's colours (ui/ScreenColours.h).
+    const CDibPtr& Shown() const { return shown_; }
     // The copy of the image at the size of the last whole-pane paint; empty until one is made.
-    // It is the image itself when a copy could not be made.
+    // It is the shown image itself when a copy could not be made.
     const CDibPtr& ScaledCopy() const { return scaled_; }
 
     void Paint(CScreen& screen, double opacity) override;
@@ -48,5 +51,6 @@ private:
     u32 anchor_ = paneanchor::kWhole;
     ColorRef background_ = 0;
     CDibPtr image_;
+    CDibPtr shown_;
     CDibPtr scaled_;
 };

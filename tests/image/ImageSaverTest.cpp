@@ -5,6 +5,7 @@
 
 #include "image/ImageIo.h"
 #include "support/ChildProcess.h"
+#include "support/IccProfiles.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
@@ -164,4 +165,54 @@ TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
     EXPECT_TRUE(PixelsNear(*back, *dib, 0));
     EXPECT_EQ(ReadBytes(dir.File("elsewhere/precious")), precious);
     EXPECT_EQ(FileNames(dir.Path() / "round"), std::vector<std::string>{"a.png"});
+}
+
+// An image in Adobe RGB (1998): JPEG and PNG carry its profile with its numbers as they are; a
+// bitmap, which has no place for a profile, gets the numbers that sRGB shows the same colours
+// with, and its alpha as it was.
+TEST(ImageSaver, AColourProfileGoesWithTheNumbersOrTheBitmapTurnsSrgb) {
+    CTempDir dir;
+    const std::vector<u8> profile = AdobeRgbProfile();
+    CDibPtr dib = MakeDib(64, 48, [](i32 x, i32 y) {
+        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), static_cast<u8>(200 - x - y),
+                    static_cast<u8>(x < 8 ? 255 : 100 + y)};
+    });
+    dib->SetColourProfile(profile);
+    const std::vector<u8> numbers(dib->Bits(), dib->Bits() + dib->GetSizeImage());
+    CImageSaver saver;
+    for (const wchar_t* type : {L"image/png", L"image/jpeg"}) {
+        ASSERT_EQ(saver.SelectEncoder(type), hr::kOk);
+        const std::string path = dir.File(type[6] == 'p' ? "a.png" : "a.jpg");
+        ASSERT_EQ(saver.SaveDib(*dib, true, W(path)), hr::kOk);
+        const std::vector<u8> bytes = ReadBytes(path);
+        EXPECT_EQ(IccProfileOf(bytes), profile) << path;
+        CDibPtr back;
+        ASSERT_EQ(LoadImageFile(back, W(path)), hr::kOk);
+        EXPECT_EQ(back->ColourProfile(), profile) << path;
+        if (type[6] == 'p') {
+            EXPECT_TRUE(PixelsNear(*back, *dib, 0));
+            continue;
+        }
+        for (auto [x, y] : {std::pair{4, 4}, {30, 20}, {60, 44}})
+            for (int band = 0; band < 3; ++band)
+                EXPECT_NEAR(back->PixelAt(x, y)[band], dib->PixelAt(x, y)[band], 8)
+                    << x << "," << y;
+    }
+
+    ASSERT_EQ(saver.SelectEncoder(L"image/bmp"), hr::kOk);
+    ASSERT_EQ(saver.SaveDib(*dib, true, W(dir.File("a.bmp"))), hr::kOk);
+    // The bits lie bottom up behind the 54 bytes of the headers.
+    const std::vector<u8> bmp = ReadBytes(dir.File("a.bmp"));
+    ASSERT_EQ(bmp.size(), 54u + 64 * 48 * 4);
+    for (auto [x, y] : {std::pair{0, 0}, {5, 40}, {30, 20}, {63, 47}}) {
+        const u8* in = dib->PixelAt(x, y);
+        const u8* out = bmp.data() + 54 + (static_cast<size_t>(47 - y) * 64 + x) * 4;
+        const std::array<double, 3> shown = AdobeRgbShownAsSrgb(in[2], in[1], in[0]);
+        EXPECT_NEAR(out[2], shown[0], 2.0) << x << "," << y;
+        EXPECT_NEAR(out[1], shown[1], 2.0) << x << "," << y;
+        EXPECT_NEAR(out[0], shown[2], 2.0) << x << "," << y;
+        EXPECT_EQ(out[3], in[3]) << x << "," << y;
+    }
+    // The image itself is left as it was.
+    EXPECT_TRUE(std::equal(numbers.begin(), numbers.end(), dib->Bits()));
 }

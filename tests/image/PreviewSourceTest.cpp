@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "image/Draw.h"
+#include "support/IccProfiles.h"
 #include "support/PixelTestUtil.h"
 #include "support/WholeConversion.h"
 #include "tools/Scene.h"
@@ -178,6 +179,58 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     EXPECT_NE(firstWhole, firstCorner);
     EXPECT_EQ(std::vector<u8>(firstWhole->Bits(), firstWhole->Bits() + firstWhole->GetSizeImage()),
               firstWholeBytes);
+}
+
+// The panes show a source in its own colour space: what the preview renders carries the source's
+// profile, whichever way the preview was made, and a source without one renders without one.
+TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
+    const std::vector<u8> profile = AdobeRgbProfile();
+    CShrinkStep shrink;
+    shrink.shrinkType = 1;
+    shrink.customWidth = 200;
+    shrink.customHeight = 200;
+    CRoundStep round;
+    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    for (bool transparent : {false, true}) {
+        round.transparent = transparent;
+        CDibPtr source = Picture(700, 500, transparent);
+        source->SetColourProfile(profile);
+        CPreviewSource built;
+        ASSERT_EQ(built.Build(*source), 0u);
+        EXPECT_EQ(built.ColourProfile(), profile);
+        // From rows, as a streamed conversion hands them over.
+        CPreviewSource streamed;
+        streamed.Begin(Size{700, 500}, 1, Size{700, 500}, 4);
+        streamed.TakeColourProfile(profile);
+        for (i32 y = 0; y < 500; ++y) {
+            std::vector<u8> row(source->PixelAt(0, y), source->PixelAt(0, y) + 700 * 4);
+            for (size_t i = 0; i < row.size(); i += 4)
+                std::swap(row[i], row[i + 2]);
+            streamed.Row(row.data());
+        }
+        ASSERT_EQ(streamed.End(), 0u);
+        for (const CPreviewSource* preview : {&built, &streamed}) {
+            CDibPtr whole;
+            CDibPtr corner;
+            ASSERT_EQ(preview->RenderWhole(shrink, round, transparent, Size{150, 107}, whole), 0u);
+            ASSERT_EQ(preview->RenderCorner(shrink, round, transparent, 1, Size{100, 100}, corner),
+                      0u);
+            ASSERT_TRUE(whole && corner);
+            EXPECT_EQ(whole->ColourProfile(), profile) << transparent;
+            EXPECT_EQ(corner->ColourProfile(), profile) << transparent;
+        }
+        // A new source starts without the last one's profile.
+        streamed.Begin(Size{4, 4}, 1, Size{4, 4}, 3);
+        const u8 grey[12] = {};
+        for (int y = 0; y < 4; ++y)
+            streamed.Row(grey);
+        ASSERT_EQ(streamed.End(), 0u);
+        CDibPtr plain;
+        ASSERT_EQ(streamed.RenderWhole(CShrinkStep(), round, transparent, Size{4, 4}, plain), 0u);
+        ASSERT_TRUE(plain);
+        EXPECT_TRUE(plain->ColourProfile().empty());
+        EXPECT_TRUE(streamed.ColourProfile().empty());
+    }
 }
 
 } // namespace

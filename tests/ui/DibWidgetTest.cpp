@@ -8,6 +8,7 @@
 
 #include <QImage>
 
+#include "support/IccProfiles.h"
 #include "support/QtPixels.h"
 
 namespace {
@@ -164,6 +165,60 @@ TEST(DibWidgetTest, TransparentPixelsShowTheBackground) {
     for (int y = 7; y < 17; ++y)
         for (int x = 5; x < 15; ++x)
             EXPECT_TRUE(Near(whole.At(x, y), kBackgroundPixel, 1)) << x << "," << y;
+}
+
+// An image in Adobe RGB (1998) shows in sRGB, the screen's colours, in both panes; the background
+// under a translucent pixel is the screen's own colour. The image keeps its numbers.
+TEST(DibWidgetTest, AnImageWithAColourProfileShowsInTheScreensColours) {
+    const std::vector<u8> profile = AdobeRgbProfile();
+    CDibPtr image = MakeImage(2, 2, false, {25, 85, 63, 255});
+    u8* other = image->PixelAt(1, 0);
+    other[0] = 200, other[1] = 30, other[2] = 10;
+    u8* half = image->PixelAt(0, 1);
+    half[0] = 0, half[1] = 0, half[2] = 255, half[3] = 128;
+    image->SetColourProfile(profile);
+    const std::vector<u8> numbers(image->Bits(), image->Bits() + image->GetSizeImage());
+    auto shown = [](Bgra p) {
+        const std::array<double, 3> rgb = AdobeRgbShownAsSrgb(p.r, p.g, p.b);
+        return Bgra{static_cast<u8>(std::lround(rgb[2])), static_cast<u8>(std::lround(rgb[1])),
+                    static_cast<u8>(std::lround(rgb[0])), p.a};
+    };
+    Fixture f;
+    f.widget.SetAnchor(1);
+    f.widget.SetImage(image);
+    f.Paint();
+    // Real size at 5 + 4 = 9, 7 + 4 = 11.
+    EXPECT_TRUE(Near(f.At(9, 11), shown({25, 85, 63, 255}), 3)) << f.At(9, 11);
+    EXPECT_TRUE(Near(f.At(10, 11), shown({200, 30, 10, 255}), 3)) << f.At(10, 11);
+    const Bgra red = shown({0, 0, 255, 255});
+    const auto over = [](u8 top, u8 under) {
+        return static_cast<u8>(std::lround((top * 128 + under * 127) / 255.0));
+    };
+    EXPECT_TRUE(Near(f.At(9, 12),
+                     (Bgra{over(red.b, kBackgroundPixel.b), over(red.g, kBackgroundPixel.g),
+                           over(red.r, kBackgroundPixel.r), 255}),
+                     3))
+        << f.At(9, 12);
+    EXPECT_EQ(f.widget.Image(), image);
+    EXPECT_TRUE(std::equal(numbers.begin(), numbers.end(), image->Bits()));
+    ASSERT_TRUE(f.widget.Shown());
+    EXPECT_TRUE(f.widget.Shown()->ColourProfile().empty());
+
+    Fixture whole;
+    CDibPtr flat = MakeImage(10, 10, false, {25, 85, 63, 255});
+    flat->SetColourProfile(profile);
+    whole.widget.SetImage(flat);
+    whole.Paint();
+    for (int y = 7; y < 17; y += 3)
+        for (int x = 5; x < 15; x += 3)
+            EXPECT_TRUE(Near(whole.At(x, y), shown({25, 85, 63, 255}), 3)) << x << "," << y;
+
+    // Without a profile the numbers are the screen's: the image itself is shown.
+    CDibPtr plain = MakeImage(2, 2, false, {25, 85, 63, 255});
+    f.widget.SetImage(plain);
+    EXPECT_EQ(f.widget.Shown(), plain);
+    f.Paint();
+    EXPECT_EQ(f.At(9, 11), (Bgra{25, 85, 63, 255}));
 }
 
 TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
