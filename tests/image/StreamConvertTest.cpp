@@ -43,16 +43,23 @@ std::vector<u8> Encoded(const std::vector<u8>& pixels, i32 width, i32 height, in
     return ReadBytes(path);
 }
 
-std::vector<Source> Sources(CTempDir& dir) {
-    const i32 w = 211;
-    const i32 h = 143;
-    const std::vector<u8> rgb = TestPictureRgb(w, h);
+// The RGB pixels with the alpha that alphaOf gives the pixel of each index.
+template <typename AlphaOf> std::vector<u8> WithAlpha(const std::vector<u8>& rgb, AlphaOf alphaOf) {
     std::vector<u8> rgba;
     for (size_t i = 0; i < rgb.size(); i += 3) {
         rgba.insert(rgba.end(), rgb.begin() + static_cast<std::ptrdiff_t>(i),
                     rgb.begin() + static_cast<std::ptrdiff_t>(i) + 3);
-        rgba.push_back(static_cast<u8>((i / 3 * 37) % 256));
+        rgba.push_back(alphaOf(i / 3));
     }
+    return rgba;
+}
+
+std::vector<Source> Sources(CTempDir& dir) {
+    const i32 w = 211;
+    const i32 h = 143;
+    const std::vector<u8> rgb = TestPictureRgb(w, h);
+    const std::vector<u8> rgba =
+        WithAlpha(rgb, [](size_t pixel) { return static_cast<u8>(pixel * 37 % 256); });
     std::vector<u8> grey;
     for (size_t i = 0; i < rgb.size(); i += 3)
         grey.push_back(rgb[i + 1]);
@@ -84,12 +91,8 @@ std::vector<Source> AdobeRgbSources() {
     const i32 w = 211;
     const i32 h = 143;
     const std::vector<u8> rgb = TestPictureRgb(w, h);
-    std::vector<u8> rgba;
-    for (size_t i = 0; i < rgb.size(); i += 3) {
-        rgba.insert(rgba.end(), rgb.begin() + static_cast<std::ptrdiff_t>(i),
-                    rgb.begin() + static_cast<std::ptrdiff_t>(i) + 3);
-        rgba.push_back(static_cast<u8>(255 - (i / 3 * 11) % 200));
-    }
+    const std::vector<u8> rgba =
+        WithAlpha(rgb, [](size_t pixel) { return static_cast<u8>(255 - pixel * 11 % 200); });
     const std::vector<u8> profile = AdobeRgbProfile();
     return {{"adobe rgb jpeg", EncodedWithProfile(rgb, w, h, 3, ".jpg[Q=95]", profile)},
             {"adobe rgb png", EncodedWithProfile(rgb, w, h, 3, ".png", profile)},
