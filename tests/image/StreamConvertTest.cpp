@@ -280,6 +280,7 @@ struct RowRecorder : CRowSink {
     i32 reduction = 0;
     Size declared;
     i32 bands = 0;
+    std::vector<u8> profile{1}; // until the conversion names the rows' colour space
     std::vector<std::vector<u8>> got;
     void Begin(Size r, i32 reduce, Size d, i32 b) override {
         rows = r;
@@ -288,6 +289,7 @@ struct RowRecorder : CRowSink {
         bands = b;
         got.clear();
     }
+    void TakeColourProfile(std::vector<u8> p) override { profile = std::move(p); }
     void Row(const u8* pixels) override {
         got.emplace_back(pixels, pixels + static_cast<size_t>(rows.cx) * bands);
     }
@@ -376,12 +378,16 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
             StreamOutput output;
             output.jpeg = jpeg;
             output.jpegQuality = 100;
+            RowRecorder rows;
+            output.sourceRows = &rows;
             std::vector<u8> out;
             StreamFailure failure;
             ASSERT_EQ(ConvertStream(from.bytes.data(), from.bytes.size(), {}, shrink, round, output,
                                     out, failure),
                       hr::kOk);
             EXPECT_EQ(IccProfileOf(out), profile);
+            // The preview's copy of the rows learns the space they are in.
+            EXPECT_EQ(rows.profile, profile);
             // The numbers stay: exactly in a PNG, within the rounding of a JPEG.
             const CDibPtr result = Pixels(out);
             for (auto [x, y] : {std::pair{45, 30}, {120, 70}, {190, 130}}) {
@@ -413,5 +419,12 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
                                 failure),
                   hr::kOk);
         EXPECT_TRUE(IccProfileOf(out).empty()) << plain.name;
+        RowRecorder rows;
+        ASSERT_EQ(ReadRows(plain.bytes.data(), plain.bytes.size(), {}, rows), hr::kOk);
+        EXPECT_TRUE(rows.profile.empty()) << plain.name;
     }
+    RowRecorder rows;
+    const Source adobe = AdobeRgbSources().front();
+    ASSERT_EQ(ReadRows(adobe.bytes.data(), adobe.bytes.size(), {}, rows), hr::kOk);
+    EXPECT_EQ(rows.profile, profile);
 }
