@@ -280,6 +280,19 @@ template <class Save> HResult Encode(std::vector<u8>& out, Save save) {
     }
 }
 
+// The encoders strip every piece of metadata; the colour profile alone is put back afterwards, so
+// that a file without one comes out as it always did. `code` is the encoder's; out is left empty
+// on every failure.
+HResult WithProfile(HResult code, const std::vector<u8>& profile,
+                    HResult (*embed)(std::vector<u8>&, const std::vector<u8>&),
+                    std::vector<u8>& out) {
+    if (Succeeded(code) && !profile.empty())
+        code = embed(out, profile);
+    if (Failed(code))
+        out.clear();
+    return code;
+}
+
 // Encodes a 32-bit image through one of the row encoders. 0x80004005 for an image that is not a
 // 32-bit one.
 template <class EncodeRows>
@@ -561,45 +574,43 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
     }
 }
 
-HResult EncodeJpegRows(const VImage& rgb, u32 quality, std::vector<u8>& out) {
+HResult EncodeJpegRows(const VImage& rgb, u32 quality, const std::vector<u8>& profile,
+                       std::vector<u8>& out) {
     out.clear();
     if (rgb.width() > kLargestJpegSide || rgb.height() > kLargestJpegSide)
         return hr::kTooLargeForJpeg;
     // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
     const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
-    return Encode(out, [&](vips::VTarget target) {
+    const HResult code = Encode(out, [&](vips::VTarget target) {
         Tagged(rgb).jpegsave_target(
             target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
     });
+    return WithProfile(code, profile, EmbedIccInJpeg, out);
 }
 
-HResult EncodePngRows(const VImage& rgba, std::vector<u8>& out) {
-    return Encode(out, [&](vips::VTarget target) {
+HResult EncodePngRows(const VImage& rgba, const std::vector<u8>& profile, std::vector<u8>& out) {
+    const HResult code = Encode(out, [&](vips::VTarget target) {
         Tagged(rgba).pngsave_target(
             target,
             VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
     });
+    return WithProfile(code, profile, EmbedIccInPng, out);
 }
 
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
-    HResult code = EncodeDib(
-        dib, out, [&](const VImage& image) { return EncodeJpegRows(image, quality, out); }, false,
-        false);
-    if (Succeeded(code) && !dib.ColourProfile().empty())
-        code = EmbedIccInJpeg(out, dib.ColourProfile());
-    if (Failed(code))
-        out.clear();
-    return code;
+    return EncodeDib(
+        dib, out,
+        [&](const VImage& image) {
+            return EncodeJpegRows(image, quality, dib.ColourProfile(), out);
+        },
+        false, false);
 }
 
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
-    HResult code = EncodeDib(
-        dib, out, [&](const VImage& image) { return EncodePngRows(image, out); }, true, keepAlpha);
-    if (Succeeded(code) && !dib.ColourProfile().empty())
-        code = EmbedIccInPng(out, dib.ColourProfile());
-    if (Failed(code))
-        out.clear();
-    return code;
+    return EncodeDib(
+        dib, out,
+        [&](const VImage& image) { return EncodePngRows(image, dib.ColourProfile(), out); }, true,
+        keepAlpha);
 }
 
 HResult ConvertToSrgb(const CDib& dib, CDibPtr& out) {

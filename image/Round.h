@@ -10,9 +10,9 @@
 // 32 bits per pixel, 0x8007000E when memory runs out. They keep no state and may run on any
 // thread, each on its own images.
 
-// A new image in `result` with the width, height and bits of `source`, no further header fields
-// (the resolution stays 0). The copy that rounding and edge blur work on. On failure `result` is
-// empty.
+// A new image in `result` with the width, height, bits and colour profile of `source`, no further
+// header fields (the resolution stays 0). The copy that rounding and edge blur work on. On failure
+// `result` is empty.
 HResult CopyDib32(CDibPtr& result, const CDib& source);
 
 // Copies `source` into a new image in `result` and rounds the copy.

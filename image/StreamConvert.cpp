@@ -16,7 +16,6 @@
 #include "image/DecodeStream.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
-#include "image/IccProfileEmbed.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
 #include "image/StreamEncoders.h"
@@ -242,11 +241,14 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     if (resize && output.reduceWhileDecoding)
         stream.ReduceFor(fitted.cx, fitted.cy);
 
+    // The pixels keep the numbers of the source's colour space; its profile goes with them, so
+    // that a viewer shows the output's colours as the source's.
+    const std::vector<u8> profile = stream.ColourProfile();
     VImage pixels = stream.Pixels();
     if (output.sourceRows) {
         output.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
                                  pixels.bands());
-        output.sourceRows->TakeColourProfile(stream.ColourProfile());
+        output.sourceRows->TakeColourProfile(profile);
         pixels = TapRows(pixels, output.sourceRows);
     }
     if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
@@ -273,23 +275,16 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     const CEdgeJob& watched = *job;
     VImage finished = ApplyEdges(pixels, job.release());
 
-    code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, out)
-                       : EncodePngRows(finished, out);
+    code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, profile, out)
+                       : EncodePngRows(finished, profile, out);
     // A damaged source shows while its rows are read, that is, while the encoder runs.
     if (watched.sourceFailed || stream.Damaged()) {
         out.clear();
         Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
         return hr::kNotImpl;
     }
-    // The pixels keep the numbers of the source's colour space; its profile goes with them, so
-    // that a viewer shows the output's colours as the source's.
-    const std::vector<u8> profile = Succeeded(code) ? stream.ColourProfile() : std::vector<u8>{};
-    if (!profile.empty())
-        code = output.jpeg ? EmbedIccInJpeg(out, profile) : EmbedIccInPng(out, profile);
-    if (Failed(code)) {
-        out.clear();
+    if (Failed(code))
         Fail(failure, StreamFailure::kSave, 0, code);
-    }
     return code;
 }
 

@@ -9,12 +9,15 @@
 #include "foundation/Types.h"
 
 // A baseline JPEG of the given quality (0 is taken as 1, anything above 100 as 100) from three
-// 8-bit bands, red, green, blue; colour only, no metadata, the resolution of a new bitmap.
+// 8-bit bands, red, green, blue; colour only, no metadata but the ICC profile of the bands'
+// colour space when one is given (empty for sRGB), the resolution of a new bitmap.
 // hr::kTooLargeForJpeg for a side longer than 65500 pixels, 0x8007000E when memory runs out,
 // 0x80004005 when the encoder or the pipeline fails for another reason. `out` is left empty on
 // every failure.
-HResult EncodeJpegRows(const vips::VImage& rgb, u32 quality, std::vector<u8>& out);
+HResult EncodeJpegRows(const vips::VImage& rgb, u32 quality, const std::vector<u8>& profile,
+                       std::vector<u8>& out);
 
-// An 8-bit RGBA PNG from four 8-bit bands, with no metadata and the resolution of a new bitmap.
-// Codes as EncodeJpegRows, without the size limit.
-HResult EncodePngRows(const vips::VImage& rgba, std::vector<u8>& out);
+// An 8-bit RGBA PNG from four 8-bit bands, with no metadata but the profile as EncodeJpegRows
+// takes it, and the resolution of a new bitmap. Codes as EncodeJpegRows, without the size limit.
+HResult EncodePngRows(const vips::VImage& rgba, const std::vector<u8>& profile,
+                      std::vector<u8>& out);

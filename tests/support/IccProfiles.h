@@ -10,15 +10,11 @@
 #include <vector>
 
 #include "foundation/Types.h"
+#include "support/BigEndian.h"
 
 namespace testutil {
 
 namespace icc {
-
-inline void Put32(std::vector<u8>& out, u32 value) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<u8>(value >> shift));
-}
 
 // Appends byte by byte: GCC 12 warns of an overflow that is none in range inserts here.
 template <typename Bytes> void Append(std::vector<u8>& out, const Bytes& bytes) {
@@ -38,10 +34,10 @@ inline u32 Fixed(double value) {
 inline std::vector<u8> Xyz(double x, double y, double z) {
     std::vector<u8> tag;
     PutTag(tag, "XYZ ");
-    Put32(tag, 0);
-    Put32(tag, Fixed(x));
-    Put32(tag, Fixed(y));
-    Put32(tag, Fixed(z));
+    PutBigEndian(tag, 0);
+    PutBigEndian(tag, Fixed(x));
+    PutBigEndian(tag, Fixed(y));
+    PutBigEndian(tag, Fixed(z));
     return tag;
 }
 
@@ -54,8 +50,8 @@ inline std::vector<u8> AdobeRgbProfile() {
     using namespace icc;
     std::vector<u8> curve;
     PutTag(curve, "curv");
-    Put32(curve, 0);
-    Put32(curve, 1);
+    PutBigEndian(curve, 0);
+    PutBigEndian(curve, 1);
     curve.push_back(0x02); // u8Fixed8Number 563/256
     curve.push_back(0x33);
     curve.push_back(0);
@@ -63,14 +59,14 @@ inline std::vector<u8> AdobeRgbProfile() {
     std::vector<u8> description;
     const std::string name = "Adobe RGB (1998) test profile";
     PutTag(description, "desc");
-    Put32(description, 0);
-    Put32(description, static_cast<u32>(name.size() + 1));
+    PutBigEndian(description, 0);
+    PutBigEndian(description, static_cast<u32>(name.size() + 1));
     Append(description, name);
     description.push_back(0);
     description.resize(description.size() + 4 + 4 + 2 + 1 + 67, 0); // no Unicode, no ScriptCode
     std::vector<u8> copyright;
     PutTag(copyright, "text");
-    Put32(copyright, 0);
+    PutBigEndian(copyright, 0);
     const std::string notice = "No copyright, test data";
     Append(copyright, notice);
     copyright.push_back(0);
@@ -91,16 +87,16 @@ inline std::vector<u8> AdobeRgbProfile() {
     u32 offset = 128 + 4 + static_cast<u32>(tags.size()) * 12;
     for (const auto& [signature, bytes] : tags) {
         PutTag(table, signature);
-        Put32(table, offset + static_cast<u32>(data.size()));
-        Put32(table, static_cast<u32>(bytes.size()));
+        PutBigEndian(table, offset + static_cast<u32>(data.size()));
+        PutBigEndian(table, static_cast<u32>(bytes.size()));
         Append(data, bytes);
         data.resize((data.size() + 3) / 4 * 4, 0);
     }
 
     std::vector<u8> profile;
-    Put32(profile, offset + static_cast<u32>(data.size()));
-    Put32(profile, 0);          // preferred colour engine
-    Put32(profile, 0x02100000); // version 2.1
+    PutBigEndian(profile, offset + static_cast<u32>(data.size()));
+    PutBigEndian(profile, 0);          // preferred colour engine
+    PutBigEndian(profile, 0x02100000); // version 2.1
     PutTag(profile, "mntr");
     PutTag(profile, "RGB ");
     PutTag(profile, "XYZ ");
@@ -109,13 +105,13 @@ inline std::vector<u8> AdobeRgbProfile() {
         profile.push_back(static_cast<u8>(field));
     }
     PutTag(profile, "acsp");
-    profile.resize(64, 0); // platform, flags, maker, model, attributes
-    Put32(profile, 0);     // perceptual
-    Put32(profile, Fixed(0.9642));
-    Put32(profile, Fixed(1.0));
-    Put32(profile, Fixed(0.8249));
+    profile.resize(64, 0);    // platform, flags, maker, model, attributes
+    PutBigEndian(profile, 0); // perceptual
+    PutBigEndian(profile, Fixed(0.9642));
+    PutBigEndian(profile, Fixed(1.0));
+    PutBigEndian(profile, Fixed(0.8249));
     profile.resize(128, 0);
-    Put32(profile, static_cast<u32>(tags.size()));
+    PutBigEndian(profile, static_cast<u32>(tags.size()));
     Append(profile, table);
     Append(profile, data);
     return profile;

@@ -10,6 +10,7 @@
 #include <vips/vips8>
 
 #include "image/Codec.h"
+#include "support/BigEndian.h"
 #include "support/Files.h"
 
 namespace testutil {
@@ -77,11 +78,6 @@ inline u32 Crc32(const u8* data, size_t size, u32 crc = 0) {
             crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1)));
     }
     return ~crc;
-}
-
-inline void PutBigEndian(std::vector<u8>& out, u32 v) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<u8>(v >> shift));
 }
 
 inline void AppendChunk(std::vector<u8>& png, const char type[4], const std::vector<u8>& data) {
