@@ -6,6 +6,7 @@
 #include <string>
 
 #include "batch/Setting.h"
+#include "batch/SubFolderRule.h"
 #include "foundation/HexColor.h"
 #include "foundation/Numbers.h"
 #include "foundation/ResString.h"
@@ -161,7 +162,7 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
         return true;
     }
     if (name == L"subfolder") {
-        if (value.empty())
+        if (SubFolderProblem(value) != 0)
             return false;
         out.subFolder = value;
         return true;
@@ -237,6 +238,9 @@ bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
         }
         if (!ParseValue(name, value, out)) {
             error = Message(strid::kBadOptionValue, L"--" + name + L"=" + value);
+            // A sub-folder is refused with the reason, which the value alone does not show.
+            if (const u32 problem = name == L"subfolder" ? SubFolderProblem(value) : 0)
+                error += L"\n" + Message(problem, value);
             return false;
         }
     }

@@ -7,6 +7,7 @@
 
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
+#include "batch/SubFolderRule.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/HexColor.h"
 #include "image/NamedShrink.h"
@@ -86,8 +87,11 @@ void ReadSubFolder(CMainView& view) {
     std::wstring text;
     if (!control || !CMainView::ReadComboText(control, text))
         throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(ctl::kSubFolder));
-    if (text.empty())
+    // Refused here, before it is stored: the same value would send every later batch there.
+    if (const u32 problem = SubFolderProblem(text); problem == strid::kEmptySubFolder)
         throw my::CCtrlException(control, strid::kEmptySubFolder);
+    else if (problem != 0)
+        throw my::CCtrlException(control, static_cast<i32>(problem), text);
     CHistoryList& folders = TheSetting().subFolders;
     folders.Add(text);
     auto* combo = qobject_cast<QComboBox*>(control);

@@ -2,6 +2,7 @@
 #include "batch/LunavexTask.h"
 
 #include "batch/Setting.h"
+#include "batch/SubFolderRule.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
 #include "foundation/Paths.h"
@@ -49,6 +50,14 @@ void CLunavexTask::Init(const std::wstring& input, const std::wstring& output,
     outputFolder = output.substr(0, AfterLastSeparator(output));
 }
 
+void CLunavexTask::SetOutputPlace(const std::wstring& base, const std::vector<std::wstring>& names,
+                                  const std::vector<FolderId>& seen) {
+    outputBase_ = base;
+    outputNames_ = names;
+    outputSeen_ = seen;
+    planned_ = true;
+}
+
 void CLunavexTask::SetShrink(const ShrinkSettings& settings) {
     shrinkStep.SetSettings(settings);
 }
@@ -77,6 +86,9 @@ HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
 
 void CLunavexTask::Run() {
     Convert();
+    // The folder stays open only for a save still to come.
+    if (!deferSave || errorId != 0)
+        outputDir_.Close();
     if (client)
         client->OnTaskFinished(shared_from_this());
 }
@@ -86,13 +98,8 @@ void CLunavexTask::Convert() {
         Fail(strid::kNoSaveFormat, 0);
         return;
     }
-    i32 folderCode = CreateFolderTree(outputFolder);
-    if (folderCode != 0) {
-        HResult code = ResultFromWin32(folderCode);
-        errorId = strid::kCreateFolderFailed;
-        FormatResString(errorText, strid::kCreateFolderFailed, {ResultText(code), outputFolder});
+    if (!OpenOutputFolder())
         return;
-    }
     if (!keepsImages && ConvertStreamed())
         return;
     CDibPtr image;
@@ -174,9 +181,50 @@ void CLunavexTask::SaveEncoded() {
     std::vector<u8>().swap(encoded);
 }
 
+bool CLunavexTask::OpenOutputFolder() {
+    i32 code = 0;
+    if (planned_) {
+        code = OpenFolderChain(outputBase_, outputNames_, outputSeen_, outputDir_);
+    } else {
+        code = outputFolder.empty() ? 0 : CreateFolderTree(outputFolder);
+        if (code == 0)
+            code = OpenFolderChain(outputFolder, {}, {}, outputDir_);
+    }
+    if (code == kFolderChanged) {
+        errorId = strid::kOutputFolderChanged;
+        FormatResString(errorText, strid::kOutputFolderChanged, {outputFolder});
+        return false;
+    }
+    if (code != 0) {
+        errorId = strid::kCreateFolderFailed;
+        FormatResString(errorText, strid::kCreateFolderFailed,
+                        {ResultText(ResultFromWin32(code)), outputFolder});
+        return false;
+    }
+    return true;
+}
+
 void CLunavexTask::Save(const std::vector<u8>* bytes) {
-    const HResult code = bytes ? saver->WriteEncoded(*bytes, outputFile, replaceExisting)
-                               : saver->SaveDib(*result, true, outputFile, replaceExisting);
+    std::vector<u8> own;
+    HResult code = 0;
+    if (!bytes) {
+        code = saver->EncodeDib(*result, true, own);
+        bytes = &own;
+    }
+    if (Succeeded(code) && !outputDir_.Valid() && !OpenOutputFolder())
+        return;
+    if (Succeeded(code)) {
+        // Written into the folder the conversion opened, whatever its path leads to meanwhile;
+        // a link standing under the output's name is replaced, never written through.
+        AtomicWriteOptions options;
+        options.replaceExisting = replaceExisting;
+        options.beforeReplace = beforeReplace;
+        const std::string name =
+            ToFileSystemPath(outputFile.substr(AfterLastSeparator(outputFile)));
+        code = ResultFromWin32(
+            WriteFileAtomicallyAt(outputDir_.Get(), name, bytes->data(), bytes->size(), options));
+    }
+    outputDir_.Close();
     if (code == ResultFromWin32(win32::kFileExists)) {
         errorId = strid::kOutputAppeared;
         FormatResString(errorText, strid::kOutputAppeared, {outputFile});
@@ -257,8 +305,11 @@ void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings) {
     std::wstring subFolder =
         settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
-    if (subFolder.empty())
+    if (const u32 problem = SubFolderProblem(subFolder); problem == strid::kEmptySubFolder)
         throw my::CCtrlException(CtrlForId(kSubFolderControl), strid::kEmptySubFolder);
+    else if (problem != 0)
+        throw my::CCtrlException(CtrlForId(kSubFolderControl), static_cast<i32>(problem),
+                                 subFolder);
     size_t nameStart = AfterLastSeparator(sourcePath);
     std::wstring fileName = sourcePath.substr(nameStart);
     if (fileName.empty())

@@ -1,6 +1,7 @@
 // lvx::CLunavexTask: one file's road from the source to the output file, and what came of it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,8 @@
 #include <boost/shared_ptr.hpp>
 
 #include "batch/CanTerminate.h"
+#include "foundation/FileIo.h"
+#include "foundation/FolderChain.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 #include "image/PreviewSource.h"
@@ -47,6 +50,12 @@ public:
     void SetRound(const RoundSettings& settings);
     // The largest source, in pixels, that the load accepts; a larger one fails before decoding.
     void SetMaxPixels(u32 maxPixels);
+    // Where the plan saw the output folder: the source's folder (empty for the working folder),
+    // the names of the sub-folder below it, and the identities of the folders that existed. The
+    // save writes only into that folder, reached again without following a link; a task set up
+    // without it makes its output folder by its path.
+    void SetOutputPlace(const std::wstring& base, const std::vector<std::wstring>& names,
+                        const std::vector<FolderId>& seen);
 
     HResult PrepareBmpEncoder();
     HResult PrepareJpegEncoder(u32 quality);
@@ -101,6 +110,9 @@ public:
     // that writes the files of several tasks in their order (SaveEncoded).
     bool deferSave = false;
     std::vector<u8> encoded;
+    // Called once the output is written and synced, before it takes its name; false stops the
+    // save there, as a crash would (for tests).
+    std::function<bool()> beforeReplace;
     // Writes what a streamed task with deferSave kept, with the failures of a save; nothing for
     // a task that failed or kept nothing.
     void SaveEncoded();
@@ -110,12 +122,21 @@ private:
     void FailLoad(HResult code, const Size& declared);
     // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
     void Save(const std::vector<u8>* bytes);
+    // Opens the output folder (made where missing) for the save; false with the failure set.
+    bool OpenOutputFolder();
+
+    std::wstring outputBase_;
+    std::vector<std::wstring> outputNames_;
+    std::vector<FolderId> outputSeen_;
+    bool planned_ = false;
+    // The output folder from the start of the conversion to the end of the save.
+    CFileDescriptor outputDir_;
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of
-// the source and the extension of the save type. Throws my::CCtrlException strid::kEmptySubFolder
-// (control 165) for an empty sub-folder name and my::CException strid::kBadFilePath for a source
-// with no file name.
+// the source and the extension of the save type. Throws my::CCtrlException (control 165) with the
+// id of SubFolderProblem for a sub-folder that breaks its rule, and my::CException
+// strid::kBadFilePath for a source with no file name.
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings);
 
 } // namespace lvx

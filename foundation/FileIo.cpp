@@ -2,15 +2,18 @@
 #include "foundation/FileIo.h"
 
 #include <atomic>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <mutex>
 #include <set>
-#include <signal.h>
 #include <string_view>
+#include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,8 +22,14 @@
 
 namespace {
 
-constexpr std::string_view kTempPrefix = ".lvx";
+// A temporary file that has to carry a name is ".lvx-<16 hex digits>-<inode>.tmp": the digits are
+// random, and the inode is the file's own, so that no file of a user's matches the form by
+// accident (a copy of such a file has another inode). Its writer holds an flock on it from before
+// the name exists until the file has taken its final name, so that a sweep tells a live file from
+// a leftover in any process, in any PID namespace.
+constexpr std::string_view kTempPrefix = ".lvx-";
 constexpr std::string_view kTempSuffix = ".tmp";
+constexpr std::size_t kTokenDigits = 16;
 // The kernel's own limit on a chain of links.
 constexpr int kMostLinks = 40;
 
@@ -30,67 +39,174 @@ std::string FolderOf(const std::string& path) {
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// The pid of a temporary file's name ".lvx<pid>-<n>.tmp"; 0 when the name is not of that form.
-pid_t PidOfTemporaryName(std::string_view name) {
+// The inode that a temporary file's name records; 0 when the name is not of that form.
+u64 InodeOfTemporaryName(std::string_view name) {
     if (!name.starts_with(kTempPrefix) || !name.ends_with(kTempSuffix))
         return 0;
     name.remove_prefix(kTempPrefix.size());
     name.remove_suffix(kTempSuffix.size());
-    const std::size_t dash = name.find('-');
-    if (dash == 0 || dash == std::string_view::npos || dash + 1 == name.size() || dash > 9)
+    if (name.size() < kTokenDigits + 2 || name.size() > kTokenDigits + 21 ||
+        name[kTokenDigits] != '-')
         return 0;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        if (i != dash && (name[i] < '0' || name[i] > '9'))
+    for (std::size_t i = 0; i < kTokenDigits; ++i) {
+        if (!std::isxdigit(static_cast<unsigned char>(name[i])))
             return 0;
     }
-    pid_t pid = 0;
-    for (std::size_t i = 0; i < dash; ++i)
-        pid = pid * 10 + (name[i] - '0');
-    return pid;
+    u64 inode = 0;
+    for (std::size_t i = kTokenDigits + 1; i < name.size(); ++i) {
+        if (name[i] < '0' || name[i] > '9')
+            return 0;
+        inode = inode * 10 + static_cast<u64>(name[i] - '0');
+    }
+    return inode;
 }
 
-bool ProcessIsGone(pid_t pid) {
-    return ::kill(pid, 0) != 0 && errno == ESRCH;
+std::string TemporaryName(u64 inode) {
+    u64 token = 0;
+    if (::getrandom(&token, sizeof token, 0) != sizeof token) {
+        static std::atomic<u64> counter{0};
+        token = (static_cast<u64>(::getpid()) << 32) ^ counter.fetch_add(1) ^
+                static_cast<u64>(::time(nullptr));
+    }
+    char digits[kTokenDigits + 1];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(token));
+    return std::string(kTempPrefix) + digits + "-" + std::to_string(inode) +
+           std::string(kTempSuffix);
 }
 
-// Folders whose leftovers this process has already removed: once per folder is enough, since a
-// process that dies later leaves its files to the next run, and a batch of thousands of files
-// into one folder must not read that folder thousands of times.
-std::mutex g_sweptMutex;
-std::set<std::string> g_swept;
+// Files that are sources of this process's run: never swept, whatever their names.
+std::mutex g_sweepMutex;
+std::set<std::pair<u64, u64>> g_kept;
+// Folders (device, inode) whose leftovers this process has already removed: once per folder is
+// enough, since a process that dies later leaves its files to the next run, and a batch of
+// thousands of files into one folder must not read that folder thousands of times.
+std::set<std::pair<u64, u64>> g_swept;
 
-void SweepOnce(const std::string& folder) {
+bool IsKept(const struct stat& info) {
+    std::lock_guard lock(g_sweepMutex);
+    return g_kept.contains({static_cast<u64>(info.st_dev), static_cast<u64>(info.st_ino)});
+}
+
+// Removes the leftovers of folder: regular files of this user named as temporary files, whose
+// recorded inode is their own, with one link, no source of the run, and no writer holding them.
+void SweepFolder(int folder) {
+    const int readable = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (readable < 0)
+        return;
+    DIR* dir = ::fdopendir(readable);
+    if (!dir) {
+        ::close(readable);
+        return;
+    }
+    while (const dirent* entry = ::readdir(dir)) {
+        const u64 inode = InodeOfTemporaryName(entry->d_name);
+        struct stat info {};
+        if (inode == 0 || ::fstatat(folder, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+            continue;
+        if (!S_ISREG(info.st_mode) || static_cast<u64>(info.st_ino) != inode ||
+            info.st_uid != ::geteuid() || info.st_nlink != 1 || IsKept(info))
+            continue;
+        CFileDescriptor fd(
+            ::openat(folder, entry->d_name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        struct stat opened {};
+        if (!fd.Valid() || ::fstat(fd.Get(), &opened) != 0 || opened.st_ino != info.st_ino ||
+            opened.st_dev != info.st_dev)
+            continue;
+        // A live writer holds the lock until its file has its final name.
+        if (::flock(fd.Get(), LOCK_EX | LOCK_NB) != 0)
+            continue;
+        struct stat again {};
+        if (::fstatat(folder, entry->d_name, &again, AT_SYMLINK_NOFOLLOW) == 0 &&
+            again.st_ino == info.st_ino && again.st_dev == info.st_dev)
+            ::unlinkat(folder, entry->d_name, 0);
+    }
+    ::closedir(dir);
+}
+
+void SweepOnce(int folder) {
+    struct stat info {};
+    if (::fstat(folder, &info) != 0)
+        return;
     {
-        std::lock_guard lock(g_sweptMutex);
-        if (!g_swept.insert(folder).second)
+        std::lock_guard lock(g_sweepMutex);
+        if (!g_swept.insert({static_cast<u64>(info.st_dev), static_cast<u64>(info.st_ino)}).second)
             return;
     }
-    RemoveStaleTemporaryFiles(FromFileSystemPath(folder.empty() ? std::string(".") : folder));
+    SweepFolder(folder);
 }
 
-// A temporary file in folder, created exclusively: an existing name, even a link, is never opened.
-i32 CreateTemporary(const std::string& folder, unsigned mode, std::string& name,
-                    CFileDescriptor& fd) {
-    static std::atomic<u32> counter{0};
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        name = folder + std::string(kTempPrefix) + std::to_string(::getpid()) + "-" +
-               std::to_string(counter.fetch_add(1)) + std::string(kTempSuffix);
-        fd = CFileDescriptor(
-            ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+// A file for the new contents in folder, locked by this process. Where the file system allows it
+// the file has no name at all until it is complete (named false), so that a run that is killed
+// leaves nothing behind. Elsewhere it is made exclusively under a name of the temporary form.
+i32 CreateTemporary(int folder, unsigned mode, CFileDescriptor& fd, std::string& name,
+                    bool allowUnnamed) {
+    name.clear();
+    if (allowUnnamed) {
+        fd = CFileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
         if (fd.Valid())
-            return 0;
-        if (errno != EEXIST)
+            return ::flock(fd.Get(), LOCK_EX) == 0 ? 0 : LastWin32Error();
+        if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT)
             return LastWin32Error();
+    }
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        // Made under a name of no sweepable form, locked, then named after its inode.
+        const std::string first = TemporaryName(0);
+        fd = CFileDescriptor(::openat(folder, first.c_str(),
+                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        if (!fd.Valid() && errno == EEXIST)
+            continue;
+        if (!fd.Valid())
+            return LastWin32Error();
+        struct stat info {};
+        if (::flock(fd.Get(), LOCK_EX) != 0 || ::fstat(fd.Get(), &info) != 0) {
+            const i32 code = LastWin32Error();
+            ::unlinkat(folder, first.c_str(), 0);
+            return code;
+        }
+        name = TemporaryName(static_cast<u64>(info.st_ino));
+        if (::renameat2(folder, first.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0)
+            return 0;
+        const i32 code = LastWin32Error();
+        ::unlinkat(folder, first.c_str(), 0);
+        return code;
     }
     return win32::kAlreadyExists;
 }
 
+// Gives an unnamed file the name `name` in folder; EEXIST when the name is taken.
+bool LinkUnnamed(int fd, int folder, const std::string& name) {
+    const std::string self = "/proc/self/fd/" + std::to_string(fd);
+    if (::linkat(AT_FDCWD, self.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return true;
+    if (errno == ENOENT && ::access("/proc/self/fd", F_OK) != 0)
+        return ::linkat(fd, "", folder, name.c_str(), AT_EMPTY_PATH) == 0;
+    return false;
+}
+
 // Gives the finished temporary file the target's name. Without replace the kernel refuses, in the
-// rename itself, a name that is taken, so that nothing made meanwhile is ever replaced.
-i32 PutInPlace(const std::string& temporary, const std::string& target, bool replace) {
+// rename or the link itself, a name that is taken, so that nothing made meanwhile is ever
+// replaced. An unnamed file that must replace a file is first linked under a temporary name.
+i32 PutInPlace(int fd, int folder, std::string& temporary, const std::string& target,
+               bool replace) {
+    if (temporary.empty()) {
+        if (!replace) {
+            if (LinkUnnamed(fd, folder, target))
+                return 0;
+            return errno == EEXIST ? win32::kFileExists : LastWin32Error();
+        }
+        struct stat info {};
+        if (::fstat(fd, &info) != 0)
+            return LastWin32Error();
+        const std::string name = TemporaryName(static_cast<u64>(info.st_ino));
+        if (!LinkUnnamed(fd, folder, name))
+            return LastWin32Error();
+        temporary = name;
+    }
     if (replace)
-        return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : LastWin32Error();
-    if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
+        return ::renameat(folder, temporary.c_str(), folder, target.c_str()) == 0
+                   ? 0
+                   : LastWin32Error();
+    if (::renameat2(folder, temporary.c_str(), folder, target.c_str(), RENAME_NOREPLACE) == 0)
         return 0;
     if (errno == EEXIST)
         return win32::kFileExists;
@@ -98,17 +214,41 @@ i32 PutInPlace(const std::string& temporary, const std::string& target, bool rep
         return LastWin32Error();
     // A file system that cannot refuse inside the rename: the name is looked at just before it.
     struct stat taken {};
-    if (::lstat(target.c_str(), &taken) == 0)
+    if (::fstatat(folder, target.c_str(), &taken, AT_SYMLINK_NOFOLLOW) == 0)
         return win32::kFileExists;
-    return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : LastWin32Error();
+    return ::renameat(folder, temporary.c_str(), folder, target.c_str()) == 0 ? 0
+                                                                              : LastWin32Error();
 }
 
-void SyncFolder(const std::string& folder) {
-    CFileDescriptor dir(
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot sync a folder; the file itself is on the disk already.
-    if (dir.Valid())
-        ::fsync(dir.Get());
+// One attempt at the write; an unnamed file that cannot be given a name asks for a named one.
+i32 WriteOnce(int folder, const std::string& name, const u8* data, std::size_t size,
+              const AtomicWriteOptions& options, bool allowUnnamed, bool& wantNamed) {
+    wantNamed = false;
+    std::string temporary;
+    CFileDescriptor fd;
+    if (i32 code = CreateTemporary(folder, options.newFileMode, fd, temporary, allowUnnamed))
+        return code;
+    // The new file keeps the permissions of the file it replaces (not those of a link's target).
+    struct stat old {};
+    if (::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode))
+        ::fchmod(fd.Get(), old.st_mode & 07777);
+    i32 code = WriteAll(fd.Get(), data, size);
+    if (code == 0 && ::fsync(fd.Get()) != 0)
+        code = LastWin32Error();
+    if (code == 0 && options.beforeReplace && !options.beforeReplace())
+        return win32::kOperationAborted;
+    const bool unnamed = temporary.empty();
+    if (code == 0)
+        code = PutInPlace(fd.Get(), folder, temporary, name, options.replaceExisting);
+    if (code != 0 && unnamed && temporary.empty() && code != win32::kFileExists && allowUnnamed) {
+        // No way to name an unnamed file here (no /proc): the next attempt makes a named one.
+        wantNamed = true;
+    }
+    if (code != 0 && !temporary.empty())
+        ::unlinkat(folder, temporary.c_str(), 0);
+    if (i32 closed = fd.Close(); code == 0)
+        code = closed;
+    return code;
 }
 
 } // namespace
@@ -244,49 +384,44 @@ i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t si
             return code;
     }
     const std::string target = ToFileSystemPath(targetPath);
-    const std::string folder = FolderOf(target);
-    SweepOnce(folder);
+    const std::string folderPath = FolderOf(target);
+    CFileDescriptor folder(
+        ::open(folderPath.empty() ? "." : folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.Valid())
+        return LastWin32Error();
+    return WriteFileAtomicallyAt(folder.Get(), target.substr(folderPath.size()), data, size,
+                                 options);
+}
 
-    std::string temporary;
-    CFileDescriptor fd;
-    if (i32 code = CreateTemporary(folder, options.newFileMode, temporary, fd))
+i32 WriteFileAtomicallyAt(int folder, const std::string& name, const u8* data, std::size_t size,
+                          const AtomicWriteOptions& options) {
+    if (name.empty() || name.find('/') != std::string::npos)
+        return win32::kInvalidParameter;
+    SweepOnce(folder);
+    bool wantNamed = false;
+    i32 code = WriteOnce(folder, name, data, size, options, true, wantNamed);
+    if (wantNamed)
+        code = WriteOnce(folder, name, data, size, options, false, wantNamed);
+    if (code != 0)
         return code;
-    // The new file keeps the permissions of the file it replaces (not those of a link's target).
-    struct stat old {};
-    if (::lstat(target.c_str(), &old) == 0 && S_ISREG(old.st_mode))
-        ::fchmod(fd.Get(), old.st_mode & 07777);
-    i32 code = WriteAll(fd.Get(), data, size);
-    if (code == 0 && ::fsync(fd.Get()) != 0)
-        code = LastWin32Error();
-    if (i32 closed = fd.Close(); code == 0)
-        code = closed;
-    if (code == 0 && options.beforeReplace && !options.beforeReplace())
-        return win32::kOperationAborted;
-    if (code == 0)
-        code = PutInPlace(temporary, target, options.replaceExisting);
-    if (code != 0) {
-        ::unlink(temporary.c_str());
-        return code;
-    }
-    // The rename itself lasts only once the folder that holds the name is synced.
-    SyncFolder(folder);
+    // The new name itself lasts only once the folder that holds it is synced. Some file systems
+    // cannot sync a folder; the file itself is on the disk already.
+    ::fsync(folder);
     return 0;
 }
 
-void RemoveStaleTemporaryFiles(const std::wstring& folder) {
-    DIR* dir = ::opendir(ToFileSystemPath(folder).c_str());
-    if (!dir)
+void KeepFromSweeps(const std::wstring& path) {
+    struct stat info {};
+    if (::stat(ToFileSystemPath(path).c_str(), &info) != 0)
         return;
-    const int dirFd = ::dirfd(dir);
-    while (const dirent* entry = ::readdir(dir)) {
-        const pid_t pid = PidOfTemporaryName(entry->d_name);
-        if (pid <= 0 || !ProcessIsGone(pid))
-            continue;
-        struct stat info {};
-        if (::fstatat(dirFd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0)
-            continue;
-        if (S_ISREG(info.st_mode) && info.st_uid == ::geteuid())
-            ::unlinkat(dirFd, entry->d_name, 0);
-    }
-    ::closedir(dir);
+    std::lock_guard lock(g_sweepMutex);
+    g_kept.insert({static_cast<u64>(info.st_dev), static_cast<u64>(info.st_ino)});
+}
+
+void RemoveStaleTemporaryFiles(const std::wstring& folder) {
+    const std::string path = ToFileSystemPath(folder);
+    CFileDescriptor dir(
+        ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (dir.Valid())
+        SweepFolder(dir.Get());
 }

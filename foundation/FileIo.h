@@ -69,15 +69,27 @@ struct AtomicWriteOptions {
     bool replaceExisting = true;
 };
 
-// Replaces the file at path as a whole: a temporary file ".lvx<pid>-<n>.tmp" is created
-// exclusively in the target's folder (never through a link), written, synced, renamed over the
-// target (or, without replaceExisting, put under a name that is still free), and the folder is
-// synced so that the rename lasts. The target is either the old file or the whole new one. Before
-// the first write into a folder, the temporary files that dead processes left in it are removed. 0
-// or the Win32 code; 995 when beforeReplace said no.
+// Replaces the file at path as a whole: the new contents go into a file of the target's folder
+// (never through a link) that has no name while it is written where the file system allows it,
+// else a name of the form ".lvx-<16 hex digits>-<its inode>.tmp" that no file of a user's takes by
+// accident; it is written, synced, and given the target's name (renamed over it or, without
+// replaceExisting, put under a name that is still free), and the folder is synced so that the
+// new name lasts. The target is either the old file or the whole new one. The writer holds an
+// flock on its file until the file has its final name. Before the first write into a folder, the
+// leftovers of writers that are gone are removed (see RemoveStaleTemporaryFiles). 0 or the Win32
+// code; 995 when beforeReplace said no.
 i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t size,
                         const AtomicWriteOptions& options = {});
+// The same into the open folder `folder` under name, a single component: the folder is the one
+// the descriptor holds, wherever its path leads meanwhile. throughLinks is not looked at.
+i32 WriteFileAtomicallyAt(int folder, const std::string& name, const u8* data, std::size_t size,
+                          const AtomicWriteOptions& options = {});
 
-// Removes from folder the regular files named ".lvx<pid>-<n>.tmp" whose process no longer
-// exists. Files of live processes, of other users and any other names stay.
+// Removes from folder the leftovers of atomic writes: regular files of this user named
+// ".lvx-<16 hex digits>-<inode>.tmp" whose inode is the one the name records, with a single link,
+// that no live writer holds locked and that are no file given to KeepFromSweeps. Anything else
+// stays, whatever its name.
 void RemoveStaleTemporaryFiles(const std::wstring& folder);
+// The file at path (links followed) is never removed by a sweep of this process: a source of the
+// run may carry any name.
+void KeepFromSweeps(const std::wstring& path);

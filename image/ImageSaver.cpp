@@ -104,6 +104,14 @@ HResult CImageSaver::SelectEncoder(const std::wstring& mimeType) {
 
 HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path,
                              bool replaceExisting) const {
+    std::vector<u8> bytes;
+    HResult result = EncodeDib(dib, keepAlpha, bytes);
+    if (Failed(result))
+        return result;
+    return WriteEncoded(bytes, path, replaceExisting);
+}
+
+HResult CImageSaver::EncodeDib(const CDib& dib, bool keepAlpha, std::vector<u8>& bytes) const {
     const EncoderEntry* encoder = nullptr;
     for (const EncoderEntry& entry : kEncoders) {
         if (entry.clsid == clsid)
@@ -112,7 +120,7 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     if (!encoder || !IsDib32(dib))
         return hr::kFail;
 
-    std::vector<u8> bytes;
+    bytes.clear();
     HResult result = hr::kFail;
     try {
         switch (encoder->format) {
@@ -137,9 +145,7 @@ HResult CImageSaver::SaveDib(const CDib& dib, bool keepAlpha, const std::wstring
     } catch (const std::bad_alloc&) {
         return hr::kOutOfMemory;
     }
-    if (Failed(result))
-        return result;
-    return WriteEncoded(bytes, path, replaceExisting);
+    return result;
 }
 
 bool CImageSaver::StreamsRows(StreamOutput& output) const {

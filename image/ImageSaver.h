@@ -92,6 +92,9 @@ public:
     HResult SaveDib(const CDib& dib, bool keepAlpha, const std::wstring& path,
                     bool replaceExisting = true) const;
 
+    // Encodes as SaveDib does, into bytes instead of a file.
+    HResult EncodeDib(const CDib& dib, bool keepAlpha, std::vector<u8>& bytes) const;
+
     // Whether the selected encoder takes a stream of rows (JPEG and PNG do; BMP does not), with
     // the format and the JPEG quality set in output.
     bool StreamsRows(StreamOutput& output) const;
