@@ -221,8 +221,8 @@ void CLunavexTask::Save(const std::vector<u8>* bytes) {
         options.beforeReplace = beforeReplace;
         const std::string name =
             ToFileSystemPath(outputFile.substr(AfterLastSeparator(outputFile)));
-        code = ResultFromWin32(
-            WriteFileAtomicallyAt(outputDir_.Get(), name, bytes->data(), bytes->size(), options));
+        code = ResultFromWin32(WriteFileAtomicallyAt(outputDir_.Get(), outputFolder, name,
+                                                     bytes->data(), bytes->size(), options));
     }
     outputDir_.Close();
     if (code == ResultFromWin32(win32::kFileExists)) {

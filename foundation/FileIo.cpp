@@ -15,6 +15,7 @@
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "foundation/Paths.h"
@@ -77,10 +78,11 @@ std::string TemporaryName(u64 inode) {
 // Files that are sources of this process's run: never swept, whatever their names.
 std::mutex g_sweepMutex;
 std::set<std::pair<u64, u64>> g_kept;
-// Folders (device, inode) whose leftovers this process has already removed: once per folder is
-// enough, since a process that dies later leaves its files to the next run, and a batch of
-// thousands of files into one folder must not read that folder thousands of times.
-std::set<std::pair<u64, u64>> g_swept;
+// Folders (path, device, inode) whose leftovers this process has already removed: once per folder
+// is enough, since a process that dies later leaves its files to the next run, and a batch of
+// thousands of files into one folder must not read that folder thousands of times. The path is
+// part of the key because a file system may give a new folder the inode of one just removed.
+std::set<std::tuple<std::string, u64, u64>> g_swept;
 
 bool IsKept(const struct stat& info) {
     std::lock_guard lock(g_sweepMutex);
@@ -123,13 +125,14 @@ void SweepFolder(int folder) {
     ::closedir(dir);
 }
 
-void SweepOnce(int folder) {
+void SweepOnce(int folder, const std::string& path) {
     struct stat info {};
     if (::fstat(folder, &info) != 0)
         return;
     {
         std::lock_guard lock(g_sweepMutex);
-        if (!g_swept.insert({static_cast<u64>(info.st_dev), static_cast<u64>(info.st_ino)}).second)
+        if (!g_swept.emplace(path, static_cast<u64>(info.st_dev), static_cast<u64>(info.st_ino))
+                 .second)
             return;
     }
     SweepFolder(folder);
@@ -389,15 +392,15 @@ i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t si
         ::open(folderPath.empty() ? "." : folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.Valid())
         return LastWin32Error();
-    return WriteFileAtomicallyAt(folder.Get(), target.substr(folderPath.size()), data, size,
-                                 options);
+    return WriteFileAtomicallyAt(folder.Get(), FromFileSystemPath(folderPath),
+                                 target.substr(folderPath.size()), data, size, options);
 }
 
-i32 WriteFileAtomicallyAt(int folder, const std::string& name, const u8* data, std::size_t size,
-                          const AtomicWriteOptions& options) {
+i32 WriteFileAtomicallyAt(int folder, const std::wstring& folderPath, const std::string& name,
+                          const u8* data, std::size_t size, const AtomicWriteOptions& options) {
     if (name.empty() || name.find('/') != std::string::npos)
         return win32::kInvalidParameter;
-    SweepOnce(folder);
+    SweepOnce(folder, ToFileSystemPath(folderPath));
     bool wantNamed = false;
     i32 code = WriteOnce(folder, name, data, size, options, true, wantNamed);
     if (wantNamed)

@@ -81,9 +81,10 @@ struct AtomicWriteOptions {
 i32 WriteFileAtomically(const std::wstring& path, const u8* data, std::size_t size,
                         const AtomicWriteOptions& options = {});
 // The same into the open folder `folder` under name, a single component: the folder is the one
-// the descriptor holds, wherever its path leads meanwhile. throughLinks is not looked at.
-i32 WriteFileAtomicallyAt(int folder, const std::string& name, const u8* data, std::size_t size,
-                          const AtomicWriteOptions& options = {});
+// the descriptor holds, wherever its path leads meanwhile. folderPath, the path it was opened by,
+// only tells whether its leftovers were removed already. throughLinks is not looked at.
+i32 WriteFileAtomicallyAt(int folder, const std::wstring& folderPath, const std::string& name,
+                          const u8* data, std::size_t size, const AtomicWriteOptions& options = {});
 
 // Removes from folder the leftovers of atomic writes: regular files of this user named
 // ".lvx-<16 hex digits>-<inode>.tmp" whose inode is the one the name records, with a single link,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,15 +64,13 @@ TEST(FileIoTest, AtomicWriteReplacesTheWholeFileAndLeavesNothingBeside) {
     EXPECT_NE(WriteAtomically(dir / "taken", "x"), 0);
     EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
 
-    // A write stopped before the rename leaves the old file and its temporary file.
+    // A write stopped before the rename leaves the old file and, its new file having no name
+    // yet, nothing beside it.
     AtomicWriteOptions stopped;
     stopped.beforeReplace = [] { return false; };
     EXPECT_EQ(WriteAtomically(dir / "b.bin", "never", stopped), win32::kOperationAborted);
     EXPECT_EQ(ReadText(dir / "b.bin"), "short");
-    std::vector<std::string> names = FileNames(dir.Path());
-    ASSERT_EQ(names.size(), 4u);
-    EXPECT_EQ(names[0].substr(0, 4), ".lvx");
-    EXPECT_EQ(ReadText(dir / names[0]), "never");
+    EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
 }
 
 TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
@@ -133,49 +132,61 @@ TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
     EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"folder", "link", "new.bin"}));
 }
 
-TEST(FileIoTest, LeftoversOfDeadProcessesGoAtTheFirstWriteIntoAFolder) {
+// Only files that an atomic write left go: named in its form with their own inode, one link, held
+// by no live writer and no source of the run. Files that merely look like them stay.
+TEST(FileIoTest, TheSweepRemovesOnlyWhatAWriterLeft) {
     CTempDir dir;
-    fs::create_directories(dir / "out");
-    fs::create_directories(dir / "elsewhere");
-    const pid_t dead = DeadPid();
-    const std::string mine = TempName(::getpid(), 999999);
-    WriteText(dir / "out" / TempName(dead, 0), "stale");
-    WriteText(dir / "out" / mine, "a live process's");
-    WriteText(dir / "out" / (".lvx" + std::to_string(dead) + "-x.tmp"), "another name");
-    WriteText(dir / "elsewhere" / "victim", "keep");
-    fs::create_symlink(dir / "elsewhere" / "victim", dir / "out" / TempName(dead, 1));
+    const fs::path out = dir / "out";
+    fs::create_directories(out);
+    const std::string stale = Leftover(out, "s");
+    const std::string held = Leftover(out, "h");
+    const std::string source = Leftover(out, "k");
+    CFileDescriptor writer(::open((out / held).c_str(), O_RDONLY));
+    ASSERT_EQ(::flock(writer.Get(), LOCK_EX), 0) << "as a live writer holds its file";
+    KeepFromSweeps(W(out / source));
+    const std::vector<std::string> lookalikes{
+        TempName(DeadPid(), 4),        // the form of a dead process's file, the name a user's
+        ".lvx-0123456789abcdef-1.tmp", // a wrong inode: a copy, or a user's
+        Numbered(".lvx-0123456789abcdef-", static_cast<long long>(InodeOf(out / stale)), ""),
+    };
+    for (const std::string& name : lookalikes)
+        WriteText(out / name, "mine");
+    const std::string linked = Leftover(out, "l");
+    fs::create_hard_link(out / linked, dir / "other-link");
+    WriteText(dir / "victim", "keep");
+    fs::create_symlink(dir / "victim", out / "link");
+    const std::string link =
+        Numbered(".lvx-0123456789abcdef-", static_cast<long long>(InodeOf(out / "link")), ".tmp");
+    fs::rename(out / "link", out / link);
 
-    ASSERT_EQ(WriteAtomically(dir / "out" / "a.png", "image"), 0);
-    std::vector<std::string> kept{".lvx" + std::to_string(dead) + "-x.tmp", TempName(dead, 1), mine,
-                                  "a.png"};
+    ASSERT_EQ(WriteAtomically(out / "a.png", "image"), 0);
+    std::vector<std::string> kept = lookalikes;
+    kept.insert(kept.end(), {held, source, linked, link, "a.png"});
     std::sort(kept.begin(), kept.end());
-    EXPECT_EQ(FileNames(dir / "out"), kept);
-    EXPECT_EQ(ReadText(dir / "elsewhere" / "victim"), "keep");
+    EXPECT_EQ(FileNames(out), kept);
+    for (const std::string& name : lookalikes)
+        EXPECT_EQ(ReadText(out / name), "mine");
+    EXPECT_EQ(ReadText(dir / "victim"), "keep");
 
-    // A save killed between writing and renaming leaves its temporary file; the next process
-    // that saves into the folder removes it.
-    fs::create_directories(dir / "round");
-    pid_t child = ::fork();
-    if (child == 0) {
-        AtomicWriteOptions killed;
-        killed.beforeReplace = [] {
-            ::_exit(7);
-            return true;
-        };
-        WriteAtomically(dir / "round" / "b.png", "half", killed);
-        ::_exit(0);
+    // A save killed between writing and naming leaves nothing, whether it replaces or not.
+    for (const bool replace : {false, true}) {
+        fs::create_directories(dir / "round");
+        pid_t child = ::fork();
+        if (child == 0) {
+            AtomicWriteOptions killed;
+            killed.replaceExisting = replace;
+            killed.beforeReplace = [] {
+                ::_exit(7);
+                return true;
+            };
+            WriteAtomically(dir / "round" / "b.png", "half", killed);
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7);
+        EXPECT_TRUE(FileNames(dir / "round").empty());
     }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status));
-    ASSERT_EQ(WEXITSTATUS(status), 7);
-    std::vector<std::string> left = FileNames(dir / "round");
-    ASSERT_EQ(left.size(), 1u);
-    EXPECT_TRUE(left[0].starts_with(".lvx" + std::to_string(child) + "-")) << left[0];
-
-    ASSERT_EQ(WriteAtomically(dir / "round" / "b.png", "whole"), 0);
-    EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"b.png"});
-    EXPECT_EQ(ReadText(dir / "round" / "b.png"), "whole");
 }
 
 TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {

@@ -152,7 +152,8 @@ TEST(ImageSaver, AnOutputFolderLosesDeadLeftoversAndLinksLeadNowhere) {
     ASSERT_EQ(saver.SelectEncoder(L"image/png"), hr::kOk);
     // What a save killed before its rename left goes; an output name that is a link to a file
     // elsewhere is replaced, not written through.
-    WriteText(dir.Path() / "round" / Numbered(".lvx", DeadPid(), "-0.tmp"), "left");
+    std::filesystem::create_directories(dir.Path() / "round");
+    Leftover(dir.Path() / "round", "x");
     const std::vector<u8> precious(7, 0x42);
     WriteBytes(dir.File("elsewhere/precious"), precious);
     std::filesystem::create_symlink(dir.Path() / "elsewhere" / "precious",

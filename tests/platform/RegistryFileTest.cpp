@@ -147,7 +147,7 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     // A process that dies between writing the temporary file and renaming it.
     EXPECT_EQ(DieBeforeTheRename(sandbox, 2), kDiedBeforeRename);
     EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
-    EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 1u);
+    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty()) << "an unnamed file leaves no name";
 
     // The same in this process: the write reports the failure, memory keeps the change pending.
     CRegistryFile store(sandbox.StoreFileW());
@@ -162,9 +162,7 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     EXPECT_EQ(store.Flush(), 0);
     CRegistryFile after(sandbox.StoreFileW());
     EXPECT_EQ(ReadDword(after, L"K", L"v"), 3u);
-    // The child's file and the stopped one of this process, which is still alive, stay until a
-    // later process writes here.
-    EXPECT_EQ(sandbox.FilesStartingWith(".lvx").size(), 2u);
+    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
 }
 
 TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {

@@ -2,6 +2,7 @@
 // read and written as bytes, the names in a folder, and a file-system path as a wide string.
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -77,6 +78,22 @@ inline std::string Numbered(const std::string& prefix, long long number,
     name += std::to_string(number);
     name += suffix;
     return name;
+}
+
+inline u64 InodeOf(const std::filesystem::path& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0 ? static_cast<u64>(info.st_ino) : 0;
+}
+
+// Writes text at folder/name and renames the file to the form of a temporary file that an atomic
+// write left: ".lvx-<16 hex digits>-<its inode>.tmp". Returns the new name.
+inline std::string Leftover(const std::filesystem::path& folder, const std::string& name,
+                            const std::string& text = "left") {
+    WriteText(folder / name, text);
+    const std::string leftover =
+        Numbered(".lvx-0123456789abcdef-", static_cast<long long>(InodeOf(folder / name)), ".tmp");
+    std::filesystem::rename(folder / name, folder / leftover);
+    return leftover;
 }
 
 // The names of the entries of a folder, sorted.
