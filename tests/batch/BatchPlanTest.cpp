@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+
 #include <map>
+#include <sys/stat.h>
 
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
 
@@ -47,6 +50,12 @@ protected:
         return files;
     }
 
+    static std::wstring Text(u32 id, const std::wstring& argument) {
+        std::wstring text;
+        FormatResString(text, id, {argument});
+        return text;
+    }
+
     testutil::CTempDir temp;
     const fs::path dir = temp.Path();
     CSetting settings;
@@ -73,11 +82,13 @@ TEST_F(BatchPlanTest, RefusesEveryOutputThatWouldReplaceASourceAndChangesNothing
     const fs::path c = Image("c.jpg");
     const auto before = Snapshot();
 
-    // "." as the sub-folder: a PNG's output is the source itself, under another spelling.
+    // A sub-folder that is a link to the source's own folder: a PNG's output is the source
+    // itself, under another spelling.
     settings.saveType = 1;
-    settings.subFolders.Add(L".");
+    settings.subFolders.Add(L"link");
+    fs::create_directory_symlink(dir, dir / "link");
     EXPECT_EQ(Refusal({a}), L"出力先が元のファイルと同じになるため中止しました\n\n元のファイル: " +
-                                W(a) + L"\n出力ファイル: " + W(dir) + L"/./a.png");
+                                W(a) + L"\n出力ファイル: " + W(dir) + L"/link/a.png");
 
     // A JPEG output that is the next source of the batch would replace it before it is read.
     settings.saveType = 2;
@@ -86,11 +97,7 @@ TEST_F(BatchPlanTest, RefusesEveryOutputThatWouldReplaceASourceAndChangesNothing
                   W(dir / "c.png") + L"\n出力先になる変換元のファイル: " + W(c));
     EXPECT_EQ(Refusal({c}).rfind(L"出力先が元のファイルと同じ", 0), 0u);
 
-    // The output folder reached through a link to the source's own folder.
-    settings.subFolders.Add(L"link");
-    fs::create_directory_symlink(dir, dir / "link");
     settings.saveType = 1;
-    EXPECT_EQ(Refusal({a}).rfind(L"出力先が元のファイルと同じ", 0), 0u);
     // The source reached through a link: the output is the file behind it.
     settings.subFolders.Add(L"round");
     fs::create_directories(dir / "round");
@@ -156,3 +163,88 @@ TEST_F(BatchPlanTest, NamesThatAreNotUtf8KeepTheirBytes) {
 }
 
 } // namespace
+
+// Where an output may go: a sub-folder of plain names below the source's folder, for a bare source
+// name too (below the working folder); anything else, and any source that is not a readable
+// regular file, is refused with its reason before anything is made.
+TEST_F(BatchPlanTest, OutputsStayInsideTheSourcesFolderAndOddSourcesAreRefused) {
+    const fs::path a = Image("a.png");
+    fs::create_directories(dir / "out");
+    fs::create_directory_symlink(dir / "out", dir / "away");
+    ::mkfifo((dir / "fifo.png").c_str(), 0600);
+    fs::create_symlink(dir / "nowhere.png", dir / "dangling.png");
+    const fs::path working = fs::current_path();
+    fs::current_path(dir);
+    const auto before = Snapshot();
+    const struct {
+        std::wstring subFolder;
+        u32 id;
+    } folders[] = {
+        {W(dir / "out"), strid::kSubFolderNotRelative},
+        {L"/", strid::kSubFolderNotRelative},
+        {L"..", strid::kSubFolderDotName},
+        {L"../out", strid::kSubFolderDotName},
+        {L"round/../../out", strid::kSubFolderDotName},
+        {L"a//b", strid::kSubFolderDotName},
+        {L"./round", strid::kSubFolderDotName},
+        {L"round/", strid::kSubFolderDotName},
+        {L"a\tb", strid::kSubFolderControlChar},
+        {std::wstring(256, L'n'), strid::kSubFolderNameTooLong},
+    };
+    for (const auto& c : folders) {
+        settings.subFolders.Add(c.subFolder);
+        EXPECT_EQ(Refusal({a}), Text(c.id, c.subFolder));
+        EXPECT_EQ(Refusal({"a.png"}), Text(c.id, c.subFolder));
+    }
+    // A link among the output folders is never followed, wherever it leads.
+    settings.subFolders.Add(L"away/deeper");
+    EXPECT_EQ(Refusal({a}), Text(strid::kOutputFolderIsLink, W(dir / "away")));
+
+    settings.subFolders.Add(L"round");
+    const struct {
+        fs::path source;
+        u32 id;
+    } sources[] = {{dir / "fifo.png", strid::kSourceNotRegular},
+                   {"/dev/null", strid::kSourceNotRegular},
+                   {dir / "dangling.png", strid::kSourceDanglingLink}};
+    for (const auto& c : sources)
+        EXPECT_EQ(Refusal({a, c.source}), Text(c.id, W(c.source)));
+    EXPECT_FALSE(fs::exists("/dev/round"));
+    EXPECT_EQ(Snapshot(), before);
+
+    EXPECT_EQ(Refusal({"a.png"}), L"");
+    ASSERT_EQ(planned.size(), 1u);
+    EXPECT_EQ(planned[0].task->outputFile, L"round/a.jpg");
+    fs::current_path(working);
+}
+
+// The save writes into the folder that the plan saw, reached again without following links: a
+// folder swapped for a link to the source's folder, before the conversion or during the save, never
+// leads the output over its source.
+TEST_F(BatchPlanTest, AnOutputFolderSwappedForALinkNeverLeadsTheSaveElsewhere) {
+    const fs::path a = Image("a.png");
+    const std::vector<u8> source = ReadBytes(a);
+    settings.saveType = 1;
+    fs::create_directories(dir / "round");
+    WriteText(dir / "round" / "a.png", "old output");
+    auto swap = [&] {
+        fs::rename(dir / "round", dir / "seen");
+        fs::create_directory_symlink(".", dir / "round");
+        return true;
+    };
+    for (const bool duringSave : {false, true}) {
+        ASSERT_EQ(Refusal({a}), L"");
+        lvx::AllowReplacing(planned);
+        lvx::CLunavexTask& task = *planned[0].task;
+        if (duringSave)
+            task.beforeReplace = swap;
+        else
+            swap();
+        task.Run();
+        EXPECT_EQ(ReadBytes(a), source);
+        EXPECT_EQ(task.errorId, duringSave ? 0 : static_cast<i32>(strid::kOutputFolderChanged));
+        EXPECT_EQ(ReadText(dir / "seen" / "a.png") == "old output", !duringSave);
+        fs::remove(dir / "round");
+        fs::rename(dir / "seen", dir / "round");
+    }
+}
