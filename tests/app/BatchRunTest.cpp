@@ -6,12 +6,15 @@
 #include <map>
 #include <sstream>
 
+#include <sys/stat.h>
+
 #include "app/BatchOptions.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
+#include "support/ChildProcess.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
 #include "support/ShellCommand.h"
@@ -72,7 +75,8 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     for (const char* bad :
          {"--quality=101", "--radius=-1", "--radius=.5", "--corners=top", "--background=FFF",
           "--format=gif", "--shrink=0", "--subfolder=", "--frobnicate", "-x", "--quality",
-          "--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257"}) {
+          "--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257", "--subfolder=/",
+          "--subfolder=/tmp/x", "--subfolder=../up", "--subfolder=a/./b"}) {
         lvx::BatchOptions options;
         std::wstring error;
         EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
@@ -82,6 +86,12 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     std::wstring error;
     lvx::ParseBatchOptions({"--frobnicate"}, options, error);
     EXPECT_EQ(error, L"不明なオプションです: --frobnicate");
+    // A sub-folder says why it is refused.
+    lvx::ParseBatchOptions({"--subfolder=../up"}, options, error);
+    EXPECT_EQ(
+        error,
+        L"オプションの値が不正です: --subfolder=../up\nサブフォルダー名に、空の名前、「.」、「..」"
+        L"は使えません (「/」の前後や連続した「//」を含みます)\n\n../up");
 }
 
 TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
@@ -132,14 +142,51 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 
+    // A pipe among the sources is refused before the files ahead of it are written.
+    ::mkfifo((dir / "b.png").c_str(), 0600);
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "b.png").string()}), settings),
+              lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"通常のファイルではないため中止しました (パイプ、デバイス、"
+                                      L"ソケットなど)\n\n" +
+                                      W(dir / "b.png")) +
+                             "\n");
+    EXPECT_FALSE(std::filesystem::exists(dir / "round"));
+    // So is a stored sub-folder that leaves the source's folder.
+    settings.subFolders.Add(W(dir / "away"));
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
+    EXPECT_FALSE(std::filesystem::exists(dir / "away"));
+
     // The plan's other refusals (tested with the plan) reach standard error the same way.
     settings.saveType = 1;
-    settings.subFolders.Add(L".");
+    settings.subFolders.Add(L"same");
+    std::filesystem::create_directory_symlink(".", dir / "same");
     EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
     EXPECT_EQ(err.str().rfind(Utf8FromWide(L"出力先が元のファイルと同じになるため中止しました"), 0),
               0u);
     CDibPtr still;
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
+}
+
+// Files in an output folder that only look like leftovers of a write stay: a user's file named in
+// the form of an old temporary file, and a source of the run of that form or of the current one.
+TEST_F(BatchRunTest, ASweepLeavesWhatItDidNotMake) {
+    const std::filesystem::path round = dir / "round";
+    std::filesystem::create_directories(round);
+    const std::string mine = Numbered(".lvx", DeadPid(), "-4.tmp");
+    const std::string source = Numbered(".lvx", DeadPid(), "-5.tmp");
+    WriteText(round / mine, "mine");
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", round / source));
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    const std::string current = Leftover(round, "s.png", ReadText(round / source));
+    CSetting settings;
+    EXPECT_EQ(Run(Parse({(round / source).string(), (round / current).string(),
+                         (dir / "a.png").string()}),
+                  settings),
+              lvx::exitcode::kConverted)
+        << err.str();
+    EXPECT_EQ(ReadText(round / mine), "mine");
+    EXPECT_TRUE(std::filesystem::exists(round / source));
+    EXPECT_TRUE(std::filesystem::exists(round / current));
 }
 
 TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
@@ -266,6 +313,8 @@ TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     EXPECT_NE(output.find("--max-pixels=N"), std::string::npos);
     EXPECT_NE(output.find("Exit status"), std::string::npos) << "English outside a Japanese locale";
     EXPECT_EQ(run("--bogus", output), 2);
+    EXPECT_EQ(
+        run("--subfolder=" + (dir / "away").string() + " " + (dir / "a.png").string(), output), 2);
     EXPECT_EQ(run("", output), 2);
     EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));

@@ -82,10 +82,11 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 
-    // The sub-folder typed into the view counts: "." makes the output of a PNG its own source,
-    // refused before any deletion (the text is the plan's, tested there).
+    // The sub-folder typed into the view counts: a link to "." makes the output of a PNG its own
+    // source, refused before any deletion (the text is the plan's, tested there).
     const std::string before = ReadText(a);
-    SetControlText(view->Control(lvx::ctl::kSubFolder), L".", false);
+    fs::create_directory_symlink(".", dir / "same");
+    SetControlText(view->Control(lvx::ctl::kSubFolder), L"same", false);
     msg.boxes.clear();
     Drop({a});
     ASSERT_EQ(msg.boxes.size(), 1u);
