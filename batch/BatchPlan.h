@@ -19,10 +19,15 @@ struct PlannedFile {
 };
 
 // Makes one task for each source, in order, with copies of the shrink and round settings, a
-// prepared encoder and `client`. Reads the file system and changes nothing. Throws
-// my::CException, naming the files, with the strid:: id of the first of:
+// prepared encoder, `client` and the output folder as the plan saw it (which the save checks).
+// Reads the file system and changes nothing; the sources are kept from the sweeps of leftovers.
+// Throws my::CException, naming the files, with the strid:: id of the first of:
 //   kFileNotFound         a source that is not an existing file (a folder, a missing file);
-//   kEmptySubFolder, kBadFilePath from MakeOutputPath (no sub-folder name, no file name);
+//   kSourceDanglingLink, kSourceNotRegular, kSourceUnreadable
+//                         a link that leads nowhere, a pipe, device or socket, a file this
+//                         process cannot open for reading;
+//   the ids of SubFolderProblem, kBadFilePath from MakeOutputPath (a sub-folder that is no
+//                         relative path of plain names, no file name);
 //   kOutputIsSource       an output that is its own source (compared as files, so "." folders
 //                         and links count);
 //   kOutputIsOtherSource  an output that is another source of the batch (it would be replaced
@@ -30,6 +35,8 @@ struct PlannedFile {
 //   kSameOutput           two sources with one output;
 //   kFolderAtOutput       a folder standing at an output path;
 //   kFileAtOutputFolder   a file standing where the output folder must be;
+//   kOutputFolderIsLink   a link among the output folders below the source's folder (the output
+//                         would not lie in the source's folder, or not where the plan saw it);
 //   kNoEncoderLibrary     no encoder for the save type.
 std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client);
