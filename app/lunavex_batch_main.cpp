@@ -1,4 +1,5 @@
 // lunavex-batch: converts image files from the command line with the stored settings.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -8,6 +9,7 @@
 
 #include "app/BatchOptions.h"
 #include "app/BatchRun.h"
+#include "app/StopSignals.h"
 #include "batch/Setting.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/ResString.h"
@@ -41,6 +43,11 @@ void PrintMessage(u32 id, const std::wstring& argument, u32 argumentId = 0) noex
 }
 
 int Run(int argc, char** argv) {
+    // Before any thread starts, so that every thread leaves SIGTERM and SIGINT to the one that
+    // waits for them: the batch then stops between files. A reader of standard output that goes
+    // away makes the writes fail, which the run checks, instead of ending the process.
+    lvx::CatchStopSignals();
+    std::signal(SIGPIPE, SIG_IGN);
     if (!EnsureVipsStarted())
         return 1;
     std::vector<std::string> args(argv + 1, argv + argc);
