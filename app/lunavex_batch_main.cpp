@@ -67,9 +67,9 @@ int Run(int argc, char** argv) {
     }
     // A copy of the stored settings; what is missing keeps its default, and nothing is written.
     LoadSetting();
-    const std::wstring damaged = TheRegistryFile()->DamagedFileMessage();
-    if (!damaged.empty())
-        std::cerr << Utf8FromWide(damaged) << "\n";
+    const std::wstring unused = TheRegistryFile()->NotReadMessage();
+    if (!unused.empty())
+        std::cerr << Utf8FromWide(ReadableText(unused)) << "\n";
     CSetting settings = TheSetting();
     lvx::ApplyBatchOptions(options, settings);
     g_runStarted = true;
