@@ -80,15 +80,19 @@ i32 KeepAside(const std::string& path, std::string& aside) {
 // its size before it is read, so that the start never takes seconds or gigabytes for it.
 constexpr u64 kLargestStore = u64{1} << 20;
 
-// Why a file that exists was not read, as the user reads it.
-std::wstring NotReadReason(i32 code) {
+// Why the file at target was not read, as the user reads it. A refusal (5) is told apart from a
+// lack of rights, which has the same code, by what stands there.
+std::wstring NotReadReason(i32 code, const std::wstring& target) {
     std::wstring text;
+    struct stat found {};
     switch (code) {
     case win32::kDirectory:
         LoadResString(text, strid::kSettingsIsFolder, true);
         return text;
     case win32::kAccessDenied:
-        return ResultText(hr::kNotOrdinaryFile);
+        if (::stat(ToFileSystemPath(target).c_str(), &found) == 0 && !S_ISREG(found.st_mode))
+            return ResultText(hr::kNotOrdinaryFile);
+        return ResultText(ResultFromWin32(code));
     case win32::kCantResolveFilename:
         LoadResString(text, strid::kSettingsLinkLoop, true);
         return text;
@@ -352,14 +356,14 @@ i32 CRegistryFile::ReadFile(CRegTree& tree) {
     if (code == 0)
         code = ReadWholeFile(target, kLargestStore, bytes, exists, size);
     if (code != 0 && code != win32::kFileTooLarge) {
-        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(code)}));
+        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(code, target)}));
         return code;
     }
     if (code == 0 && (!exists || ParseRegistryExport(bytes, tree)))
         return 0;
     std::string aside;
     if (i32 failed = KeepAside(ToFileSystemPath(target), aside)) {
-        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(failed)}));
+        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(failed, target)}));
         return failed;
     }
     damagedKeptAs_ = FromFileSystemPath(aside);
