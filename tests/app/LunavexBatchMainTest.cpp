@@ -3,7 +3,6 @@
 // memory limit, and how a signal or a closed standard output ends a run.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,35 +37,23 @@ int RunBatchExe(const std::filesystem::path& config, const std::string& prefix,
     return RunShellCommand(command, errors);
 }
 
-// Starts lunavex-batch on args with standard output on out and standard error into errors, English
-// texts, the store below config, and the signals at their default actions; returns its pid.
-pid_t StartBatch(const std::filesystem::path& config, std::vector<std::string> args, int out,
+// Starts lunavex-batch as RunBatchExe does, with standard output on out, standard error into
+// errors and the signals at their default actions; returns its pid.
+pid_t StartBatch(const std::filesystem::path& config, const std::string& args, int out,
                  const std::filesystem::path& errors) {
-    std::vector<std::string> env{"XDG_CONFIG_HOME=" + config.string(), "LANG=C.UTF-8"};
-    for (char** e = environ; *e; ++e) {
-        const std::string entry = *e;
-        if (!entry.starts_with("XDG_CONFIG_HOME=") && !entry.starts_with("LANG=") &&
-            !entry.starts_with("LC_ALL="))
-            env.push_back(entry);
-    }
-    std::vector<char*> argv{const_cast<char*>(LVX_BATCH_EXE)}, envp;
-    for (std::string& arg : args)
-        argv.push_back(arg.data());
-    for (std::string& entry : env)
-        envp.push_back(entry.data());
-    argv.push_back(nullptr);
-    envp.push_back(nullptr);
+    const std::string command = "XDG_CONFIG_HOME=" + config.string() +
+                                " LANG=C.UTF-8 LC_ALL= exec " + LVX_BATCH_EXE + " " + args + " 2>" +
+                                errors.string();
     const pid_t pid = ::fork();
     if (pid != 0)
         return pid;
     ::dup2(out, 1);
-    ::dup2(::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
     for (int signal : {SIGINT, SIGTERM, SIGPIPE})
         ::signal(signal, SIG_DFL);
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    ::execve(LVX_BATCH_EXE, argv.data(), envp.data());
+    ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     ::_exit(127);
 }
 
@@ -159,10 +146,11 @@ TEST(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEveryFi
     const auto dir = temp.Path();
     // Enough files, large enough, that the run is still going when the first path arrives.
     ASSERT_TRUE(SaveImage(*Solid(1500, 1500, 1, 2, 3), L"image/png", dir / "f00.png"));
-    std::vector<std::string> args{"--format=png", "--jobs=1", (dir / "f00.png").string()};
+    std::string args = "--format=png --jobs=1 " + (dir / "f00.png").string();
     for (int i = 10; i < 50; ++i) {
-        std::filesystem::copy_file(dir / "f00.png", dir / ("f" + std::to_string(i) + ".png"));
-        args.push_back((dir / ("f" + std::to_string(i) + ".png")).string());
+        const auto file = dir / ("f" + std::to_string(i) + ".png");
+        std::filesystem::copy_file(dir / "f00.png", file);
+        args += " " + file.string();
     }
     const auto errors = dir / "errors.txt";
     for (auto [signal, status, name] :
