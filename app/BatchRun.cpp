@@ -3,11 +3,15 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <csignal>
+#include <functional>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
 
+#include "app/StopSignals.h"
 #include "batch/BatchPlan.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
@@ -25,10 +29,23 @@ void Say(std::ostream& stream, const std::wstring& text) {
     stream << Utf8FromWide(ReadableText(text)) << '\n';
 }
 
-// A written file's path goes to standard output byte for byte, for the scripts that read it.
-void SayPath(std::ostream& stream, const std::wstring& path) {
+// A written file's path goes to standard output byte for byte, for the scripts that read it, at
+// once: a run that is stopped has listed every file it wrote. False when the stream could not take
+// it (a pipe whose reader has gone, a full disk).
+bool SayPath(std::ostream& stream, const std::wstring& path) {
     stream << Utf8FromWide(path) << '\n';
+    stream.flush();
+    return stream.good();
 }
+
+// Sets a stop signal's waker for the life of the object.
+class CStopWakerScope {
+public:
+    explicit CStopWakerScope(std::function<void()> wake) { SetStopWaker(std::move(wake)); }
+    CStopWakerScope(const CStopWakerScope&) = delete;
+    CStopWakerScope& operator=(const CStopWakerScope&) = delete;
+    ~CStopWakerScope() { SetStopWaker({}); }
+};
 
 std::wstring Text(u32 id, const std::wstring& argument = {}) {
     std::wstring text;
@@ -91,13 +108,26 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
     } catch (const std::system_error&) {
         // Fewer threads than asked for; with none, this thread converts each file itself.
     }
+    // A stop signal wakes this thread from its wait for the next file, as long as the wait's
+    // lock lives.
+    CStopWakerScope waker([&] {
+        std::lock_guard<std::mutex> guard(lock);
+        changed.notify_all();
+    });
     int code = exitcode::kConverted;
     for (size_t i = 0; i < count; ++i) {
-        if (workers.empty()) {
+        if (workers.empty() && StopSignal() == 0) {
             convert(i);
-        } else {
+        } else if (!workers.empty()) {
             std::unique_lock<std::mutex> guard(lock);
-            changed.wait(guard, [&] { return converted[i] != 0; });
+            changed.wait(guard, [&] { return converted[i] != 0 || StopSignal() != 0; });
+        }
+        // A request to stop ends the run between two files: every file written so far is whole
+        // and listed, and this one is not written at all.
+        if (const int signal = StopSignal()) {
+            Say(err, Text(strid::kStoppedBySignal, signal == SIGINT ? L"SIGINT" : L"SIGTERM"));
+            code = exitcode::kStoppedBySignal + signal;
+            break;
         }
         lvx::CLunavexTask& task = *planned[i].task;
         task.SaveEncoded();
@@ -107,7 +137,11 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
             code = exitcode::kTaskFailed;
             break;
         }
-        SayPath(out, task.outputFile);
+        if (!SayPath(out, task.outputFile)) {
+            Say(err, Text(strid::kPathListUnwritable));
+            code = exitcode::kTaskFailed;
+            break;
+        }
         {
             std::lock_guard<std::mutex> guard(lock);
             ++written;

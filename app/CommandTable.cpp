@@ -60,3 +60,8 @@ void CCommandTable::Quit() {
     if (quit)
         quit->Execute(true, false);
 }
+
+void CCommandTable::EndSession() {
+    if (quit)
+        quit->EndSession();
+}

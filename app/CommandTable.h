@@ -42,6 +42,7 @@ public:
     // Sets the command's string id, then runs it.
     void OpenUrl(u32 stringId) override;
     void Quit() override;
+    void EndSession() override;
 
     // The table of the process; null when none exists.
     static CCommandTable* Current() { return current_; }

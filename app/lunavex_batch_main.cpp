@@ -1,4 +1,5 @@
 // lunavex-batch: converts image files from the command line with the stored settings.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -8,6 +9,7 @@
 
 #include "app/BatchOptions.h"
 #include "app/BatchRun.h"
+#include "app/StopSignals.h"
 #include "batch/Setting.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/ResString.h"
@@ -41,6 +43,11 @@ void PrintMessage(u32 id, const std::wstring& argument, u32 argumentId = 0) noex
 }
 
 int Run(int argc, char** argv) {
+    // Before any thread starts, so that every thread leaves SIGTERM and SIGINT to the one that
+    // waits for them: the batch then stops between files. A reader of standard output that goes
+    // away makes the writes fail, which the run checks, instead of ending the process.
+    lvx::CatchStopSignals();
+    std::signal(SIGPIPE, SIG_IGN);
     if (!EnsureVipsStarted())
         return 1;
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -60,9 +67,9 @@ int Run(int argc, char** argv) {
     }
     // A copy of the stored settings; what is missing keeps its default, and nothing is written.
     LoadSetting();
-    const std::wstring damaged = TheRegistryFile()->DamagedFileMessage();
-    if (!damaged.empty())
-        std::cerr << Utf8FromWide(damaged) << "\n";
+    const std::wstring unused = TheRegistryFile()->NotReadMessage();
+    if (!unused.empty())
+        std::cerr << Utf8FromWide(ReadableText(unused)) << "\n";
     CSetting settings = TheSetting();
     lvx::ApplyBatchOptions(options, settings);
     g_runStarted = true;

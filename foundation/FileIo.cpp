@@ -306,20 +306,40 @@ i32 WriteAll(int fd, const u8* data, std::size_t size) {
     return 0;
 }
 
-i32 ReadWholeFile(const std::wstring& path, std::vector<u8>& out, bool& exists) {
+i32 ReadWholeFile(const std::wstring& path, u64 maxBytes, std::vector<u8>& out, bool& exists,
+                  u64& size) {
     exists = false;
-    // Without O_NONBLOCK the open of a pipe would wait for a writer before its type could be seen.
-    CFileDescriptor fd(::open(ToFileSystemPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!fd.Valid())
+    size = 0;
+    const std::string name = ToFileSystemPath(path);
+    // What stands there is judged before it is opened: opening a device can have effects of its
+    // own, and a pipe would have nothing to read until a writer came.
+    struct stat info {};
+    if (::stat(name.c_str(), &info) != 0)
         return errno == ENOENT ? 0 : LastWin32Error();
     exists = true;
-    struct stat info {};
+    auto refused = [&](const struct stat& found) {
+        if (S_ISDIR(found.st_mode))
+            return win32::kDirectory;
+        if (!S_ISREG(found.st_mode))
+            return win32::kAccessDenied;
+        size = static_cast<u64>(found.st_size);
+        return size > maxBytes ? win32::kFileTooLarge : 0;
+    };
+    if (i32 code = refused(info))
+        return code;
+    // The name may have been given to something else since: the open does not wait on a pipe, and
+    // what was opened is judged once more.
+    CFileDescriptor fd(::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!fd.Valid()) {
+        exists = errno != ENOENT;
+        return exists ? LastWin32Error() : 0;
+    }
     if (::fstat(fd.Get(), &info) != 0)
         return LastWin32Error();
-    if (!S_ISREG(info.st_mode))
-        return win32::kAccessDenied;
+    if (i32 code = refused(info))
+        return code;
     std::vector<u8> bytes;
-    bytes.reserve(static_cast<std::size_t>(info.st_size));
+    bytes.reserve(static_cast<std::size_t>(size));
     u8 buffer[16384];
     for (;;) {
         const ssize_t n = ::read(fd.Get(), buffer, sizeof buffer);
@@ -330,6 +350,11 @@ i32 ReadWholeFile(const std::wstring& path, std::vector<u8>& out, bool& exists) 
         if (n == 0)
             break;
         bytes.insert(bytes.end(), buffer, buffer + n);
+        // A file that grows while it is read is judged by what it has become.
+        if (bytes.size() > maxBytes) {
+            size = bytes.size();
+            return win32::kFileTooLarge;
+        }
     }
     out = std::move(bytes);
     return 0;

@@ -41,9 +41,13 @@ HResult ResultFromErrno(int error);
 // Writes all bytes, resuming after interrupted and partial writes. 0 or the Win32 code.
 i32 WriteAll(int fd, const u8* data, std::size_t size);
 
-// Reads the whole regular file at path (links followed) into out. A missing file is no failure:
-// 0 with exists false. A folder, a pipe or a device is refused without waiting on it.
-i32 ReadWholeFile(const std::wstring& path, std::vector<u8>& out, bool& exists);
+// Reads the whole regular file at path (links followed) into out, never more than maxBytes. A
+// missing file is no failure: 0 with exists false. Nothing else is read, nor waited on: a folder
+// is refused with 267 (ERROR_DIRECTORY) and a pipe, a device or a socket with 5, both without
+// being opened; a file larger than maxBytes with 223 (ERROR_FILE_TOO_LARGE), judged by its size
+// before a byte is read; size is then the file's size. out changes only on success.
+i32 ReadWholeFile(const std::wstring& path, u64 maxBytes, std::vector<u8>& out, bool& exists,
+                  u64& size);
 
 // Opens path, a regular file of the program's own (a lock, a log), with flags (O_RDWR or O_WRONLY,
 // O_CREAT, O_EXCL, O_TRUNC as needed), never through a link: a link in its place fails with

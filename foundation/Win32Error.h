@@ -33,6 +33,7 @@ constexpr i32 kDdeFail = 1156;
 constexpr i32 kDllNotFound = 1157;
 constexpr i32 kTimeout = 1460;
 constexpr i32 kResourceNameNotFound = 1814;
+constexpr i32 kCantResolveFilename = 1921; // a loop of links, or a chain too long to follow
 } // namespace win32
 
 // The Win32 code for an errno value; 0 stays 0, a value with no closer match becomes

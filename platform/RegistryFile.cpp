@@ -14,6 +14,7 @@
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
+#include "foundation/ResultText.h"
 #include "foundation/Win32Error.h"
 #include "platform/RegistryExport.h"
 #include "resources/StringIds.h"
@@ -74,18 +75,36 @@ i32 KeepAside(const std::string& path, std::string& aside) {
     return 0;
 }
 
-std::wstring KeptAsideMessage(const std::wstring& aside) {
+// The program's own file is a few kilobytes; the most it ever writes (17 paths of 4096 characters
+// in UTF-16) is about 150 KB. A larger file is something else put in its place, and is refused on
+// its size before it is read, so that the start never takes seconds or gigabytes for it.
+constexpr u64 kLargestStore = u64{1} << 20;
+
+// Why the file at target was not read, as the user reads it. A refusal (5) is told apart from a
+// lack of rights, which has the same code, by what stands there.
+std::wstring NotReadReason(i32 code, const std::wstring& target) {
     std::wstring text;
-    if (!aside.empty())
-        FormatResString(text, strid::kSettingsKeptAside, {aside});
-    return text;
+    struct stat found {};
+    switch (code) {
+    case win32::kDirectory:
+        LoadResString(text, strid::kSettingsIsFolder, true);
+        return text;
+    case win32::kAccessDenied:
+        if (::stat(ToFileSystemPath(target).c_str(), &found) == 0 && !S_ISREG(found.st_mode))
+            return ResultText(hr::kNotOrdinaryFile);
+        return ResultText(ResultFromWin32(code));
+    case win32::kCantResolveFilename:
+        LoadResString(text, strid::kSettingsLinkLoop, true);
+        return text;
+    default:
+        return ResultText(ResultFromWin32(code));
+    }
 }
 
-// Says in the log where a damaged store was kept, so that the user can find it again.
-void LogKeptAside(const std::wstring& aside) {
-    boost::shared_ptr<CLogFile> log = TheLog();
-    if (log)
-        log->Write(KeptAsideMessage(aside) + L"\n");
+std::wstring Template(u32 id, std::initializer_list<FormatArg> args) {
+    std::wstring text;
+    FormatResString(text, id, args);
+    return text;
 }
 
 std::mutex g_storeMutex;
@@ -299,14 +318,21 @@ i32 CRegistryFile::MaybeFlush() {
     return batchDepth_ > 0 ? 0 : WriteChanges();
 }
 
-std::wstring CRegistryFile::DamagedFileMessage() const {
-    return KeptAsideMessage(damagedKeptAs_);
+void CRegistryFile::Report(const std::wstring& text) {
+    // A write reads the file again and may find what the first read found: said once.
+    if (text == notRead_)
+        return;
+    notRead_ = text;
+    boost::shared_ptr<CLogFile> log = TheLog();
+    if (log)
+        log->Write(text + L"\n");
 }
 
 void CRegistryFile::EnsureLoaded() {
     if (loaded_)
         return;
-    if (filePath_.empty() || !FileExists(filePath_)) {
+    struct stat entry {};
+    if (filePath_.empty() || ::lstat(ToFileSystemPath(filePath_).c_str(), &entry) != 0) {
         loaded_ = true;
         return;
     }
@@ -323,19 +349,30 @@ i32 CRegistryFile::ReadFile(CRegTree& tree) {
     // When the store is a link (into a folder of dot files, say), the file that it points to is
     // the one that is read, kept aside and replaced.
     std::wstring target;
-    if (i32 code = ResolveLinks(filePath_, target))
-        return code;
     std::vector<u8> bytes;
     bool exists = false;
-    if (i32 code = ReadWholeFile(target, bytes, exists))
+    u64 size = 0;
+    i32 code = ResolveLinks(filePath_, target);
+    if (code == 0)
+        code = ReadWholeFile(target, kLargestStore, bytes, exists, size);
+    if (code != 0 && code != win32::kFileTooLarge) {
+        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(code, target)}));
         return code;
-    if (!exists || ParseRegistryExport(bytes, tree))
+    }
+    if (code == 0 && (!exists || ParseRegistryExport(bytes, tree)))
         return 0;
     std::string aside;
-    if (i32 code = KeepAside(ToFileSystemPath(target), aside))
-        return code;
+    if (i32 failed = KeepAside(ToFileSystemPath(target), aside)) {
+        Report(Template(strid::kSettingsNotRead, {filePath_, NotReadReason(failed, target)}));
+        return failed;
+    }
     damagedKeptAs_ = FromFileSystemPath(aside);
-    LogKeptAside(damagedKeptAs_);
+    if (code == win32::kFileTooLarge) {
+        Report(Template(strid::kSettingsTooLarge,
+                        {std::to_wstring(size), std::to_wstring(kLargestStore), damagedKeptAs_}));
+    } else {
+        Report(Template(strid::kSettingsKeptAside, {damagedKeptAs_}));
+    }
     return 0;
 }
 

@@ -84,10 +84,13 @@ private:
 // process's changes over it (ours win for the values that we set; keys and values of others
 // survive) and replaces the file atomically (foundation/FileIo.h). When the store's name is a
 // link, the file that it points to is read and replaced and the link stays. A file that cannot be
-// parsed is renamed aside (name + ".damaged-YYYYMMDD-HHMMSS"), a line in the log says where, and
-// the store starts empty. Running out of memory while reading throws std::bad_alloc to the caller
-// and leaves the file as it is; a write answers it with code 8.
-// All calls come from the main thread; a mutex guards the state all the same.
+// parsed, or a regular file of more than 1 MiB (refused on its size, unread), is renamed aside
+// (name + ".damaged-YYYYMMDD-HHMMSS"), a line in the log says where, and the store starts empty.
+// Anything else that is no regular file once links are followed (a folder, a pipe, a device, a
+// socket, a loop of links) is neither read nor waited on nor ever replaced: a line in the log says
+// why, and the store starts empty. Running out of memory while reading throws std::bad_alloc to the
+// caller and leaves the file as it is; a write answers it with code 8. All calls come from the main
+// thread; a mutex guards the state all the same.
 class CRegistryFile {
 public:
     explicit CRegistryFile(std::wstring filePath);
@@ -111,9 +114,9 @@ public:
 
     // The name under which a damaged file was kept aside by this object; empty when none was.
     const std::wstring& DamagedFileKeptAs() const { return damagedKeptAs_; }
-    // The sentence for the user that says where the damaged file was kept; empty when none was.
-    // The same sentence goes into the log when the file is kept aside.
-    std::wstring DamagedFileMessage() const;
+    // The sentence for the user that says why the file was not read, or where it was kept aside;
+    // empty when it was read (or there was none). The same sentence went into the log.
+    const std::wstring& NotReadMessage() const { return notRead_; }
 
     // Called after the temporary file is written and synced, before it replaces the store; a
     // false answer ends the write there, as a crash would, and leaves the temporary file behind.
@@ -134,6 +137,8 @@ private:
     // exists but cannot be read is an error (the code), so that nothing overwrites it.
     i32 ReadFile(CRegTree& tree);
     i32 ReplaceFile(const std::vector<u8>& bytes);
+    // Keeps text as NotReadMessage and writes it to the log, unless it is the one kept already.
+    void Report(const std::wstring& text);
 
     std::wstring filePath_;
     std::mutex mutex_;
@@ -142,6 +147,7 @@ private:
     std::vector<Change> pending_;
     int batchDepth_ = 0;
     std::wstring damagedKeptAs_;
+    std::wstring notRead_;
     std::function<bool()> beforeReplace_;
 };
 

@@ -237,7 +237,7 @@ void CMainFrame::OnWindowPosChanged() {
 }
 
 void CMainFrame::OnEndSession() {
-    RunCommand(&CWindowCommands::Quit);
+    RunCommand(&CWindowCommands::EndSession);
 }
 
 } // namespace lvx

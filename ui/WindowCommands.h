@@ -27,9 +27,12 @@ public:
     virtual void ExplorerOutputPath() = 0;
     // Opens the web page whose address is string stringId.
     virtual void OpenUrl(u32 stringId) = 0;
-    // The window is about to go, or the session ends: the controls and the window's place into
-    // the settings, which are saved.
+    // The window is about to go: the controls and the window's place into the settings, which
+    // are saved; a failed save is shown.
     virtual void Quit() = 0;
+    // The session ends (log-out, SIGTERM): saved as by Quit, but nothing waits on the user, since
+    // nobody may be there to answer and the program must end: a failure goes to the log.
+    virtual void EndSession() = 0;
 
     // The installed commands; null when none are.
     static CWindowCommands* Installed() { return installed_; }

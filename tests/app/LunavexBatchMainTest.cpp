@@ -1,11 +1,20 @@
-// Tests of the lunavex-batch program as a whole: what it says about a damaged settings file, and
-// that a settings file that once exhausted memory is read at once under a memory limit.
+// Tests of the lunavex-batch program as a whole: what it says about a damaged settings file or one
+// that is no ordinary file, that a settings file that once exhausted memory is read at once under a
+// memory limit, and how a signal or a closed standard output ends a run.
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <fstream>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "foundation/ResString.h"
+#include "foundation/ResultText.h"
 #include "foundation/Utf8.h"
 #include "resources/StringIds.h"
 #include "support/AddressSpaceLimit.h"
@@ -26,6 +35,39 @@ int RunBatchExe(const std::filesystem::path& config, const std::string& prefix,
                           " LANG=C.UTF-8 LC_ALL= " + LVX_BATCH_EXE + " " + args +
                           " 2>&1 >/dev/null";
     return RunShellCommand(command, errors);
+}
+
+// Starts lunavex-batch as RunBatchExe does, with standard output on out, standard error into
+// errors and the signals at their default actions; returns its pid.
+pid_t StartBatch(const std::filesystem::path& config, const std::string& args, int out,
+                 const std::filesystem::path& errors) {
+    const std::string command = "XDG_CONFIG_HOME=" + config.string() +
+                                " LANG=C.UTF-8 LC_ALL= exec " + LVX_BATCH_EXE + " " + args + " 2>" +
+                                errors.string();
+    const pid_t pid = ::fork();
+    if (pid != 0)
+        return pid;
+    ::dup2(out, 1);
+    for (int signal : {SIGINT, SIGTERM, SIGPIPE})
+        ::signal(signal, SIG_DFL);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    ::_exit(127);
+}
+
+// The exit status of a child that ended normally; 1000 plus the signal that ended it otherwise.
+int ExitStatus(pid_t pid) {
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+}
+
+std::string Text8(u32 id, std::initializer_list<FormatArg> args = {}) {
+    std::wstring text;
+    FormatResString(text, id, args);
+    return Utf8FromWide(text);
 }
 
 std::string Utf16Store(const std::string& asciiBody) {
@@ -93,4 +135,115 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
         << errors;
     EXPECT_NE(errors.find("Lunavex32.reg.damaged-"), std::string::npos) << errors;
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
+}
+
+// SIGTERM or SIGINT once the first path has arrived ends the run between two files: every file in
+// the output folder has been listed, in whole lines, and the exit status and a line on standard
+// error say why. Standard output with no reader ends the run after its first file, by a status.
+TEST(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEveryFileWritten) {
+    CLanguageGuard english(1033);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    // Enough files, large enough, that the run is still going when the first path arrives.
+    ASSERT_TRUE(SaveImage(*Solid(1500, 1500, 1, 2, 3), L"image/png", dir / "f00.png"));
+    std::string args = "--format=png --jobs=1 " + (dir / "f00.png").string();
+    for (int i = 10; i < 50; ++i) {
+        const auto file = dir / ("f" + std::to_string(i) + ".png");
+        std::filesystem::copy_file(dir / "f00.png", file);
+        args += " " + file.string();
+    }
+    const auto errors = dir / "errors.txt";
+    for (auto [signal, status, name] :
+         {std::tuple{SIGTERM, 143, L"SIGTERM"}, std::tuple{SIGINT, 130, L"SIGINT"}}) {
+        std::filesystem::remove_all(dir / "round");
+        int pipe[2];
+        ASSERT_EQ(::pipe(pipe), 0);
+        const pid_t pid = StartBatch(dir / "config", args, pipe[1], errors);
+        ::close(pipe[1]);
+        std::string listed;
+        char buffer[4096];
+        for (ssize_t n; (n = ::read(pipe[0], buffer, sizeof buffer)) > 0;) {
+            if (listed.empty())
+                ::kill(pid, signal);
+            listed.append(buffer, static_cast<size_t>(n));
+        }
+        ::close(pipe[0]);
+        const int code = ExitStatus(pid);
+        std::string written;
+        for (const std::string& file : FileNames(dir / "round"))
+            written += (dir / "round" / file).string() + "\n";
+        EXPECT_EQ(listed, written) << name;
+        // A run that ended before the signal came lists all its files.
+        const auto count = std::count(written.begin(), written.end(), '\n');
+        if (code == 0 && count == 41)
+            continue;
+        EXPECT_EQ(code, status) << name;
+        EXPECT_LT(count, 41) << name;
+        EXPECT_EQ(ReadText(errors), Text8(strid::kStoppedBySignal, {name}) + "\n") << name;
+    }
+
+    std::filesystem::remove_all(dir / "round");
+    int pipe[2];
+    ASSERT_EQ(::pipe(pipe), 0);
+    ::close(pipe[0]);
+    const pid_t pid = StartBatch(dir / "config", args, pipe[1], errors);
+    ::close(pipe[1]);
+    EXPECT_EQ(ExitStatus(pid), 1);
+    EXPECT_EQ(ReadText(errors), Text8(strid::kPathListUnwritable) + "\n");
+    EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"f00.png"});
+}
+
+// A store that is no ordinary file once links are followed is never read, nor waited on: a line
+// on standard error says why, and the defaults are used. One far larger than the program writes is
+// refused on its size (the address-space limit would not hold it) and kept aside.
+TEST(LunavexBatchMainTest, AStoreThatIsNoOrdinaryFileOrTooLargeIsNotRead) {
+    LVX_SKIP_UNDER_ADDRESS_LIMIT();
+    CLanguageGuard english(1033);
+    testutil::CTempDir temp;
+    const auto dir = temp.Path();
+    const auto folder = dir / "config" / "Harrowmere";
+    const auto store = folder / "Lunavex32.reg";
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    std::wstring isFolder, loop;
+    LoadResString(isFolder, strid::kSettingsIsFolder, true);
+    LoadResString(loop, strid::kSettingsLinkLoop, true);
+    const std::vector<std::pair<std::string, std::wstring>> cases = {
+        {"folder", isFolder},
+        {"pipe", ResultText(hr::kNotOrdinaryFile)},
+        {"loop", loop},
+        {"2 GiB", L""}};
+    for (const auto& [kind, reason] : cases) {
+        std::filesystem::remove_all(dir / "config");
+        std::filesystem::create_directories(folder);
+        if (kind == "folder")
+            std::filesystem::create_directory(store);
+        if (kind == "pipe") {
+            ASSERT_EQ(::mkfifo((dir / "config" / "pipe").c_str(), 0600), 0);
+            std::filesystem::create_symlink("../pipe", store);
+        }
+        if (kind == "loop")
+            std::filesystem::create_symlink("Lunavex32.reg", store);
+        if (kind == "2 GiB") {
+            WriteText(store, "");
+            std::filesystem::resize_file(store, 2ull << 30);
+        }
+        std::string errors;
+        EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
+                              "--overwrite --format=png " + (dir / "a.png").string(), errors),
+                  0)
+            << kind << ": " << errors;
+        if (!reason.empty()) {
+            EXPECT_EQ(errors, Text8(strid::kSettingsNotRead, {store.wstring(), reason}) + "\n")
+                << kind;
+            continue;
+        }
+        const std::vector<std::string> names = FileNames(folder);
+        ASSERT_EQ(names.size(), 3u) << "the kept file, the new store and its lock";
+        const auto kept = folder / names[1];
+        EXPECT_TRUE(names[1].starts_with("Lunavex32.reg.damaged-"));
+        EXPECT_EQ(std::filesystem::file_size(kept), 2ull << 30);
+        EXPECT_EQ(errors,
+                  Text8(strid::kSettingsTooLarge, {L"2147483648", L"1048576", kept.wstring()}) +
+                      "\n");
+    }
 }

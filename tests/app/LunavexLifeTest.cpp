@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -13,10 +14,13 @@
 #include <QString>
 #include <QStringList>
 
+#include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
 #include "platform/RegistryExport.h"
+#include "resources/StringIds.h"
 #include "support/Files.h"
+#include "support/LanguageGuard.h"
 #include "support/PixelTestUtil.h"
 #include "support/RegistryValues.h"
 #include "support/XdgSandbox.h"
@@ -71,10 +75,11 @@ protected:
     }
 
     // Starts the program with no test hook and args in folder, waits until it has read its
-    // settings (which makes the settings file) and until every file of waitFor is there, sends
-    // SIGTERM and returns the exit code.
+    // settings (which makes the settings file) and until every file of waitFor is there, runs
+    // meanwhile, sends SIGTERM and returns the exit code.
     int RunAndTerminate(const QStringList& args = {}, const fs::path& folder = {},
-                        const std::vector<fs::path>& waitFor = {}) {
+                        const std::vector<fs::path>& waitFor = {},
+                        const std::function<void()>& meanwhile = {}) {
         QProcess process;
         process.setProcessEnvironment(Environment(false));
         if (!folder.empty())
@@ -96,6 +101,8 @@ protected:
         EXPECT_TRUE(fs::exists(SettingsFile())) << "the program read its settings";
         for (const fs::path& file : waitFor)
             EXPECT_TRUE(fs::exists(file)) << file;
+        if (meanwhile)
+            meanwhile();
         process.terminate(); // SIGTERM
         return Finish(process, "lunavex did not end on SIGTERM");
     }
@@ -141,6 +148,22 @@ TEST_F(LunavexLifeTest, SigtermSavesTheSettingsAsTheEndOfTheSessionDoes) {
     const CRegTree store = ReadStore(SettingsFile());
     EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
     EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
+}
+
+// A save that fails at the end of the session waits on no box: the log says so and the program
+// ends. Once the store is made, its lock becomes a folder, so that every later save fails.
+TEST_F(LunavexLifeTest, SigtermWithASaveThatFailsEndsAndSaysSoInTheLog) {
+    const fs::path lock = SettingsFile().string() + ".lock";
+    EXPECT_EQ(RunAndTerminate({}, {}, {},
+                              [&] {
+                                  fs::remove(lock);
+                                  fs::create_directory(lock);
+                              }),
+              1);
+    CLanguageGuard japanese(1041);
+    std::wstring line;
+    FormatResString(line, strid::kSaveSettingsFailedAtEnd, {SettingsFile().wstring()});
+    EXPECT_EQ(XdgSandbox::ReadUtf16File(LogFile()), line + L"\r\n");
 }
 
 TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {

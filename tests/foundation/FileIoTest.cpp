@@ -207,7 +207,8 @@ TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {
     EXPECT_EQ(OpenOwnFile(W(dir / "pipe"), O_RDWR | O_CREAT, fd), win32::kAccessDenied);
     std::vector<u8> bytes{1, 2, 3};
     bool exists = false;
-    EXPECT_EQ(ReadWholeFile(W(dir / "pipe"), bytes, exists), win32::kAccessDenied);
+    u64 size = 0;
+    EXPECT_EQ(ReadWholeFile(W(dir / "pipe"), 99, bytes, exists, size), win32::kAccessDenied);
     EXPECT_TRUE(exists);
     EXPECT_EQ(bytes, (std::vector<u8>{1, 2, 3}));
 
@@ -222,10 +223,14 @@ TEST(FileIoTest, OwnFilesAreNeverOpenedThroughALinkOrWaitedOn) {
               fs::perms::owner_read | fs::perms::owner_write);
 
     // Whole-file reads: exact bytes, and a missing file is no failure.
-    EXPECT_EQ(ReadWholeFile(W(dir / "victim"), bytes, exists), 0);
+    EXPECT_EQ(ReadWholeFile(W(dir / "victim"), 8, bytes, exists, size), 0);
     EXPECT_TRUE(exists);
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "precious");
-    EXPECT_EQ(ReadWholeFile(W(dir / "missing"), bytes, exists), 0);
+    EXPECT_EQ(ReadWholeFile(W(dir / "missing"), 99, bytes, exists, size), 0);
     EXPECT_FALSE(exists);
-    EXPECT_EQ(ReadWholeFile(W(dir.Path()), bytes, exists), win32::kAccessDenied);
+    EXPECT_EQ(ReadWholeFile(W(dir.Path()), 99, bytes, exists, size), win32::kDirectory);
+    // One byte over the limit is refused on the size alone.
+    EXPECT_EQ(ReadWholeFile(W(dir / "victim"), 7, bytes, exists, size), win32::kFileTooLarge);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "precious");
 }

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include "foundation/Log.h"
@@ -244,7 +246,7 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
         EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
 
         // The sentence names the kept file, and the log holds it as one line.
-        std::wstring line = store.DamagedFileMessage();
+        std::wstring line = store.NotReadMessage();
         EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
         std::wstring unfilled;
         LoadResString(unfilled, strid::kSettingsKeptAside, true);
@@ -257,6 +259,39 @@ TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog)
         // A write starts a new file and leaves the kept one as it was.
         EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
         EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
+    }
+}
+
+// What is no regular file once links are followed is neither read nor replaced; a regular file
+// over the limit is kept aside unread. Either is said once in the log, though a write reads again.
+TEST(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog) {
+    XdgSandbox sandbox;
+    const auto store = sandbox.StoreFile();
+    const auto log = sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt";
+    for (const std::string kind : {"folder", "pipe", "loop", "1 MiB + 1"}) {
+        std::filesystem::remove_all(sandbox.ConfigFolder());
+        std::filesystem::create_directories(sandbox.ConfigFolder());
+        if (kind == "folder")
+            std::filesystem::create_directory(store);
+        if (kind == "pipe") {
+            ASSERT_EQ(::mkfifo(store.c_str(), 0600), 0);
+        }
+        if (kind == "loop")
+            std::filesystem::create_symlink("Lunavex32.reg", store);
+        if (kind == "1 MiB + 1")
+            testutil::WriteText(store, std::string((1u << 20) + 1, 'x'));
+        StartLog();
+        CRegistryFile registry(sandbox.StoreFileW());
+        EXPECT_FALSE(registry.KeyExists(L"K")) << kind;
+        const std::wstring said = registry.NotReadMessage();
+        const bool kept = kind == "1 MiB + 1";
+        EXPECT_EQ(registry.SetValue(L"K", L"v", Dword(1)) == 0, kept) << kind;
+        StopLog();
+        EXPECT_EQ(XdgSandbox::ReadUtf16File(log), said + L"\r\n") << kind;
+        EXPECT_NE(said.find(kept ? L"1048577" : sandbox.StoreFileW()), std::wstring::npos) << kind;
+        EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), kept ? 1u : 0u);
+        EXPECT_EQ(std::filesystem::is_regular_file(std::filesystem::symlink_status(store)), kept)
+            << kind;
     }
 }
 
