@@ -1,9 +1,11 @@
 // Writes a few small valid inputs for each fuzz target, made by the program's own writers, into
-// the folder in argv[1]: decode/ (PNG, JPEG, GIF, BMP), registry_export/ (settings files) and
-// shell_idlist/ ("Shell IDList Array" blocks). Fuzzing starts from them.
+// the folder in argv[1]: decode/ (PNG, JPEG, GIF, BMP), convert/ (the same images behind a few
+// choices of settings), registry_export/ (settings files) and shell_idlist/ ("Shell IDList Array"
+// blocks). Fuzzing starts from them.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -111,6 +113,24 @@ void WriteImages(const fs::path& folder) {
     vips_area_unref(VIPS_AREA(gif));
 }
 
+// Each image of `images` behind the three bytes of settings that the conversion target reads
+// first (image/fuzz/convert_fuzzer.cpp): PNG as it is; JPEG into a custom box; PNG into a named
+// size with transparent corners kept; JPEG reduced, lengths as shares, rows taken for a preview.
+void WriteConversions(const fs::path& images, const fs::path& folder) {
+    constexpr u8 kSettings[][3] = {
+        {0x00, 0xFF, 0x20}, {0x11, 0x5A, 0x40}, {0x26, 0xF3, 0x08}, {0xD9, 0x0F, 0x90}};
+    for (const fs::directory_entry& entry : fs::directory_iterator(images)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::vector<u8> image((std::istreambuf_iterator<char>(file)),
+                                    std::istreambuf_iterator<char>());
+        for (size_t i = 0; i < std::size(kSettings); ++i) {
+            std::vector<u8> input(std::begin(kSettings[i]), std::end(kSettings[i]));
+            input.insert(input.end(), image.begin(), image.end());
+            Write(folder / (std::to_string(i) + "-" + entry.path().filename().string()), input);
+        }
+    }
+}
+
 void WriteRegistryExports(const fs::path& folder) {
     const std::wstring key = L"Software\\Harrowmere\\Lunavex32\\Setting";
     CRegTree tree;
@@ -153,9 +173,10 @@ int main(int argc, char** argv) {
     }
     try {
         const fs::path top(argv[1]);
-        for (const char* name : {"decode", "registry_export", "shell_idlist"})
+        for (const char* name : {"decode", "convert", "registry_export", "shell_idlist"})
             fs::create_directories(top / name);
         WriteImages(top / "decode");
+        WriteConversions(top / "decode", top / "convert");
         WriteRegistryExports(top / "registry_export");
         WriteIdListBlocks(top / "shell_idlist");
     } catch (const std::exception& e) {
