@@ -466,7 +466,11 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
             output.jpeg = jpeg;
             output.jpegQuality = 100;
             std::vector<u8> out, whole;
-            ASSERT_TRUE(BothWays(from, shrink, round, output, out, whole));
+            const ::testing::AssertionResult both =
+                BothWays(from, shrink, round, output, out, whole);
+            EXPECT_TRUE(both);
+            if (!both)
+                continue;
             EXPECT_EQ(out, whole);
             const bool holds = jpeg ? c.jpegHolds : c.pngHolds;
             std::vector<u8> segments = {0xFF, 0xD8};
