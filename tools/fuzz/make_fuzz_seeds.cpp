@@ -2,7 +2,9 @@
 // the folder in argv[1]: decode/ (PNG, JPEG, GIF, BMP), convert/ (the same images behind a few
 // choices of settings), registry_export/ (settings files) and shell_idlist/ ("Shell IDList Array"
 // blocks). Fuzzing starts from them.
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -87,6 +89,30 @@ std::vector<u8> HandMadeBmp(u16 bitCount, bool topDown) {
     return out;
 }
 
+// jpeg with a small profile of RGB (a header and no tags) in three APP2 segments, written out of
+// the order of their numbers, so that the reader of a JPEG's profile has segments to gather.
+std::vector<u8> WithIccSegments(const std::vector<u8>& jpeg) {
+    constexpr size_t kSize = 256, kPiece = 100;
+    std::vector<u8> profile(kSize, 0);
+    profile[2] = kSize >> 8;
+    std::memcpy(&profile[16], "RGB XYZ ", 8);
+    std::memcpy(&profile[36], "acsp", 4);
+    std::vector<u8> out(jpeg.begin(), jpeg.begin() + 2);
+    for (const u8 number : {2, 1, 3}) {
+        const size_t begin = (number - 1u) * kPiece;
+        const size_t size = std::min(kPiece, kSize - begin);
+        const size_t length = 2 + 12 + 2 + size;
+        const char signature[] = "ICC_PROFILE";
+        out.insert(out.end(), {0xFF, 0xE2, static_cast<u8>(length >> 8), static_cast<u8>(length)});
+        out.insert(out.end(), signature, signature + sizeof signature);
+        out.insert(out.end(), {number, 3});
+        out.insert(out.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
+                   profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
+    }
+    out.insert(out.end(), jpeg.begin() + 2, jpeg.end());
+    return out;
+}
+
 void WriteImages(const fs::path& folder) {
     const CDibPtr dib = SmallImage();
     std::vector<u8> bytes;
@@ -96,6 +122,7 @@ void WriteImages(const fs::path& folder) {
     if (Failed(EncodeJpeg(*dib, 75, bytes)))
         throw std::runtime_error("JPEG");
     Write(folder / "small.jpg", bytes);
+    Write(folder / "profiled.jpg", WithIccSegments(bytes));
     if (Failed(EncodeBmp(*dib, true, bytes)))
         throw std::runtime_error("BMP 32");
     Write(folder / "small32.bmp", bytes);
