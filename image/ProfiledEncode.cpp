@@ -1,3 +1,4 @@
+// The encoders' colour profile: in beside the numbers, or the numbers turned into sRGB.
 #include "image/ProfiledEncode.h"
 
 using vips::VError;

@@ -1,3 +1,4 @@
+// Gathering a source's colour profile: a JPEG's from its own segments, others' from libvips.
 #include "image/SourceProfile.h"
 
 #include <algorithm>
