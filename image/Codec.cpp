@@ -20,6 +20,8 @@
 #include "image/EncoderSetup.h"
 #include "image/IccProfileEmbed.h"
 #include "image/JpegScans.h"
+#include "image/ProfiledEncode.h"
+#include "image/SourceProfile.h"
 #include "image/StreamEncoders.h"
 
 using vips::VError;
@@ -280,19 +282,6 @@ template <class Save> HResult Encode(std::vector<u8>& out, Save save) {
     }
 }
 
-// The encoders strip every piece of metadata; the colour profile alone is put back afterwards, so
-// that a file without one comes out as it always did. `code` is the encoder's; out is left empty
-// on every failure.
-HResult WithProfile(HResult code, const std::vector<u8>& profile,
-                    HResult (*embed)(std::vector<u8>&, const std::vector<u8>&),
-                    std::vector<u8>& out) {
-    if (Succeeded(code) && !profile.empty())
-        code = embed(out, profile);
-    if (Failed(code))
-        out.clear();
-    return code;
-}
-
 // Encodes a 32-bit image through one of the row encoders. 0x80004005 for an image that is not a
 // 32-bit one.
 template <class EncodeRows>
@@ -510,12 +499,8 @@ std::vector<u8> CDecodeStream::ColourProfile() const {
     if (impl_->bmp)
         return {};
     VipsImage* image = impl_->image.get_image();
-    const void* data = nullptr;
-    size_t size = 0;
-    if (!vips_image_get_typeof(image, VIPS_META_ICC_NAME) ||
-        vips_image_get_blob(image, VIPS_META_ICC_NAME, &data, &size) != 0 || size == 0)
-        return {};
-    std::vector<u8> profile(static_cast<const u8*>(data), static_cast<const u8*>(data) + size);
+    std::vector<u8> profile =
+        EmbeddedIccProfile(impl_->image, impl_->loader, impl_->data, impl_->size);
     // The pixels keep their numbers only where no colour conversion makes them sRGB: colour
     // bands as the file stores them, under a profile that describes RGB.
     const VipsInterpretation space = vips_image_guess_interpretation(image);
@@ -581,20 +566,28 @@ HResult EncodeJpegRows(const VImage& rgb, u32 quality, const std::vector<u8>& pr
         return hr::kTooLargeForJpeg;
     // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
     const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
-    const HResult code = Encode(out, [&](vips::VTarget target) {
-        Tagged(rgb).jpegsave_target(
-            target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
-    });
-    return WithProfile(code, profile, EmbedIccInJpeg, out);
+    // The encoders strip every piece of metadata; the colour profile alone is put in afterwards,
+    // so that a file without one comes out as it always did.
+    const auto encode = [&](const VImage& pixels) {
+        return Encode(out, [&](vips::VTarget target) {
+            Tagged(pixels).jpegsave_target(
+                target, VImage::option()->set("Q", q)->set("strip", true)->set("interlace", false));
+        });
+    };
+    return EncodeUnderProfile(rgb, profile, IccFitsJpeg(profile.size()), encode, EmbedIccInJpeg,
+                              out);
 }
 
 HResult EncodePngRows(const VImage& rgba, const std::vector<u8>& profile, std::vector<u8>& out) {
-    const HResult code = Encode(out, [&](vips::VTarget target) {
-        Tagged(rgba).pngsave_target(
-            target,
-            VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
-    });
-    return WithProfile(code, profile, EmbedIccInPng, out);
+    const auto encode = [&](const VImage& pixels) {
+        return Encode(out, [&](vips::VTarget target) {
+            Tagged(pixels).pngsave_target(
+                target,
+                VImage::option()->set("bitdepth", 8)->set("strip", true)->set("interlace", false));
+        });
+    };
+    return EncodeUnderProfile(rgba, profile, IccFitsPng(profile.size()), encode, EmbedIccInPng,
+                              out);
 }
 
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out) {
@@ -626,18 +619,7 @@ HResult ConvertToSrgb(const CDib& dib, CDibPtr& out) {
     bool copy = profile.empty();
     if (!copy) {
         try {
-            VImage rgba =
-                ForSaving(dib, true, true)
-                    .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-            vips_image_set_blob_copy(rgba.get_image(), VIPS_META_ICC_NAME, profile.data(),
-                                     profile.size());
-            // Relative colorimetric, as a viewer shows the source: white stays white. The alpha
-            // band goes through as it is.
-            const VImage srgb = rgba.icc_transform("srgb", VImage::option()
-                                                               ->set("embedded", true)
-                                                               ->set("intent", VIPS_INTENT_RELATIVE)
-                                                               ->set("depth", 8))
-                                    .cast(VIPS_FORMAT_UCHAR);
+            const VImage srgb = TurnedIntoSrgb(ForSaving(dib, true, true), profile);
             CDibTarget sink{converted.get()};
             copy = srgb.bands() != 4 || vips_sink_disc(srgb.get_image(), WriteStrip, &sink) != 0;
         } catch (const VError&) {

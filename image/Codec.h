@@ -40,13 +40,14 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
 
 // Encodes a 32-bit image as a baseline JPEG of the given quality (0 to 100; 0 is taken as 1 and
 // anything above 100 as 100), colour only, with no metadata but the image's colour profile when
-// it has one. hr::kTooLargeForJpeg for a side longer than 65500 pixels, 0x8007000E when memory
-// runs out, 0x80004005 when the encoder refuses for another reason.
+// it has one and it fits (IccFitsJpeg; else the numbers are turned into sRGB without it, as
+// image/ProfiledEncode.h does). hr::kTooLargeForJpeg for a side longer than 65500 pixels,
+// 0x8007000E when memory runs out, 0x80004005 when the encoder refuses for another reason.
 HResult EncodeJpeg(const CDib& dib, u32 quality, std::vector<u8>& out);
 
 // Encodes a 32-bit image as an 8-bit RGBA PNG with no metadata but the image's colour profile
-// when it has one; without keepAlpha every pixel is written opaque. 0x8007000E when memory runs
-// out, 0x80004005 when the encoder refuses for another reason.
+// when it has one, under the same rule with IccFitsPng; without keepAlpha every pixel is written
+// opaque. 0x8007000E when memory runs out, 0x80004005 when the encoder refuses for another reason.
 HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out);
 
 // A new copy of a 32-bit image with its numbers turned from the colour space of its profile into

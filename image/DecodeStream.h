@@ -50,7 +50,8 @@ public:
     // The colour profile that the file embeds, when the pixels keep the numbers of the space that
     // it describes: an RGB profile over colour bands that no conversion made sRGB. Empty for a
     // file without one, and for a profile of another space (grey, CMYK), whose pixels are made
-    // sRGB without it.
+    // sRGB without it. A JPEG's profile is gathered from all of its segments
+    // (image/SourceProfile.h).
     std::vector<u8> ColourProfile() const;
 
     // True when the loader reported a damaged file while the pixels were read, also where the

@@ -11,6 +11,9 @@ namespace {
 // One APP2 segment holds at most 65535 - 2 (length) - 12 ("ICC_PROFILE\0") - 2 (its number and
 // the count) bytes of the profile.
 constexpr size_t kIccBytesPerSegment = 65519;
+constexpr size_t kMostIccSegments = 255;
+// libpng's default limit on a chunk's data and on a profile's length (PNG_USER_CHUNK_MALLOC_MAX).
+constexpr size_t kPngReadersChunkLimit = 8000000;
 constexpr u8 kIccSignature[] = {'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0};
 constexpr u8 kPngSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 // The start of an iCCP chunk: its type, the profile's name and terminator, compression method 0
@@ -29,13 +32,23 @@ u32 BigEndian32(const u8* p) {
 
 } // namespace
 
+bool IccFitsJpeg(size_t size) {
+    return size <= kMostIccSegments * kIccBytesPerSegment;
+}
+
+bool IccFitsPng(size_t size) {
+    return size <= kPngReadersChunkLimit &&
+           compressBound(static_cast<uLong>(size)) + sizeof kIccpHead - 4 <= kPngReadersChunkLimit;
+}
+
 u32 IccColourSpace(const std::vector<u8>& profile) {
     return profile.size() < 128 ? 0 : BigEndian32(profile.data() + 16);
 }
 
 HResult EmbedIccInJpeg(std::vector<u8>& jpeg, const std::vector<u8>& profile) {
     const size_t segments = (profile.size() + kIccBytesPerSegment - 1) / kIccBytesPerSegment;
-    if (jpeg.size() < 2 || jpeg[0] != 0xFF || jpeg[1] != 0xD8 || profile.empty() || segments > 255)
+    if (jpeg.size() < 2 || jpeg[0] != 0xFF || jpeg[1] != 0xD8 || profile.empty() ||
+        !IccFitsJpeg(profile.size()))
         return hr::kInvalidArg;
     // After SOI, and after the JFIF APP0 when it is there: readers expect JFIF first.
     size_t at = 2;
@@ -66,7 +79,7 @@ HResult EmbedIccInJpeg(std::vector<u8>& jpeg, const std::vector<u8>& profile) {
 HResult EmbedIccInPng(std::vector<u8>& png, const std::vector<u8>& profile) {
     // The signature, then IHDR: length 13, type, 13 bytes, CRC.
     constexpr size_t kAfterIhdr = sizeof kPngSignature + 4 + 4 + 13 + 4;
-    if (png.size() < kAfterIhdr || profile.empty() ||
+    if (png.size() < kAfterIhdr || profile.empty() || !IccFitsPng(profile.size()) ||
         !std::equal(std::begin(kPngSignature), std::end(kPngSignature), png.begin()) ||
         std::memcmp(png.data() + 12, "IHDR", 4) != 0)
         return hr::kInvalidArg;

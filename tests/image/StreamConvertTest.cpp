@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "image/Codec.h"
+#include "image/IccProfileEmbed.h"
 #include "support/IccProfiles.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
@@ -427,4 +429,76 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
     const Source adobe = AdobeRgbSources().front();
     ASSERT_EQ(ReadRows(adobe.bytes.data(), adobe.bytes.size(), {}, rows), hr::kOk);
     EXPECT_EQ(rows.profile, profile);
+}
+
+// A profile goes whole into an output that has room for it, however many segments of a JPEG it
+// spread over (libvips reads 100); where there is none (a JPEG holds 255 segments of 65519 bytes,
+// a PNG 8000000 bytes for libpng's readers) it is left out and the numbers are those that it
+// shows in sRGB (the numbers as they are when the colour engine cannot read it), instead of a
+// failure or a cut profile. Both roads agree byte for byte.
+TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSrgb) {
+    ASSERT_TRUE(EnsureVipsStarted());
+    CTempDir dir;
+    const std::vector<u8> rgb = TestPictureRgb(211, 143);
+    const std::vector<u8> plainJpeg = Encoded(rgb, 211, 143, 3, ".jpg", dir);
+    const auto jpegWith = [&](const std::vector<u8>& profile) {
+        std::vector<u8> jpeg = plainJpeg;
+        EXPECT_EQ(EmbedIccInJpeg(jpeg, profile), hr::kOk);
+        return jpeg;
+    };
+    const struct {
+        const char* name;
+        size_t padding;
+        bool png, jpegHolds, pngHolds, readable;
+    } cases[] = {{"17 MiB PNG", 17 << 20, true, false, false, true},
+                 {"255 segments", 255 * 65519 - 1000, false, true, false, true},
+                 {"111 segments", 110 * 65519, false, true, true, true},
+                 {"unreadable 17 MiB PNG", 17 << 20, true, false, false, false}};
+    CShrinkStep shrink;
+    CRoundStep round;
+    round.corners = round.edges = 0;
+    for (const auto& c : cases) {
+        std::vector<u8> profile = AdobeRgbProfile(c.padding);
+        // Curves of a type that no reader knows: the colour engine cannot use the profile, and
+        // the numbers stay as they are.
+        const std::string curve = "curv";
+        if (!c.readable)
+            std::fill_n(std::search(profile.begin(), profile.end(), curve.begin(), curve.end()), 4,
+                        'x');
+        const Source from{c.name, c.png ? EncodedWithProfile(rgb, 211, 143, 3, ".png", profile)
+                                        : jpegWith(profile)};
+        const CDibPtr in = Pixels(from.bytes);
+        for (bool jpeg : {false, true}) {
+            SCOPED_TRACE(std::string(c.name) + (jpeg ? " to JPEG" : " to PNG"));
+            StreamOutput output;
+            output.jpeg = jpeg;
+            output.jpegQuality = 100;
+            std::vector<u8> out, whole;
+            const ::testing::AssertionResult both =
+                BothWays(from, shrink, round, output, out, whole);
+            EXPECT_TRUE(both);
+            if (!both)
+                continue;
+            EXPECT_EQ(out, whole);
+            const bool holds = jpeg ? c.jpegHolds : c.pngHolds;
+            std::vector<u8> segments = {0xFF, 0xD8};
+            EXPECT_EQ(EmbedIccInJpeg(segments, profile) == hr::kOk, c.jpegHolds);
+            if (jpeg && holds) {
+                EXPECT_NE(std::search(out.begin(), out.end(), segments.begin() + 2, segments.end()),
+                          out.end());
+            } else {
+                EXPECT_EQ(IccProfileOf(out), holds ? profile : std::vector<u8>());
+            }
+            const CDibPtr result = Pixels(out);
+            for (auto [x, y] : {std::pair{45, 30}, {120, 70}, {190, 130}}) {
+                const u8* source = in->PixelAt(x, y);
+                const std::array<double, 3> srgb =
+                    AdobeRgbShownAsSrgb(source[2], source[1], source[0]);
+                for (int band = 0; band < 3; ++band)
+                    EXPECT_NEAR(result->PixelAt(x, y)[band],
+                                holds || !c.readable ? source[band] : srgb[2 - band], jpeg ? 3 : 2)
+                        << x << "," << y << " band " << band;
+            }
+        }
+    }
 }

@@ -45,8 +45,9 @@ inline std::vector<u8> Xyz(double x, double y, double z) {
 
 // Adobe RGB (1998): its primaries adapted to the D50 of the profile connection space, a D65
 // white, and one gamma of 563/256 for the three channels. A version 2 display profile of primaries
-// and curves, which both Qt and the colour engine of libvips read.
-inline std::vector<u8> AdobeRgbProfile() {
+// and curves, which both Qt and the colour engine of libvips read. `padding` bytes of a private
+// tag make it as large as a test needs; readers pass over a tag they do not know.
+inline std::vector<u8> AdobeRgbProfile(size_t padding = 0) {
     using namespace icc;
     std::vector<u8> curve;
     PutTag(curve, "curv");
@@ -71,7 +72,10 @@ inline std::vector<u8> AdobeRgbProfile() {
     Append(copyright, notice);
     copyright.push_back(0);
 
-    const std::vector<std::pair<const char*, std::vector<u8>>> tags = {
+    std::vector<u8> pad;
+    PutTag(pad, "data");
+    pad.resize(12 + padding, 0); // reserved, binary flag, the bytes
+    std::vector<std::pair<const char*, std::vector<u8>>> tags = {
         {"desc", description},
         {"cprt", copyright},
         {"wtpt", Xyz(0.95045, 1.0, 1.08905)},
@@ -82,6 +86,8 @@ inline std::vector<u8> AdobeRgbProfile() {
         {"gTRC", curve},
         {"bTRC", curve},
     };
+    if (padding > 0)
+        tags.emplace_back("lvxP", pad);
     std::vector<u8> table;
     std::vector<u8> data;
     u32 offset = 128 + 4 + static_cast<u32>(tags.size()) * 12;

@@ -1,9 +1,13 @@
 // Writes a few small valid inputs for each fuzz target, made by the program's own writers, into
-// the folder in argv[1]: decode/ (PNG, JPEG, GIF, BMP), registry_export/ (settings files) and
-// shell_idlist/ ("Shell IDList Array" blocks). Fuzzing starts from them.
+// the folder in argv[1]: decode/ (PNG, JPEG, GIF, BMP), convert/ (the same images behind a few
+// choices of settings), registry_export/ (settings files) and shell_idlist/ ("Shell IDList Array"
+// blocks). Fuzzing starts from them.
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -85,6 +89,30 @@ std::vector<u8> HandMadeBmp(u16 bitCount, bool topDown) {
     return out;
 }
 
+// jpeg with a small profile of RGB (a header and no tags) in three APP2 segments, written out of
+// the order of their numbers, so that the reader of a JPEG's profile has segments to gather.
+std::vector<u8> WithIccSegments(const std::vector<u8>& jpeg) {
+    constexpr size_t kSize = 256, kPiece = 100;
+    std::vector<u8> profile(kSize, 0);
+    profile[2] = kSize >> 8;
+    std::memcpy(&profile[16], "RGB XYZ ", 8);
+    std::memcpy(&profile[36], "acsp", 4);
+    std::vector<u8> out(jpeg.begin(), jpeg.begin() + 2);
+    for (const u8 number : {2, 1, 3}) {
+        const size_t begin = (number - 1u) * kPiece;
+        const size_t size = std::min(kPiece, kSize - begin);
+        const size_t length = 2 + 12 + 2 + size;
+        const char signature[] = "ICC_PROFILE";
+        out.insert(out.end(), {0xFF, 0xE2, static_cast<u8>(length >> 8), static_cast<u8>(length)});
+        out.insert(out.end(), signature, signature + sizeof signature);
+        out.insert(out.end(), {number, 3});
+        out.insert(out.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
+                   profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
+    }
+    out.insert(out.end(), jpeg.begin() + 2, jpeg.end());
+    return out;
+}
+
 void WriteImages(const fs::path& folder) {
     const CDibPtr dib = SmallImage();
     std::vector<u8> bytes;
@@ -94,6 +122,7 @@ void WriteImages(const fs::path& folder) {
     if (Failed(EncodeJpeg(*dib, 75, bytes)))
         throw std::runtime_error("JPEG");
     Write(folder / "small.jpg", bytes);
+    Write(folder / "profiled.jpg", WithIccSegments(bytes));
     if (Failed(EncodeBmp(*dib, true, bytes)))
         throw std::runtime_error("BMP 32");
     Write(folder / "small32.bmp", bytes);
@@ -109,6 +138,24 @@ void WriteImages(const fs::path& folder) {
     const u8* gifBytes = static_cast<const u8*>(VIPS_AREA(gif)->data);
     Write(folder / "small.gif", std::vector<u8>(gifBytes, gifBytes + VIPS_AREA(gif)->length));
     vips_area_unref(VIPS_AREA(gif));
+}
+
+// Each image of `images` behind the three bytes of settings that the conversion target reads
+// first (image/fuzz/convert_fuzzer.cpp): PNG as it is; JPEG into a custom box; PNG into a named
+// size with transparent corners kept; JPEG reduced, lengths as shares, rows taken for a preview.
+void WriteConversions(const fs::path& images, const fs::path& folder) {
+    constexpr u8 kSettings[][3] = {
+        {0x00, 0xFF, 0x20}, {0x11, 0x5A, 0x40}, {0x26, 0xF3, 0x08}, {0xD9, 0x0F, 0x90}};
+    for (const fs::directory_entry& entry : fs::directory_iterator(images)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::vector<u8> image((std::istreambuf_iterator<char>(file)),
+                                    std::istreambuf_iterator<char>());
+        for (size_t i = 0; i < std::size(kSettings); ++i) {
+            std::vector<u8> input(std::begin(kSettings[i]), std::end(kSettings[i]));
+            input.insert(input.end(), image.begin(), image.end());
+            Write(folder / (std::to_string(i) + "-" + entry.path().filename().string()), input);
+        }
+    }
 }
 
 void WriteRegistryExports(const fs::path& folder) {
@@ -153,9 +200,10 @@ int main(int argc, char** argv) {
     }
     try {
         const fs::path top(argv[1]);
-        for (const char* name : {"decode", "registry_export", "shell_idlist"})
+        for (const char* name : {"decode", "convert", "registry_export", "shell_idlist"})
             fs::create_directories(top / name);
         WriteImages(top / "decode");
+        WriteConversions(top / "decode", top / "convert");
         WriteRegistryExports(top / "registry_export");
         WriteIdListBlocks(top / "shell_idlist");
     } catch (const std::exception& e) {
