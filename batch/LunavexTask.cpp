@@ -97,9 +97,10 @@ void CLunavexTask::Convert() {
         return;
     CDibPtr image;
     Size declared;
-    HResult code = LoadImageFile(image, inputPath, this, limits, &declared);
+    CDecodeCost cost;
+    HResult code = LoadImageFile(image, inputPath, this, limits, &declared, &cost);
     if (Failed(code)) {
-        FailLoad(code, declared);
+        FailLoad(code, declared, cost);
         return;
     }
     Process(image);
@@ -154,7 +155,7 @@ bool CLunavexTask::ConvertStreamed() {
         }
         break;
     case StreamFailure::kLoad:
-        FailLoad(code, failure.declared);
+        FailLoad(code, failure.declared, failure.cost);
         break;
     case StreamFailure::kShrink:
     case StreamFailure::kRound:
@@ -165,6 +166,24 @@ bool CLunavexTask::ConvertStreamed() {
         break;
     }
     return true;
+}
+
+u64 CLunavexTask::MemoryEstimate() const {
+    CFileBytes file;
+    if (Failed(ReadFileToBuffer(file, inputPath, this)))
+        return 0;
+    CDecodeCost cost;
+    EstimateDecodeCostOf(file.data.get(), file.size, limits, cost);
+    return file.size + cost.memory;
+}
+
+void CLunavexTask::ForgetOutcome() {
+    errorId = 0;
+    errorCode = 0;
+    errorText.clear();
+    std::vector<u8>().swap(encoded);
+    preview.reset();
+    ReleaseImages();
 }
 
 void CLunavexTask::SaveEncoded() {
@@ -220,13 +239,25 @@ void CLunavexTask::ReleaseImages() {
     roundStep.result.reset();
 }
 
-void CLunavexTask::FailLoad(HResult code, const Size& declared) {
-    if (code == hr::kImageTooLarge) {
+void CLunavexTask::FailLoad(HResult code, const Size& declared, const CDecodeCost& cost) {
+    errorCode = code;
+    const std::wstring width = GroupedNumber(static_cast<u64>(declared.cx));
+    const std::wstring height = GroupedNumber(static_cast<u64>(declared.cy));
+    if (code == hr::kOverMemoryBudget) {
+        errorId = strid::kLoadFailedOverMemory;
+        FormatResString(errorText, strid::kLoadFailedOverMemory,
+                        {ResultText(code), width, height, GroupedNumber(cost.MemoryMb()),
+                         GroupedNumber(limits.maxMemoryMb)});
+    } else if (code == hr::kOverWorkBudget) {
+        errorId = strid::kLoadFailedOverWork;
+        FormatResString(errorText, strid::kLoadFailedOverWork,
+                        {ResultText(code), width, height, GroupedNumber(cost.scans),
+                         GroupedNumber(limits.maxPixels),
+                         GroupedNumber(kScanPassesOverPixelLimit)});
+    } else if (code == hr::kImageTooLarge) {
         errorId = strid::kLoadFailedTooLarge;
         FormatResString(errorText, strid::kLoadFailedTooLarge,
-                        {ResultText(code), GroupedNumber(static_cast<u64>(declared.cx)),
-                         GroupedNumber(static_cast<u64>(declared.cy)),
-                         GroupedNumber(limits.maxPixels)});
+                        {ResultText(code), width, height, GroupedNumber(limits.maxPixels)});
     } else if (code == hr::kTooManyScans) {
         errorId = strid::kLoadFailedTooManyScans;
         FormatResString(errorText, strid::kLoadFailedTooManyScans,
@@ -249,6 +280,7 @@ void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
     else
         FormatResString(message, static_cast<u32>(id));
     errorId = id;
+    errorCode = code;
     errorText = message;
     if (!text.empty())
         errorText += L"\n\n" + text;

@@ -8,6 +8,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "batch/CanTerminate.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 #include "image/PreviewSource.h"
@@ -64,6 +65,13 @@ public:
     // Shrink, round and blur, background fill: everything that happens in memory.
     void Process(CDibPtr image);
 
+    // What converting the file will hold in memory, as far as its header tells: the file's bytes
+    // and the decoder's cost (image/DecodeCost.h). 0 when the file cannot be read; nothing is
+    // decoded. Any thread, before Run.
+    u64 MemoryEstimate() const;
+    // Forgets the outcome of a run (failure, kept output), so that Run can be called once more.
+    void ForgetOutcome();
+
     // Lets go of every image the task and its steps hold, so that a long batch keeps no more than
     // the file in work in memory. The ids and texts stay.
     void ReleaseImages();
@@ -73,6 +81,8 @@ public:
 
     i32 errorId = 0;
     std::wstring errorText;
+    // The result code of the failure, where one caused it (0x8007000E when memory ran out).
+    HResult errorCode = 0;
     CDibPtr source;
     CDibPtr result;
     std::wstring inputPath;
@@ -106,8 +116,9 @@ public:
     void SaveEncoded();
 
 private:
-    // The failure of the load, with the size and the limit where a limit refused the file.
-    void FailLoad(HResult code, const Size& declared);
+    // The failure of the load, with the size and the limit where a limit refused the file, and
+    // what decoding it needs where a budget did.
+    void FailLoad(HResult code, const Size& declared, const CDecodeCost& cost = {});
     // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
     void Save(const std::vector<u8>* bytes);
 };
