@@ -1,6 +1,8 @@
 // One file's road: folder, load, shrink, round and blur, background, save.
 #include "batch/LunavexTask.h"
 
+#include <new>
+
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Exception.h"
@@ -76,7 +78,15 @@ HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
 }
 
 void CLunavexTask::Run() {
-    Convert();
+    // Memory that runs out where no step caught it fails the file with the code's own text, as a
+    // step's failure would, so that a batch may try the file again alone.
+    try {
+        Convert();
+    } catch (const std::bad_alloc&) {
+        ReleaseImages();
+        std::vector<u8>().swap(encoded);
+        Fail(strid::kLoadFailed, hr::kOutOfMemory, inputPath);
+    }
     if (client)
         client->OnTaskFinished(shared_from_this());
 }

@@ -61,7 +61,8 @@ bool CLoader::IsOutOfMemoryText(std::string text) {
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text.find("out of memory") != std::string::npos ||
            text.find("insufficient memory") != std::string::npos ||
-           text.find("memory error") != std::string::npos;
+           text.find("memory error") != std::string::npos ||
+           text.find("error creating thread") != std::string::npos;
 }
 
 HResult CLoader::DecodeFailure() {

@@ -28,7 +28,8 @@ public:
 
     // Whether a failure reported by libvips or one of the libraries under it was a failed
     // allocation. They report it only as text: libvips' own "out of memory", libpng's
-    // "insufficient memory", libwebp's "out of memory" status.
+    // "insufficient memory", libwebp's "out of memory" status, and GLib's "Error creating
+    // thread", which is what a thread's stack that no longer fits in the address space gives.
     static bool IsOutOfMemoryText(std::string text);
     // The code of a failure to decode that libvips' error text describes: 0x8007000E when memory
     // ran out, 0x80004001 otherwise. Clears the text.
