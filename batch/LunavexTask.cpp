@@ -133,8 +133,9 @@ bool CLunavexTask::ConvertStreamed() {
         return false;
     output.keepAlpha = keepsAlpha;
     output.reduceWhileDecoding = true;
-    CFileBytes file;
-    HResult code = ReadFileToBuffer(file, inputPath, this);
+    // The bytes that MemoryEstimate read, when it did; else read here.
+    CFileBytes file = std::move(sourceBytes_);
+    HResult code = file.data ? hr::kOk : ReadFileToBuffer(file, inputPath, this);
     if (Failed(code)) {
         FailLoad(code, Size{});
         return true;
@@ -178,13 +179,13 @@ bool CLunavexTask::ConvertStreamed() {
     return true;
 }
 
-u64 CLunavexTask::MemoryEstimate() const {
-    CFileBytes file;
-    if (Failed(ReadFileToBuffer(file, inputPath, this)))
+u64 CLunavexTask::MemoryEstimate() {
+    sourceBytes_ = CFileBytes();
+    if (Failed(ReadFileToBuffer(sourceBytes_, inputPath, this)))
         return 0;
     CDecodeCost cost;
-    EstimateDecodeCostOf(file.data.get(), file.size, limits, cost);
-    return file.size + cost.memory;
+    EstimateDecodeCostOf(sourceBytes_.data.get(), sourceBytes_.size, limits, cost);
+    return sourceBytes_.size + cost.memory;
 }
 
 void CLunavexTask::ForgetOutcome() {
@@ -241,6 +242,7 @@ void CLunavexTask::Process(CDibPtr image) {
 }
 
 void CLunavexTask::ReleaseImages() {
+    sourceBytes_ = CFileBytes();
     source.reset();
     result.reset();
     shrinkStep.source.reset();

@@ -11,6 +11,7 @@
 #include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
+#include "image/ImageIo.h"
 #include "image/PreviewSource.h"
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
@@ -67,13 +68,14 @@ public:
 
     // What converting the file will hold in memory, as far as its header tells: the file's bytes
     // and the decoder's cost (image/DecodeCost.h). 0 when the file cannot be read; nothing is
-    // decoded. Any thread, before Run.
-    u64 MemoryEstimate() const;
+    // decoded. The bytes read stay for the streamed conversion, which then reads no more. The
+    // thread that runs the task, before Run.
+    u64 MemoryEstimate();
     // Forgets the outcome of a run (failure, kept output), so that Run can be called once more.
     void ForgetOutcome();
 
-    // Lets go of every image the task and its steps hold, so that a long batch keeps no more than
-    // the file in work in memory. The ids and texts stay.
+    // Lets go of every image the task and its steps hold, and of the bytes of its file, so that a
+    // long batch keeps no more than the file in work in memory. The ids and texts stay.
     void ReleaseImages();
 
     void Fail(i32 id, HResult code);
@@ -121,6 +123,8 @@ private:
     void FailLoad(HResult code, const Size& declared, const CDecodeCost& cost = {});
     // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
     void Save(const std::vector<u8>* bytes);
+
+    CFileBytes sourceBytes_; // read by MemoryEstimate for the conversion that follows
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of
