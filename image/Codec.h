@@ -1,5 +1,6 @@
 // The door to libvips' loaders and savers: encoded bytes become a CDib and a CDib becomes bytes.
-// No other file of the engine knows a file format.
+// Besides our BMP reader, no other file of the engine decodes or encodes a file format;
+// image/DecodeCost reads only the sizes and kinds that headers declare.
 #pragma once
 
 #include <cstddef>
