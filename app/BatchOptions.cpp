@@ -141,15 +141,15 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
         out.jpegQuality = quality;
         return true;
     }
-    if (name == L"max-pixels") {
+    if (name == L"max-pixels" || name == L"max-memory") {
         // Digits only, 1 to 4294967295: the range of the stored value.
         if (value.empty() || value.size() > 10 ||
             value.find_first_not_of(L"0123456789") != std::wstring::npos)
             return false;
-        const u64 pixels = std::stoull(value);
-        if (pixels == 0 || pixels > UINT32_MAX)
+        const u64 number = std::stoull(value);
+        if (number == 0 || number > UINT32_MAX)
             return false;
-        out.maxPixels = static_cast<u32>(pixels);
+        (name == L"max-pixels" ? out.maxPixels : out.maxMemoryMb) = static_cast<u32>(number);
         return true;
     }
     if (name == L"jobs") {
@@ -171,9 +171,9 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 }
 
 bool IsValueOption(const std::wstring& name) {
-    static const wchar_t* names[] = {L"shrink",    L"radius",     L"blur",   L"corners",
-                                     L"edges",     L"background", L"format", L"quality",
-                                     L"subfolder", L"max-pixels", L"jobs"};
+    static const wchar_t* names[] = {L"shrink",    L"radius",     L"blur",       L"corners",
+                                     L"edges",     L"background", L"format",     L"quality",
+                                     L"subfolder", L"max-pixels", L"max-memory", L"jobs"};
     for (const wchar_t* n : names) {
         if (name == n)
             return true;
@@ -283,6 +283,8 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
         s.subFolders.Add(*o.subFolder);
     if (o.maxPixels)
         s.maxPixels = *o.maxPixels;
+    if (o.maxMemoryMb)
+        s.maxMemoryMb = *o.maxMemoryMb;
 }
 
 std::wstring BatchUsage() {

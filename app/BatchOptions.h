@@ -30,7 +30,8 @@ struct BatchOptions {
     std::optional<u32> saveType;
     std::optional<u32> jpegQuality;
     std::optional<std::wstring> subFolder;
-    std::optional<u32> maxPixels; // at least 1
+    std::optional<u32> maxPixels;   // at least 1
+    std::optional<u32> maxMemoryMb; // MiB, at least 1
     // Files converted at once; 0 takes one per processor.
     u32 jobs = 0;
 };

@@ -53,12 +53,48 @@ std::wstring Text(u32 id, const std::wstring& argument = {}) {
     return text;
 }
 
+// Admits the files of a parallel run to the workers by the memory that each will need: a file's
+// estimate is reserved from the budget while it converts, a file that does not fit in what is
+// left waits until earlier ones finish, and a file alone may always take the whole budget. Files
+// are admitted in their order. Every call is made under the run's lock.
+class CMemoryGate {
+public:
+    explicit CMemoryGate(u64 budget) : budget_(budget) {}
+
+    // Whether file i, of the given estimate, may start now.
+    bool MayStart(size_t i, u64 estimate) const {
+        return i == admitted_ && !held_ && (inFlight_ == 0 || reserved_ + estimate <= budget_);
+    }
+    void Start(u64 estimate) {
+        ++admitted_;
+        ++inFlight_;
+        reserved_ += estimate;
+    }
+    void Finish(u64 estimate) {
+        --inFlight_;
+        reserved_ -= estimate;
+    }
+    // While held, no file starts; Idle tells when the files in flight have finished.
+    void Hold(bool held) { held_ = held; }
+    bool Idle() const { return inFlight_ == 0; }
+
+private:
+    u64 budget_;
+    u64 reserved_ = 0;
+    size_t inFlight_ = 0;
+    size_t admitted_ = 0;
+    bool held_ = false;
+};
+
 // Converts the files on `jobs` threads (0: one per processor) while this thread writes them and
 // reports them in their order. A file is written only after every file before it, and the run
 // stops at the first failure in that order, so that the files on disk and the lines printed are
-// those of a run of one file at a time. At most `jobs` converted files wait in memory.
-int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostream& out,
-                   std::ostream& err) {
+// those of a run of one file at a time. At most `jobs` converted files wait in memory, and the
+// files in work together need no more than `memoryBudget` bytes as their headers tell (one file
+// alone may need more). A file that ran out of memory beside others is converted once more
+// alone, once those have finished, before its failure counts.
+int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, u64 memoryBudget,
+                   std::ostream& out, std::ostream& err) {
     if (jobs == 0)
         jobs = std::max(1u, std::thread::hardware_concurrency());
     const size_t count = planned.size();
@@ -74,6 +110,7 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
     size_t written = 0; // the files this thread is done with
     std::vector<char> converted(count, 0);
     bool stop = false;
+    CMemoryGate gate(memoryBudget);
     auto convert = [&](size_t i) {
         lvx::CLunavexTask& task = *planned[i].task;
         CSimpleErr failure;
@@ -82,6 +119,35 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
             task.errorId = static_cast<i32>(failure.id);
             task.errorText = failure.text;
         }
+    };
+    // Waits until the gate lets file i start; false when the run stops meanwhile.
+    auto admit = [&](size_t i, u64 estimate) {
+        std::unique_lock<std::mutex> guard(lock);
+        changed.wait(guard, [&] { return stop || gate.MayStart(i, estimate); });
+        if (stop)
+            return false;
+        gate.Start(estimate);
+        return true;
+    };
+    std::vector<std::thread> workers;
+    // A file that ran out of memory beside others gets the memory to itself: no file starts
+    // until the files in flight are done, then it converts again on this thread.
+    auto retryAlone = [&](size_t i) {
+        lvx::CLunavexTask& task = *planned[i].task;
+        if (task.errorCode != hr::kOutOfMemory || workers.size() < 2)
+            return;
+        {
+            std::unique_lock<std::mutex> guard(lock);
+            gate.Hold(true);
+            changed.wait(guard, [&] { return gate.Idle(); });
+        }
+        task.ForgetOutcome();
+        convert(i);
+        {
+            std::lock_guard<std::mutex> guard(lock);
+            gate.Hold(false);
+        }
+        changed.notify_all();
     };
     auto work = [&] {
         for (;;) {
@@ -93,15 +159,18 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
                     return;
                 i = next++;
             }
+            const u64 estimate = planned[i].task->MemoryEstimate();
+            if (!admit(i, estimate))
+                return;
             convert(i);
             {
                 std::lock_guard<std::mutex> guard(lock);
                 converted[i] = 1;
+                gate.Finish(estimate);
             }
             changed.notify_all();
         }
     };
-    std::vector<std::thread> workers;
     try {
         for (u32 k = 0; k < jobs && k < count; ++k)
             workers.emplace_back(work);
@@ -129,6 +198,7 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, std::ostre
             code = exitcode::kStoppedBySignal + signal;
             break;
         }
+        retryAlone(i);
         lvx::CLunavexTask& task = *planned[i].task;
         task.SaveEncoded();
         task.ReleaseImages();
@@ -186,7 +256,8 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
             return exitcode::kRefused;
         }
     }
-    return ConvertInOrder(planned, options.jobs, out, err);
+    return ConvertInOrder(planned, options.jobs, static_cast<u64>(settings.maxMemoryMb) << 20, out,
+                          err);
 }
 
 } // namespace

@@ -118,6 +118,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         task->SetShrink(settings.shrink);
         task->SetRound(settings.round);
         task->SetMaxPixels(settings.maxPixels);
+        task->limits.maxMemoryMb = settings.maxMemoryMb;
         if (Failed(task->PrepareEncoder(settings.saveType, settings.jpegQuality)))
             throw my::CException(strid::kNoEncoderLibrary);
         planned.push_back({task, identity.exists});

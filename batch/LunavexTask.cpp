@@ -1,6 +1,8 @@
 // One file's road: folder, load, shrink, round and blur, background, save.
 #include "batch/LunavexTask.h"
 
+#include <new>
+
 #include "batch/Setting.h"
 #include "batch/SubFolderRule.h"
 #include "foundation/ControlLookup.h"
@@ -85,7 +87,15 @@ HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
 }
 
 void CLunavexTask::Run() {
-    Convert();
+    // Memory that runs out where no step caught it fails the file with the code's own text, as a
+    // step's failure would, so that a batch may try the file again alone.
+    try {
+        Convert();
+    } catch (const std::bad_alloc&) {
+        ReleaseImages();
+        std::vector<u8>().swap(encoded);
+        Fail(strid::kLoadFailed, hr::kOutOfMemory, inputPath);
+    }
     // The folder stays open only for a save still to come.
     if (!deferSave || errorId != 0)
         outputDir_.Close();
@@ -104,9 +114,10 @@ void CLunavexTask::Convert() {
         return;
     CDibPtr image;
     Size declared;
-    HResult code = LoadImageFile(image, inputPath, this, limits, &declared);
+    CDecodeCost cost;
+    HResult code = LoadImageFile(image, inputPath, this, limits, &declared, &cost);
     if (Failed(code)) {
-        FailLoad(code, declared);
+        FailLoad(code, declared, cost);
         return;
     }
     Process(image);
@@ -129,8 +140,9 @@ bool CLunavexTask::ConvertStreamed() {
         return false;
     output.keepAlpha = keepsAlpha;
     output.reduceWhileDecoding = true;
-    CFileBytes file;
-    HResult code = ReadFileToBuffer(file, inputPath, this);
+    // The bytes that MemoryEstimate read, when it did; else read here.
+    CFileBytes file = std::move(sourceBytes_);
+    HResult code = file.data ? hr::kOk : ReadFileToBuffer(file, inputPath, this);
     if (Failed(code)) {
         FailLoad(code, Size{});
         return true;
@@ -161,7 +173,7 @@ bool CLunavexTask::ConvertStreamed() {
         }
         break;
     case StreamFailure::kLoad:
-        FailLoad(code, failure.declared);
+        FailLoad(code, failure.declared, failure.cost);
         break;
     case StreamFailure::kShrink:
     case StreamFailure::kRound:
@@ -172,6 +184,24 @@ bool CLunavexTask::ConvertStreamed() {
         break;
     }
     return true;
+}
+
+u64 CLunavexTask::MemoryEstimate() {
+    sourceBytes_ = CFileBytes();
+    if (Failed(ReadFileToBuffer(sourceBytes_, inputPath, this)))
+        return 0;
+    CDecodeCost cost;
+    EstimateDecodeCostOf(sourceBytes_.data.get(), sourceBytes_.size, limits, cost);
+    return sourceBytes_.size + cost.memory;
+}
+
+void CLunavexTask::ForgetOutcome() {
+    errorId = 0;
+    errorCode = 0;
+    errorText.clear();
+    std::vector<u8>().swap(encoded);
+    preview.reset();
+    ReleaseImages();
 }
 
 void CLunavexTask::SaveEncoded() {
@@ -260,6 +290,7 @@ void CLunavexTask::Process(CDibPtr image) {
 }
 
 void CLunavexTask::ReleaseImages() {
+    sourceBytes_ = CFileBytes();
     source.reset();
     result.reset();
     shrinkStep.source.reset();
@@ -268,13 +299,25 @@ void CLunavexTask::ReleaseImages() {
     roundStep.result.reset();
 }
 
-void CLunavexTask::FailLoad(HResult code, const Size& declared) {
-    if (code == hr::kImageTooLarge) {
+void CLunavexTask::FailLoad(HResult code, const Size& declared, const CDecodeCost& cost) {
+    errorCode = code;
+    const std::wstring width = GroupedNumber(static_cast<u64>(declared.cx));
+    const std::wstring height = GroupedNumber(static_cast<u64>(declared.cy));
+    if (code == hr::kOverMemoryBudget) {
+        errorId = strid::kLoadFailedOverMemory;
+        FormatResString(errorText, strid::kLoadFailedOverMemory,
+                        {ResultText(code), width, height, GroupedNumber(cost.MemoryMb()),
+                         GroupedNumber(limits.maxMemoryMb)});
+    } else if (code == hr::kOverWorkBudget) {
+        errorId = strid::kLoadFailedOverWork;
+        FormatResString(errorText, strid::kLoadFailedOverWork,
+                        {ResultText(code), width, height, GroupedNumber(cost.scans),
+                         GroupedNumber(limits.maxPixels),
+                         GroupedNumber(kScanPassesOverPixelLimit)});
+    } else if (code == hr::kImageTooLarge) {
         errorId = strid::kLoadFailedTooLarge;
         FormatResString(errorText, strid::kLoadFailedTooLarge,
-                        {ResultText(code), GroupedNumber(static_cast<u64>(declared.cx)),
-                         GroupedNumber(static_cast<u64>(declared.cy)),
-                         GroupedNumber(limits.maxPixels)});
+                        {ResultText(code), width, height, GroupedNumber(limits.maxPixels)});
     } else if (code == hr::kTooManyScans) {
         errorId = strid::kLoadFailedTooManyScans;
         FormatResString(errorText, strid::kLoadFailedTooManyScans,
@@ -297,6 +340,7 @@ void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
     else
         FormatResString(message, static_cast<u32>(id));
     errorId = id;
+    errorCode = code;
     errorText = message;
     if (!text.empty())
         errorText += L"\n\n" + text;

@@ -11,8 +11,10 @@
 #include "batch/CanTerminate.h"
 #include "foundation/FileIo.h"
 #include "foundation/FolderChain.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
+#include "image/ImageIo.h"
 #include "image/PreviewSource.h"
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
@@ -73,8 +75,16 @@ public:
     // Shrink, round and blur, background fill: everything that happens in memory.
     void Process(CDibPtr image);
 
-    // Lets go of every image the task and its steps hold, so that a long batch keeps no more than
-    // the file in work in memory. The ids and texts stay.
+    // What converting the file will hold in memory, as far as its header tells: the file's bytes
+    // and the decoder's cost (image/DecodeCost.h). 0 when the file cannot be read; nothing is
+    // decoded. The bytes read stay for the streamed conversion, which then reads no more. The
+    // thread that runs the task, before Run.
+    u64 MemoryEstimate();
+    // Forgets the outcome of a run (failure, kept output), so that Run can be called once more.
+    void ForgetOutcome();
+
+    // Lets go of every image the task and its steps hold, and of the bytes of its file, so that a
+    // long batch keeps no more than the file in work in memory. The ids and texts stay.
     void ReleaseImages();
 
     void Fail(i32 id, HResult code);
@@ -82,6 +92,8 @@ public:
 
     i32 errorId = 0;
     std::wstring errorText;
+    // The result code of the failure, where one caused it (0x8007000E when memory ran out).
+    HResult errorCode = 0;
     CDibPtr source;
     CDibPtr result;
     std::wstring inputPath;
@@ -118,8 +130,9 @@ public:
     void SaveEncoded();
 
 private:
-    // The failure of the load, with the size and the limit where a limit refused the file.
-    void FailLoad(HResult code, const Size& declared);
+    // The failure of the load, with the size and the limit where a limit refused the file, and
+    // what decoding it needs where a budget did.
+    void FailLoad(HResult code, const Size& declared, const CDecodeCost& cost = {});
     // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
     void Save(const std::vector<u8>* bytes);
     // Opens the output folder (made where missing) for the save; false with the failure set.
@@ -131,6 +144,8 @@ private:
     bool planned_ = false;
     // The output folder from the start of the conversion to the end of the save.
     CFileDescriptor outputDir_;
+
+    CFileBytes sourceBytes_; // read by MemoryEstimate for the conversion that follows
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of

@@ -66,6 +66,8 @@ public:
     ShrinkSettings shrink;
     RoundSettings round;
     u32 maxPixels = kDefaultMaxPixels; // a larger source is refused before it is decoded
+    // MiB that one file's decoding may need, and that the files converted at once may need together
+    u32 maxMemoryMb = kDefaultMaxMemoryMb;
 
     bool operator==(const CSetting&) const = default;
 };

@@ -56,6 +56,8 @@ constexpr CodeText kComTexts[] = {
     {hr::kImageTooLarge, strid::kResultImageTooLarge},
     {hr::kTooManyScans, strid::kResultTooManyScans},
     {hr::kTooLargeForJpeg, strid::kResultTooLargeForJpeg},
+    {hr::kOverMemoryBudget, strid::kResultOverMemoryBudget},
+    {hr::kOverWorkBudget, strid::kResultOverWorkBudget},
 };
 
 u32 FindTextId(const CodeText* begin, const CodeText* end, HResult code) {

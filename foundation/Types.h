@@ -23,10 +23,12 @@ constexpr HResult kNotEnoughMemory = 0x80070008;
 constexpr HResult kAborted = 0x800703E3;            // ERROR_OPERATION_ABORTED as a result code
 constexpr HResult kFormatNotAvailable = 0x80040064; // a drag's data without the format asked
 // Codes of this program, with the customer bit set so that they never meet a system code.
-constexpr HResult kNotOrdinaryFile = 0xA04C0001; // a device, pipe or socket given as a file
-constexpr HResult kImageTooLarge = 0xA04C0002;   // more pixels than the decode limit
-constexpr HResult kTooManyScans = 0xA04C0003;    // a JPEG of more scans than the decode limit
-constexpr HResult kTooLargeForJpeg = 0xA04C0004; // a side longer than JPEG can hold
+constexpr HResult kNotOrdinaryFile = 0xA04C0001;  // a device, pipe or socket given as a file
+constexpr HResult kImageTooLarge = 0xA04C0002;    // more pixels than the decode limit
+constexpr HResult kTooManyScans = 0xA04C0003;     // a JPEG of more scans than the decode limit
+constexpr HResult kTooLargeForJpeg = 0xA04C0004;  // a side longer than JPEG can hold
+constexpr HResult kOverMemoryBudget = 0xA04C0010; // decoding would need more than the memory limit
+constexpr HResult kOverWorkBudget = 0xA04C0011;   // a JPEG whose scans are more work than the limit
 } // namespace hr
 
 inline bool Failed(HResult code) {

@@ -326,6 +326,16 @@ bool IsBmp(const u8* data, size_t size) {
     return data && size >= 2 && data[0] == 'B' && data[1] == 'M';
 }
 
+HResult ReadBmpSize(const u8* data, size_t size, Size& declared) {
+    if (!IsBmp(data, size))
+        return hr::kNotImpl;
+    CLayout layout;
+    const HResult headers = ReadHeaders(CBytes(data, size), layout);
+    if (Succeeded(headers))
+        declared = Size{layout.width, layout.height};
+    return headers;
+}
+
 HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* declared) {
     if (!IsBmp(data, size))
         return hr::kNotImpl;

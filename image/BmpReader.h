@@ -10,6 +10,10 @@
 // True when the buffer starts with the "BM" of a bitmap file header.
 bool IsBmp(const u8* data, size_t size);
 
+// The size that a BMP file's headers declare, read without decoding a pixel; 0x80004001 for
+// headers that ReadBmp would refuse.
+HResult ReadBmpSize(const u8* data, size_t size, Size& declared);
+
 // Decodes a BMP file held in memory into a new 32-bit straight-alpha bottom-up image.
 //
 // Reads the file header and the info header of 12 (core), 40, 52, 56, 108 or 124 bytes; 1, 4 and

@@ -2,24 +2,19 @@
 #include "image/Codec.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cctype>
-#include <cstdlib>
 #include <cstring>
-#include <malloc.h>
-#include <mutex>
 #include <new>
-#include <optional>
 #include <string>
 
-#include <gmodule.h>
 #include <vips/vips8>
 
 #include "image/BmpReader.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeStream.h"
 #include "image/EncoderSetup.h"
 #include "image/IccProfileEmbed.h"
 #include "image/JpegScans.h"
+#include "image/Loaders.h"
 #include "image/ProfiledEncode.h"
 #include "image/SourceProfile.h"
 #include "image/StreamEncoders.h"
@@ -39,59 +34,11 @@ constexpr i64 kLeastRemainingShrink = 3;
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
 constexpr double kNewBitmapPixelsPerMm = 96.0 / 25.4;
 
-// The libvips loaders that DecodeImage uses: the formats that the program reads, all of them
-// among libvips' trusted loaders. Anything else that libvips would recognise (SVG, PDF, JPEG 2000,
-// JPEG XL, Radiance, ImageMagick) is treated as no image at all.
-constexpr const char* kAllowedLoaders[] = {"jpegload_buffer", "pngload_buffer",  "gifload_buffer",
-                                           "tiffload_buffer", "webpload_buffer", "heifload_buffer"};
-
-// The file of libvips' HEIF/AVIF loader: of the formats that the program reads, the only one
-// whose loader libvips keeps in a module rather than built in.
-std::string HeifModulePath() {
-    return std::string(LVX_VIPS_LIBDIR) + "/vips-modules-" + std::to_string(vips_version(0)) + "." +
-           std::to_string(vips_version(1)) + "/vips-heif." + G_MODULE_SUFFIX;
-}
-
-bool HasHeifLoader() {
-    return vips_type_find("VipsOperation", "heifload_buffer") != 0;
-}
-
-// The operation name of the loader that claims the buffer, when it is one of the allowed ones;
-// null otherwise. libvips answers with the loader's type name, which is turned into the
-// operation's nickname here. A buffer that no loader claims may be HEIF or AVIF: then the HEIF
-// module is loaded and asked too.
-const char* AllowedLoaderFor(const u8* data, size_t size) {
-    const char* typeName = vips_foreign_find_load_buffer(data, size);
-    if (!typeName && EnsureHeifLoader())
-        typeName = vips_foreign_find_load_buffer(data, size);
-    if (!typeName)
-        return nullptr;
-    const char* nickname = vips_nickname_find(g_type_from_name(typeName));
-    if (!nickname)
-        return nullptr;
-    for (const char* allowed : kAllowedLoaders) {
-        if (std::strcmp(nickname, allowed) == 0)
-            return allowed;
-    }
-    return nullptr;
-}
-
-// Whether a failure reported by libvips or one of the libraries under it was a failed
-// allocation. They report it only as text: libvips' own "out of memory", libpng's "insufficient
-// memory", libwebp's "out of memory" status.
-bool IsOutOfMemoryText(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text.find("out of memory") != std::string::npos ||
-           text.find("insufficient memory") != std::string::npos ||
-           text.find("memory error") != std::string::npos;
-}
-
 // The code of an encoder's failure: memory when that is what ran out, else an unspecified
 // failure. Clears libvips' error text.
 HResult EncoderFailure(const VError& error, bool outputOutOfMemory) {
-    const bool memory = outputOutOfMemory || IsOutOfMemoryText(error.what()) ||
-                        IsOutOfMemoryText(vips_error_buffer());
+    const bool memory = outputOutOfMemory || CLoader::IsOutOfMemoryText(error.what()) ||
+                        CLoader::IsOutOfMemoryText(vips_error_buffer());
     vips_error_clear();
     return memory ? hr::kOutOfMemory : hr::kFail;
 }
@@ -119,56 +66,6 @@ int WriteStrip(VipsRegion* region, VipsRect* area, void* arg) {
     }
     return 0;
 }
-
-// A loader that reports a damaged file while its pixels are decoded invalidates its operation;
-// the flag catches that even where the pixel pipeline itself finishes.
-void OnLoaderInvalidated(VipsOperation*, void* flag) {
-    static_cast<std::atomic<bool>*>(flag)->store(true);
-}
-
-// An open buffer loader: the operation is kept until the pixels are decoded, so that a failure
-// reported through it is seen.
-class CLoader {
-public:
-    CLoader() = default;
-    CLoader(const CLoader&) = delete;
-    CLoader& operator=(const CLoader&) = delete;
-    ~CLoader() {
-        if (!op_)
-            return;
-        vips_object_unref_outputs(VIPS_OBJECT(op_));
-        g_object_unref(op_);
-    }
-
-    // Runs the named loader outside the operation cache, so that no cached operation keeps a
-    // pointer into the caller's buffer after the decode. Only the header is read here; pixels
-    // are decoded on demand, row by row. The loaders' defaults give the first page or frame and
-    // apply no orientation tag. Null with the libvips error set on failure.
-    VipsImage* Open(const char* loader, const u8* data, size_t size, int shrink = 1) {
-        op_ = vips_operation_new(loader);
-        if (!op_)
-            return nullptr;
-        g_signal_connect(op_, "invalidate", G_CALLBACK(OnLoaderInvalidated), &invalidated_);
-        VipsBlob* blob = vips_blob_new(nullptr, data, size);
-        // Truncated or damaged data fails the load instead of giving a half-grey picture.
-        const int setFailed =
-            vips_object_set(VIPS_OBJECT(op_), "buffer", blob, "access", VIPS_ACCESS_SEQUENTIAL,
-                            "fail_on", VIPS_FAIL_ON_ERROR, nullptr);
-        vips_area_unref(VIPS_AREA(blob));
-        if (!setFailed && shrink > 1)
-            vips_object_set(VIPS_OBJECT(op_), "shrink", shrink, nullptr);
-        VipsImage* image = nullptr;
-        if (!setFailed && !vips_object_build(VIPS_OBJECT(op_)))
-            g_object_get(op_, "out", &image, nullptr);
-        return image;
-    }
-
-    bool Invalidated() const { return invalidated_; }
-
-private:
-    VipsOperation* op_ = nullptr;
-    std::atomic<bool> invalidated_{false};
-};
 
 // Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
 // With rgbWhenOpaque an image without alpha stays three bands, which spares a pass that only
@@ -300,73 +197,25 @@ HResult EncodeDib(const CDib& dib, std::vector<u8>& out, EncodeRows encode, bool
     return encode(image);
 }
 
-} // namespace
-
-bool EnsureHeifLoader() {
-    static std::once_flag once;
-    static bool present = false;
-    std::call_once(once, [] {
-        if (!HasHeifLoader() && g_module_open(HeifModulePath().c_str(), G_MODULE_BIND_LAZY)) {
-            // Whatever else a module brings, no untrusted loader may run.
-            vips_block_untrusted_set(TRUE);
+// A BMP through our own reader, which makes the whole image: refused by the budget before that.
+HResult ReadBmpWithin(const u8* data, size_t size, const CDecodeLimits& limits, CDibPtr& out,
+                      Size* declared, CDecodeCost* cost) {
+    Size header;
+    if (Succeeded(ReadBmpSize(data, size, header)) &&
+        static_cast<u64>(header.cx) * static_cast<u64>(header.cy) <= limits.maxPixels) {
+        const CDecodeCost needs = EstimateDecodeCost(nullptr, data, size, header, 1, 1, 0);
+        if (cost)
+            *cost = needs;
+        if (Failed(CheckDecodeCost(needs, limits))) {
+            if (declared)
+                *declared = header;
+            return hr::kOverMemoryBudget;
         }
-        present = HasHeifLoader();
-    });
-    return present;
+    }
+    return ReadBmp(data, size, limits.maxPixels, out, declared);
 }
 
-// Starts libvips with its built-in loaders alone. At start libvips would load every module of its
-// folder (PDF, ImageMagick, JPEG XL, OpenSlide, HEIF), each with its codec libraries: more than
-// half of the time that the program took to start, for loaders that the program refuses or, for
-// HEIF, needs only when such a file comes (EnsureHeifLoader). libvips looks for its modules under
-// the folder that $VIPSHOME names; under /dev/null, a file, no folder can exist. The variable is
-// put back as it was afterwards, so that programs that we start see the environment that we got.
-static bool StartVipsWithoutModules() {
-    const char* given = std::getenv("VIPSHOME");
-    const std::optional<std::string> saved =
-        given ? std::optional<std::string>(given) : std::nullopt;
-    ::setenv("VIPSHOME", "/dev/null", 1);
-    const bool started = VIPS_INIT("lunavex") == 0;
-    if (saved)
-        ::setenv("VIPSHOME", saved->c_str(), 1);
-    else
-        ::unsetenv("VIPSHOME");
-    return started;
-}
-
-// libvips reports what it met in a damaged file through GLib's log as well as through its failure;
-// the failure reaches the user as a result code, so the log lines would only be noise on stderr.
-static void DropVipsWarning(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
-
-bool EnsureVipsStarted() {
-    static std::once_flag once;
-    static bool started = false;
-    std::call_once(once, [] {
-        // Each of libvips' worker threads would take an allocator arena of its own, and memory
-        // freed in one arena stays there while the next file's threads fill other ones: over a
-        // batch the process grew to twice the peak of its largest file. One arena keeps the peak
-        // of a batch that of its largest file, at no cost in time that we could measure. It has
-        // to be set before the first of those threads allocates.
-        mallopt(M_ARENA_MAX, 1);
-        started = StartVipsWithoutModules();
-        // A few hundred bytes of SVG or PDF can ask for minutes of work and gigabytes of memory,
-        // and ImageMagick writes whole decoded images into the temporary folder: none of the
-        // loaders that libvips marks untrusted may run, whoever asks for them.
-        if (started)
-            vips_block_untrusted_set(TRUE);
-        // Every file is opened once and each operation runs once, so a cached operation is never
-        // asked for again; but the cache would hold on to it, and with it to its images.
-        vips_cache_set_max(0);
-        g_log_set_handler("VIPS",
-                          static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE),
-                          DropVipsWarning, nullptr);
-    });
-    return started;
-}
-
-void StopVips() {
-    vips_shutdown();
-}
+} // namespace
 
 struct CDecodeStream::Impl {
     CDibPtr bmp; // a BMP, decoded whole by our own reader
@@ -384,49 +233,68 @@ CDecodeStream::CDecodeStream() : impl_(new Impl) {}
 CDecodeStream::~CDecodeStream() = default;
 
 HResult CDecodeStream::Open(const u8* data, size_t size, const CDecodeLimits& limits,
-                            Size* declared) {
+                            Size* declared, CDecodeCost* cost) {
     *impl_ = Impl();
     if (!data || size == 0)
         return hr::kNotImpl;
     if (IsBmp(data, size)) {
-        const HResult code = ReadBmp(data, size, limits.maxPixels, impl_->bmp, declared);
+        const HResult code = ReadBmpWithin(data, size, limits, impl_->bmp, declared, cost);
         if (impl_->bmp)
             impl_->declared = Size{impl_->bmp->Width(), impl_->bmp->Height()};
         return code;
     }
     if (!EnsureVipsStarted())
         return hr::kFail;
-    const char* loader = AllowedLoaderFor(data, size);
+    const char* loader = CLoader::For(data, size);
     if (!loader) {
         vips_error_clear();
         return hr::kNotImpl;
     }
     // Every scan of a progressive JPEG is a pass over the whole image, even an empty one.
-    if (std::strcmp(loader, "jpegload_buffer") == 0 &&
-        CountJpegScans(data, size, limits.maxScans) > limits.maxScans)
+    const bool jpeg = std::strcmp(loader, "jpegload_buffer") == 0;
+    const u32 scans = jpeg ? CountJpegScans(data, size, limits.maxScans) : 0;
+    if (scans > limits.maxScans)
         return hr::kTooManyScans;
+    Size early;
+    CDecodeCost needs;
+    if (EstimateBeforeOpening(loader, data, size, early, needs)) {
+        if (declared)
+            *declared = early;
+        if (cost)
+            *cost = needs;
+        if (static_cast<u64>(early.cx) * static_cast<u64>(early.cy) > limits.maxPixels)
+            return hr::kImageTooLarge;
+        if (Failed(CheckDecodeCost(needs, limits)))
+            return CheckDecodeCost(needs, limits);
+    }
     auto open = std::make_unique<CLoader>();
     VipsImage* opened = open->Open(loader, data, size);
-    if (!opened) {
-        vips_error_clear();
-        return hr::kNotImpl;
-    }
+    if (!opened)
+        return CLoader::DecodeFailure();
     VImage image(opened);
     const u64 width = static_cast<u64>(image.width());
     const u64 height = static_cast<u64>(image.height());
     if (width == 0 || height == 0)
         return hr::kNotImpl;
+    const Size size2d{image.width(), image.height()};
     if (declared)
-        *declared = Size{image.width(), image.height()};
+        *declared = size2d;
     // The loader has read the header only: refuse here, before a pixel is decoded.
     if (width * height > limits.maxPixels)
         return hr::kImageTooLarge;
+    needs = EstimateDecodeCost(loader, data, size, size2d, image.bands(),
+                               static_cast<int>(vips_format_sizeof(image.format())), scans);
+    if (cost)
+        *cost = needs;
+    const HResult budget = CheckDecodeCost(needs, limits);
+    if (Failed(budget))
+        return budget;
     impl_->data = data;
     impl_->size = size;
     impl_->loader = loader;
     impl_->open = std::move(open);
     impl_->image = image;
-    impl_->declared = Size{image.width(), image.height()};
+    impl_->declared = size2d;
     return hr::kOk;
 }
 
@@ -517,19 +385,29 @@ bool CDecodeStream::Damaged() const {
 }
 
 HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
-                    Size* declared) {
+                    Size* declared, CDecodeCost* cost) {
     if (!data || size == 0)
         return hr::kNotImpl;
     if (IsBmp(data, size))
-        return ReadBmp(data, size, limits.maxPixels, out, declared);
+        return ReadBmpWithin(data, size, limits, out, declared, cost);
     try {
         CDecodeStream stream;
-        HResult code = stream.Open(data, size, limits, declared);
+        CDecodeCost needs;
+        HResult code = stream.Open(data, size, limits, declared, &needs);
+        if (cost)
+            *cost = needs;
         if (Failed(code))
             return code;
         const Size full = stream.DeclaredSize();
-        if (static_cast<u64>(full.cx) * static_cast<u64>(full.cy) * 4 > UINT32_MAX)
+        const u64 wholeBytes = static_cast<u64>(full.cx) * static_cast<u64>(full.cy) * 4;
+        if (wholeBytes > UINT32_MAX)
             return hr::kOutOfMemory;
+        // The whole 32-bit image is kept besides what the decoder holds.
+        if (cost)
+            cost->memory += wholeBytes;
+        code = CheckDecodeCost(needs, limits, wholeBytes);
+        if (Failed(code))
+            return code;
         VImage rgba = stream.Rgba();
         if (rgba.width() != full.cx || rgba.height() != full.cy || rgba.bands() != 4 ||
             rgba.format() != VIPS_FORMAT_UCHAR)
@@ -540,20 +418,18 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
         if (!dib->Create32(full.cx, full.cy) || !dib->AllocBits())
             return hr::kOutOfMemory;
         CDibTarget sink{dib.get()};
-        code = vips_sink_disc(rgba.get_image(), WriteStrip, &sink) || stream.Damaged()
-                   ? hr::kNotImpl
-                   : hr::kOk;
+        if (vips_sink_disc(rgba.get_image(), WriteStrip, &sink) != 0)
+            return CLoader::DecodeFailure();
         vips_error_clear();
-        if (Failed(code))
-            return code;
+        if (stream.Damaged())
+            return hr::kNotImpl;
         dib->Header()->biXPelsPerMeter = PelsPerMeter(stream.XResolution());
         dib->Header()->biYPelsPerMeter = PelsPerMeter(stream.YResolution());
         dib->SetColourProfile(stream.ColourProfile());
         out = dib;
         return hr::kOk;
     } catch (const VError&) {
-        vips_error_clear();
-        return hr::kNotImpl;
+        return CLoader::DecodeFailure();
     } catch (const std::bad_alloc&) {
         return hr::kOutOfMemory;
     }

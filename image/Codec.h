@@ -1,11 +1,13 @@
 // The door to libvips' loaders and savers: encoded bytes become a CDib and a CDib becomes bytes.
-// No other file of the engine knows a file format.
+// Besides our BMP reader, no other file of the engine decodes or encodes a file format;
+// image/DecodeCost reads only the sizes and kinds that headers declare.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
 #include "foundation/Types.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
@@ -32,11 +34,14 @@ inline constexpr char kVipsWorkerThreadName[] = "libvips worker";
 // other content, and a buffer that no loader claims, gives 0x80004001, as do bytes that are
 // truncated or corrupt. Before any pixel is decoded: hr::kImageTooLarge when the header declares
 // more pixels than limits.maxPixels, hr::kTooManyScans for a JPEG of more scans than
-// limits.maxScans, 0x8007000E when the 32-bit buffer would not fit in 32 bits; 0x8007000E also
-// when memory runs out. `declared` (when given) receives the size that the header declares,
-// also when the image is refused. `out` is only set on success. Any thread.
+// limits.maxScans, hr::kOverWorkBudget and hr::kOverMemoryBudget when the decoder's cost with
+// the whole 32-bit image is above the budgets (image/DecodeCost.h), 0x8007000E when the 32-bit
+// buffer would not fit in 32 bits; 0x8007000E also when memory runs out, whether the program or
+// a library under libvips found so. `declared` (when given) receives the size that the header
+// declares, also when the image is refused, and `cost` what decoding it into the 32-bit image
+// needs. `out` is only set on success. Any thread.
 HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
-                    Size* declared = nullptr);
+                    Size* declared = nullptr, CDecodeCost* cost = nullptr);
 
 // Encodes a 32-bit image as a baseline JPEG of the given quality (0 to 100; 0 is taken as 1 and
 // anything above 100 as 100), colour only, with no metadata but the image's colour profile when

@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "foundation/Types.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 
 // The loaders, the limits and the codes are those of DecodeImage (image/Codec.h). The encoded
@@ -20,11 +21,12 @@ public:
     CDecodeStream& operator=(const CDecodeStream&) = delete;
     ~CDecodeStream();
 
-    // Reads the header and checks the limits; no pixel is decoded yet, except for BMP, which our
-    // own reader decodes whole. `declared` (when given) receives the size that the header
-    // declares, also when the image is refused.
-    HResult Open(const u8* data, size_t size, const CDecodeLimits& limits,
-                 Size* declared = nullptr);
+    // Reads the header and checks the limits and the budgets (image/DecodeCost.h); no pixel is
+    // decoded yet, except for BMP, which our own reader decodes whole. `declared` (when given)
+    // receives the size that the header declares, also when the image is refused, and `cost`
+    // what decoding it needs, once the header passed the pixel limit.
+    HResult Open(const u8* data, size_t size, const CDecodeLimits& limits, Size* declared = nullptr,
+                 CDecodeCost* cost = nullptr);
 
     // The size of the image as the file declares it.
     Size DeclaredSize() const;

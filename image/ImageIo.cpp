@@ -81,17 +81,17 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTermi
 }
 
 HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
-                   Size* declared) {
-    return DecodeImage(data, size, out, limits, declared);
+                   Size* declared, CDecodeCost* cost) {
+    return DecodeImage(data, size, out, limits, declared, cost);
 }
 
 HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop,
-                      const CDecodeLimits& limits, Size* declared) {
+                      const CDecodeLimits& limits, Size* declared, CDecodeCost* cost) {
     CFileBytes bytes;
     const HResult result = ReadFileToBuffer(bytes, path, stop);
     if (Failed(result))
         return result;
-    return ImageToDib(bytes.data.get(), bytes.size, out, limits, declared);
+    return ImageToDib(bytes.data.get(), bytes.size, out, limits, declared, cost);
 }
 
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type) {

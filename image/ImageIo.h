@@ -7,6 +7,7 @@
 
 #include "foundation/Terminable.h"
 #include "foundation/Types.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
@@ -25,13 +26,14 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path,
 
 // Decodes an image held in memory into a new 32-bit image: the same pixels as drawing the decoded
 // image at its own size into a cleared buffer, with the file's resolution in the header. `out`
-// is set only on success. See DecodeImage for the codes, the limits and `declared`.
+// is set only on success. See DecodeImage for the codes, the limits, `declared` and `cost`.
 HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
-                   Size* declared = nullptr);
+                   Size* declared = nullptr, CDecodeCost* cost = nullptr);
 
 // Reads and decodes an image file; the decoder decides by content, not by the file's name.
 HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop = nullptr,
-                      const CDecodeLimits& limits = {}, Size* declared = nullptr);
+                      const CDecodeLimits& limits = {}, Size* declared = nullptr,
+                      CDecodeCost* cost = nullptr);
 
 // Decodes a built-in binary resource, e.g. (138, "IMAGE"); 0x80004005 when there is none.
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type);

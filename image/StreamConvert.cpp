@@ -16,6 +16,7 @@
 #include "image/DecodeStream.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
+#include "image/Loaders.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
 #include "image/StreamEncoders.h"
@@ -225,7 +226,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
                 const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
                 const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure) {
     CDecodeStream stream;
-    HResult code = stream.Open(data, size, limits, &failure.declared);
+    HResult code = stream.Open(data, size, limits, &failure.declared, &failure.cost);
     if (Failed(code)) {
         Fail(failure, StreamFailure::kLoad, 0, code);
         return code;
@@ -278,10 +279,12 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, profile, out)
                        : EncodePngRows(finished, profile, out);
     // A damaged source shows while its rows are read, that is, while the encoder runs.
+    // Memory that ran out while the rows were decoded is reported as such.
     if (watched.sourceFailed || stream.Damaged()) {
         out.clear();
-        Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
-        return hr::kNotImpl;
+        const HResult load = code == hr::kOutOfMemory ? hr::kOutOfMemory : hr::kNotImpl;
+        Fail(failure, StreamFailure::kLoad, 0, load);
+        return load;
     }
     if (Failed(code))
         Fail(failure, StreamFailure::kSave, 0, code);
@@ -305,11 +308,11 @@ HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
         vips_error_clear();
         return code;
     } catch (const VError&) {
-        vips_error_clear();
         out.clear();
         // Only the loader's and the resampler's pipelines are built before the encoder runs.
-        Fail(failure, StreamFailure::kLoad, 0, hr::kNotImpl);
-        return hr::kNotImpl;
+        const HResult code = CLoader::DecodeFailure();
+        Fail(failure, StreamFailure::kLoad, 0, code);
+        return code;
     } catch (const std::bad_alloc&) {
         out.clear();
         Fail(failure, StreamFailure::kLoad, 0, hr::kOutOfMemory);
@@ -332,8 +335,7 @@ HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowS
         vips_error_clear();
         return stream.Damaged() ? hr::kNotImpl : hr::kOk;
     } catch (const VError&) {
-        vips_error_clear();
-        return hr::kNotImpl;
+        return CLoader::DecodeFailure();
     } catch (const std::bad_alloc&) {
         return hr::kOutOfMemory;
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/Types.h"
+#include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 #include "image/RoundStep.h"
 #include "image/RowSink.h"
@@ -34,7 +35,8 @@ struct StreamFailure {
     Stage stage = kNone;
     u32 errorId = 0;
     HResult code = 0;
-    Size declared; // the size the source's header declares, when it was read
+    Size declared;    // the size the source's header declares, when it was read
+    CDecodeCost cost; // what decoding the source needs, when its header passed the pixel limit
 };
 
 // Converts the encoded source with the settings of the two steps (their images are not used) into

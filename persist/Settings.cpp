@@ -174,6 +174,10 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
     u32 maxPixels = 0;
     if (ReadDwordValue(setting, L"MaxPixels", maxPixels) && maxPixels != 0)
         settings.maxPixels = maxPixels;
+    // The same for the memory limit, in MiB.
+    u32 maxMemoryMb = 0;
+    if (ReadDwordValue(setting, L"MaxMemory", maxMemoryMb) && maxMemoryMb != 0)
+        settings.maxMemoryMb = maxMemoryMb;
     return ok;
 }
 
@@ -194,6 +198,7 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     ok &= SaveWindow(setting, settings.window);
     ok &= SaveHistory(setting, L"SubFolder", settings.subFolders);
     ok &= WriteDwordValue(setting, L"MaxPixels", settings.maxPixels) == 0;
+    ok &= WriteDwordValue(setting, L"MaxMemory", settings.maxMemoryMb) == 0;
     ok &= batch.Commit() == 0;
     return ok;
 }

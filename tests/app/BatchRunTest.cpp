@@ -15,6 +15,8 @@
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
 #include "support/ChildProcess.h"
+#include "support/AddressSpaceLimit.h"
+#include "support/DeclaredBombs.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
 #include "support/ShellCommand.h"
@@ -298,6 +300,61 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
     lvx::ApplyBatchOptions(enough, settings);
     EXPECT_EQ(Run(enough, settings), lvx::exitcode::kConverted);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
+}
+
+// Files that declare far more than they hold are refused from their header, each budget with its
+// own message, which names the figures and the option that raises the limit.
+TEST_F(BatchRunTest, TheBudgetsRefuseWithTheirOwnMessages) {
+    CSetting s;
+    lvx::ApplyBatchOptions(Parse({"--max-memory=2000"}), s);
+    EXPECT_EQ(s.maxMemoryMb, 2000u);
+    lvx::BatchOptions bad;
+    std::wstring error;
+    EXPECT_FALSE(lvx::ParseBatchOptions({"--max-memory=0"}, bad, error));
+    const struct {
+        const char* name;
+        std::vector<u8> bytes;
+        std::wstring message;
+    } cases[] = {
+        {"rle.bmp", EmptyRleBmp(16383, 16383),
+         L"復号に必要なメモリーが上限を超えます: 16,383 × 16,383 ピクセルで約 1,080 MB が必要、"
+         L"上限は 1,000 MB です (--max-memory、または設定の MaxMemory で変えられます)"},
+        {"scans.jpg", EmptyProgressiveJpeg(10000, 10000, 3, 946),
+         L"JPEG ファイルのスキャンの処理量が上限を超えます: 10,000 × 10,000 ピクセルを 946 スキャ"
+         L"ン、上限は 268,402,689 ピクセルの 20 回分です (--max-pixels、または設定の MaxPixels で"
+         L"変えられます)"},
+    };
+    for (const auto& c : cases) {
+        WriteBytes(dir / c.name, c.bytes);
+        EXPECT_EQ(Run(Parse({(dir / c.name).string()}), CSetting()), lvx::exitcode::kTaskFailed);
+        EXPECT_EQ(err.str(), Utf8FromWide(L"画像の読み込みに失敗しました - " + c.message) + "\n\n" +
+                                 (dir / c.name).string() + "\n");
+    }
+}
+
+// Two progressive CMYK JPEGs whose decoders keep 288 MB each, in a child capped 450 MB above
+// what it holds: one fits, both at once do not. A budget that holds one keeps the second waiting;
+// with the budget out of the way the file that ran out of memory is converted again alone.
+TEST_F(BatchRunTest, FilesThatDoNotFitTogetherAreConvertedOneAfterTheOther) {
+    LVX_SKIP_UNDER_ADDRESS_LIMIT();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::vector<u8> jpeg = EmptyProgressiveJpeg(6000, 6000, 4, 2);
+    for (const char* budget : {"--max-memory=400", "--max-memory=100000"}) {
+        std::filesystem::remove_all(dir / "round");
+        for (const char* name : {"a.jpg", "b.jpg"})
+            WriteBytes(dir / name, jpeg);
+        const lvx::BatchOptions options =
+            Parse({budget, "--jobs=2", (dir / "a.jpg").string(), (dir / "b.jpg").string()});
+        CSetting settings;
+        lvx::ApplyBatchOptions(options, settings);
+        // The child is the test run again, in a folder of its own: it checks its output itself.
+        auto run = [&] {
+            CapAddressSpaceAbovePresent(rlim_t{450} << 20);
+            const int code = Run(options, settings);
+            std::_Exit(code != 0 ? code : std::filesystem::exists(dir / "round" / "b.jpg") ? 0 : 9);
+        };
+        EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "") << budget;
+    }
 }
 
 // The real program: help, version, and an exit code seen by the shell.

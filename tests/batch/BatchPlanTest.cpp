@@ -67,6 +67,7 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     const fs::path b = Image("b.png");
     fs::create_directories(dir / "round");
     testutil::WriteText(dir / "round" / "b.jpg", "old");
+    settings.maxMemoryMb = 123; // the window's batch and lunavex-batch take the limits from here
     EXPECT_EQ(Refusal({a, b}), L"");
     ASSERT_EQ(planned.size(), 2u);
     EXPECT_EQ(planned[0].task->inputPath, W(a));
@@ -75,6 +76,7 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     EXPECT_EQ(planned[1].task->outputFile, W(dir / "round" / "b.jpg"));
     EXPECT_TRUE(planned[1].outputExists);
     EXPECT_TRUE(planned[1].task->saver) << "each task has its encoder";
+    EXPECT_EQ(planned[1].task->limits.maxMemoryMb, 123u);
 }
 
 TEST_F(BatchPlanTest, RefusesEveryOutputThatWouldReplaceASourceAndChangesNothing) {

@@ -6,9 +6,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "image/Codec.h"
 #include "image/IccProfileEmbed.h"
+#include "support/AddressSpaceLimit.h"
+#include "support/DeclaredBombs.h"
 #include "support/IccProfiles.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
@@ -501,4 +504,24 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
             }
         }
     }
+}
+
+// Memory that runs out inside a decoder while the rows are read says so, not "not implemented":
+// in a child capped 200 MB above what it holds, with the budget out of the way, a progressive
+// CMYK JPEG whose coefficients need 512 MB.
+TEST(StreamConvertTest, ADecoderOutOfMemorySaysSo) {
+    LVX_SKIP_UNDER_ADDRESS_LIMIT();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::vector<u8> jpeg = EmptyProgressiveJpeg(8000, 8000, 4, 2);
+    auto convert = [&] {
+        CDecodeLimits roomy;
+        roomy.maxMemoryMb = 100000;
+        std::vector<u8> out;
+        StreamFailure failure;
+        CapAddressSpaceAbovePresent(rlim_t{200} << 20);
+        const HResult code = ConvertStream(jpeg.data(), jpeg.size(), roomy, CShrinkStep(),
+                                           CRoundStep(), {}, out, failure);
+        std::_Exit(code == hr::kOutOfMemory && failure.stage == StreamFailure::kLoad ? 0 : 1);
+    };
+    EXPECT_EXIT(convert(), ::testing::ExitedWithCode(0), "");
 }

@@ -119,7 +119,8 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
                   L"\"OutputPath\"=\"/home/u/Pictures\"\r\n"
                   L"\"SaveType\"=dword:00000002\r\n"
                   L"\"JpegQuality\"=dword:00000050\r\n"
-                  L"\"MaxPixels\"=dword:0fff8001\r\n\r\n" +
+                  L"\"MaxPixels\"=dword:0fff8001\r\n"
+                  L"\"MaxMemory\"=dword:000003e8\r\n\r\n" +
                   s +
                   L"\\Round]\r\n"
                   L"\"BkColor\"=dword:00ffffff\r\n"
@@ -237,13 +238,16 @@ TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {
             100u)
             << stored;
 
-    // The pixel limit: read when stored; missing, 0 or of another type, the default stays, and
-    // a store of an earlier version (without it) still loads as complete.
+    // The pixel and memory limits: read when stored; missing, 0 or of another type, the default
+    // stays, and a store of an earlier version (without them) still loads as complete.
     const CSetting defaults;
-    const std::string withLimit =
-        Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a\n",
-                "\"JpegQuality\"=dword:0000005a\n\"MaxPixels\"=dword:000f4240\n");
+    const std::string withLimit = Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a\n",
+                                          "\"JpegQuality\"=dword:0000005a\n\"MaxPixels\"=dword:"
+                                          "000f4240\n\"MaxMemory\"=dword:00000190\n");
     EXPECT_EQ(Loaded(withLimit).maxPixels, 1000000u);
+    EXPECT_EQ(Loaded(withLimit).maxMemoryMb, 400u);
+    EXPECT_EQ(Loaded(Replace(withLimit, "=dword:00000190", "=dword:00000000")).maxMemoryMb,
+              defaults.maxMemoryMb);
     EXPECT_EQ(Loaded(ValidFile()).maxPixels, defaults.maxPixels);
     for (const char* other : {"\"MaxPixels\"=dword:00000000", "\"MaxPixels\"=\"5\""})
         EXPECT_EQ(Loaded(Replace(withLimit, "\"MaxPixels\"=dword:000f4240", other)).maxPixels,
