@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -209,9 +210,23 @@ u32 PaletteColor(const CLayout& layout, u32 index) {
     return index < layout.paletteCount ? layout.palette[index] : kOpaqueBlack;
 }
 
-void ConvertRow(const u8* src, u8* dst, const CLayout& layout) {
-    const bool hasAlpha = layout.compression == kBiBitfields && layout.alpha.Present();
-    for (i32 x = 0; x < layout.width; ++x, dst += 4) {
+bool HasAlpha(const CLayout& layout) {
+    return layout.compression == kBiBitfields && layout.alpha.Present();
+}
+
+bool IsRunLength(const CLayout& layout) {
+    return layout.compression == kBiRle8 || layout.compression == kBiRle4;
+}
+
+// The bytes of one row of an uncompressed image in the file, padded to 32 bits.
+u64 FileStride(const CLayout& layout) {
+    return (static_cast<u64>(layout.width) * layout.bitCount + 31) / 32 * 4;
+}
+
+// Pixels left to left + count - 1 of the file row at src into dst, 4 bytes each.
+void ConvertRow(const u8* src, u8* dst, const CLayout& layout, i32 left, i32 count) {
+    const bool hasAlpha = HasAlpha(layout);
+    for (i32 x = left; x < left + count; ++x, dst += 4) {
         switch (layout.bitCount) {
         case 1:
             PutColor(dst, PaletteColor(layout, (src[x >> 3] >> (7 - (x & 7))) & 1));
@@ -252,10 +267,10 @@ void ConvertRow(const u8* src, u8* dst, const CLayout& layout) {
 }
 
 HResult ReadUncompressed(const CBytes& bytes, const CLayout& layout, CDib& dib) {
-    const u64 stride = (static_cast<u64>(layout.width) * layout.bitCount + 31) / 32 * 4;
+    const u64 stride = FileStride(layout);
     for (u64 row = 0; row < static_cast<u64>(layout.height); ++row)
         ConvertRow(bytes.At(layout.pixelOffset + row * stride), RowOfFileRow(dib, layout, row),
-                   layout);
+                   layout, 0, layout.width);
     return hr::kOk;
 }
 
@@ -320,27 +335,9 @@ HResult ReadRunLength(const CBytes& bytes, const CLayout& layout, CDib& dib) {
     return hr::kOk;
 }
 
-} // namespace
-
-bool IsBmp(const u8* data, size_t size) {
-    return data && size >= 2 && data[0] == 'B' && data[1] == 'M';
-}
-
-HResult ReadBmpSize(const u8* data, size_t size, Size& declared) {
-    if (!IsBmp(data, size))
-        return hr::kNotImpl;
-    CLayout layout;
-    const HResult headers = ReadHeaders(CBytes(data, size), layout);
-    if (Succeeded(headers))
-        declared = Size{layout.width, layout.height};
-    return headers;
-}
-
-HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* declared) {
-    if (!IsBmp(data, size))
-        return hr::kNotImpl;
-    const CBytes bytes(data, size);
-    CLayout layout;
+// Reads the headers and checks the pixel limit and, for an uncompressed image, that all rows are
+// there (the last may lack its padding).
+HResult OpenLayout(const CBytes& bytes, u64 maxPixels, CLayout& layout, Size* declared) {
     const HResult headers = ReadHeaders(bytes, layout);
     if (Failed(headers))
         return headers;
@@ -349,22 +346,48 @@ HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* 
     const u64 pixels = static_cast<u64>(layout.width) * static_cast<u64>(layout.height);
     if (pixels > maxPixels)
         return hr::kImageTooLarge;
-    if (pixels * 4 > UINT32_MAX)
+    const u64 lastRow = (static_cast<u64>(layout.width) * layout.bitCount + 7) / 8;
+    if (!IsRunLength(layout) &&
+        !bytes.Has(layout.pixelOffset, FileStride(layout) * (layout.height - 1) + lastRow))
+        return hr::kNotImpl;
+    return hr::kOk;
+}
+
+} // namespace
+
+bool IsBmp(const u8* data, size_t size) {
+    return data && size >= 2 && data[0] == 'B' && data[1] == 'M';
+}
+
+HResult ReadBmpSize(const u8* data, size_t size, Size& declared, bool* runLength) {
+    if (!IsBmp(data, size))
+        return hr::kNotImpl;
+    CLayout layout;
+    const HResult headers = ReadHeaders(CBytes(data, size), layout);
+    if (Failed(headers))
+        return headers;
+    declared = Size{layout.width, layout.height};
+    if (runLength)
+        *runLength = IsRunLength(layout);
+    return headers;
+}
+
+HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* declared) {
+    if (!IsBmp(data, size))
+        return hr::kNotImpl;
+    const CBytes bytes(data, size);
+    CLayout layout;
+    const HResult opened = OpenLayout(bytes, maxPixels, layout, declared);
+    if (Failed(opened))
+        return opened;
+    if (static_cast<u64>(layout.width) * static_cast<u64>(layout.height) * 4 > UINT32_MAX)
         return hr::kOutOfMemory;
-    const bool runLength = layout.compression == kBiRle8 || layout.compression == kBiRle4;
-    if (!runLength) {
-        // All rows must be there; the last may lack its padding.
-        const u64 stride = (static_cast<u64>(layout.width) * layout.bitCount + 31) / 32 * 4;
-        const u64 lastRow = (static_cast<u64>(layout.width) * layout.bitCount + 7) / 8;
-        if (!bytes.Has(layout.pixelOffset, stride * (layout.height - 1) + lastRow))
-            return hr::kNotImpl;
-    }
 
     CDibPtr dib(new (std::nothrow) CDib);
     if (!dib || !dib->Create32(layout.width, layout.height) || !dib->AllocBits())
         return hr::kOutOfMemory;
-    const HResult result =
-        runLength ? ReadRunLength(bytes, layout, *dib) : ReadUncompressed(bytes, layout, *dib);
+    const HResult result = IsRunLength(layout) ? ReadRunLength(bytes, layout, *dib)
+                                               : ReadUncompressed(bytes, layout, *dib);
     if (Failed(result))
         return result;
     dib->Header()->biXPelsPerMeter =
@@ -373,4 +396,57 @@ HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* 
         layout.yPelsPerMeter > 0 ? layout.yPelsPerMeter : kScreenPelsPerMeter;
     out = dib;
     return hr::kOk;
+}
+
+struct CBmpRows::Layout {
+    CLayout layout;
+};
+
+CBmpRows::CBmpRows() = default;
+
+CBmpRows::~CBmpRows() = default;
+
+HResult CBmpRows::Open(const u8* data, size_t size, u64 maxPixels, Size* declared) {
+    data_ = nullptr;
+    layout_.reset();
+    if (!IsBmp(data, size))
+        return hr::kNotImpl;
+    auto layout = std::make_unique<Layout>();
+    const HResult opened = OpenLayout(CBytes(data, size), maxPixels, layout->layout, declared);
+    if (Failed(opened))
+        return opened;
+    if (IsRunLength(layout->layout))
+        return hr::kNotImpl;
+    data_ = data;
+    layout_ = std::move(layout);
+    return hr::kOk;
+}
+
+i32 CBmpRows::Width() const {
+    return layout_ ? layout_->layout.width : 0;
+}
+
+i32 CBmpRows::Height() const {
+    return layout_ ? layout_->layout.height : 0;
+}
+
+bool CBmpRows::Opaque() const {
+    if (!layout_ || !HasAlpha(layout_->layout))
+        return true;
+    std::vector<u8> row(static_cast<size_t>(Width()) * 4);
+    for (i32 y = 0; y < Height(); ++y) {
+        Row(y, 0, Width(), row.data());
+        for (size_t alpha = 3; alpha < row.size(); alpha += 4) {
+            if (row[alpha] != 255)
+                return false;
+        }
+    }
+    return true;
+}
+
+void CBmpRows::Row(i32 y, i32 left, i32 count, u8* bgra) const {
+    const CLayout& layout = layout_->layout;
+    const u64 fileRow = layout.topDown ? y : layout.height - 1 - static_cast<u64>(y);
+    ConvertRow(data_ + layout.pixelOffset + fileRow * FileStride(layout), bgra, layout, left,
+               count);
 }

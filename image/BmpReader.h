@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
@@ -11,8 +12,9 @@
 bool IsBmp(const u8* data, size_t size);
 
 // The size that a BMP file's headers declare, read without decoding a pixel; 0x80004001 for
-// headers that ReadBmp would refuse.
-HResult ReadBmpSize(const u8* data, size_t size, Size& declared);
+// headers that ReadBmp would refuse. `runLength` (when given) is set true for a run-length BMP,
+// whose rows only a decode from its start can find.
+HResult ReadBmpSize(const u8* data, size_t size, Size& declared, bool* runLength = nullptr);
 
 // Decodes a BMP file held in memory into a new 32-bit straight-alpha bottom-up image.
 //
@@ -29,3 +31,32 @@ HResult ReadBmpSize(const u8* data, size_t size, Size& declared);
 // 0x8007000E when the 32-bit image would not fit in 32 bits or memory runs out. Every read is
 // checked against the buffer. `out` is only set on success. Any thread.
 HResult ReadBmp(const u8* data, size_t size, u64 maxPixels, CDibPtr& out, Size* declared = nullptr);
+
+// The rows of an uncompressed BMP, each decoded from the file's bytes when it is asked for, in
+// any order, so that no whole image is made. The pixels are those of ReadBmp. Open and Opaque on
+// one thread; Row from any number of threads at once.
+class CBmpRows {
+public:
+    CBmpRows();
+    CBmpRows(const CBmpRows&) = delete;
+    CBmpRows& operator=(const CBmpRows&) = delete;
+    ~CBmpRows();
+
+    // Reads the headers of the BMP in `data`, which must outlive this object. The results are
+    // those of ReadBmp, but for a run-length BMP (0x80004001: ReadBmp reads it whole) and for an
+    // image too large for one 32-bit buffer, which is read here as any other.
+    HResult Open(const u8* data, size_t size, u64 maxPixels, Size* declared = nullptr);
+
+    i32 Width() const;
+    i32 Height() const;
+    // False when some pixel's alpha is below 255; only bit fields with an alpha mask have any.
+    bool Opaque() const;
+    // Pixels left to left + count - 1 of row y (the top row is 0) as blue, green, red and straight
+    // alpha into `bgra`.
+    void Row(i32 y, i32 left, i32 count, u8* bgra) const;
+
+private:
+    struct Layout;
+    const u8* data_ = nullptr;
+    std::unique_ptr<Layout> layout_;
+};

@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "image/BmpReader.h"
+#include "image/BmpRowsImage.h"
 #include "image/DecodeCost.h"
 #include "image/DecodeStream.h"
 #include "image/EncoderSetup.h"
@@ -197,28 +198,23 @@ HResult EncodeDib(const CDib& dib, std::vector<u8>& out, EncodeRows encode, bool
     return encode(image);
 }
 
-// A BMP through our own reader, which makes the whole image: refused by the budget before that.
-HResult ReadBmpWithin(const u8* data, size_t size, const CDecodeLimits& limits, CDibPtr& out,
-                      Size* declared, CDecodeCost* cost) {
-    Size header;
-    if (Succeeded(ReadBmpSize(data, size, header)) &&
-        static_cast<u64>(header.cx) * static_cast<u64>(header.cy) <= limits.maxPixels) {
-        const CDecodeCost needs = EstimateDecodeCost(nullptr, data, size, header, 1, 1, 0);
-        if (cost)
-            *cost = needs;
-        if (Failed(CheckDecodeCost(needs, limits))) {
-            if (declared)
-                *declared = header;
-            return hr::kOverMemoryBudget;
+// The alpha of every pixel is 255.
+bool IsOpaque(const CDib& dib) {
+    for (i32 y = 0; y < dib.Height(); ++y) {
+        const u8* alpha = dib.PixelAt(0, y) + 3;
+        for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
+            if (*alpha != 255)
+                return false;
         }
     }
-    return ReadBmp(data, size, limits.maxPixels, out, declared);
+    return true;
 }
 
 } // namespace
 
 struct CDecodeStream::Impl {
-    CDibPtr bmp; // a BMP, decoded whole by our own reader
+    CDibPtr bmp;                       // a run-length BMP, decoded whole by our own reader
+    std::shared_ptr<CBmpRows> bmpRows; // any other BMP, its rows decoded as they are read
     const u8* data = nullptr;
     size_t size = 0;
     const char* loader = nullptr;
@@ -238,9 +234,22 @@ HResult CDecodeStream::Open(const u8* data, size_t size, const CDecodeLimits& li
     if (!data || size == 0)
         return hr::kNotImpl;
     if (IsBmp(data, size)) {
-        const HResult code = ReadBmpWithin(data, size, limits, impl_->bmp, declared, cost);
-        if (impl_->bmp)
-            impl_->declared = Size{impl_->bmp->Width(), impl_->bmp->Height()};
+        bool runLength = false;
+        HResult code = CheckBmpCost(data, size, limits, false, declared, cost, runLength);
+        if (Failed(code))
+            return code;
+        if (runLength) {
+            code = ReadBmp(data, size, limits.maxPixels, impl_->bmp, declared);
+            if (impl_->bmp)
+                impl_->declared = Size{impl_->bmp->Width(), impl_->bmp->Height()};
+            return code;
+        }
+        auto rows = std::make_shared<CBmpRows>();
+        code = rows->Open(data, size, limits.maxPixels, declared);
+        if (Succeeded(code)) {
+            impl_->declared = Size{rows->Width(), rows->Height()};
+            impl_->bmpRows = std::move(rows);
+        }
         return code;
     }
     if (!EnsureVipsStarted())
@@ -334,37 +343,30 @@ int CDecodeStream::Reduction() const {
 }
 
 VImage CDecodeStream::Rgba() const {
-    if (impl_->bmp) {
-        VImage bgra = WrapDib(*impl_->bmp);
+    if (impl_->bmp || impl_->bmpRows) {
+        VImage bgra = impl_->bmpRows ? BmpRowsImage(impl_->bmpRows) : WrapDib(*impl_->bmp);
         return VImage::bandjoin({bgra[2], bgra[1], bgra[0], bgra[3]});
     }
     return ToRgba8(impl_->image);
 }
 
 VImage CDecodeStream::Pixels() const {
-    if (!impl_->bmp)
+    if (!impl_->bmp && !impl_->bmpRows)
         return ToRgba8(impl_->image, true);
-    const CDib& dib = *impl_->bmp;
-    for (i32 y = 0; y < dib.Height(); ++y) {
-        const u8* alpha = dib.PixelAt(0, y) + 3;
-        for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
-            if (*alpha != 255)
-                return Rgba();
-        }
-    }
-    return Rgba().extract_band(0, VImage::option()->set("n", 3));
+    const bool opaque = impl_->bmpRows ? impl_->bmpRows->Opaque() : IsOpaque(*impl_->bmp);
+    return opaque ? Rgba().extract_band(0, VImage::option()->set("n", 3)) : Rgba();
 }
 
 double CDecodeStream::XResolution() const {
-    return impl_->bmp ? 0.0 : impl_->image.xres();
+    return impl_->bmp || impl_->bmpRows ? 0.0 : impl_->image.xres();
 }
 
 double CDecodeStream::YResolution() const {
-    return impl_->bmp ? 0.0 : impl_->image.yres();
+    return impl_->bmp || impl_->bmpRows ? 0.0 : impl_->image.yres();
 }
 
 std::vector<u8> CDecodeStream::ColourProfile() const {
-    if (impl_->bmp)
+    if (impl_->bmp || impl_->bmpRows)
         return {};
     VipsImage* image = impl_->image.get_image();
     std::vector<u8> profile =
@@ -388,8 +390,11 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
                     Size* declared, CDecodeCost* cost) {
     if (!data || size == 0)
         return hr::kNotImpl;
-    if (IsBmp(data, size))
-        return ReadBmpWithin(data, size, limits, out, declared, cost);
+    if (IsBmp(data, size)) {
+        bool runLength = false;
+        const HResult budget = CheckBmpCost(data, size, limits, true, declared, cost, runLength);
+        return Failed(budget) ? budget : ReadBmp(data, size, limits.maxPixels, out, declared);
+    }
     try {
         CDecodeStream stream;
         CDecodeCost needs;

@@ -32,7 +32,8 @@ constexpr u64 kGifBytesPerPixel = 4;
 // libheif keeps the decoded planes and libvips the interleaved image made of them: twice the
 // decoded form covers the planes at any subsampling.
 constexpr u64 kHeifCopies = 2;
-// Our BMP reader makes the whole 32-bit image.
+// Our BMP reader makes 32-bit pixels: the whole image of a run-length file, whose rows only a
+// decode from its start finds, and the rows in flight of any other.
 constexpr u64 kBmpBytesPerPixel = 4;
 
 u64 RoundUp(u64 value, u64 multiple) {
@@ -147,12 +148,19 @@ CDecodeCost EstimateDecodeCost(const char* loader, const u8* data, size_t size, 
     const u64 width = static_cast<u64>(std::max(declared.cx, 0));
     const u64 height = static_cast<u64>(std::max(declared.cy, 0));
     const u64 pixels = width * height;
-    const u64 decodedPixel = static_cast<u64>(std::max(bands, 1)) * std::max(bytesPerSample, 1);
+    Size bmpSize;
+    bool runLength = false;
+    const bool bmpRows =
+        !loader && Succeeded(ReadBmpSize(data, size, bmpSize, &runLength)) && !runLength;
+    // The rows in flight of a whole run-length BMP are views of its image.
+    const u64 decodedPixel =
+        bmpRows ? kBmpBytesPerPixel
+                : static_cast<u64>(std::max(bands, 1)) * std::max(bytesPerSample, 1);
     CDecodeCost cost;
     cost.scans = scans;
     cost.work = pixels * std::max<u64>(scans, 1);
     cost.memory = width * std::min(height, kRowsInFlight) * (decodedPixel + kStepBytesPerPixel);
-    if (!loader)
+    if (!loader && !bmpRows)
         cost.memory += pixels * kBmpBytesPerPixel;
     else if (Is(loader, "jpegload_buffer"))
         cost.memory += JpegCoefficientBytes(data, size, scans);
@@ -183,6 +191,26 @@ HResult CheckDecodeCost(const CDecodeCost& cost, const CDecodeLimits& limits, u6
     if (cost.memory + extra > limits.MaxMemoryBytes())
         return hr::kOverMemoryBudget;
     return hr::kOk;
+}
+
+HResult CheckBmpCost(const u8* data, size_t size, const CDecodeLimits& limits, bool whole,
+                     Size* declared, CDecodeCost* cost, bool& runLength) {
+    Size header;
+    if (Failed(ReadBmpSize(data, size, header, &runLength)))
+        return hr::kOk;
+    const u64 pixels = static_cast<u64>(header.cx) * static_cast<u64>(header.cy);
+    if (pixels > limits.maxPixels)
+        return hr::kOk;
+    CDecodeCost needs = EstimateDecodeCost(nullptr, data, size, header, 1, 1, 0);
+    if (whole && !runLength)
+        needs.memory += pixels * kBmpBytesPerPixel;
+    if (cost)
+        *cost = needs;
+    if (Succeeded(CheckDecodeCost(needs, limits)))
+        return hr::kOk;
+    if (declared)
+        *declared = header;
+    return hr::kOverMemoryBudget;
 }
 
 HResult EstimateDecodeCostOf(const u8* data, size_t size, const CDecodeLimits& limits,

@@ -23,10 +23,11 @@ struct CDecodeCost {
 // The cost of decoding the encoded image in `data` with the named libvips loader (its operation
 // name, "jpegload_buffer" and so on), or with our own BMP reader when `loader` is null. `declared`
 // is the size from the header; `bands` and `bytesPerSample` the decoded form that the loader
-// reported (1 and 1 for a BMP); `scans` the JPEG's count of scans. Decoders that keep the whole
-// image (WebP, GIF, HEIF, interlaced PNG, our BMP reader) and the coefficients of a progressive
-// or multi-scan JPEG cost what they keep; every decoder also costs the rows that a conversion
-// has in flight at once, which grows with the width. Any thread.
+// reported (ignored for a BMP, whose form is worked out here); `scans` the JPEG's count of scans.
+// Decoders that keep the whole image (WebP, GIF, HEIF, interlaced PNG, our BMP reader for a
+// run-length file) and the coefficients of a progressive or multi-scan JPEG cost what they keep;
+// every decoder also costs the rows that a conversion has in flight at once, which grows with the
+// width. Any thread.
 CDecodeCost EstimateDecodeCost(const char* loader, const u8* data, size_t size, Size declared,
                                int bands, int bytesPerSample, u32 scans);
 
@@ -41,6 +42,14 @@ bool EstimateBeforeOpening(const char* loader, const u8* data, size_t size, Size
 // hr::kOverMemoryBudget when the memory (plus `extra`, what the caller keeps besides) is above
 // limits.MaxMemoryBytes(), hr::kOk otherwise.
 HResult CheckDecodeCost(const CDecodeCost& cost, const CDecodeLimits& limits, u64 extra = 0);
+
+// The cost of our BMP reader for the BMP file in `data`, from its header, checked against the
+// limits before a pixel is read: hr::kOverMemoryBudget (`declared` then set) when it is over.
+// `whole` when the caller keeps the whole 32-bit image besides the rows in flight; a run-length
+// file's decode makes it anyway, and `runLength` says which kind the file is. hr::kOk also for a
+// header that the reader refuses and for a size over the pixel limit: the reader reports those.
+HResult CheckBmpCost(const u8* data, size_t size, const CDecodeLimits& limits, bool whole,
+                     Size* declared, CDecodeCost* cost, bool& runLength);
 
 // The cost of decoding the encoded image in `data`, from its header alone: the loader is opened
 // for the header and our BMP reader reads only its headers. 0x80004001 (cost left at zero) for

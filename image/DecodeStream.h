@@ -22,9 +22,9 @@ public:
     ~CDecodeStream();
 
     // Reads the header and checks the limits and the budgets (image/DecodeCost.h); no pixel is
-    // decoded yet, except for BMP, which our own reader decodes whole. `declared` (when given)
-    // receives the size that the header declares, also when the image is refused, and `cost`
-    // what decoding it needs, once the header passed the pixel limit.
+    // decoded yet, except for a run-length BMP, which our own reader decodes whole. `declared`
+    // (when given) receives the size that the header declares, also when the image is refused, and
+    // `cost` what decoding it needs, once the header passed the pixel limit.
     HResult Open(const u8* data, size_t size, const CDecodeLimits& limits, Size* declared = nullptr,
                  CDecodeCost* cost = nullptr);
 

@@ -70,3 +70,36 @@ TEST(DecodeCost, AHundredMegapixelPhotoFitsTheDefaultBudget) {
         EXPECT_EQ(CheckDecodeCost(cost, {}), hr::kOk) << photo.name << ": " << cost.MemoryMb();
     }
 }
+
+// An uncompressed BMP's rows are read from the file as they are asked for: it costs only its rows
+// in flight and converts within a budget that its whole 32-bit image (2 MiB) would exceed, where
+// a run-length BMP of the same size, decoded whole, costs 4 bytes a pixel and is refused.
+TEST(DecodeCost, AnUncompressedBmpCostsOnlyItsRowsInFlight) {
+    const i32 width = 8;
+    const i32 height = 65536;
+    const u64 pixels = static_cast<u64>(width) * height;
+    const struct {
+        std::vector<u8> bytes;
+        HResult code;
+    } files[] = {{MakeBmp({.width = width,
+                           .height = height,
+                           .bitCount = 8,
+                           .colorsUsed = 1,
+                           .palette = {0, 0, 255, 0},
+                           .pixels = std::vector<u8>(pixels)}),
+                  hr::kOk},
+                 {EmptyRleBmp(width, height), hr::kOverMemoryBudget}};
+    for (const auto& file : files) {
+        CDecodeCost cost;
+        ASSERT_EQ(EstimateDecodeCostOf(file.bytes.data(), file.bytes.size(), {}, cost), hr::kOk);
+        if (file.code == hr::kOk)
+            EXPECT_LT(cost.memory, pixels);
+        else
+            EXPECT_GE(cost.memory, pixels * 4);
+        std::vector<u8> out;
+        StreamFailure failure;
+        EXPECT_EQ(ConvertStream(file.bytes.data(), file.bytes.size(), {.maxMemoryMb = 1},
+                                CShrinkStep(), CRoundStep(), {}, out, failure),
+                  file.code);
+    }
+}
