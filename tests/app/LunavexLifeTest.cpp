@@ -241,6 +241,7 @@ TEST_F(LunavexLifeTest, FilesOnTheCommandLineAreConvertedAsADroppedBatch) {
 // byte as given: a path of over 300 characters, a link followed by ".." (the parent of the link's
 // target, not the folder that holds the link) and a name that is not UTF-8.
 TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
+    using namespace std::string_literals;
     std::string deep;
     for (char i = '0'; i < '4'; ++i) {
         for (int j = 0; j < 13; ++j)
@@ -251,8 +252,7 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     fs::create_directories(home / "n" / "other" / "deep");
     fs::create_directory_symlink("other/deep", home / "n" / "lnk");
     const std::vector<std::string> names = {deep + "a.png", "n/lnk/../x.png", "p\xE9.png"};
-    for (const std::string& at :
-         {names[0], std::string("n/other/x.png"), names[2], std::string("n/x.png")})
+    for (const std::string& at : {names[0], names[2], "n/other/x.png"s, "n/x.png"s})
         ASSERT_TRUE(
             testutil::SaveImage(*testutil::Solid(6, 4, 40, 30, 200), L"image/png", home / at));
     const std::vector<fs::path> outputs = {home / deep / "round" / "a.jpg",
@@ -287,9 +287,8 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     std::vector<std::vector<u8>> first;
     for (const fs::path& output : outputs)
         first.push_back(testutil::ReadBytes(output));
-    fs::remove_all(home / deep / "round");
-    fs::remove_all(home / "n" / "other" / "round");
-    fs::remove_all(home / "round");
+    for (const fs::path& output : outputs)
+        fs::remove_all(output.parent_path());
     const QStringList shell = {QStringLiteral("-c"), QString::fromStdString("exec \"$0\" " + args),
                                QStringLiteral(LVX_GUI_EXE), QString::fromStdString(names[0])};
     EXPECT_EQ(RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")), 1);
