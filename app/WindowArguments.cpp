@@ -1,7 +1,5 @@
 #include "app/WindowArguments.h"
 
-#include <filesystem>
-
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "platform/Shell.h"
@@ -12,12 +10,16 @@ namespace lvx {
 namespace {
 
 // The file: URI of name, absolute against workingFolder. A name is bytes: it goes into the path
-// unchanged and comes back from the URI the same way.
+// unchanged and comes back from the URI the same way. A relative name only gets the working folder
+// in front of it: "." and ".." stay for the kernel, so that "lnk/../x" names what the kernel
+// opens (the parent of the link's target), as it does for lunavex-batch.
 std::string UriOf(const std::string& name, const std::string& workingFolder) {
-    std::filesystem::path path(name);
-    if (path.is_relative())
-        path = std::filesystem::path(workingFolder) / path;
-    return FileUri(WideFromUtf8(path.lexically_normal().native()));
+    std::string path = name;
+    if (path.empty() || path[0] != '/') {
+        const bool separated = !workingFolder.empty() && workingFolder.back() == '/';
+        path = workingFolder + (separated ? "" : "/") + name;
+    }
+    return FileUri(WideFromUtf8(path));
 }
 
 } // namespace

@@ -17,7 +17,8 @@ struct WindowArguments {
 // Reads args (the arguments after the program's name). "-h" and "--help", "--version", and "--",
 // after which everything is a file; any other argument that starts with "-" and is longer than
 // that one character is an unknown option: false, with the message in error. A relative name is
-// made absolute against workingFolder, and "." and ".." are taken out of it as written.
+// made absolute by putting workingFolder and a "/" in front of it, nothing else: "." and ".."
+// stay in the path for the kernel, which resolves them after any link before them.
 bool ParseWindowArguments(const std::vector<std::string>& args, const std::string& workingFolder,
                           WindowArguments& out, std::wstring& error);
 

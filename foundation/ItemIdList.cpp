@@ -11,8 +11,6 @@
 
 namespace {
 
-// The longest path that the path step can give back: a buffer of 260 characters with its zero.
-constexpr std::size_t kMaxPathChars = 260;
 constexpr std::size_t kMaxItemLength = 0xFFFF;
 
 u16 ReadLength(const u8* at) {
@@ -161,12 +159,13 @@ HResult CItemIDListHandle::GetPath(std::wstring& out) const {
     std::string bytes;
     if (!LocalPathFromUri(uri, bytes))
         return hr::kFail;
-    // The text ends at the first zero, as it would in the fixed buffer.
-    bytes.resize(std::strlen(bytes.c_str()));
-    std::wstring path = FromFileSystemPath(bytes);
-    if (path.empty() || path.size() >= kMaxPathChars)
+    // The path is the URI's bytes, whole and as they are: no length of its own is imposed (the
+    // kernel answers a path beyond its limits with its own error) and nothing is resolved here,
+    // so "." and ".." are left for the kernel, which follows links before it goes up. A zero
+    // byte, which no path can hold, makes it no path rather than a shorter one.
+    if (bytes.find('\0') != std::string::npos)
         return hr::kFail;
-    out = std::move(path);
+    out = FromFileSystemPath(bytes);
     return hr::kOk;
 }
 

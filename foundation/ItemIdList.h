@@ -46,9 +46,10 @@ public:
     bool IsEmpty() const { return list == nullptr; }
     std::size_t GetSize() const { return ItemIdListSize(list); }
 
-    // The file-system path of the list, taken from its last item: the local path of a file: URI.
+    // The file-system path of the list, taken from its last item: the local path of a file: URI,
+    // every byte of it, of any length, with "." and ".." left as they are for the kernel.
     // Returns 0, or 0x80004005 (E_FAIL) with out empty for a null or empty list, any other URI,
-    // or a path of 260 characters or more.
+    // or a path holding a zero byte.
     HResult GetPath(std::wstring& out) const;
     // The path, or my::CException strid::kIdListPathFailed with the result code of GetPath.
     std::wstring GetPathOrThrow() const;

@@ -48,7 +48,7 @@ void CheckItem(const CItemIDList& item) {
         return;
     }
     // A path that was had is usable and its file-system bytes survive the trip back.
-    Check(!path.empty() && path.size() < 260);
+    Check(!path.empty() && path.find(L'\0') == std::wstring::npos);
     Check(FromFileSystemPath(ToFileSystemPath(path)) == path);
     Check(item.GetPathOrThrow() == path);
 }

@@ -14,6 +14,9 @@
 #include <QString>
 #include <QStringList>
 
+#include "app/FileListDropData.h"
+#include "app/WindowArguments.h"
+#include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
@@ -23,6 +26,7 @@
 #include "support/LanguageGuard.h"
 #include "support/PixelTestUtil.h"
 #include "support/RegistryValues.h"
+#include "support/ShellCommand.h"
 #include "support/XdgSandbox.h"
 
 namespace {
@@ -79,12 +83,13 @@ protected:
     // meanwhile, sends SIGTERM and returns the exit code.
     int RunAndTerminate(const QStringList& args = {}, const fs::path& folder = {},
                         const std::vector<fs::path>& waitFor = {},
-                        const std::function<void()>& meanwhile = {}) {
+                        const std::function<void()>& meanwhile = {},
+                        const QString& program = QStringLiteral(LVX_GUI_EXE)) {
         QProcess process;
         process.setProcessEnvironment(Environment(false));
         if (!folder.empty())
             process.setWorkingDirectory(QString::fromStdString(folder.string()));
-        process.start(QStringLiteral(LVX_GUI_EXE), args);
+        process.start(program, args);
         if (!process.waitForStarted(10000))
             return -1000;
         auto arrived = [&] {
@@ -230,6 +235,66 @@ TEST_F(LunavexLifeTest, FilesOnTheCommandLineAreConvertedAsADroppedBatch) {
     EXPECT_EQ(second->Width(), 30);
     EXPECT_EQ(second->Height(), 40);
     EXPECT_EQ(std::distance(fs::directory_iterator(photos / "round"), fs::directory_iterator()), 2);
+}
+
+// Names that the drop block, `lunavex FILE` and lunavex-batch must all leave to the kernel, every
+// byte as given: a path of over 300 characters, a link followed by ".." (the parent of the link's
+// target, not the folder that holds the link) and a name that is not UTF-8.
+TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
+    using namespace std::string_literals;
+    std::string deep;
+    for (char i = '0'; i < '4'; ++i) {
+        for (int j = 0; j < 13; ++j)
+            deep += "写真フォルダ";
+        deep += std::string(1, i) + "/";
+    }
+    fs::create_directories(home / deep);
+    fs::create_directories(home / "n" / "other" / "deep");
+    fs::create_directory_symlink("other/deep", home / "n" / "lnk");
+    const std::vector<std::string> names = {deep + "a.png", "n/lnk/../x.png", "p\xE9.png"};
+    for (const std::string& at : {names[0], names[2], "n/other/x.png"s, "n/x.png"s})
+        ASSERT_TRUE(
+            testutil::SaveImage(*testutil::Solid(6, 4, 40, 30, 200), L"image/png", home / at));
+    const std::vector<fs::path> outputs = {home / deep / "round" / "a.jpg",
+                                           home / "n" / "other" / "round" / "x.jpg",
+                                           home / "round" / "p\xE9.jpg"};
+
+    // The block that the drop command reads gives back the working folder and the name.
+    lvx::WindowArguments parsed;
+    std::wstring error;
+    ASSERT_TRUE(lvx::ParseWindowArguments(names, home.string(), parsed, error));
+    lvx::CFileListDropData dropped(parsed.files);
+    std::vector<CItemIDList> items;
+    GetDroppedItems(&dropped, items);
+    ASSERT_EQ(items.size(), names.size());
+    for (size_t i = 0; i < names.size(); ++i) {
+        std::wstring path;
+        EXPECT_EQ(items[i].GetPath(path), 0u) << names[i];
+        EXPECT_EQ(ToFileSystemPath(path), home.string() + "/" + names[i]);
+    }
+
+    // Both programs convert the same three files into the same outputs; nothing lands in n/round.
+    const std::string args = "\"$1\" n/lnk/../x.png \"$(printf \"p\\351.png\")\"";
+    const std::string env = "HOME=" + home.string() + " XDG_CONFIG_HOME=" + home.string() +
+                            "/config XDG_STATE_HOME=" + home.string() + "/state ";
+    std::string printed;
+    EXPECT_EQ(RunShellCommand("cd " + home.string() + " && " + env + "sh -c 'exec \"$0\" " + args +
+                                  "' " LVX_BATCH_EXE " '" + names[0] + "' 2>&1",
+                              printed),
+              0)
+        << printed;
+    EXPECT_FALSE(fs::exists(home / "n" / "round"));
+    std::vector<std::vector<u8>> first;
+    for (const fs::path& output : outputs)
+        first.push_back(testutil::ReadBytes(output));
+    for (const fs::path& output : outputs)
+        fs::remove_all(output.parent_path());
+    const QStringList shell = {QStringLiteral("-c"), QString::fromStdString("exec \"$0\" " + args),
+                               QStringLiteral(LVX_GUI_EXE), QString::fromStdString(names[0])};
+    EXPECT_EQ(RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")), 1);
+    for (size_t i = 0; i < outputs.size(); ++i)
+        EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
+    EXPECT_FALSE(fs::exists(home / "n" / "round"));
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option

@@ -39,8 +39,8 @@ TEST(WindowArguments, FilesComeBackAsAbsolutePathsWithEveryByteInTheirOrder) {
     EXPECT_FALSE(parsed.version);
     const std::vector<std::wstring> expected = {WideFromUtf8("/home/u/pics/" + euc),
                                                 L"/home/u/pics/a b%25.png",
-                                                L"/home/u/pics/写真/犬.heic",
-                                                L"/home/u/up.png",
+                                                L"/home/u/pics/写真/./犬.heic",
+                                                L"/home/u/pics/../up.png",
                                                 L"/abs/x.avif",
                                                 L"/home/u/pics/-",
                                                 L"/home/u/pics/--help",
