@@ -14,6 +14,7 @@
 #include "app/StopSignals.h"
 #include "batch/BatchPlan.h"
 #include "batch/LunavexTask.h"
+#include "batch/MemoryGate.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/GuardedCall.h"
@@ -52,39 +53,6 @@ std::wstring Text(u32 id, const std::wstring& argument = {}) {
     FormatResString(text, id, {argument});
     return text;
 }
-
-// Admits the files of a parallel run to the workers by the memory that each will need: a file's
-// estimate is reserved from the budget while it converts, a file that does not fit in what is
-// left waits until earlier ones finish, and a file alone may always take the whole budget. Files
-// are admitted in their order. Every call is made under the run's lock.
-class CMemoryGate {
-public:
-    explicit CMemoryGate(u64 budget) : budget_(budget) {}
-
-    // Whether file i, of the given estimate, may start now.
-    bool MayStart(size_t i, u64 estimate) const {
-        return i == admitted_ && !held_ && (inFlight_ == 0 || reserved_ + estimate <= budget_);
-    }
-    void Start(u64 estimate) {
-        ++admitted_;
-        ++inFlight_;
-        reserved_ += estimate;
-    }
-    void Finish(u64 estimate) {
-        --inFlight_;
-        reserved_ -= estimate;
-    }
-    // While held, no file starts; Idle tells when the files in flight have finished.
-    void Hold(bool held) { held_ = held; }
-    bool Idle() const { return inFlight_ == 0; }
-
-private:
-    u64 budget_;
-    u64 reserved_ = 0;
-    size_t inFlight_ = 0;
-    size_t admitted_ = 0;
-    bool held_ = false;
-};
 
 // Converts the files on `jobs` threads (0: one per processor) while this thread writes them and
 // reports them in their order. A file is written only after every file before it, and the run

@@ -14,7 +14,6 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/ImageIo.h"
-#include "support/AddressSpaceLimit.h"
 #include "support/ChildProcess.h"
 #include "support/DeclaredBombs.h"
 #include "support/Files.h"
@@ -330,30 +329,6 @@ TEST_F(BatchRunTest, TheBudgetsRefuseWithTheirOwnMessages) {
         EXPECT_EQ(err.str(), Utf8FromWide(L"画像の読み込みに失敗しました - " + c.message) + "\n\n" +
                                  (dir / c.name).string() + "\n");
     }
-}
-
-// Two progressive CMYK JPEGs whose decoders keep 288 MB each, in a child capped 450 MB above
-// what it holds: one fits, both at once do not. A budget that holds one keeps the second waiting.
-// (With the budget out of the way the file that runs out of memory is converted again alone, but
-// where memory runs out first, in the decoder or in a library that aborts, depends on timing, so
-// that road is not a test.)
-TEST_F(BatchRunTest, FilesThatDoNotFitTogetherAreConvertedOneAfterTheOther) {
-    LVX_SKIP_UNDER_ADDRESS_LIMIT();
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const std::vector<u8> jpeg = EmptyProgressiveJpeg(6000, 6000, 4, 2);
-    for (const char* name : {"a.jpg", "b.jpg"})
-        WriteBytes(dir / name, jpeg);
-    const lvx::BatchOptions options =
-        Parse({"--max-memory=400", "--jobs=2", (dir / "a.jpg").string(), (dir / "b.jpg").string()});
-    CSetting settings;
-    lvx::ApplyBatchOptions(options, settings);
-    // The child is the test run again, in a folder of its own: it checks its output itself.
-    auto run = [&] {
-        CapAddressSpaceAbovePresent(rlim_t{450} << 20);
-        const int code = Run(options, settings);
-        std::_Exit(code != 0 ? code : std::filesystem::exists(dir / "round" / "b.jpg") ? 0 : 9);
-    };
-    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
 }
 
 // The real program: help, version, and an exit code seen by the shell.
