@@ -1,5 +1,6 @@
 // The command line of lunavex-batch: the files to convert and the settings that this run
 // overrides without storing them.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,6 @@
 // The headless batch: converts files one after the other as a dropped batch would.
+// Threads: RunBatch runs on the thread that calls it (lunavex-batch's main thread), which starts
+// and joins the workers of --jobs itself.
 #pragma once
 
 #include <ostream>
@@ -15,7 +17,7 @@ constexpr int kTaskFailed = 1; // a file failed, or the list of written files co
 constexpr int kUsage = 2;      // bad command line
 constexpr int kRefused = 3;    // stopped before anything changed on disk
 // Plus the signal's number (143 for SIGTERM, 130 for SIGINT): a stop requested by a signal, the
-// status a shell shows for a process that the signal ended, so that scripts read it as they did.
+// status a shell shows for a process that the signal ended, so that scripts read it as such.
 constexpr int kStoppedBySignal = 128;
 } // namespace exitcode
 

@@ -1,4 +1,5 @@
 // Shows a path in the file manager; the application's form shows the output folder.
+// The main thread only, as every command (app/Command.h).
 #pragma once
 
 #include <string>

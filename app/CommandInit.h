@@ -1,4 +1,5 @@
 // Start-up after the objects exist: identity, settings, the frame window and its place.
+// The main thread only, as every command (app/Command.h).
 #pragma once
 
 #include "app/Command.h"

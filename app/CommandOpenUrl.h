@@ -1,4 +1,5 @@
 // Opens a web page of the maker's site; the caller sets the string id of its address.
+// The main thread only, as every command (app/Command.h).
 #pragma once
 
 #include "app/Command.h"

@@ -1,4 +1,5 @@
 // Reads the controls into the settings and redoes the preview.
+// The main thread only, as every command (app/Command.h).
 #pragma once
 
 #include "app/Command.h"

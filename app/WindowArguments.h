@@ -1,4 +1,5 @@
 // The command line of the window program: `lunavex [--help | --version] [FILE]...`.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // A critical section with a name, and the scoped locks that enter and leave it.
+// Any thread: this is the lock under which threads share the task lists.
 #pragma once
 
 #include <mutex>

@@ -1,5 +1,7 @@
 // The plan of a batch: one task for each source, with every check that must pass before anything
 // on disk changes. The window's drop and lunavex-batch both start their batches from it.
+// Threads: the thread that starts the batch (the window's main thread, lunavex-batch's main
+// thread), before any task reaches a worker.
 #pragma once
 
 #include <string>

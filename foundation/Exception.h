@@ -1,4 +1,5 @@
 // The failure vocabulary: a failure as a value (CSimpleErr) and the exceptions that carry it.
+// Any thread: a failure's text is composed on the thread that makes it.
 #pragma once
 
 #include <concepts>

@@ -1,5 +1,6 @@
 // What a path names on the file system, so that two spellings of one file (a "." folder, a
 // relative path, a link) compare equal, whether the file exists yet or not.
+// Any thread.
 #pragma once
 
 #include <compare>

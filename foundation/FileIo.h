@@ -1,6 +1,7 @@
 // Files on disk, the one way for the whole program: the descriptor owner, failed calls as Win32
 // codes, reading a whole file, opening a file of our own without following a link, and the atomic
 // replacement of a file. No Qt.
+// Any thread; the sweeps of leftovers and KeepFromSweeps share one lock.
 #pragma once
 
 #include <cstddef>

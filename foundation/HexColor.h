@@ -1,4 +1,5 @@
 // The text form of a colour: hexadecimal digits red, green, blue.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <string>

@@ -1,5 +1,6 @@
 // Shell item ID lists: a borrowed view, an owned list, joining two lists, and the step from a
 // list to a file-system path.
+// Any thread; each list is used by one thread at a time.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
 // The per-user folders of the freedesktop layout that the program uses.
+// Any thread: each call reads the environment and the files afresh.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // Numbers to text and back: decimal integers and fixed-point numbers with a given count of digits.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <concepts>

@@ -1,4 +1,6 @@
 // The string table: loading a string by id in the user's language, and filling its placeholders.
+// Any thread: the table is read only and the language is kept in an atomic; SetUiLanguage is
+// for tests.
 #pragma once
 
 #include <initializer_list>

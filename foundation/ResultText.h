@@ -1,4 +1,5 @@
 // The system's text of a result code, in the language of the user interface.
+// Any thread.
 #pragma once
 
 #include <string>

@@ -1,5 +1,7 @@
 // The "Shell IDList Array" block of a drop: building it from URIs, reading it back into owned
 // lists, and taking the dropped items from a drag's data.
+// Any thread; GetDroppedItems on the thread that owns the drag's data (the window's main
+// thread).
 #pragma once
 
 #include <cstddef>

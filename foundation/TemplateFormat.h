@@ -1,4 +1,5 @@
 // Our own printf-style expansion of string-table templates into a fixed buffer.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
 // Small text helpers: cutting a text at separators, trimming its ends, blank tests.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // Fixed-width integer names, result codes and small geometry records shared by every library.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include <cstdint>

@@ -2,6 +2,7 @@
 // library. File names on Linux are bytes, often not UTF-8 in old archives, so the conversion is
 // lossless both ways: a byte that is not part of valid UTF-8 becomes a reserved code point and
 // comes back as the same byte.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <string>

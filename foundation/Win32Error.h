@@ -1,4 +1,5 @@
 // The one mapping between the C library's errno values and the Win32 codes that the logic speaks.
+// Any thread: the mapping keeps no state, and the last error is the calling thread's errno.
 #pragma once
 
 #include "foundation/Types.h"

@@ -448,7 +448,7 @@ HResult EncodeJpegRows(const VImage& rgb, u32 quality, const std::vector<u8>& pr
     // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
     const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
     // The encoders strip every piece of metadata; the colour profile alone is put in afterwards,
-    // so that a file without one comes out as it always did.
+    // so that a file without one carries no metadata at all.
     const auto encode = [&](const VImage& pixels) {
         return Encode(out, [&](vips::VTarget target) {
             Tagged(pixels).jpegsave_target(

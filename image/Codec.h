@@ -1,6 +1,9 @@
 // The door to libvips' loaders and savers: encoded bytes become a CDib and a CDib becomes bytes.
-// Besides our BMP reader, no other file of the engine decodes or encodes a file format;
-// image/DecodeCost reads only the sizes and kinds that headers declare.
+// The other files of the engine that know a file format: image/Loaders names the loaders that may
+// run and opens them; image/BmpReader, image/BmpRowsImage and image/BmpWriter read and write BMP
+// without libvips; image/DecodeCost and image/JpegScans read only what headers and markers
+// declare; image/SourceProfile takes a JPEG's colour profile from its own segments, and
+// image/IccProfileEmbed puts a profile into encoded JPEG and PNG bytes.
 #pragma once
 
 #include <cstddef>

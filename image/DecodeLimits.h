@@ -1,5 +1,6 @@
 // CDecodeLimits: how much work and memory one image may cost the decoder, checked before any
 // pixel is decoded.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include "foundation/Types.h"

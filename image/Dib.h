@@ -1,4 +1,6 @@
 // CDib: the one in-memory image form (32-bit, bottom-up, straight-alpha BGRA) and pixel ranges.
+// Any thread; an image is written by one thread at a time and, once handed on as a CDibPtr,
+// only read.
 #pragma once
 
 #include <utility>

@@ -1,6 +1,6 @@
 // Putting an ICC colour profile into encoded JPEG and PNG bytes, and nothing else with it. The
 // encoders strip every piece of metadata; these add the profile alone afterwards, so that a file
-// without one comes out byte for byte as before.
+// without one is exactly the encoder's stripped output.
 #pragma once
 
 #include <cstddef>

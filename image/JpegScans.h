@@ -1,4 +1,5 @@
 // Counting the scans of a JPEG file without decoding it.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <cstddef>

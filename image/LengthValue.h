@@ -1,4 +1,5 @@
 // A length as the settings hold it: tenths of a pixel, or thousandths of the image's short edge.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include <algorithm>

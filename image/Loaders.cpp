@@ -112,7 +112,7 @@ bool EnsureHeifLoader() {
 
 // Starts libvips with its built-in loaders alone. At start libvips would load every module of its
 // folder (PDF, ImageMagick, JPEG XL, OpenSlide, HEIF), each with its codec libraries: more than
-// half of the time that the program took to start, for loaders that the program refuses or, for
+// half of the program's start-up time, for loaders that the program refuses or, for
 // HEIF, needs only when such a file comes (EnsureHeifLoader). libvips looks for its modules under
 // the folder that $VIPSHOME names; under /dev/null, a file, no folder can exist. The variable is
 // put back as it was afterwards, so that programs that we start see the environment that we got.

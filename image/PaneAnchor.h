@@ -1,6 +1,7 @@
 // The pane anchors: which part of an image a preview pane shows, the whole of it or one corner at
 // real size held in the same corner of the pane. The view chooses one, the panes and the preview
 // source follow it.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include "foundation/Types.h"

@@ -1,5 +1,6 @@
 // The settings record of the rounding step: background, corners, edges, radius and blur width,
 // with the bits in which the chosen corners and edges are stored and the flags they stand for.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include "foundation/Types.h"

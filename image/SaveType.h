@@ -1,4 +1,5 @@
 // The output formats as the settings store them: CSetting::saveType and the encoder choice.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include "foundation/Types.h"

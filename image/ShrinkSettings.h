@@ -1,4 +1,5 @@
 // The settings record of the shrink step: which kind of fit and its sizes.
+// Any thread: names, constants and plain values.
 #pragma once
 
 #include "foundation/Types.h"

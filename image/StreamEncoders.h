@@ -1,5 +1,6 @@
 // Encoding pipelines of rows: the same files as EncodeJpeg and EncodePng (image/Codec.h) make
 // from a whole image, written while the rows are worked out.
+// Any thread, after EnsureVipsStarted (image/Codec.h).
 #pragma once
 
 #include <vector>

@@ -1,6 +1,7 @@
 // The typed layer between the settings and the registry: a value is read whole and of its type,
 // or not at all. Nothing here throws but an allocation failure; a failed read leaves its
 // destination as it was.
+// The main thread only, as the store (platform/RegistryFile.h).
 #pragma once
 
 #include <string>

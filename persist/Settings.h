@@ -1,5 +1,6 @@
 // Loading and saving the settings object: the key Software\Harrowmere\Lunavex32\Setting below
 // HKEY_CURRENT_USER and its sub-keys Shrink, Round (with Edge and Blur), Window and SubFolder.
+// The main thread only, as TheSetting() (batch/Setting.h) and the store.
 #pragma once
 
 #include "platform/Registry.h"

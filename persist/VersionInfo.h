@@ -1,6 +1,7 @@
 // The version resource of a file: its product version and copyright. The program carries its
 // version block compiled in (resources/ResourceData.h); that block answers for the program's own
 // file, and any other file reads as one without a version resource.
+// Any thread.
 #pragma once
 
 #include <array>

@@ -1,4 +1,5 @@
 // The rectangle rules of the window's remembered place, free of any window system.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include "foundation/Types.h"

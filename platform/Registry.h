@@ -1,6 +1,7 @@
 // Registry keys over the per-user store: open, create, query and set values, with the Win32
 // codes that the logic expects from RegOpenKeyExW, RegCreateKeyExW, RegQueryValueExW and
 // RegSetValueExW.
+// The main thread only, as the store (platform/RegistryFile.h).
 #pragma once
 
 #include <memory>

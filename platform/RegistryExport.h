@@ -1,4 +1,5 @@
 // The registry's text export format ("Windows Registry Editor Version 5.00"), read and written.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <cstddef>

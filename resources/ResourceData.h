@@ -1,4 +1,5 @@
 // The program's built-in resources: the string table, binary resources and the version block.
+// Any thread: the resources are read only.
 #pragma once
 
 #include <cstddef>

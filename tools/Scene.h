@@ -1,5 +1,6 @@
 // A procedural, photo-like landscape drawn by our own code: the sample image and the test and
 // benchmark pictures.
+// Any thread: the functions keep no state.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,5 @@
 // The About box (dialog 58370): icon, title and version, copyright, the home address as a link.
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,6 @@
 // The frame's accelerator keys: eaten before any control of the frame sees them, so that they do
 // nothing anywhere in the window (no paste, cut or undo in the edits either).
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include <QObject>

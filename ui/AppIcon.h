@@ -1,4 +1,5 @@
 // The application's icon (resource 137), drawn at build time in several sizes.
+// The main thread only (the window's), as Qt's pixmaps.
 #pragma once
 
 #include <QIcon>

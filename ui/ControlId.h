@@ -1,5 +1,6 @@
 // Controls known by their resource id: the id is kept on the widget so that the logic finds a
-// control by the number it has always used.
+// control by the number that the dialog's layout gives it.
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include "foundation/Types.h"

@@ -1,4 +1,5 @@
 // Text in and out of controls: line edits, labels, buttons, group boxes and combo boxes.
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // Dialog units to pixels, with base units derived from a font as dialog templates do.
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include <QRect>

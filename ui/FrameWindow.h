@@ -1,4 +1,5 @@
 // The top-level Qt window of the frame: it hands its close, destruction and moves to the frame.
+// The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
 #include <QMainWindow>

@@ -1,4 +1,5 @@
 // The program's message object: boxes owned by the active window, and the question at close.
+// The main thread only, as the message boxes it shows.
 #pragma once
 
 #include "platform/qt/MessageBoxMsg.h"

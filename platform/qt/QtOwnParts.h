@@ -1,5 +1,6 @@
 // Qt's own parts of the window (the colour dialog, the buttons of message boxes) in the language
 // of the program's texts, and without any state of their own on disk.
+// The main thread only, once the QApplication exists.
 #pragma once
 
 #include "foundation/Types.h"

@@ -7,7 +7,7 @@
 
 class QSocketNotifier;
 
-// While it lives, a SIGTERM no longer ends the process at once: the signal handler only writes a
+// While it lives, a SIGTERM does not end the process at once: the signal handler only writes a
 // byte into a pipe, and the event loop of the main thread then runs onTerminate. One object per
 // process; the default action comes back when it is destroyed.
 class CTerminationSignal {

@@ -168,8 +168,9 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(LoadImageFile(still, W(dir / "a.png")), 0u);
 }
 
-// Files in an output folder that only look like leftovers of a write stay: a user's file named in
-// the form of an old temporary file, and a source of the run of that form or of the current one.
+// Files in an output folder that only look like leftovers of a write stay: a user's file named
+// ".lvx<pid>-<n>.tmp" after a process that has ended, and a source of the run named so or in the
+// form of the write's own temporary files (".lvx-<16 hex digits>-<inode>.tmp").
 TEST_F(BatchRunTest, ASweepLeavesWhatItDidNotMake) {
     const std::filesystem::path round = dir / "round";
     std::filesystem::create_directories(round);

@@ -173,7 +173,8 @@ TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     const std::filesystem::path victim = sandbox.Root() / "victim.txt";
     testutil::WriteText(victim, "precious");
 
-    // The old fixed temporary name as a link: the write neither truncates nor replaces its target.
+    // A link under the fixed name "Lunavex32.reg.tmp" beside the store: the write, whose temporary
+    // file takes a name of its own, neither truncates nor replaces the link's target.
     std::filesystem::create_symlink(victim, sandbox.ConfigFolder() / "Lunavex32.reg.tmp");
     {
         CRegistryFile store(sandbox.StoreFileW());

@@ -1,6 +1,6 @@
-// The whole conversion of an image in memory, as the window's batch makes it and as the task ran
-// it before files were streamed: the shrink step, the round step, and the background where the
-// alpha is not kept.
+// The whole conversion of an image in memory, as the window's batch makes it: the shrink step, the
+// round step, and the background where the alpha is not kept. Tests compare the streamed
+// conversion and the preview with it.
 #pragma once
 
 #include "image/Background.h"
