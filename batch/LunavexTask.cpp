@@ -21,8 +21,6 @@
 namespace lvx {
 namespace {
 
-constexpr i32 kSubFolderControl = 165;
-
 // Position just behind the last separator, 0 when there is none.
 size_t AfterLastSeparator(const std::wstring& path) {
     for (size_t i = path.size(); i > 0; --i) {
