@@ -352,13 +352,11 @@ void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSe
     else if (problem != 0)
         throw my::CCtrlException(CtrlForId(kSubFolderControl), static_cast<i32>(problem),
                                  subFolder);
-    size_t nameStart = AfterLastSeparator(sourcePath);
-    std::wstring fileName = sourcePath.substr(nameStart);
-    if (fileName.empty())
+    std::wstring stem;
+    std::wstring extension;
+    if (!SplitFileName(sourcePath, stem, extension))
         throw my::CException(strid::kBadFilePath, sourcePath);
-    size_t dot = fileName.rfind(L'.');
-    std::wstring stem = dot == std::wstring::npos ? fileName : fileName.substr(0, dot);
-    std::wstring result = sourcePath.substr(0, nameStart);
+    std::wstring result = sourcePath.substr(0, AfterLastSeparator(sourcePath));
     AppendPath(result, subFolder);
     AppendPath(result, stem + L"." + settings.ExtensionOfSaveType());
     out = result;
