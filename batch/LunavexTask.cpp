@@ -15,6 +15,7 @@
 #include "image/EncoderSetup.h"
 #include "image/ImageIo.h"
 #include "image/ImageSaver.h"
+#include "image/OutputAlpha.h"
 #include "image/StreamConvert.h"
 #include "resources/StringIds.h"
 
@@ -278,7 +279,7 @@ void CLunavexTask::Process(CDibPtr image) {
         return;
     }
     result = roundStep.result;
-    if (roundStep.transparent && (!saver || keepsAlpha))
+    if (KeepsAlpha(roundStep.transparent, keepsAlpha))
         return;
     CDibPtr opaque;
     HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
