@@ -212,11 +212,7 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
     if (options.overwrite) {
         AllowReplacing(planned);
     } else {
-        std::vector<std::wstring> existing;
-        for (const PlannedFile& p : planned) {
-            if (p.outputExists)
-                existing.push_back(p.task->outputFile);
-        }
+        const std::vector<std::wstring> existing = ExistingOutputs(planned);
         if (!existing.empty()) {
             Say(err, Text(strid::kOutputsExist));
             for (const std::wstring& path : existing)

@@ -67,17 +67,15 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     // Leftovers of an earlier batch go; its results stay until the run below begins.
     view->pool.StopWaitAndClear(kWaitForever);
 
-    std::vector<std::wstring> existing;
     for (const PlannedFile& file : planned) {
         // Each file streams through one pipeline; the panes get what they need of its source.
         file.task->keepsImages = false;
         file.task->makesPreview = true;
         view->pool.Add(file.task);
-        if (file.outputExists)
-            existing.push_back(file.task->outputFile);
     }
 
     // The tasks of a declined batch wait on the pending list until the next batch clears it.
+    const std::vector<std::wstring> existing = ExistingOutputs(planned);
     if (!existing.empty() && !(msg && msg->QueryOverwriteFiles(existing)))
         return false;
     // Nothing is deleted: each old output stays until its new file takes its place.

@@ -129,6 +129,15 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
     return planned;
 }
 
+std::vector<std::wstring> ExistingOutputs(const std::vector<PlannedFile>& planned) {
+    std::vector<std::wstring> existing;
+    for (const PlannedFile& file : planned) {
+        if (file.outputExists)
+            existing.push_back(file.task->outputFile);
+    }
+    return existing;
+}
+
 void AllowReplacing(const std::vector<PlannedFile>& planned) {
     for (const PlannedFile& file : planned)
         file.task->replaceExisting = file.outputExists;

@@ -43,6 +43,10 @@ struct PlannedFile {
 std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client);
 
+// The output paths of the planned files whose output existed when planned, in order: the files
+// that a run would overwrite.
+std::vector<std::wstring> ExistingOutputs(const std::vector<PlannedFile>& planned);
+
 // The user agreed to overwrite: each task whose output existed when it was planned may replace
 // it. The others still refuse a file that appears at their output before they save.
 void AllowReplacing(const std::vector<PlannedFile>& planned);

@@ -15,13 +15,12 @@
 #include "image/EncoderSetup.h"
 #include "image/ImageIo.h"
 #include "image/ImageSaver.h"
+#include "image/OutputAlpha.h"
 #include "image/StreamConvert.h"
 #include "resources/StringIds.h"
 
 namespace lvx {
 namespace {
-
-constexpr i32 kSubFolderControl = 165;
 
 // Position just behind the last separator, 0 when there is none.
 size_t AfterLastSeparator(const std::wstring& path) {
@@ -280,7 +279,7 @@ void CLunavexTask::Process(CDibPtr image) {
         return;
     }
     result = roundStep.result;
-    if (roundStep.transparent && (!saver || keepsAlpha))
+    if (KeepsAlpha(roundStep.transparent, keepsAlpha))
         return;
     CDibPtr opaque;
     HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
@@ -354,13 +353,11 @@ void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSe
     else if (problem != 0)
         throw my::CCtrlException(CtrlForId(kSubFolderControl), static_cast<i32>(problem),
                                  subFolder);
-    size_t nameStart = AfterLastSeparator(sourcePath);
-    std::wstring fileName = sourcePath.substr(nameStart);
-    if (fileName.empty())
+    std::wstring stem;
+    std::wstring extension;
+    if (!SplitFileName(sourcePath, stem, extension))
         throw my::CException(strid::kBadFilePath, sourcePath);
-    size_t dot = fileName.rfind(L'.');
-    std::wstring stem = dot == std::wstring::npos ? fileName : fileName.substr(0, dot);
-    std::wstring result = sourcePath.substr(0, nameStart);
+    std::wstring result = sourcePath.substr(0, AfterLastSeparator(sourcePath));
     AppendPath(result, subFolder);
     AppendPath(result, stem + L"." + settings.ExtensionOfSaveType());
     out = result;

@@ -61,7 +61,7 @@ public:
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
     CHistoryList subFolders; // limit 16, one entry "round"
     u32 saveType = savetype::kJpeg;
-    u32 jpegQuality = 80;
+    u32 jpegQuality = kDefaultJpegQuality;
     WindowSetting window;
     ShrinkSettings shrink;
     RoundSettings round;

@@ -30,9 +30,7 @@ std::vector<std::wstring> SubFolderNames(const std::wstring& subFolder) {
 u32 SubFolderProblem(const std::wstring& subFolder) {
     if (subFolder.empty())
         return strid::kEmptySubFolder;
-    // A leading separator, or a drive or stream colon where paths are spelt the Windows way.
-    if (IsPathSeparator(subFolder.front()) ||
-        (CurrentPathStyle() == PathStyle::Windows && subFolder.find(L':') != std::wstring::npos))
+    if (IsPathSeparator(subFolder.front()))
         return strid::kSubFolderNotRelative;
     for (wchar_t c : subFolder) {
         if (IsControl(c))

@@ -9,6 +9,9 @@
 
 namespace lvx {
 
+// The window's control that holds the sub-folder, named by the failures of this rule.
+constexpr i32 kSubFolderControl = 165;
+
 // 0 when subFolder is a relative path of plain names: not empty, not absolute, no empty, "." or
 // ".." name, no control character, each name at most 255 bytes. Otherwise the strid:: id of the
 // message that says why (its %s takes the sub-folder): kEmptySubFolder, kSubFolderNotRelative,

@@ -14,6 +14,7 @@
 #include "image/ImageIo.h"
 #include "image/ImageSaver.h"
 #include "image/Round.h"
+#include "image/SaveType.h"
 #include "image/ShrinkStep.h"
 #include "tools/Scene.h"
 
@@ -64,7 +65,8 @@ void ReportPeakMemory(benchmark::State& state) {
 bool PrepareJpeg(Gdiplus::CImageSaver& saver) {
     return Succeeded(saver.SelectEncoder(L"image/jpeg")) &&
            saver.params.AddLongParam(Gdiplus::EncoderQuality,
-                                     Gdiplus::EncoderParameterValueTypeLong, 80) >= 0;
+                                     Gdiplus::EncoderParameterValueTypeLong,
+                                     kDefaultJpegQuality) >= 0;
 }
 
 void BM_LoadAndSaveJpeg(benchmark::State& state) {
@@ -102,7 +104,7 @@ void BM_LoadOnly(benchmark::State& state) {
 }
 
 // One file's whole road: load, shrink to fit 1280, round 10 px, blur 1 px, white background,
-// JPEG at quality 80.
+// JPEG at the default quality.
 void BM_ConvertOneFile(benchmark::State& state) {
     const CBenchInput& input = Input();
     Gdiplus::CImageSaver saver;

@@ -12,12 +12,6 @@
 
 namespace {
 
-PathStyle g_style = PathStyle::Posix;
-
-bool IsAsciiLetter(wchar_t c) {
-    return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
-}
-
 size_t LastSeparator(const std::wstring& path) {
     for (size_t i = path.size(); i > 0; --i) {
         if (IsPathSeparator(path[i - 1]))
@@ -34,28 +28,17 @@ bool StatPath(const std::wstring& path, struct stat& st) {
 
 } // namespace
 
-PathStyle CurrentPathStyle() {
-    return g_style;
-}
-void SetPathStyle(PathStyle style) {
-    g_style = style;
-}
-
 bool IsPathSeparator(wchar_t c) {
-    return c == L'/' || (g_style == PathStyle::Windows && c == L'\\');
+    return c == L'/';
 }
 
 wchar_t PathSeparator() {
-    return g_style == PathStyle::Windows ? L'\\' : L'/';
+    return L'/';
 }
 
 void AppendPath(std::wstring& path, const std::wstring& name) {
-    if (!path.empty()) {
-        wchar_t last = path.back();
-        bool colon = g_style == PathStyle::Windows && last == L':';
-        if (!IsPathSeparator(last) && !colon)
-            path += PathSeparator();
-    }
+    if (!path.empty() && !IsPathSeparator(path.back()))
+        path += PathSeparator();
     path += name;
 }
 
@@ -71,11 +54,6 @@ bool SplitLastComponent(std::wstring& path, std::wstring& tail) {
     tail = path.substr(pos + 1);
     path.erase(pos + 1);
     return true;
-}
-
-void RemoveLastComponent(std::wstring& path) {
-    std::wstring tail;
-    SplitLastComponent(path, tail);
 }
 
 bool SplitFileName(const std::wstring& path, std::wstring& base, std::wstring& extension) {
@@ -114,43 +92,14 @@ bool IsExistingFile(const std::wstring& path) {
     return StatPath(path, st) && !S_ISDIR(st.st_mode);
 }
 
-bool IsDrivePath(const std::wstring& path) {
-    if (g_style != PathStyle::Windows || path.empty())
-        return false;
-    return path.back() == L':' && IsAsciiLetter(path.front());
-}
-
-bool IsUncServerPath(const std::wstring& path) {
-    if (g_style != PathStyle::Windows || path.size() < 2)
-        return false;
-    if (!IsPathSeparator(path[0]) || !IsPathSeparator(path[1]))
-        return false;
-    for (size_t i = 2; i < path.size(); ++i) {
-        if (IsPathSeparator(path[i]))
-            return i + 1 == path.size();
-    }
-    return true;
-}
-
 bool IsRootLike(const std::wstring& path) {
     if (path.empty())
         return false;
-    if (IsUncServerPath(path) || IsDrivePath(path))
-        return true;
-    if (g_style == PathStyle::Windows && path.size() >= 2 && IsPathSeparator(path.back()) &&
-        path[path.size() - 2] == L':')
-        return true;
-    // A bare name, or on this platform the root "/" itself.
-    return LastSeparator(path) == std::wstring::npos ||
-           (g_style == PathStyle::Posix && path == L"/");
+    // A bare name, or the root "/" itself.
+    return LastSeparator(path) == std::wstring::npos || path == L"/";
 }
 
 i32 CreateFolderTree(const std::wstring& path) {
-    if (g_style == PathStyle::Windows) {
-        size_t colon = path.find(L':');
-        if (colon != std::wstring::npos && colon + 2 == path.size() && path.back() == L'\\')
-            return FileExists(path) ? 0 : win32::kAccessDenied;
-    }
     if (path.empty())
         return win32::kPathNotFound;
     std::error_code ec;
@@ -173,13 +122,11 @@ std::wstring NearestExistingFolder(const std::wstring& path) {
         result.pop_back();
     while (!result.empty() && !IsRootLike(result) && !FileExists(result)) {
         std::wstring parent = ParentPath(result);
-        // "/a" has the parent "" on this platform; the root is the folder that exists.
-        if (parent.empty() && g_style == PathStyle::Posix && IsPathSeparator(result.front()))
+        // "/a" has the parent ""; the root is the folder that exists.
+        if (parent.empty() && IsPathSeparator(result.front()))
             parent = L"/";
         result = parent;
     }
-    if (IsDrivePath(result))
-        result += L'\\';
     return result;
 }
 

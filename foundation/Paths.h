@@ -7,24 +7,17 @@
 
 #include "foundation/Types.h"
 
-// How paths are spelt. Posix: "/" is the only separator, written and read, and a colon is an
-// ordinary character. Windows: "\" and "/" are read, "\" is written, and drive ("C:") and UNC
-// ("\\server") rules apply. The program uses the style of the platform it runs on; tests switch
-// it to check the Windows rules.
-enum class PathStyle { Posix, Windows };
-PathStyle CurrentPathStyle();
-void SetPathStyle(PathStyle style);
-
+// Paths are spelt the POSIX way: "/" is the only separator, written and read, and a colon or a
+// backslash is an ordinary character.
 bool IsPathSeparator(wchar_t c);
 wchar_t PathSeparator();
 
-// Adds a separator unless path is empty or ends in a separator (or, Windows style, a colon);
-// then name. The name is not inspected.
+// Adds a separator unless path is empty or ends in a separator; then name. The name is not
+// inspected.
 void AppendPath(std::wstring& path, const std::wstring& name);
 // Cuts path behind its last separator (which stays) and puts the rest in tail; with no separator
 // tail takes all and path becomes empty. False for an empty path.
 bool SplitLastComponent(std::wstring& path, std::wstring& tail);
-void RemoveLastComponent(std::wstring& path);
 // Splits the last component at its last "."; false when that component is empty.
 bool SplitFileName(const std::wstring& path, std::wstring& base, std::wstring& extension);
 // The text before the last separator; empty without one.
@@ -33,8 +26,6 @@ std::wstring ParentPath(const std::wstring& path);
 bool FileExists(const std::wstring& path); // files and folders
 bool IsDirectory(const std::wstring& path);
 bool IsExistingFile(const std::wstring& path);
-bool IsDrivePath(const std::wstring& path);
-bool IsUncServerPath(const std::wstring& path);
 bool IsRootLike(const std::wstring& path);
 
 // Makes the folder with all missing parents. Returns a Win32 code, 0 for success; a folder that

@@ -4,12 +4,14 @@
 
 #include <string>
 
+#include "image/OutputAlpha.h"
+
 namespace {
 
-// Steps shared by every format: no alpha yet, a fresh saver, the encoder by MIME type.
-HResult StartSaver(const std::wstring& mimeType, boost::shared_ptr<Gdiplus::CImageSaver>& saver,
-                   bool& keepsAlpha) {
-    keepsAlpha = false;
+// Steps shared by every format: whether it keeps alpha, a fresh saver, the encoder by MIME type.
+HResult StartSaver(const std::wstring& mimeType, u32 saveType,
+                   boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha) {
+    keepsAlpha = FormatKeepsAlpha(saveType);
     saver.reset(new Gdiplus::CImageSaver);
     const HResult code = saver->SelectEncoder(mimeType);
     if (Failed(code)) {
@@ -21,12 +23,12 @@ HResult StartSaver(const std::wstring& mimeType, boost::shared_ptr<Gdiplus::CIma
 } // namespace
 
 HResult PrepareBmpEncoder(boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha) {
-    return StartSaver(L"image/bmp", saver, keepsAlpha);
+    return StartSaver(L"image/bmp", savetype::kBmp, saver, keepsAlpha);
 }
 
 HResult PrepareJpegEncoder(u32 quality, boost::shared_ptr<Gdiplus::CImageSaver>& saver,
                            bool& keepsAlpha) {
-    const HResult code = StartSaver(L"image/jpeg", saver, keepsAlpha);
+    const HResult code = StartSaver(L"image/jpeg", savetype::kJpeg, saver, keepsAlpha);
     if (Failed(code)) {
         return code;
     }
@@ -38,12 +40,7 @@ HResult PrepareJpegEncoder(u32 quality, boost::shared_ptr<Gdiplus::CImageSaver>&
 }
 
 HResult PreparePngEncoder(boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha) {
-    const HResult code = StartSaver(L"image/png", saver, keepsAlpha);
-    if (Failed(code)) {
-        return code;
-    }
-    keepsAlpha = true;
-    return code;
+    return StartSaver(L"image/png", savetype::kPng, saver, keepsAlpha);
 }
 
 HResult PrepareEncoder(u32 saveType, u32 jpegQuality,

@@ -12,10 +12,10 @@
 // libvips accepts 1 to 100 and would save anything else at its default with a warning.
 constexpr u32 kBestJpegQuality = 100;
 
-// Each preparation sets keepsAlpha to false, replaces `saver` by a new saver (releasing any
-// earlier one, so no parameter of an earlier preparation survives), and selects the encoder.
-// When no encoder is found `saver` becomes empty and the lookup's code is returned. Run on the
-// thread that builds the task, before the task runs.
+// Each preparation sets keepsAlpha to FormatKeepsAlpha of its format (image/OutputAlpha.h),
+// replaces `saver` by a new saver (releasing any earlier one, so no parameter of an earlier
+// preparation survives), and selects the encoder. When no encoder is found `saver` becomes empty
+// and the lookup's code is returned. Run on the thread that builds the task, before the task runs.
 
 // "image/bmp", no parameters; keepsAlpha false.
 HResult PrepareBmpEncoder(boost::shared_ptr<Gdiplus::CImageSaver>& saver, bool& keepsAlpha);

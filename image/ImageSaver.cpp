@@ -11,6 +11,7 @@
 #include "foundation/Win32Error.h"
 #include "image/BmpWriter.h"
 #include "image/Codec.h"
+#include "image/SaveType.h"
 
 namespace Gdiplus {
 namespace {
@@ -36,9 +37,6 @@ const EncoderEntry kEncoders[] = {
      {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}},
      Format::kPng},
 };
-
-// The JPEG encoder's quality when no parameter says otherwise.
-constexpr u32 kDefaultJpegQuality = 75;
 
 EncoderParameter* Entries(EncoderParameters* block) {
     return reinterpret_cast<EncoderParameter*>(reinterpret_cast<u8*>(block) +

@@ -14,6 +14,7 @@
 #include "image/Codec.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
+#include "image/OutputAlpha.h"
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
@@ -164,7 +165,7 @@ u32 Finish(CDibPtr& image, const CEdgePlan& plan, i32 x0, i32 y0, const CRoundSt
            bool keepAlpha, CDibPtr& out) {
     for (i32 y = 0; y < image->Height(); ++y)
         plan.Apply(y0 + y, x0, image->Width(), image->PixelAt(0, y));
-    if (round.transparent && keepAlpha) {
+    if (KeepsAlpha(round.transparent, keepAlpha)) {
         out = image;
         return 0;
     }

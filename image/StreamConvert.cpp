@@ -17,6 +17,7 @@
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Loaders.h"
+#include "image/OutputAlpha.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
 #include "image/StreamEncoders.h"
@@ -266,7 +267,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         Fail(failure, StreamFailure::kRound, strid::kRoundFailed, code);
         return code;
     }
-    job->fill = !(roundStep.transparent && output.keepAlpha);
+    job->fill = !KeepsAlpha(roundStep.transparent, output.keepAlpha);
     const u32 argb = ColorRefToArgb(roundStep.backgroundColor);
     job->background[0] = static_cast<u8>(argb >> 16);
     job->background[1] = static_cast<u8>(argb >> 8);

@@ -11,12 +11,13 @@
 #include "image/DecodeLimits.h"
 #include "image/RoundStep.h"
 #include "image/RowSink.h"
+#include "image/SaveType.h"
 #include "image/ShrinkStep.h"
 
 // What a streamed conversion writes.
 struct StreamOutput {
     bool jpeg = false; // a JPEG of jpegQuality; else an 8-bit RGBA PNG
-    u32 jpegQuality = 80;
+    u32 jpegQuality = kDefaultJpegQuality;
     bool keepAlpha = false; // the rounded and faded alpha stays (PNG only); else the background
     // Let a JPEG decoder skip detail that the shrink would only average away
     // (image/DecodeStream.h): faster, and the output differs from a full decode by less than the

@@ -19,6 +19,7 @@
 #include "foundation/ResString.h"
 #include "image/ImageIo.h"
 #include "image/NamedShrink.h"
+#include "image/OutputAlpha.h"
 #include "resources/StringIds.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
@@ -384,9 +385,7 @@ bool CMainView::ShowPreview() {
     shrink.SetSettings(setting.shrink);
     CRoundStep round;
     round.SetSettings(setting.round);
-    // The alpha survives only where the output keeps it: a PNG.
-    const bool keepAlpha =
-        setting.saveType != savetype::kBmp && setting.saveType != savetype::kJpeg;
+    const bool keepAlpha = FormatKeepsAlpha(setting.saveType);
     const Size full = source->SourceSize();
     Size fitted;
     if (shrink.FittedSize(full.cx, full.cy, fitted) != 0)

@@ -17,6 +17,7 @@
 
 #include "batch/AutoCriticalSection.h"
 #include "batch/LunavexTask.h"
+#include "batch/SubFolderRule.h"
 #include "batch/TaskThread.h"
 #include "image/Dib.h"
 #include "image/PreviewSource.h"
@@ -37,8 +38,9 @@ constexpr i32 kShrink = 141, kCustomWidth = 142, kCustomHeight = 143, kQualityNu
               kRadiusUnit = 149, kBlurUnit = 150, kPng = 151, kJpeg = 152, kChooseColor = 153,
               kTransparent = 154, kTopLeft = 155, kBottomLeft = 156, kBottomRight = 157,
               kTopRight = 158, kLeft = 159, kTop = 160, kRight = 161, kBottom = 162, kStop = 163,
-              kOpenOutput = 164, kSubFolder = 165, kRadiusSlider = 166, kBlurSlider = 167,
-              kSwatch = 168, kDetailPane = 169, kWholePane = 170, kStatus = 171, kProgress = 172;
+              kOpenOutput = 164, kSubFolder = kSubFolderControl, kRadiusSlider = 166,
+              kBlurSlider = 167, kSwatch = 168, kDetailPane = 169, kWholePane = 170, kStatus = 171,
+              kProgress = 172;
 } // namespace ctl
 
 class CMainView : public QWidget, public CLunavexTaskClient {

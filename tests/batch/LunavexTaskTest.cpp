@@ -430,16 +430,6 @@ TEST_F(LunavexTaskTest, OutputPathsFollowTheSourceName) {
     lvx::MakeOutputPath(out, L"/pics/x.gif", settings);
     EXPECT_EQ(out, L"/pics/trim/x.png");
 
-    // Windows spelling: the same rules with "\" written and both separators read.
-    SetPathStyle(PathStyle::Windows);
-    settings.subFolders.Add(L"round");
-    settings.saveType = 2;
-    lvx::MakeOutputPath(out, L"C:\\a\\photo.1.tif", settings);
-    EXPECT_EQ(out, L"C:\\a\\round\\photo.1.jpg");
-    lvx::MakeOutputPath(out, L"C:/a/photo.tif", settings);
-    EXPECT_EQ(out, L"C:/a/round\\photo.jpg");
-    SetPathStyle(PathStyle::Posix);
-
     SetCtrlResolver([](i32 id) { return reinterpret_cast<CtrlHandle>(static_cast<intptr_t>(id)); });
     settings.subFolders.Add(L"");
     const auto e = testutil::Thrown<my::CCtrlException>(

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "image/Background.h"
+#include "image/OutputAlpha.h"
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
 
@@ -24,7 +25,7 @@ inline CDibPtr ConvertWhole(const CDibPtr& source, const CShrinkStep& shrinkSett
     round.Run();
     if (round.errorId != 0)
         return {};
-    if (round.transparent && keepAlpha)
+    if (KeepsAlpha(round.transparent, keepAlpha))
         return round.result;
     CDibPtr filled;
     if (Failed(FillBackground(filled, *round.result, round.backgroundColor)))
