@@ -1,6 +1,6 @@
 // Paths as plain wide strings: taking them apart, building them, making folders, finding what
 // exists. The separator rules of the platform are kept here and nowhere else.
-// Any thread; SetPathStyle is for tests, before any other thread runs.
+// Any thread.
 #pragma once
 
 #include <string>
