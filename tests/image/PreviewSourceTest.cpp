@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "image/Codec.h"
 #include "image/Draw.h"
+#include "image/StreamConvert.h"
 #include "support/IccProfiles.h"
 #include "support/PixelTestUtil.h"
 #include "support/WholeConversion.h"
@@ -230,6 +233,64 @@ TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
         ASSERT_TRUE(plain);
         EXPECT_TRUE(plain->ColourProfile().empty());
         EXPECT_TRUE(streamed.ColourProfile().empty());
+    }
+}
+
+// Rows that a streamed conversion halved while decoding a JPEG: the preview keeps the declared
+// size, its panes are those of a preview of the full decode, and a magenta block near the bottom
+// right of the source shows where the corner pane puts it.
+TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
+    struct Halved : CPreviewSource {
+        i32 reduction = 0;
+        void Begin(Size rows, i32 reduce, Size declared, i32 bands) override {
+            reduction = reduce;
+            CPreviewSource::Begin(rows, reduce, declared, bands);
+        }
+    } halved;
+    CDibPtr source = Picture(1920, 1440, false);
+    for (i32 y = 1344; y < 1392; ++y)
+        for (i32 x = 1824; x < 1872; ++x)
+            std::copy_n("\xFF\x00\xFF\xFF", 4, source->PixelAt(x, y));
+    std::vector<u8> jpeg;
+    ASSERT_EQ(EncodeJpeg(*source, 90, jpeg), 0u);
+    CShrinkStep shrink;
+    shrink.shrinkType = 1;
+    shrink.customWidth = shrink.customHeight = 200; // a sixth of the source or less: halved
+    CRoundStep round;
+    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    StreamOutput output{.reduceWhileDecoding = true, .sourceRows = &halved};
+    std::vector<u8> out;
+    StreamFailure failure;
+    ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure), 0u);
+    ASSERT_EQ(halved.End(), 0u);
+    CPreviewSource full;
+    ASSERT_EQ(ReadRows(jpeg.data(), jpeg.size(), {}, full), 0u);
+    ASSERT_EQ(full.End(), 0u);
+    EXPECT_EQ(halved.reduction, 2);
+    EXPECT_EQ(halved.SourceSize(), (Size{1920, 1440}));
+    // The whole pane for anchor 0, else that corner.
+    auto render = [&](const CPreviewSource& preview, u32 anchor) {
+        CDibPtr made;
+        EXPECT_EQ(anchor ? preview.RenderCorner(shrink, round, false, anchor, Size{236, 263}, made)
+                         : preview.RenderWhole(shrink, round, false, Size{200, 150}, made),
+                  0u);
+        return made;
+    };
+    for (i32 box : {200, 900}) {
+        shrink.customWidth = shrink.customHeight = box;
+        for (u32 anchor = 0; anchor <= 4; ++anchor) {
+            CDibPtr a = render(halved, anchor);
+            CDibPtr b = render(full, anchor);
+            ASSERT_TRUE(a && b && a->Width() == b->Width() && a->Height() == b->Height());
+            // Measured: means of at most 0.26 and no channel more than 5 levels apart.
+            const auto [largest, mean] = Difference(*a, *b);
+            EXPECT_TRUE(mean < 1.0 && largest <= 16) << box << " " << anchor << ": " << largest;
+        }
+        // The block's middle, (1848, 1368) of the source, in the bottom right corner pane.
+        CDibPtr corner = render(halved, 3);
+        const i32 x = 1848 * box / 1920 - (box - corner->Width());
+        const i32 y = 1368 * box / 1920 - (box * 3 / 4 - corner->Height());
+        EXPECT_TRUE(Near(PixelOf(*corner, x, y), Bgra{255, 0, 255, 255}, 8)) << box;
     }
 }
 
