@@ -421,11 +421,6 @@ void CMainView::InvalidateWidget(const CWidget* widget) {
         update(ToQRect(widget->GetRect()));
 }
 
-bool CMainView::IsChecked(i32 id) const {
-    auto* button = qobject_cast<QAbstractButton*>(Control(id));
-    return button && button->isChecked();
-}
-
 u32 CMainView::CheckedCorners() const {
     u32 corners = 0;
     for (const CheckBit& check : kCornerChecks)
@@ -438,60 +433,6 @@ u32 CMainView::CheckedEdges() const {
     for (const CheckBit& check : kEdgeChecks)
         edges |= IsChecked(check.control) ? check.bit : 0u;
     return edges;
-}
-
-void CMainView::SetChecked(i32 id, bool on) {
-    if (auto* button = qobject_cast<QAbstractButton*>(Control(id)))
-        button->setChecked(on);
-}
-
-void CMainView::Enable(i32 id, bool enabled) {
-    if (QWidget* control = Control(id))
-        control->setEnabled(enabled);
-}
-
-bool CMainView::ReadNumber(QWidget* control, u32 digits, i32& out) {
-    std::wstring text;
-    if (!GetControlTextTrimmed(control, text, true))
-        return false;
-    if (text.empty()) {
-        out = 0;
-        return true;
-    }
-    return ParseFixed(out, text, static_cast<i32>(digits));
-}
-
-// An item counts as selected while the edit shows it: typing into the edit of a combo leaves it
-// without a selection, as the system's combo does.
-bool CMainView::ReadComboText(QWidget* control, std::wstring& out) {
-    auto* combo = qobject_cast<QComboBox*>(control);
-    if (!combo)
-        return false;
-    int index = combo->currentIndex();
-    if (index >= 0 && (!combo->isEditable() || combo->itemText(index) == combo->currentText())) {
-        out = combo->itemText(index).toStdWString();
-        return true;
-    }
-    return GetControlTextTrimmed(control, out, true);
-}
-
-bool CMainView::ReadComboNumber(QWidget* control, u32 digits, i32& out) {
-    std::wstring text;
-    if (!ReadComboText(control, text))
-        return false;
-    if (text.empty()) {
-        out = 0;
-        return true;
-    }
-    return ParseFixed(out, text, static_cast<i32>(digits));
-}
-
-void CMainView::FillCombo(QWidget* control, const std::vector<std::wstring>& names) {
-    auto* combo = qobject_cast<QComboBox*>(control);
-    if (!combo)
-        return;
-    for (const std::wstring& name : names)
-        combo->addItem(QString::fromStdWString(name));
 }
 
 void CMainView::OnShrinkChanged() {
