@@ -15,6 +15,7 @@
 #include "image/RoundStep.h"
 #include "image/ShrinkStep.h"
 #include "image/StreamConvert.h"
+#include "image/fuzz/FuzzStart.h"
 
 namespace {
 
@@ -61,10 +62,7 @@ FuzzSettings SettingsFrom(const std::uint8_t* bytes) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (!EnsureVipsStarted())
-        __builtin_trap();
-    // A cached loader would keep a pointer to the fuzzer's buffer, which is gone after the run.
-    vips_cache_set_max(0);
+    StartVipsForFuzzing();
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include "image/Codec.h"
 #include "image/Dib.h"
 #include "image/ImageIo.h"
+#include "image/fuzz/FuzzStart.h"
 
 namespace {
 
@@ -31,11 +32,7 @@ bool DeclaresLargeImage(const std::uint8_t* data, std::size_t size) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (!EnsureVipsStarted())
-        __builtin_trap();
-    // No operation outlives its run: the header probe above reads the fuzzer's buffer, which is
-    // gone after the run, so a cached loader must not keep it.
-    vips_cache_set_max(0);
+    StartVipsForFuzzing();
     return 0;
 }
 
