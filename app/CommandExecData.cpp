@@ -12,9 +12,9 @@
 #include "app/CommandTimer.h"
 #include "app/CommandUpdateData.h"
 #include "batch/BatchPlan.h"
+#include "batch/BatchRunner.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
-#include "batch/TaskThread.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
 #include "foundation/ShellIdListArray.h"
@@ -62,36 +62,28 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     for (const CItemIDList& item : droppedItems)
         paths.push_back(item.GetPathOrThrow());
     // Every check runs before anything changes: a refused drop leaves the last batch as it was.
-    std::vector<PlannedFile> planned = PlanBatch(paths, TheSetting(), view);
+    std::vector<PlannedFile> planned = PlanBatch(paths, TheSetting(), nullptr);
 
-    // Leftovers of an earlier batch go; its results stay until the run below begins.
-    view->pool.StopWaitAndClear(kWaitForever);
-
-    for (const PlannedFile& file : planned) {
-        // Each file streams through one pipeline; the panes get what they need of its source.
-        file.task->keepsImages = false;
-        file.task->makesPreview = true;
-        view->pool.Add(file.task);
-    }
-
-    // The tasks of a declined batch wait on the pending list until the next batch clears it.
     const std::vector<std::wstring> existing = ExistingOutputs(planned);
     if (!existing.empty() && !(msg && msg->QueryOverwriteFiles(existing)))
         return false;
     // Nothing is deleted: each old output stays until its new file takes its place.
     AllowReplacing(planned);
 
-    view->stopRequested = false;
-    view->fileCount = static_cast<i32>(view->pool.pending.Count());
-    view->doneCount = 0;
-    view->results.clear(); // no worker runs: StopWaitAndClear has waited for them
-    view->pool.SetThreadCount(1);
-    for (const auto& thread : view->pool.threads) {
-        if (!thread->Start()) {
-            // No worker would ever report: the run ends at once, as a run ends, with the reason.
-            CCommandTimer(msg).FinishBatch(-1, strid::kWorkerNotStarted);
-            return false;
-        }
+    std::vector<TaskPtr> tasks;
+    for (const PlannedFile& file : planned) {
+        // Each file streams through one pipeline; the panes get what they need of its source.
+        file.task->keepsImages = false;
+        file.task->makesPreview = true;
+        tasks.push_back(file.task);
+    }
+    // One worker at idle priority: the window and the previews stay quick while it converts.
+    BatchRunOptions options;
+    options.idlePriority = true;
+    if (!view->Batch().Start(std::move(tasks), options)) {
+        // No worker would ever report: the run ends at once, as a run ends, with the reason.
+        CCommandTimer(msg).FinishBatch(strid::kWorkerNotStarted);
+        return false;
     }
     view->StartTimer();
     return true;

@@ -8,9 +8,8 @@
 #include <QProgressBar>
 #include <QWidget>
 
-#include "batch/AutoCriticalSection.h"
+#include "batch/BatchRunner.h"
 #include "batch/Setting.h"
-#include "batch/TaskThread.h"
 #include "foundation/Msg.h"
 #include "foundation/ResString.h"
 #include "resources/StringIds.h"
@@ -37,85 +36,77 @@ void CCommandTimer::OnExecute(bool run) {
     CMainView* view = TheView();
     if (!view)
         return;
-    // Read before the poll: a worker that has ended by now has handed over every result it ever
-    // will, so that the poll below sees them all and a missing one is really missing.
-    const bool workerRunning = view->pool.AnyRunning();
-    i32 failedIndex = -1;
-    if (PollResults(failedIndex))
+    const BatchPoll poll = view->Batch().Poll();
+    if (!poll.finished.empty()) {
+        ShowResults(poll.finished);
         ShowProgress();
-    if (failedIndex >= 0 ||
-        (!workerRunning && (view->stopRequested || view->doneCount >= view->fileCount)))
-        FinishBatch(failedIndex);
-    else if (!workerRunning)
-        FinishBatch(-1, strid::kWorkerEnded); // gone with files unreported: nothing more will come
+    }
+    if (poll.end == BatchEnd::kWorkerEnded)
+        FinishBatch(strid::kWorkerEnded); // gone with files unreported: nothing more will come
+    else if (poll.end != BatchEnd::kRunning)
+        FinishBatch();
 }
 
-bool CCommandTimer::PollResults(i32& failedIndex) {
-    failedIndex = -1;
+void CCommandTimer::ShowResults(const std::vector<TaskPtr>& finished) {
     CMainView* view = TheView();
-    if (!view)
-        return false;
-    CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
-    auto& results = view->results;
-    const i32 count = static_cast<i32>(results.size());
-    if (view->doneCount >= count)
-        return false;
-    for (i32 i = view->doneCount; i < count; ++i) {
-        if (results[i]->errorId != 0)
-            failedIndex = i;
-    }
+    if (!view || finished.empty())
+        return;
     // Only the newest good task of a tick is shown; a tick with a failure changes no pane.
-    if (failedIndex < 0) {
-        const auto& newest = results[count - 1];
+    const bool failed = std::any_of(finished.begin(), finished.end(),
+                                    [](const TaskPtr& task) { return task->errorId != 0; });
+    if (!failed) {
+        const TaskPtr& newest = finished.back();
         TheSetting().outputPath = newest->outputFolder;
         if (newest->preview)
             view->lastSource = newest->preview;
         view->ShowPreview();
     }
     // The view and the panes hold their own references to what they show.
-    for (i32 i = view->doneCount; i < count; ++i)
-        results[i]->ReleaseImages();
-    view->doneCount = count;
+    for (const TaskPtr& task : finished)
+        task->ReleaseImages();
     if (QWidget* open = view->Control(ctl::kOpenOutput))
-        open->setEnabled(!results.empty());
-    return true;
+        open->setEnabled(true);
 }
 
 void CCommandTimer::ShowProgress() {
     CMainView* view = TheView();
     if (!view)
         return;
+    const CBatchRunner& batch = view->Batch();
+    const i32 files = batch.FileCount();
+    const i32 done = batch.DoneCount();
     if (auto* progress = qobject_cast<QProgressBar*>(view->Control(ctl::kProgress))) {
         // The range takes the low 16 bits of the count, and the position is clamped into it as
         // the progress control does.
-        const i32 maximum = view->fileCount & 0xFFFF;
+        const i32 maximum = files & 0xFFFF;
         progress->setRange(0, maximum);
-        progress->setValue(std::clamp(view->doneCount, 0, maximum));
+        progress->setValue(std::clamp(done, 0, maximum));
     }
-    if (!view->pool.AnyRunning())
+    if (!batch.Running())
         return;
     std::wstring text;
-    FormatResString(text, strid::kBatchProgress, {view->doneCount + 1, view->fileCount});
+    FormatResString(text, strid::kBatchProgress, {done + 1, files});
     text.append(static_cast<size_t>(g_dotCounter % 10), L'.');
     SetStatus(*view, text);
     ++g_dotCounter;
 }
 
-void CCommandTimer::FinishBatch(i32 failedIndex, u32 messageId) {
+void CCommandTimer::FinishBatch(u32 messageId) {
     CMainView* view = TheView();
     if (!view)
         return;
     // No tick may come while the box below runs its own event loop.
     view->KillTimer();
-    const bool cutShort = failedIndex >= 0 || messageId != 0;
+    CBatchRunner& batch = view->Batch();
+    const TaskPtr failed = batch.FailedTask();
+    const bool cutShort = failed || messageId != 0;
     if (cutShort)
-        view->pool.StopAll(true);
-    for (const auto& thread : view->pool.threads)
-        thread->Wait(kWaitForever);
+        batch.Stop();
+    batch.Wait();
 
     std::wstring status;
-    if (!cutShort && !view->stopRequested)
-        FormatResString(status, strid::kBatchAllDone, {view->fileCount});
+    if (!cutShort && !batch.StopRequested())
+        FormatResString(status, strid::kBatchAllDone, {batch.FileCount()});
     else
         LoadResString(status, strid::kBatchStopped, true);
     SetStatus(*view, status);
@@ -123,25 +114,18 @@ void CCommandTimer::FinishBatch(i32 failedIndex, u32 messageId) {
 
     if (messageId != 0) {
         std::wstring text;
-        FormatResString(text, messageId, {view->doneCount, view->fileCount});
+        FormatResString(text, messageId, {batch.DoneCount(), batch.FileCount()});
         if (msg)
             msg->Show(text, mb::kError);
         return;
     }
-    if (failedIndex < 0) {
+    if (!failed) {
         QApplication::alert(view->window());
         return;
     }
-    // The text is read under the lock; the box itself runs a nested event loop and is shown
-    // outside it, so that nothing the loop runs can wait on the lock of this thread.
-    std::wstring text;
-    {
-        CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
-        if (failedIndex < static_cast<i32>(view->results.size()))
-            text = view->results[failedIndex]->errorText;
-    }
+    // The box runs a nested event loop; nothing of the runner is held while it does.
     if (msg)
-        msg->Show(text, mb::kError);
+        msg->Show(failed->errorText, mb::kError);
 }
 
 } // namespace lvx

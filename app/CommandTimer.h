@@ -2,12 +2,15 @@
 // status line and the preview panes, and ends the batch.
 #pragma once
 
+#include <vector>
+
 #include "app/Command.h"
+#include "batch/BatchRunner.h"
 
 namespace lvx {
 
-// Runs on every tick of the view's batch timer, on the main thread. It works on the view's batch
-// state; the worker only appends to the view's results under its lock.
+// Runs on every tick of the view's batch timer, on the main thread. It takes in what the view's
+// batch runner has finished and shows it.
 class CCommandTimer : public CCommand {
 public:
     explicit CCommandTimer(::CMsg* msg) : CCommand(msg) {}
@@ -17,18 +20,16 @@ public:
     // stop asked ends the batch with a message that says so.
     void OnExecute(bool run) override;
 
-    // Under the results lock: takes in the results that came since the last tick. failedIndex
-    // becomes the index of the last failed one of them, or -1. Without a failure the newest one
-    // is shown in both panes. Every task taken in lets go of its images. False when nothing new
-    // came.
-    bool PollResults(i32& failedIndex);
+    // The files that came since the last tick: without a failure among them the newest one is
+    // shown in both panes. Every one of them lets go of its images.
+    void ShowResults(const std::vector<TaskPtr>& finished);
     // The progress bar and, while a worker runs, the status line with its moving dots.
     void ShowProgress();
     // Stops the timer, waits for the worker (stopping it first after a failure or with a
     // message), writes the final status line, enables the controls and shows the failure's text,
     // or the message messageId (filled with the files taken in and the files of the batch) when
     // the batch could not go on, or draws attention to the window when there was neither.
-    void FinishBatch(i32 failedIndex, u32 messageId = 0);
+    void FinishBatch(u32 messageId = 0);
 };
 
 } // namespace lvx

@@ -8,7 +8,7 @@
 #include <QMimeData>
 #include <QUrl>
 
-#include "batch/TaskThread.h"
+#include "batch/BatchRunner.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
 #include "resources/StringIds.h"
@@ -176,10 +176,8 @@ void CDropCtrler::OnDrag(u32, i32 x, i32 y, u32& effect, bool drop) {
     const QRect area(view->mapToGlobal(QPoint(0, 0)), view->size());
     if (!area.contains(x, y))
         throw my::CException(strid::kNoDropOnFrame);
-    for (const auto& thread : view->pool.threads) {
-        if (thread->IsRunning())
-            throw my::CException(strid::kNoDropWhileRunning);
-    }
+    if (view->Batch().Running())
+        throw my::CException(strid::kNoDropWhileRunning);
 
     CWindowCommands* commands = CWindowCommands::Installed();
     if (!commands) {

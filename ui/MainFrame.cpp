@@ -212,10 +212,10 @@ void CMainFrame::ShowAbout() {
 bool CMainFrame::OnClose() {
     // A running batch is stopped only with the user's consent; a refusal keeps the window and
     // the batch. The timer goes with the window.
-    if (CMainView* view = TheView(); view && view->pool.AnyRunning()) {
+    if (CMainView* view = TheView(); view && view->Batch().Running()) {
         if (!TheMsg().QueryStopAndQuit())
             return false;
-        view->pool.StopAndWait(kWaitForever);
+        view->Batch().StopAndWait();
         view->KillTimer();
     }
     RunCommand(&CWindowCommands::Quit);

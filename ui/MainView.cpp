@@ -136,10 +136,9 @@ CMainView::CMainView(QWidget* parent) : QWidget(parent) {
 }
 
 CMainView::~CMainView() {
-    // The worker hands each finished task to `results` under `resultsLock`, both declared after
-    // the pool and so gone before the pool's own end would wait for it: it is stopped and waited
-    // for first. A session that ends (SIGTERM) as a batch finishes comes here with it running.
-    pool.StopAndWait(kWaitForever);
+    // A session that ends (SIGTERM) as a batch finishes comes here with the worker running: it is
+    // stopped and waited for before the controls go.
+    batch_.StopAndWait();
     KillTimer();
     if (g_view == this)
         g_view = nullptr;
@@ -228,7 +227,6 @@ void CMainView::OnInitDialog() {
     CSetting& setting = TheSetting();
     const ShrinkSettings& shrink = setting.shrink;
     const RoundSettings& round = setting.round;
-    stopRequested = false;
 
     std::vector<std::wstring> shrinkNames;
     for (const auto& choice : ShrinkChoices())
@@ -345,16 +343,6 @@ void CMainView::UpdateControlStates(bool running) {
     bool jpeg = !running && setting.saveType == savetype::kJpeg;
     Enable(ctl::kQualityNumber, jpeg);
     Enable(ctl::kQualityName, jpeg);
-}
-
-void CMainView::Stop() {
-    stopRequested = true;
-    pool.StopAll(true);
-}
-
-void CMainView::OnTaskFinished(boost::shared_ptr<CLunavexTask> task) {
-    CNamedLock lock(resultsLock);
-    results.push_back(task);
 }
 
 void CMainView::StartTimer() {

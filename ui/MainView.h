@@ -1,10 +1,9 @@
 // lvx::CMainView: the one window in which the user works. It shows every option of a conversion
 // (the controls of dialog 139, each known by its resource id), the two preview panes, the status
-// line and the progress bar, and it holds the state of a running batch. It converts nothing
-// itself: every change the user makes runs the tolerant update command.
+// line and the progress bar, and it holds the runner of the batch. It converts nothing itself:
+// every change the user makes runs the tolerant update command.
 //
-// Threads: everything here runs on the main thread except OnTaskFinished, which the worker calls
-// and which only appends to `results` under `resultsLock`.
+// Threads: the main thread only; the batch runner's workers never call the view.
 #pragma once
 
 #include <map>
@@ -15,10 +14,8 @@
 #include <QWidget>
 #include <boost/shared_ptr.hpp>
 
-#include "batch/AutoCriticalSection.h"
-#include "batch/LunavexTask.h"
+#include "batch/BatchRunner.h"
 #include "batch/SubFolderRule.h"
-#include "batch/TaskThread.h"
 #include "image/Dib.h"
 #include "image/PreviewSource.h"
 
@@ -43,7 +40,7 @@ constexpr i32 kShrink = 141, kCustomWidth = 142, kCustomHeight = 143, kQualityNu
               kProgress = 172;
 } // namespace ctl
 
-class CMainView : public QWidget, public CLunavexTaskClient {
+class CMainView : public QWidget {
     Q_OBJECT
 
 public:
@@ -58,10 +55,10 @@ public:
 
     // Enables the controls for idle (false) or a running batch (true).
     void UpdateControlStates(bool running);
-    // The user pressed Stop: remembers it and stops the pool without waiting.
-    void Stop();
-    // Worker thread: appends the task to `results` under `resultsLock`; nothing else.
-    void OnTaskFinished(boost::shared_ptr<CLunavexTask> task) override;
+    // The user pressed Stop: the batch stops after the file in work, without waiting for it.
+    void Stop() { batch_.RequestStop(); }
+    // The runner of the window's batch: the commands start, poll and end it.
+    CBatchRunner& Batch() { return batch_; }
 
     // The batch timer: id 1, 200 ms; each tick runs the timer command. KillTimer also drops a
     // tick that is already pending.
@@ -103,15 +100,9 @@ public:
     // Adds the names in order.
     static void FillCombo(QWidget* control, const std::vector<std::wstring>& names);
 
-    // The state of a batch.
+    // The batch timer.
     u32 timerPeriod = 200;
     u32 timerId = 0;
-    bool stopRequested = false;
-    i32 fileCount = 0;
-    i32 doneCount = 0;
-    CTaskThreadPool pool;
-    CAutoCriticalSection resultsLock;
-    std::vector<boost::shared_ptr<CLunavexTask>> results;
 
     boost::shared_ptr<CColorWidget> swatch;
     std::vector<boost::shared_ptr<CLengthCtrlSet>> lengthSets; // radius, then blur width
@@ -140,6 +131,7 @@ private:
 
     QTimer* timer_ = nullptr;
     std::map<i32, QWidget*> controls_;
+    CBatchRunner batch_;
 };
 
 // The values of the custom width and height lists, named by their decimal text.

@@ -171,15 +171,14 @@ TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
 
     // A worker runs: refused over the view too, with id 194.
     CGateClient gate;
-    view->pool.Add(UnencodedTask(&gate, L"held"));
-    ASSERT_TRUE(view->pool.threads.at(0)->Start());
+    ASSERT_TRUE(view->Batch().Start({UnencodedTask(&gate, L"held")}, {}));
     gate.WaitUntilInside();
     EXPECT_FALSE(Send<QDragMoveEvent>(&drop, OverView(), action));
     EXPECT_FALSE(Send<QDropEvent>(&drop, OverView(), action));
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"実行中にはドロップできません");
     gate.Open();
-    ASSERT_TRUE(view->pool.threads[0]->Wait(kWaitForever));
+    view->Batch().Wait();
 }
 
 } // namespace

@@ -1,0 +1,364 @@
+// Tests of the batch runner with real files: the order of a run, its stops, its counts, the retry
+// of a file alone, its workers and their priority, synchronised by the tasks' clients, never by
+// time.
+#include "batch/BatchRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <sched.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <future>
+#include <map>
+#include <new>
+#include <stdexcept>
+#include <thread>
+
+#include <vips/vips.h>
+
+#include "batch/BatchPlan.h"
+#include "batch/Setting.h"
+#include "foundation/ResString.h"
+#include "foundation/ResultText.h"
+#include "foundation/ThreadPriority.h"
+#include "image/Codec.h"
+#include "image/ImageIo.h"
+#include "resources/StringIds.h"
+#include "support/Files.h"
+#include "support/GateClient.h"
+#include "support/PixelTestUtil.h"
+
+using namespace testutil;
+namespace fs = std::filesystem;
+
+namespace {
+
+using lvx::BatchEnd;
+
+// The owner's side of a run in order: the names of the written files in their order and the text
+// of the failure. It asks to stop once stopAfter files are written, and cannot report file
+// number refuseAt (counted from 1).
+class CRecordingClient : public lvx::CBatchRunClient {
+public:
+    bool StopAsked() const override { return written.size() >= stopAfter; }
+    bool OnFileWritten(const lvx::CLunavexTask& task) override {
+        written.push_back(fs::path(task.outputFile).filename().string());
+        return written.size() != refuseAt;
+    }
+    void OnFileFailed(const lvx::CLunavexTask& task) override { failure = task.errorText; }
+
+    std::vector<std::string> written;
+    std::wstring failure;
+    size_t stopAfter = 1000;
+    size_t refuseAt = 0;
+};
+
+class BatchRunnerTest : public ::testing::Test {
+protected:
+    // Files f0.png ... of different sizes, the one at `bad` no image, planned as PNG outputs in
+    // "out"; each task keeps its output for the owner (deferSave) or writes it itself.
+    std::vector<lvx::TaskPtr> Plan(int count, int bad, bool deferSave,
+                                   lvx::CLunavexTaskClient* client = nullptr) {
+        std::vector<std::wstring> sources;
+        for (int i = 0; i < count; ++i) {
+            const fs::path path = dir / Numbered("f", i, ".png");
+            if (i == bad) {
+                WriteText(path, "not an image");
+            } else if (!fs::exists(path)) {
+                EXPECT_TRUE(SaveImage(*Solid(20 + i, 10, static_cast<u8>(20 * i), 2, 3),
+                                      L"image/png", path));
+            }
+            sources.push_back(W(path));
+        }
+        CSetting settings;
+        settings.saveType = 1;
+        settings.subFolders.Add(L"out");
+        std::vector<lvx::TaskPtr> tasks;
+        for (const lvx::PlannedFile& file : lvx::PlanBatch(sources, settings, client)) {
+            file.task->keepsImages = false;
+            file.task->deferSave = deferSave;
+            file.task->replaceExisting = file.outputExists;
+            tasks.push_back(file.task);
+        }
+        return tasks;
+    }
+
+    // The output folder's files with their bytes.
+    std::map<std::string, std::string> Outputs() const {
+        std::map<std::string, std::string> files;
+        if (fs::exists(dir / "out"))
+            for (const auto& entry : fs::directory_iterator(dir / "out"))
+                files[entry.path().filename().string()] = ReadText(entry.path());
+        return files;
+    }
+
+    static std::string Name(const lvx::TaskPtr& task) {
+        return task ? fs::path(task->outputFile).filename().string() : "";
+    }
+
+    CTempDir temp;
+    const fs::path dir = temp.Path();
+};
+
+// Files are written and reported in their order whatever the number of workers, and the run ends
+// at the first failure, at a stop between two files, or at a file the owner could not report.
+TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEnds) {
+    const struct {
+        u32 jobs;
+        int bad;
+        size_t stopAfter, refuseAt;
+        BatchEnd end;
+        size_t written; // files reported written
+        i32 done;
+    } cases[] = {
+        {1, -1, 1000, 0, BatchEnd::kAllDone, 5, 5}, {2, -1, 1000, 0, BatchEnd::kAllDone, 5, 5},
+        {0, -1, 1000, 0, BatchEnd::kAllDone, 5, 5}, {4, 2, 1000, 0, BatchEnd::kFailed, 2, 2},
+        {1, 0, 1000, 0, BatchEnd::kFailed, 0, 0},   {3, 4, 1000, 0, BatchEnd::kFailed, 4, 4},
+        {2, -1, 2, 0, BatchEnd::kStopped, 2, 2},    {1, -1, 0, 0, BatchEnd::kStopped, 0, 0},
+        {2, -1, 1000, 3, BatchEnd::kFailed, 3, 2},
+    };
+    std::map<std::string, std::string> alone; // the outputs of one worker, all files good
+    for (const auto& c : cases) {
+        const std::string label = "jobs " + std::to_string(c.jobs) + ", bad " +
+                                  std::to_string(c.bad) + ", stop after " +
+                                  std::to_string(c.stopAfter);
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+        lvx::CBatchRunner runner;
+        lvx::BatchRunOptions options;
+        options.jobs = c.jobs;
+        options.memoryBudget = u64{1} << 30;
+        options.thrown = lvx::ThrownFailure::kFailsFile;
+        CRecordingClient client;
+        client.stopAfter = c.stopAfter;
+        client.refuseAt = c.refuseAt;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), options, client), c.end) << label;
+        std::vector<std::string> expected;
+        for (size_t i = 0; i < c.written; ++i)
+            expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
+        EXPECT_EQ(client.written, expected) << label;
+        EXPECT_EQ(runner.FileCount(), 5) << label;
+        EXPECT_EQ(runner.DoneCount(), c.done) << label;
+        EXPECT_FALSE(runner.Running()) << label;
+        const std::map<std::string, std::string> outputs = Outputs();
+        std::vector<std::string> names;
+        for (const auto& [name, bytes] : outputs) {
+            names.push_back(name);
+            if (!alone.empty()) {
+                EXPECT_EQ(bytes, alone[name]) << label << ": " << name;
+            }
+        }
+        EXPECT_EQ(names, expected) << label << ": no file after the end is written";
+        if (alone.empty())
+            alone = outputs;
+        if (c.bad < 0) {
+            EXPECT_EQ(client.failure, L"") << label;
+            EXPECT_FALSE(runner.FailedTask()) << label;
+            continue;
+        }
+        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u) << label;
+        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png")) << label;
+    }
+}
+
+// A file that runs out of memory beside others is converted once more alone, on the owner's
+// thread, and then counts as written; with one worker its failure stands.
+TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAlone) {
+    for (u32 jobs : {1u, 2u}) {
+        fs::remove_all(dir / "out");
+        std::vector<lvx::TaskPtr> tasks = Plan(3, -1, true);
+        std::vector<std::thread::id> calls;
+        tasks[1]->deferSave = false;
+        tasks[1]->beforeReplace = [&calls] {
+            calls.push_back(std::this_thread::get_id());
+            if (calls.size() == 1)
+                throw std::bad_alloc();
+            return true;
+        };
+        lvx::CBatchRunner runner;
+        lvx::BatchRunOptions options;
+        options.jobs = jobs;
+        options.memoryBudget = u64{1} << 30;
+        options.thrown = lvx::ThrownFailure::kFailsFile;
+        CRecordingClient client;
+        const BatchEnd end = runner.RunInOrder(tasks, options, client);
+        if (jobs == 1) {
+            EXPECT_EQ(end, BatchEnd::kFailed);
+            EXPECT_EQ(calls.size(), 1u);
+            EXPECT_NE(client.failure.find(ResultText(hr::kOutOfMemory)), std::wstring::npos);
+            EXPECT_EQ(client.written, std::vector<std::string>{"f0.png"});
+            continue;
+        }
+        EXPECT_EQ(end, BatchEnd::kAllDone);
+        ASSERT_EQ(calls.size(), 2u);
+        EXPECT_EQ(calls[1], std::this_thread::get_id()) << "the retry runs on the owner's thread";
+        EXPECT_EQ(client.written, (std::vector<std::string>{"f0.png", "f1.png", "f2.png"}));
+        EXPECT_EQ(Outputs().size(), 3u);
+    }
+}
+
+// The window's run: the owner polls, a failure among the files of a poll ends the run with the
+// last of them, and a run that cannot start has its files and none done.
+TEST_F(BatchRunnerTest, APolledRunHandsOverEveryFileAndSaysHowItEnded) {
+    lvx::CBatchRunner runner;
+    ASSERT_TRUE(runner.Start(Plan(3, -1, false), {}));
+    runner.Wait();
+    lvx::BatchPoll poll = runner.Poll();
+    ASSERT_EQ(poll.finished.size(), 3u);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Name(poll.finished[i]), Numbered("f", i, ".png"));
+    EXPECT_EQ(poll.end, BatchEnd::kAllDone);
+    EXPECT_EQ(runner.DoneCount(), 3);
+    EXPECT_EQ(Outputs().size(), 3u) << "each task writes its own output";
+    poll = runner.Poll();
+    EXPECT_TRUE(poll.finished.empty());
+    EXPECT_EQ(poll.end, BatchEnd::kAllDone);
+
+    // Two failures: the run goes on to the end, and the poll names the second.
+    fs::remove_all(dir / "out");
+    std::vector<lvx::TaskPtr> tasks = Plan(4, 1, false);
+    tasks[2]->SetMaxPixels(1);
+    ASSERT_TRUE(runner.Start(tasks, {}));
+    runner.Wait();
+    poll = runner.Poll();
+    EXPECT_EQ(poll.finished.size(), 4u);
+    EXPECT_EQ(poll.end, BatchEnd::kFailed);
+    EXPECT_EQ(runner.FailedTask(), tasks[2]);
+    EXPECT_FALSE(runner.StopRequested());
+
+    // No worker: nothing runs, nothing is made.
+    fs::remove_all(dir / "out");
+    runner.RefuseWorkers(true);
+    EXPECT_FALSE(runner.Start(Plan(2, -1, false), {}));
+    EXPECT_FALSE(runner.Running());
+    EXPECT_EQ(runner.FileCount(), 2);
+    EXPECT_EQ(runner.DoneCount(), 0);
+    EXPECT_FALSE(runner.FailedTask()) << "a new run forgets the last one's failure";
+    EXPECT_EQ(runner.Poll().end, BatchEnd::kWorkerEnded);
+    EXPECT_FALSE(fs::exists(dir / "out"));
+}
+
+// A stop takes effect between files: the file in work sees it, the others never start and keep
+// their old outputs. A failure thrown out of a task ends the worker, or fails only its file.
+TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
+    fs::create_directories(dir / "out");
+    for (int i = 0; i < 4; ++i)
+        WriteText(dir / "out" / Numbered("f", i, ".png"), "old");
+    CGateClient gate;
+    std::vector<lvx::TaskPtr> tasks = Plan(4, -1, false, &gate);
+    lvx::CBatchRunner runner;
+    ASSERT_TRUE(runner.Start(tasks, {}));
+    gate.WaitUntilInside();
+    EXPECT_TRUE(runner.Running());
+    EXPECT_FALSE(tasks[0]->IsTerminated());
+    runner.RequestStop();
+    EXPECT_TRUE(tasks[0]->IsTerminated()) << "a task asks its runner";
+    EXPECT_TRUE(runner.StopRequested());
+    gate.Open();
+    runner.Wait();
+    lvx::BatchPoll poll = runner.Poll();
+    EXPECT_EQ(poll.finished.size(), 1u);
+    EXPECT_EQ(poll.end, BatchEnd::kStopped);
+    EXPECT_EQ(gate.FinishedCount(), 1u) << "the files after the stop never ran";
+    const std::map<std::string, std::string> outputs = Outputs();
+    EXPECT_NE(outputs.at("f0.png"), "old");
+    for (int i = 1; i < 4; ++i)
+        EXPECT_EQ(outputs.at(Numbered("f", i, ".png")), "old") << i;
+
+    for (lvx::ThrownFailure thrown :
+         {lvx::ThrownFailure::kEndsWorker, lvx::ThrownFailure::kFailsFile}) {
+        fs::remove_all(dir / "out");
+        tasks = Plan(3, -1, false);
+        tasks[1]->beforeReplace = []() -> bool { throw std::runtime_error("thrown"); };
+        lvx::BatchRunOptions options;
+        options.thrown = thrown;
+        ASSERT_TRUE(runner.Start(tasks, options));
+        runner.Wait();
+        poll = runner.Poll();
+        if (thrown == lvx::ThrownFailure::kEndsWorker) {
+            EXPECT_EQ(poll.finished.size(), 1u);
+            EXPECT_EQ(poll.end, BatchEnd::kWorkerEnded);
+            EXPECT_FALSE(fs::exists(dir / "out" / "f2.png"));
+            continue;
+        }
+        EXPECT_EQ(poll.finished.size(), 3u);
+        EXPECT_EQ(poll.end, BatchEnd::kFailed);
+        EXPECT_EQ(runner.FailedTask(), tasks[1]);
+        std::wstring text;
+        FormatResString(text, strid::kStdException, {L"thrown"});
+        EXPECT_EQ(tasks[1]->errorText, text);
+        EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
+    }
+}
+
+// The policies of libvips' worker threads, in no particular order.
+std::vector<int> VipsWorkerPolicies() {
+    std::vector<int> policies;
+    for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
+        policies.push_back(::sched_getscheduler(tid));
+    return policies;
+}
+
+// A thread that libvips' own thread maker starts, on the calling thread's policy, under the name
+// of the pool's workers; it waits until the object goes. libvips' pool only grows when its load
+// asks for it, and a worker that an earlier test of the process has put at idle priority stays
+// there: this one stands for a worker that the main thread has made.
+class CMainThreadVipsWorker {
+public:
+    CMainThreadVipsWorker() {
+        release_ = released_.get_future().share();
+        thread_ = vips_g_thread_new(kVipsWorkerThreadName, &CMainThreadVipsWorker::Park, this);
+        tid_ = started_.get_future().get();
+    }
+    ~CMainThreadVipsWorker() {
+        released_.set_value();
+        g_thread_join(thread_);
+    }
+    pid_t Tid() const { return tid_; }
+
+private:
+    static gpointer Park(gpointer self) {
+        auto* worker = static_cast<CMainThreadVipsWorker*>(self);
+        std::shared_future<void> release = worker->release_;
+        worker->started_.set_value(::gettid());
+        release.wait();
+        return nullptr;
+    }
+
+    std::promise<pid_t> started_;
+    std::promise<void> released_;
+    std::shared_future<void> release_;
+    GThread* thread_ = nullptr;
+    pid_t tid_ = 0;
+};
+
+TEST_F(BatchRunnerTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterAFileOfAnIdleRun) {
+    // The main thread encodes and decodes first, as the previews do: in a fresh process libvips'
+    // pool then holds workers that this thread made, at normal priority.
+    ASSERT_TRUE(SaveImage(*Solid(640, 480, 10, 120, 230), L"image/jpeg", dir / "photo.jpg"));
+    CDibPtr preview;
+    ASSERT_EQ(LoadImageFile(preview, W(dir / "photo.jpg")), 0u);
+    CMainThreadVipsWorker parked;
+    ASSERT_EQ(::sched_getscheduler(parked.Tid()), SCHED_OTHER);
+    std::vector<int> before = VipsWorkerPolicies();
+
+    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
+    task->Init(W(dir / "photo.jpg"), W(dir / "out" / "photo.png"), nullptr);
+    ASSERT_EQ(task->PrepareEncoder(1, 80), 0u);
+    lvx::CBatchRunner runner;
+    lvx::BatchRunOptions options;
+    options.idlePriority = true;
+    ASSERT_TRUE(runner.Start({task}, options));
+    runner.Wait();
+    ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone) << testing::PrintToString(task->errorText);
+
+    EXPECT_EQ(::sched_getscheduler(parked.Tid()), SCHED_IDLE);
+    std::vector<int> after = VipsWorkerPolicies();
+    ASSERT_GE(after.size(), before.size());
+    EXPECT_EQ(std::count(after.begin(), after.end(), SCHED_IDLE),
+              static_cast<std::ptrdiff_t>(after.size()));
+    EXPECT_EQ(::sched_getscheduler(0), SCHED_OTHER) << "the calling thread keeps its policy";
+}
+
+} // namespace
