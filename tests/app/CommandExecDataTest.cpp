@@ -1,20 +1,13 @@
 // Tests of the drop command: the checks before anything on disk changes, the overwrite question,
-// a whole run to its end, a run that stops at a file that is no image, a Stop that keeps the old
-// outputs not yet replaced, and a worker that cannot start.
+// a whole run to its end, a run that stops at a file that is no image, and a worker that cannot
+// start, which leaves every old output in place.
 #include "app/CommandExecData.h"
-
-#include <condition_variable>
-#include <cstring>
-#include <mutex>
 
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QWindow>
 
-#include <boost/make_shared.hpp>
-
 #include "foundation/Utf8.h"
-#include "image/ImageIo.h"
 #include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 
@@ -31,44 +24,6 @@ protected:
     const fs::path dir = temp.Path();
 };
 
-// The view's worker with a pause between its second and third task, where a Stop takes effect:
-// the test presses Stop there, then lets the real loop go on.
-class CPausingWorker : public CMultiTaskThread {
-public:
-    using CMultiTaskThread::CMultiTaskThread;
-
-    u32 ThreadMain() override {
-        for (int i = 0; i < 2; ++i) {
-            current = tasks->Pop();
-            if (!current)
-                return 0;
-            current->terminable = this;
-            current->Run();
-        }
-        std::unique_lock<std::mutex> guard(lock_);
-        paused_ = true;
-        changed_.notify_all();
-        changed_.wait(guard, [this] { return resumed_; });
-        guard.unlock();
-        return CMultiTaskThread::ThreadMain();
-    }
-    void WaitUntilPaused() {
-        std::unique_lock<std::mutex> guard(lock_);
-        changed_.wait(guard, [this] { return paused_; });
-    }
-    void Resume() {
-        std::lock_guard<std::mutex> guard(lock_);
-        resumed_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool paused_ = false;
-    bool resumed_ = false;
-};
-
 TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
     auto a = Png(dir, "a.png", 200);
     fs::create_directories(dir / "folder");
@@ -79,7 +34,7 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_FALSE(fs::exists(dir / "out"));
     EXPECT_FALSE(view->TimerRunning());
-    EXPECT_EQ(view->pool.pending.Count(), 0u) << "no task was made";
+    EXPECT_EQ(view->Batch().FileCount(), 0) << "no task was made";
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 
     // The sub-folder typed into the view counts: a link to "." makes the output of a PNG its own
@@ -110,8 +65,10 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b.png"));
     // What each tick shows on the way (progress, status, panes) is the batch tick's test.
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
-    EXPECT_EQ(view->doneCount, 2);
+    EXPECT_EQ(view->Batch().DoneCount(), 2);
     EXPECT_EQ(TheSetting().outputPath, W(dir / "out") + L"/");
+    ASSERT_TRUE(view->lastSource) << "the panes show the newest file";
+    EXPECT_NE(view->lastSource, view->samplePreview);
 
     // Both outputs exist now: one question names them, and Cancel leaves everything as it was.
     WriteText(dir / "out" / "a.png", "old a");
@@ -154,8 +111,8 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
         << (msg.boxes.empty() ? std::string() : Utf8FromWide(msg.boxes[0].text));
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "photo\xE9.png"));
     EXPECT_FALSE(fs::exists(dir / "out" / "photo\xEF\xBF\xBD.png")) << "not the look-alike";
-    ASSERT_EQ(view->results.size(), 1u);
-    EXPECT_EQ(ToFileSystemPath(view->results[0]->inputPath), latin.string());
+    EXPECT_EQ(view->Batch().DoneCount(), 1);
+    EXPECT_TRUE(fs::exists(latin));
     EXPECT_TRUE(fs::exists(lookalike));
 }
 
@@ -167,11 +124,11 @@ TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
     Drop({a, b});
     ASSERT_TRUE(RunToEnd());
     ASSERT_EQ(msg.boxes.size(), 1u);
-    ASSERT_GE(view->results.size(), 2u);
-    EXPECT_EQ(view->results[0]->errorId, 0);
-    EXPECT_NE(view->results[1]->errorId, 0);
-    EXPECT_FALSE(view->results[1]->errorText.empty());
-    EXPECT_EQ(msg.boxes[0].text, view->results[1]->errorText);
+    const lvx::TaskPtr failed = view->Batch().FailedTask();
+    ASSERT_TRUE(failed);
+    EXPECT_EQ(failed->inputPath, W(b));
+    EXPECT_FALSE(failed->errorText.empty());
+    EXPECT_EQ(msg.boxes[0].text, failed->errorText);
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
     EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
@@ -284,45 +241,6 @@ TEST_F(CommandExecDataTest, ATextOrAnEmptyListIsTakenAndItsDropShowsWhy) {
     }
 }
 
-TEST_F(CommandExecDataTest, AStopAfterTwoOfTwentyFilesKeepsEveryOldOutputNotYetReplaced) {
-    fs::create_directories(dir / "out");
-    std::vector<fs::path> sources;
-    for (int i = 0; i < 20; ++i) {
-        const std::string name = Numbered("f", i, ".png");
-        sources.push_back(Png(dir, name.c_str(), static_cast<u8>(10 * i)));
-        WriteText(dir / "out" / name, "old output " + name);
-    }
-    auto worker = boost::make_shared<CPausingWorker>(&view->pool.pending);
-    view->pool.threads = {worker};
-
-    msg.answers = {1};
-    Drop(sources);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].flags, 49u) << "the overwrite question, answered OK";
-    worker->WaitUntilPaused();
-    frame_->OnCommand(lvx::cmd::kStop);
-    worker->Resume();
-    ASSERT_TRUE(RunToEnd());
-    EXPECT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_EQ(view->pool.cancelled.Count(), 18u);
-
-    // The two files done hold the new images; the eighteen others are the old bytes.
-    for (int i = 0; i < 2; ++i) {
-        CDibPtr source, output;
-        ASSERT_EQ(LoadImageFile(source, W(sources[i])), 0u);
-        ASSERT_EQ(LoadImageFile(output, W(dir / "out" / sources[i].filename())), 0u);
-        ASSERT_EQ(output->Width(), source->Width());
-        ASSERT_EQ(output->Height(), source->Height());
-        const i32 x = source->Width() / 2, y = source->Height() / 2;
-        EXPECT_EQ(std::memcmp(output->PixelAt(x, y), source->PixelAt(x, y), 4), 0) << i;
-    }
-    for (int i = 2; i < 20; ++i) {
-        const std::string name = sources[i].filename().string();
-        EXPECT_EQ(ReadText(dir / "out" / name), "old output " + name);
-    }
-}
-
 TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
     auto png = Png(dir, "same.png", 200);
     auto bmp = dir / "same.bmp";
@@ -340,24 +258,28 @@ TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestio
     EXPECT_FALSE(view->TimerRunning());
 }
 
-TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessage) {
+// A worker that cannot start ends the run with a message; the outputs that the user agreed to
+// replace are all still there, as nothing is deleted before a file's new output is complete.
+TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessageAndDeletesNothing) {
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
-    // A forced stop is the state in which a worker refuses to start.
-    view->pool.threads.at(0)->SetForcedStop(true);
+    fs::create_directories(dir / "out");
+    WriteText(dir / "out" / "a.png", "old a");
+    view->Batch().RefuseWorkers(true);
 
+    msg.answers = {1};
     Drop({a, b});
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text,
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[0].flags, 49u) << "the overwrite question, answered OK";
+    EXPECT_EQ(msg.boxes[1].text,
               L"変換処理のスレッドを開始できなかったため、ファイルは変換されていません");
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(msg.boxes[1].flags, 16u);
     EXPECT_FALSE(view->TimerRunning());
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
     EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_EQ(view->pool.pending.Count(), 0u);
-    EXPECT_EQ(view->pool.cancelled.Count(), 2u);
-    EXPECT_FALSE(fs::exists(dir / "out"));
+    EXPECT_EQ(ReadText(dir / "out" / "a.png"), "old a");
+    EXPECT_FALSE(fs::exists(dir / "out" / "b.png"));
 }
 
 } // namespace

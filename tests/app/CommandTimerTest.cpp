@@ -1,21 +1,16 @@
-// Tests of the batch tick, driven by hand with the worker held inside a gate: what a tick takes
-// in and shows, when it ends the batch, Stop, a worker that ends early, and the close of the frame
-// during a batch.
+// Tests of the batch tick: what it shows of the files that came, the progress, and how it ends
+// the batch as the view's runner ends, by Stop, a failure or a worker that ends early, and the
+// close of the frame during a batch.
 #include "app/CommandTimer.h"
 
 #include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
-#include <QAbstractButton>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTimer>
 
-#include "batch/AutoCriticalSection.h"
 #include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 #include "support/GateClient.h"
@@ -24,52 +19,49 @@
 
 namespace {
 
-using Task = boost::shared_ptr<lvx::CLunavexTask>;
+using lvx::TaskPtr;
 
-// A finished task as the worker hands it over: images, what the panes need of its source (a
+// A finished task as the runner hands it over: images, what the panes need of its source (a
 // plain colour, blue = `shade`), output folder, failure.
-Task Finished(const wchar_t* output, i32 errorId = 0, const wchar_t* errorText = L"",
-              u8 shade = 90) {
-    Task task(new lvx::CLunavexTask);
+TaskPtr Finished(const wchar_t* output, i32 errorId = 0, u8 shade = 90) {
+    TaskPtr task(new lvx::CLunavexTask);
     task->Init(L"/src/in.png", output, nullptr);
     task->source = testutil::Solid(64, 48, shade, 2, 3);
     task->result = testutil::Solid(64, 48, 4, 5, 6);
     task->preview.reset(new CPreviewSource);
     EXPECT_EQ(task->preview->Build(*task->source), 0);
     task->errorId = errorId;
-    task->errorText = errorText;
     return task;
 }
 
 class CommandTimerTest : public BatchViewFixture {
 protected:
-    // Holds the view's worker inside the gate with more tasks waiting behind it.
-    void HoldWorker(int waiting) {
-        view->pool.StopWaitAndClear(kWaitForever);
-        view->pool.Add(UnencodedTask(&gate, L"held"));
-        for (int i = 0; i < waiting; ++i)
-            view->pool.Add(UnencodedTask(&gate, L"waiting"));
-        ASSERT_TRUE(view->pool.threads.at(0)->Start());
-        gate.WaitUntilInside();
-        ASSERT_TRUE(view->pool.AnyRunning());
+    // A task that converts a small PNG of the temporary folder into its "out".
+    TaskPtr Good(const char* name, lvx::CLunavexTaskClient* client = nullptr) {
+        TaskPtr task(new lvx::CLunavexTask);
+        task->Init(testutil::W(Png(dir, name, 7)), testutil::W(dir / "out" / name), client);
+        EXPECT_EQ(task->PreparePngEncoder(), 0u);
+        return task;
     }
 
-    void Deliver(std::initializer_list<Task> tasks) {
-        CAutoLock<CAutoCriticalSection> lock(view->resultsLock);
-        for (const Task& task : tasks)
-            view->results.push_back(task);
-    }
-
-    void Tick() { table_->timer->Execute(true, false); }
-
-    // The state of a batch of count files of which done are taken in, its timer running.
-    void StartBatch(int count, int done) {
-        view->fileCount = count;
-        view->doneCount = done;
-        view->stopRequested = false;
+    // The view's runner on tasks, with the timer and the controls of a running batch.
+    void Run(const std::vector<TaskPtr>& tasks) {
+        ASSERT_TRUE(view->Batch().Start(tasks, {}));
         view->StartTimer();
         view->UpdateControlStates(true);
     }
+
+    // Lets the gate's held worker go once the runner has told it to stop.
+    std::thread OpenOnStop(const TaskPtr& held) {
+        return std::thread([this, held] {
+            while (!held->IsTerminated())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            gate.Open();
+        });
+    }
+
+    void Tick() { table_->timer->Execute(true, false); }
+    lvx::CCommandTimer& Timer() { return *table_->timer; }
 
     // The number of dots behind the progress text; -1 when the text is not progress of done + 1.
     int DotsBehind(int done, int count) {
@@ -95,31 +87,34 @@ protected:
         return image->PixelAt(image->Width() / 2, image->Height() / 2)[0];
     }
 
+    // The batch has ended with this status line and these boxes (error boxes), its timer stopped
+    // and the controls back for the next one.
+    void ExpectEnded(const std::wstring& status, const std::vector<std::wstring>& boxes) {
+        EXPECT_FALSE(view->TimerRunning());
+        EXPECT_EQ(ControlText(lvx::ctl::kStatus), status);
+        ASSERT_EQ(msg.boxes.size(), boxes.size());
+        for (size_t i = 0; i < boxes.size(); ++i) {
+            EXPECT_EQ(msg.boxes[i].text, boxes[i]);
+            EXPECT_EQ(msg.boxes[i].flags, 16u);
+        }
+        EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+        EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+        EXPECT_FALSE(view->Batch().Running());
+    }
+
     CGateClient gate;
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
 };
 
-TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
-    HoldWorker(1);
-    view->fileCount = 10;
-    view->doneCount = 0;
-    view->stopRequested = false;
-    view->results.clear();
+TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndEveryFileLetsGoOfItsImages) {
     view->UpdateControlStates(true);
     ASSERT_FALSE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
-
-    Task first = Finished(L"/src/out1/a.png", 0, L"", 91);
-    auto firstPreview = first->preview;
-    Deliver({first});
-    Tick();
-    EXPECT_EQ(view->doneCount, 1);
-    EXPECT_EQ(Progress()->maximum(), 10);
-    EXPECT_EQ(Progress()->value(), 1);
-    const int dots = DotsBehind(1, 10);
-    ASSERT_GE(dots, 0) << "\"2 / 10 ファイル処理中 \" and dots";
-    EXPECT_LE(dots, 9);
+    TaskPtr first = Finished(L"/src/out1/a.png", 0, 91);
+    Timer().ShowResults({first});
     // The panes are made from the new source at its size (it fits the pane) and not taken from
     // the full-size result, which is let go with the source.
-    EXPECT_EQ(view->lastSource, firstPreview);
+    EXPECT_EQ(view->lastSource, first->preview);
     ASSERT_TRUE(view->wholePane->Image());
     EXPECT_EQ(view->wholePane->Image()->Width(), 64);
     EXPECT_EQ(view->wholePane->Image()->Height(), 48);
@@ -131,132 +126,105 @@ TEST_F(CommandTimerTest, ATickTakesInResultsShowsTheNewestAndMovesTheProgress) {
     EXPECT_EQ(TheSetting().outputPath, L"/src/out1/");
     EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled()) << "also during the run";
 
-    // Nothing new: no change, and the batch goes on while the worker runs.
-    const std::wstring status = ControlText(lvx::ctl::kStatus);
-    Tick();
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), status);
-    EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
-
-    // Of two results in one tick only the newer is shown; the dots move on by one.
-    Task second = Finished(L"/src/out2/b.png", 0, L"", 92);
-    Task third = Finished(L"/src/out3/c.png", 0, L"", 93);
-    auto thirdPreview = third->preview;
-    Deliver({second, third});
-    Tick();
-    EXPECT_EQ(view->doneCount, 3);
-    EXPECT_EQ(DotsBehind(3, 10), (dots + 1) % 10);
-    EXPECT_EQ(view->lastSource, thirdPreview);
+    // Of two files only the newer is shown.
+    TaskPtr second = Finished(L"/src/out2/b.png", 0, 92);
+    TaskPtr third = Finished(L"/src/out3/c.png", 0, 93);
+    Timer().ShowResults({second, third});
+    EXPECT_EQ(view->lastSource, third->preview);
     EXPECT_EQ(WholePaneBlue(), 93);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
     EXPECT_FALSE(second->source);
 
-    // More than 65535 files: the range takes the low 16 bits of the count.
-    view->fileCount = 70000;
-    Deliver({Finished(L"/src/out4/d.png")});
-    Tick();
-    EXPECT_EQ(Progress()->maximum(), 70000 - 65536);
-    EXPECT_EQ(Progress()->value(), 4);
-    EXPECT_EQ(DotsBehind(4, 70000), (dots + 2) % 10);
+    // A failure among them: no pane changes, and every file lets go of its images.
+    TaskPtr good = Finished(L"/src/out4/d.png", 0, 94);
+    TaskPtr failed = Finished(L"/src/out5/e.png", 201, 95);
+    Timer().ShowResults({good, failed});
+    EXPECT_EQ(view->lastSource, third->preview);
+    EXPECT_EQ(WholePaneBlue(), 93);
+    EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
+    EXPECT_FALSE(good->source);
+    EXPECT_FALSE(failed->result);
+}
 
-    // Two failures in one tick: the batch ends at once, the waiting task is cancelled, no pane
-    // changes and the text of the second failure is the one box.
-    view->fileCount = 10;
-    auto shownSource = view->lastSource;
-    const int shownBlue = WholePaneBlue();
-    CThread* worker = view->pool.threads.at(0).get();
-    std::thread opener([&] {
-        while (!worker->IsTerminated())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        gate.Open();
-    });
-    Deliver({Finished(L"/src/out5/e.png", 201, L"first failure"),
-             Finished(L"/src/out6/f.png", 201, L"second failure")});
-    Tick();
+TEST_F(CommandTimerTest, TheProgressShowsTheRunnersCountsWithMovingDots) {
+    // One file taken in and the worker held at the second; the range of more than 65535 files
+    // takes the low 16 bits of the count.
+    TaskPtr held = UnencodedTask(&gate, L"held");
+    std::vector<TaskPtr> tasks = {UnencodedTask(nullptr, L"first"), held};
+    tasks.resize(70000, UnencodedTask(nullptr, L"waiting"));
+    Run(tasks);
+    gate.WaitUntilInside();
+    ASSERT_EQ(view->Batch().Poll().finished.size(), 1u);
+    Timer().ShowProgress();
+    EXPECT_EQ(Progress()->maximum(), 70000 - 65536);
+    EXPECT_EQ(Progress()->value(), 1);
+    const int dots = DotsBehind(1, 70000);
+    ASSERT_GE(dots, 0) << "\"2 / 70000 ファイル処理中 \" and dots";
+    EXPECT_LE(dots, 9);
+    Timer().ShowProgress();
+    EXPECT_EQ(DotsBehind(1, 70000), (dots + 1) % 10);
+
+    // Once no worker runs, the status line stays as it is.
+    std::thread opener = OpenOnStop(held);
+    view->Batch().StopAndWait();
     opener.join();
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"second failure");
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_FALSE(view->pool.AnyRunning());
-    EXPECT_EQ(view->pool.pending.Count(), 0u);
-    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
-    EXPECT_EQ(gate.FinishedCount(), 1u) << "the waiting task never ran";
-    EXPECT_EQ(view->lastSource, shownSource);
-    EXPECT_EQ(WholePaneBlue(), shownBlue);
-    EXPECT_EQ(TheSetting().outputPath, L"/src/out4/");
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_EQ(Progress()->value(), 6);
+    const std::wstring status = ControlText(lvx::ctl::kStatus);
+    Timer().ShowProgress();
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), status);
 }
 
 TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
-    // Everything taken in and no worker: a tick with nothing new ends the batch.
-    view->pool.StopWaitAndClear(kWaitForever);
-    view->results = {Finished(L"/src/a/a.png"), Finished(L"/src/a/b.png")};
-    StartBatch(2, 2);
+    // Everything taken in and no worker: a tick ends the batch.
+    Run({Good("a.png"), Good("b.png")});
+    view->Batch().Wait();
     Tick();
-    EXPECT_FALSE(view->TimerRunning());
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
-    EXPECT_TRUE(msg.boxes.empty());
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    ExpectEnded(L"2 ファイルの処理が全て終了しました", {});
 
-    // Stop (command 163) while a file is in work: the waiting task is cancelled at once, the
-    // batch ends at the first tick after the worker has ended.
-    HoldWorker(1);
-    view->results.clear();
-    StartBatch(2, 0);
+    // Stop (command 163) while a file is in work: nothing more starts, and the batch ends at the
+    // first tick after the worker has ended.
+    Run({Good("c.png", &gate), Good("d.png")});
+    gate.WaitUntilInside();
     frame_->OnCommand(lvx::cmd::kStop);
-    EXPECT_TRUE(view->stopRequested);
-    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
+    EXPECT_TRUE(view->Batch().StopRequested());
     Tick();
     EXPECT_TRUE(view->TimerRunning()) << "the worker still runs";
     gate.Open();
-    ASSERT_TRUE(view->pool.threads[0]->Wait(kWaitForever));
+    view->Batch().Wait();
     Tick();
-    EXPECT_FALSE(view->TimerRunning());
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_TRUE(msg.boxes.empty());
+    ExpectEnded(L"処理を中断しました", {});
     EXPECT_EQ(gate.FinishedCount(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(dir / "out" / "d.png"));
 }
 
-TEST_F(CommandTimerTest, AWorkerThatEndsBeforeEveryFileIsReportedEndsTheRunWithItsMessage) {
-    // A client that throws ends the worker's thread inside the task, with the next task left.
-    struct CThrowingClient : lvx::CLunavexTaskClient {
-        void OnTaskFinished(boost::shared_ptr<lvx::CLunavexTask>) override {
-            throw std::runtime_error("cannot take the task");
-        }
-    } throwing;
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    auto source = dir / "a.png";
-    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 8, 1, 2, 3), L"image/png", source));
-    view->pool.StopWaitAndClear(kWaitForever);
-    for (lvx::CLunavexTaskClient* client : {static_cast<lvx::CLunavexTaskClient*>(view),
-                                            static_cast<lvx::CLunavexTaskClient*>(&throwing),
-                                            static_cast<lvx::CLunavexTaskClient*>(view)}) {
-        Task task(new lvx::CLunavexTask);
-        task->Init(testutil::W(source), testutil::W(dir / "out" / "a.png"), client);
-        ASSERT_EQ(task->PreparePngEncoder(), 0u);
-        view->pool.Add(task);
-    }
-    ASSERT_TRUE(view->pool.threads.at(0)->Start());
-    ASSERT_TRUE(view->pool.threads.at(0)->Wait(kWaitForever));
-    ASSERT_EQ(view->pool.pending.Count(), 1u);
-    ASSERT_EQ(view->results.size(), 1u) << "the first task reached the view";
-    StartBatch(3, 0);
-
+TEST_F(CommandTimerTest, AFailureOrAWorkerThatEndsEarlyEndsTheRunWithOneBox) {
+    // Two failures in one tick: the batch ends at once, the waiting file never runs, and the text
+    // of the second failure is the one box.
+    TaskPtr missing = Good("gone.png");
+    std::filesystem::remove(dir / "gone.png");
+    TaskPtr held = UnencodedTask(&gate, L"held");
+    Run({UnencodedTask(nullptr, L"first"), missing, held, Good("waiting.png")});
+    gate.WaitUntilInside();
+    std::thread opener = OpenOnStop(held);
     Tick();
-    EXPECT_FALSE(view->TimerRunning());
-    EXPECT_EQ(view->doneCount, 1);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"変換処理のスレッドが途中で終了したため、処理を中断しました"
-                                 L"\n\n処理したファイル: 1 / 3");
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_EQ(view->pool.pending.Count(), 0u);
-    EXPECT_EQ(view->pool.cancelled.Count(), 1u) << "the task left behind is cancelled";
+    opener.join();
+    ASSERT_NE(missing->errorText, L"");
+    ExpectEnded(L"処理を中断しました", {missing->errorText});
+    EXPECT_EQ(Progress()->value(), 2);
+    EXPECT_EQ(gate.FinishedCount(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(dir / "out" / "waiting.png"));
+
+    // A failure thrown out of the second file ends the worker: the run ends with a message that
+    // says how far it came.
+    msg.boxes.clear();
+    TaskPtr throwing = Good("throws.png");
+    throwing->beforeReplace = []() -> bool { throw std::runtime_error("gone"); };
+    Run({Good("a.png"), throwing, Good("c.png")});
+    view->Batch().Wait();
+    Tick();
+    ExpectEnded(L"処理を中断しました",
+                {L"変換処理のスレッドが途中で終了したため、処理を中断しました"
+                 L"\n\n処理したファイル: 1 / 3"});
+    EXPECT_FALSE(std::filesystem::exists(dir / "out" / "c.png"));
 }
 
 // The end of a frame's window ends the event loop of the program; in a test process the request
@@ -268,30 +236,24 @@ void ForgetEarlierQuit() {
 
 TEST_F(CommandTimerTest, ClosingDuringABatchAsksAndStopsOnlyWithConsent) {
     ForgetEarlierQuit();
-    HoldWorker(1);
+    TaskPtr held = UnencodedTask(&gate, L"held");
+    ASSERT_TRUE(view->Batch().Start({held, UnencodedTask(nullptr, L"waiting")}, {}));
+    gate.WaitUntilInside();
     testutil::SeenBox asked;
     testutil::OnNextBox(asked, [](QMessageBox* box) { testutil::Click(box, QMessageBox::Cancel); });
     EXPECT_FALSE(frame_->OnClose());
     EXPECT_EQ(asked.text, QStringLiteral("角を丸める処理を実行中です。\n\n中断して終了しますか？"));
-    EXPECT_TRUE(view->pool.AnyRunning()) << "Cancel keeps the batch";
-    EXPECT_EQ(view->pool.pending.Count(), 1u);
+    EXPECT_TRUE(view->Batch().Running()) << "Cancel keeps the batch";
 
     // The worker is let go only once it has been told to stop, so the waiting task never runs.
-    CThread* worker = view->pool.threads.at(0).get();
-    std::thread opener([&] {
-        while (!worker->IsTerminated())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        gate.Open();
-    });
+    std::thread opener = OpenOnStop(held);
     asked = {};
     testutil::OnNextBox(asked, [](QMessageBox* box) { testutil::Click(box, QMessageBox::Ok); });
     EXPECT_TRUE(frame_->OnClose());
     opener.join();
     EXPECT_FALSE(asked.text.isEmpty());
-    EXPECT_FALSE(view->pool.AnyRunning()) << "OK stops and waits for the worker";
-    EXPECT_EQ(view->pool.pending.Count(), 0u);
-    EXPECT_EQ(view->pool.cancelled.Count(), 1u);
-    EXPECT_EQ(gate.FinishedCount(), 1u);
+    EXPECT_FALSE(view->Batch().Running()) << "OK stops and waits for the worker";
+    EXPECT_EQ(gate.FinishedCount(), 1u) << "the waiting task never ran";
 
     // Without a running worker the frame closes with no question.
     asked = {};
