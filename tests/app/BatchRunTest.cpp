@@ -46,7 +46,8 @@ protected:
 TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     auto o = Parse({"--shrink=800x600", "--radius", "5%", "--blur=2.5px", "--corners=tl,br",
                     "--edges=none", "--background=#FF8000", "--transparent", "--format=png",
-                    "--quality=55", "--subfolder=web", "a.jpg", "--", "--b.jpg"});
+                    "--quality=55", "--subfolder=web", "--max-pixels", "4294967295",
+                    "--max-memory=2000", "--jobs=3", "a.jpg", "--", "--b.jpg"});
     CSetting s;
     lvx::ApplyBatchOptions(o, s);
     EXPECT_EQ(s.shrink.shrinkType, 1u);
@@ -62,8 +63,10 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(s.saveType, 1u);
     EXPECT_EQ(s.jpegQuality, 55u);
     EXPECT_EQ(s.subFolders.front(), L"web");
+    EXPECT_EQ(s.maxPixels, 4294967295u);
+    EXPECT_EQ(s.maxMemoryMb, 2000u);
+    EXPECT_EQ(o.jobs, 3u);
     EXPECT_EQ(o.files, (std::vector<std::wstring>{L"a.jpg", L"--b.jpg"}));
-    EXPECT_EQ(Parse({"--jobs=3"}).jobs, 3u);
     EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
 
     auto named = Parse({"--shrink=640", "--format", "jpg"});
@@ -74,15 +77,26 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(t.shrink.shrinkHeight, 640);
     EXPECT_EQ(t.saveType, 2u);
 
-    for (const char* bad :
-         {"--quality=101", "--radius=-1", "--radius=.5", "--corners=top", "--background=FFF",
-          "--format=gif", "--shrink=0", "--subfolder=", "--frobnicate", "-x", "--quality",
-          "--jobs=0", "--jobs=1.5", "--jobs=all", "--jobs=257", "--subfolder=/",
-          "--subfolder=/tmp/x", "--subfolder=../up", "--subfolder=a/./b"}) {
+    for (const char* bad : {"--quality=101",      "--radius=-1",
+                            "--radius=.5",        "--corners=top",
+                            "--background=FFF",   "--format=gif",
+                            "--shrink=0",         "--subfolder=",
+                            "--frobnicate",       "-x",
+                            "--quality",          "--jobs=0",
+                            "--jobs=1.5",         "--jobs=all",
+                            "--jobs=257",         "--subfolder=/",
+                            "--subfolder=/tmp/x", "--subfolder=../up",
+                            "--subfolder=a/./b",  "--max-memory=0",
+                            "--max-pixels=0",     "--max-pixels=1.5",
+                            "--max-pixels=many",  "--max-pixels=4294967296",
+                            "--max-pixels=-5"}) {
         lvx::BatchOptions options;
         std::wstring error;
         EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
         EXPECT_FALSE(error.empty());
+        if (std::string(bad).starts_with("--max-pixels")) {
+            EXPECT_EQ(error, L"オプションの値が不正です: " + WideFromUtf8(bad));
+        }
     }
     lvx::BatchOptions options;
     std::wstring error;
@@ -224,19 +238,6 @@ TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
 }
 
 TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
-    CSetting s;
-    lvx::ApplyBatchOptions(Parse({"--max-pixels=63"}), s);
-    EXPECT_EQ(s.maxPixels, 63u);
-    lvx::ApplyBatchOptions(Parse({"--max-pixels", "4294967295"}), s);
-    EXPECT_EQ(s.maxPixels, 4294967295u);
-    for (const char* bad : {"--max-pixels=0", "--max-pixels=1.5", "--max-pixels=many",
-                            "--max-pixels=4294967296", "--max-pixels=-5"}) {
-        lvx::BatchOptions options;
-        std::wstring error;
-        EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, error)) << bad;
-        EXPECT_EQ(error, L"オプションの値が不正です: " + WideFromUtf8(bad));
-    }
-
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     // The program applies the options to its settings before the run, as here.
     const lvx::BatchOptions tight = Parse({"--max-pixels=63", (dir / "a.png").string()});
@@ -256,12 +257,6 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
 // Files that declare far more than they hold are refused from their header, each budget with its
 // own message, which names the figures and the option that raises the limit.
 TEST_F(BatchRunTest, TheBudgetsRefuseWithTheirOwnMessages) {
-    CSetting s;
-    lvx::ApplyBatchOptions(Parse({"--max-memory=2000"}), s);
-    EXPECT_EQ(s.maxMemoryMb, 2000u);
-    lvx::BatchOptions bad;
-    std::wstring error;
-    EXPECT_FALSE(lvx::ParseBatchOptions({"--max-memory=0"}, bad, error));
     const struct {
         const char* name;
         std::vector<u8> bytes;
