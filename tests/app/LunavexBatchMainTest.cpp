@@ -79,20 +79,27 @@ std::string Utf16Store(const std::string& asciiBody) {
     return bytes;
 }
 
+// A temporary folder holding a.png and the store's folder below config; English texts.
+class LunavexBatchMainTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(folder);
+        ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    }
+
+    CLanguageGuard english{1033};
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
+    const std::filesystem::path folder = dir / "config" / "Harrowmere";
+};
+
 } // namespace
 
-TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
-    CLanguageGuard english(1033);
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    auto folder = dir / "config" / "Harrowmere";
-    std::filesystem::create_directories(folder);
+TEST_F(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     const std::string latin1 = "Windows Registry Editor Version 5.00\r\n\r\n"
                                "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
                                "\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary) << latin1;
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "", "--format=png " + (dir / "a.png").string(), errors),
               0);
@@ -114,20 +121,13 @@ TEST(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
 }
 
-TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
+TEST_F(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
-    CLanguageGuard english(1033);
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    auto folder = dir / "config" / "Harrowmere";
-    std::filesystem::create_directories(folder);
     std::string deep = "[HKEY_CURRENT_USER\\Software";
     for (int i = 0; i < 20000; ++i)
         deep += "\\k";
     std::ofstream(folder / "Lunavex32.reg", std::ios::binary)
         << Utf16Store(deep + "]\r\n\"x\"=dword:00000001\r\n");
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-
     std::string errors;
     EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
                           "--format=png " + (dir / "a.png").string(), errors),
@@ -140,10 +140,7 @@ TEST(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
 // SIGTERM or SIGINT once the first path has arrived ends the run between two files: every file in
 // the output folder has been listed, in whole lines, and the exit status and a line on standard
 // error say why. Standard output with no reader ends the run after its first file, by a status.
-TEST(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEveryFileWritten) {
-    CLanguageGuard english(1033);
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
+TEST_F(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEveryFileWritten) {
     // Enough files, large enough, that the run is still going when the first path arrives.
     ASSERT_TRUE(SaveImage(*Solid(1500, 1500, 1, 2, 3), L"image/png", dir / "f00.png"));
     std::string args = "--format=png --jobs=1 " + (dir / "f00.png").string();
@@ -196,14 +193,9 @@ TEST(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEveryFi
 // A store that is no ordinary file once links are followed is never read, nor waited on: a line
 // on standard error says why, and the defaults are used. One far larger than the program writes is
 // refused on its size (the address-space limit would not hold it) and kept aside.
-TEST(LunavexBatchMainTest, AStoreThatIsNoOrdinaryFileOrTooLargeIsNotRead) {
+TEST_F(LunavexBatchMainTest, AStoreThatIsNoOrdinaryFileOrTooLargeIsNotRead) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
-    CLanguageGuard english(1033);
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    const auto folder = dir / "config" / "Harrowmere";
     const auto store = folder / "Lunavex32.reg";
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
     std::wstring isFolder, loop;
     LoadResString(isFolder, strid::kSettingsIsFolder, true);
     LoadResString(loop, strid::kSettingsLinkLoop, true);
