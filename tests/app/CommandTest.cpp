@@ -43,23 +43,31 @@ public:
     QWidget* focusAtBox = nullptr;
 };
 
-TEST(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
+// A shown and active window with two edits, the focus on the first.
+class CommandTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        auto* layout = new QVBoxLayout(&window);
+        layout->addWidget(first);
+        layout->addWidget(atFault);
+        window.show();
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        first->setFocus();
+        QCoreApplication::processEvents();
+        ASSERT_TRUE(first->hasFocus());
+    }
+
     QWidget window;
-    auto* layout = new QVBoxLayout(&window);
-    auto* first = new QLineEdit(&window);
-    auto* atFault = new QLineEdit(&window);
-    layout->addWidget(first);
-    layout->addWidget(atFault);
-    window.show();
-    window.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    first->setFocus();
-    QCoreApplication::processEvents();
-    ASSERT_TRUE(first->hasFocus());
+    QLineEdit* first = new QLineEdit(&window);
+    QLineEdit* atFault = new QLineEdit(&window);
+};
+
+TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
 
     CFocusRecordingMsg msg;
     CScriptedCommand command(
-        &msg, [atFault](bool) { throw my::CCtrlException(atFault, strid::kEmptyIdList); });
+        &msg, [fault = atFault](bool) { throw my::CCtrlException(fault, strid::kEmptyIdList); });
     command.Execute(true, false);
     QCoreApplication::processEvents();
     ASSERT_EQ(msg.boxes.size(), 1u);
@@ -85,43 +93,35 @@ TEST(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
     EXPECT_EQ(msg.boxes.size(), 3u);
 }
 
-TEST(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
-    QLineEdit control;
+TEST_F(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
     CRecordingMsg msg;
-    CScriptedCommand command(&msg, [&control](bool) {
-        throw my::CCtrlException(&control, strid::kShellOpenFailed, HResult{0x80070002},
+    QLineEdit* control = atFault;
+    CScriptedCommand command(&msg, [control](bool) {
+        throw my::CCtrlException(control, strid::kShellOpenFailed, HResult{0x80070002},
                                  L"https://example.invalid/");
     });
-    my::CCtrlException original(&control, strid::kShellOpenFailed, HResult{0x80070002},
+    my::CCtrlException original(control, strid::kShellOpenFailed, HResult{0x80070002},
                                 L"https://example.invalid/");
     const auto e = testutil::Thrown<my::CCtrlException>([&] { command.Execute(true, true); });
     EXPECT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(e.id, strid::kShellOpenFailed);
     EXPECT_EQ(e.hr, 0x80070002u);
     EXPECT_EQ(e.text, original.text);
-    EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(&control));
+    EXPECT_EQ(e.ctrl, static_cast<CtrlHandle>(control));
     EXPECT_EQ(msg.boxes[0].text, original.text);
     EXPECT_EQ(original.text.rfind(L"ファイルを開けませんでした - ", 0), 0u);
 }
 
-TEST(CommandTest, CanExecuteRunsTheChecksSilently) {
-    QWidget window;
-    auto* other = new QLineEdit(&window);
-    auto* atFault = new QLineEdit(&window);
-    window.show();
-    window.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    other->setFocus();
-    QCoreApplication::processEvents();
+TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
 
     CRecordingMsg msg;
     CScriptedCommand failing(
-        &msg, [atFault](bool) { throw my::CCtrlException(atFault, strid::kEmptyIdList); });
+        &msg, [fault = atFault](bool) { throw my::CCtrlException(fault, strid::kEmptyIdList); });
     EXPECT_FALSE(failing.CanExecute());
     EXPECT_EQ(failing.runs, std::vector<bool>{false});
     QCoreApplication::processEvents();
     EXPECT_TRUE(msg.boxes.empty());
-    EXPECT_TRUE(other->hasFocus());
+    EXPECT_TRUE(first->hasFocus());
 
     CScriptedCommand passing(&msg, [](bool) {});
     EXPECT_TRUE(passing.CanExecute());
@@ -134,7 +134,7 @@ TEST(CommandTest, CanExecuteRunsTheChecksSilently) {
     EXPECT_TRUE(msg.boxes.empty());
 }
 
-TEST(CommandTest, ForeignExceptionsBecomeTheirTexts) {
+TEST_F(CommandTest, ForeignExceptionsBecomeTheirTexts) {
     CRecordingMsg msg;
     CScriptedCommand standard(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
     const auto e2 = testutil::Thrown<my::CCtrlException>([&] { standard.Execute(true, true); });
