@@ -118,6 +118,8 @@ public:
     // Any thread: whether the run has been stopped.
     bool IsTerminated() const override { return stop_; }
 
+    // The options of the last run.
+    const BatchRunOptions& Options() const { return options_; }
     i32 FileCount() const;
     i32 DoneCount() const;
     bool StopRequested() const;

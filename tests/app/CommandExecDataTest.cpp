@@ -57,6 +57,8 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
 
     Drop({a, b});
     EXPECT_TRUE(view->TimerRunning());
+    EXPECT_EQ(view->Batch().Options().jobs, 1u) << "one worker";
+    EXPECT_TRUE(view->Batch().Options().idlePriority);
     EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
     EXPECT_FALSE(view->Control(lvx::ctl::kShrink)->isEnabled());
     ASSERT_TRUE(RunToEnd());

@@ -186,8 +186,10 @@ TEST_F(CommandTimerTest, TheEndIsLookedForOnEveryTickAndStopEndsARunEarly) {
     gate.WaitUntilInside();
     frame_->OnCommand(lvx::cmd::kStop);
     EXPECT_TRUE(view->Batch().StopRequested());
+    const std::wstring status = ControlText(lvx::ctl::kStatus);
     Tick();
     EXPECT_TRUE(view->TimerRunning()) << "the worker still runs";
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), status) << "a tick with nothing new shows nothing";
     gate.Open();
     view->Batch().Wait();
     Tick();
