@@ -1,5 +1,5 @@
-// The main view: the controls of dialog 139, their start values, their notifications, the panes
-// and the batch timer.
+// The main view: the controls of dialog 139, their start values, the wiring of their
+// notifications (answered in MainViewNotices.cpp), the colour dialog, the panes and the timer.
 #include "ui/MainView.h"
 
 #include <algorithm>
@@ -423,63 +423,6 @@ u32 CMainView::CheckedEdges() const {
     return edges;
 }
 
-void CMainView::OnShrinkChanged() {
-    auto* combo = qobject_cast<QComboBox*>(Control(ctl::kShrink));
-    int index = combo->currentIndex();
-    if (index < 0 || index >= static_cast<int>(ShrinkChoices().size()))
-        return;
-    bool custom = ShrinkChoices()[static_cast<size_t>(index)]->kind == shrinktype::kCustom;
-    Enable(ctl::kCustomWidth, custom);
-    Enable(ctl::kCustomHeight, custom);
-    RunUpdate();
-}
-
-void CMainView::OnQualityNumberChanged() {
-    std::wstring text;
-    i32 value = 0;
-    if (!GetControlTextTrimmed(Control(ctl::kQualityNumber), text, true) ||
-        !ParseUnsigned(value, text))
-        return;
-    int index = -1;
-    for (size_t i = 0; i < QualityList().size(); ++i) {
-        if (QualityList()[i]->value == value) {
-            index = static_cast<int>(i);
-            break;
-        }
-    }
-    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(index);
-}
-
-void CMainView::OnQualityNameChanged() {
-    int index = qobject_cast<QComboBox*>(Control(ctl::kQualityName))->currentIndex();
-    if (index < 0 || index >= static_cast<int>(QualityList().size()))
-        return;
-    SetControlText(Control(ctl::kQualityNumber),
-                   ToText(QualityList()[static_cast<size_t>(index)]->value), true);
-}
-
-// Each format greys the other's controls as well as enabling its own, as the enabling rules say:
-// Transparent only with PNG, the quality only with JPEG.
-void CMainView::OnSaveTypeClicked(i32 id) {
-    Enable(ctl::kTransparent, id == ctl::kPng);
-    Enable(ctl::kQualityNumber, id == ctl::kJpeg);
-    Enable(ctl::kQualityName, id == ctl::kJpeg);
-    RunUpdate();
-}
-
-// The swatch shows black while the text is no colour; the settings follow in the update.
-void CMainView::OnColorTextChanged() {
-    if (!swatch)
-        return;
-    std::wstring text;
-    u32 color = 0;
-    if (!GetControlTextTrimmed(Control(ctl::kColorText), text, true) || !ParseHexColor(color, text))
-        color = 0;
-    swatch->SetColor(color);
-    InvalidateWidget(swatch.get());
-    RunUpdate();
-}
-
 void CMainView::OnChooseColor() {
     if (!swatch)
         return;
@@ -495,17 +438,6 @@ void CMainView::OnChooseColor() {
     swatch->SetColor(color);
     SetControlText(Control(ctl::kColorText), FormatHexColor(color), true);
     InvalidateWidget(swatch.get());
-    RunUpdate();
-}
-
-void CMainView::OnAnchorCheck() {
-    if (detailPane) {
-        u32 anchor = AnchorFor(CheckedCorners(), CheckedEdges());
-        if (anchor != detailPane->Anchor()) {
-            detailPane->SetAnchor(anchor);
-            InvalidateWidget(detailPane.get());
-        }
-    }
     RunUpdate();
 }
 
