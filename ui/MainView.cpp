@@ -226,10 +226,23 @@ void CMainView::ConnectControls() {
 
 void CMainView::OnInitDialog() {
     CSetting& setting = TheSetting();
-    const ShrinkSettings& shrink = setting.shrink;
-    const RoundSettings& round = setting.round;
     stopRequested = false;
 
+    InitShrinkControls(setting.shrink);
+    InitSaveTypeControls(setting);
+    InitRoundControls(setting);
+    std::vector<std::wstring> folders(setting.subFolders.begin(), setting.subFolders.end());
+    FillCombo(Control(ctl::kSubFolder), folders);
+    qobject_cast<QComboBox*>(Control(ctl::kSubFolder))->setCurrentIndex(0);
+    CreateSwatchAndPanes(setting);
+    LoadSample();
+    UpdateControlStates(false);
+    RunUpdate();
+}
+
+// The shrink list at the stored choice (none selected when no choice matches), and the custom
+// width and height as their numbers.
+void CMainView::InitShrinkControls(const ShrinkSettings& shrink) {
     std::vector<std::wstring> shrinkNames;
     for (const auto& choice : ShrinkChoices())
         shrinkNames.push_back(choice->name);
@@ -253,7 +266,10 @@ void CMainView::OnInitDialog() {
         qobject_cast<QComboBox*>(Control(id))->setCurrentIndex(-1);
         SetControlText(Control(id), ToText(value), true);
     }
+}
 
+// The format's radio button, the quality as a number and as the list entry of that value.
+void CMainView::InitSaveTypeControls(const CSetting& setting) {
     SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
     SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
     FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
@@ -265,7 +281,12 @@ void CMainView::OnInitDialog() {
         }
     }
     qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(qualityIndex);
+}
 
+// The background colour, the corner and edge checks, and the two length sets over the settings'
+// radius and blur width.
+void CMainView::InitRoundControls(CSetting& setting) {
+    const RoundSettings& round = setting.round;
     SetControlText(Control(ctl::kColorText), FormatHexColor(round.backgroundColor), true);
     SetChecked(ctl::kTransparent, round.transparent);
     for (const CheckBit& check : kCornerChecks)
@@ -280,11 +301,10 @@ void CMainView::OnInitDialog() {
                                                this, &setting.round.blurWidth));
     for (const auto& set : lengthSets)
         set->Init();
+}
 
-    std::vector<std::wstring> folders(setting.subFolders.begin(), setting.subFolders.end());
-    FillCombo(Control(ctl::kSubFolder), folders);
-    qobject_cast<QComboBox*>(Control(ctl::kSubFolder))->setCurrentIndex(0);
-
+// The colour swatch and the two preview panes over their controls' rectangles.
+void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch.reset(new CColorWidget);
     swatch->SetEdge(edge::kSunken, edge::kRect);
     swatch->SetColor(0);
@@ -298,7 +318,11 @@ void CMainView::OnInitDialog() {
     CreatePane(wholePane, ctl::kWholePane);
     CreatePane(detailPane, ctl::kDetailPane);
     detailPane->SetAnchor(AnchorFor(setting.round.corners, setting.round.edges));
+}
 
+// The sample image that the panes show before any batch, and its preview; neither when it cannot
+// be read.
+void CMainView::LoadSample() {
     if (Failed(LoadImageResource(sampleImage, kSampleName, "IMAGE")))
         sampleImage.reset();
     if (sampleImage) {
@@ -306,8 +330,6 @@ void CMainView::OnInitDialog() {
         if (Failed(samplePreview->Build(*sampleImage)))
             samplePreview.reset();
     }
-    UpdateControlStates(false);
-    RunUpdate();
 }
 
 Rect CMainView::ControlRect(i32 id) const {
