@@ -56,14 +56,10 @@ TEST(RegistryExportTest, WritesTheEditorsFormatInUtf16) {
     EXPECT_EQ(bytes[3], 0x00);
 
     std::wstring expected =
-        L"Windows Registry Editor Version 5.00\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software]\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n"
-        L"\r\n"
+        L"Windows Registry Editor Version 5.00\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n"
         L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
         L"\"OutputPath\"=\"C:\\\\a \\\"b\\\"\"\r\n"
         L"\"SaveType\"=dword:00000002\r\n"
@@ -169,18 +165,12 @@ TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USERS\\Software]\n"));
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\\\\b]\n"));
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:123456789\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"open\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"x\" y\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"\\n\"\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:1g\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:123\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex(q):00\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:01,\\\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=text\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\ngarbage\n"));
+    // Lines of a key that are no value of any form.
+    for (const char* line :
+         {"\"a\"=dword:123456789", "\"a\"=dword:", "\"a\"=\"open", "\"a\"=\"x\" y", "\"a\"=\"\\n\"",
+          "\"a\"=hex:1g", "\"a\"=hex:123", "\"a\"=hex(q):00", "\"a\"=hex:01,\\", "\"a\"=text",
+          "\"a\"", "garbage"})
+        EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n" + line + "\n")) << line;
 
     // UTF-16 big-endian and a UTF-16 file cut in the middle of a unit.
     CRegTree bigEndian;
