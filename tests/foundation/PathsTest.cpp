@@ -5,7 +5,6 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
 
 #include "foundation/Win32Error.h"
 #include "support/Files.h"

@@ -6,7 +6,6 @@
 
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "foundation/Exception.h"
