@@ -231,40 +231,6 @@ TEST_F(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     EXPECT_EQ(Stored(L"K", L"w"), std::nullopt);
 }
 
-TEST_F(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog) {
-    // Latin-1: the name "Bilder-\xC4" would come back with a replacement character.
-    const std::string latin1 =
-        "Windows Registry Editor Version 5.00\r\n\r\n"
-        "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
-    testutil::WriteText(sandbox.StoreFile(), latin1);
-    StartLog();
-    {
-        CRegistryFile store(sandbox.StoreFileW());
-        EXPECT_FALSE(store.KeyExists(L"K"));
-        std::vector<std::filesystem::path> aside =
-            sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
-        ASSERT_EQ(aside.size(), 1u);
-        std::vector<u8> kept = testutil::ReadBytes(aside[0]);
-        EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
-        EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
-
-        // The sentence names the kept file, and the log holds it as one line.
-        std::wstring line = store.NotReadMessage();
-        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
-        std::wstring unfilled;
-        LoadResString(unfilled, strid::kSettingsKeptAside, true);
-        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
-        StopLog();
-        EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" /
-                                            "LOG.txt"),
-                  line + L"\r\n");
-
-        // A write starts a new file and leaves the kept one as it was.
-        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
-        EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
-    }
-}
-
 // What is no regular file once links are followed is neither read nor replaced; a regular file
 // over the limit is kept aside unread. Either is said once in the log, though a write reads again.
 TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog) {
@@ -297,29 +263,49 @@ TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog)
     }
 }
 
-TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
-    const std::string damaged =
-        "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n";
-    testutil::WriteText(sandbox.StoreFile(), damaged);
+// A damaged file, and one that is neither UTF-16 nor UTF-8 (Latin-1: the name "Bilder-\xC4" would
+// come back with a replacement character), is kept aside, said in the log, and reading starts
+// empty; the next write makes a new file and leaves the kept one as it was.
+TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndSaidInTheLogAndReadingStartsEmpty) {
+    const auto log = sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt";
+    for (const std::string content :
+         {"Windows Registry Editor Version 5.00\r\n\r\n"
+          "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n",
+          "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n"}) {
+        SCOPED_TRACE(content);
+        std::filesystem::remove_all(sandbox.ConfigFolder());
+        testutil::WriteText(sandbox.StoreFile(), content);
+        StartLog();
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_FALSE(store.KeyExists(L"K"));
+        EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
+        std::vector<std::filesystem::path> aside =
+            sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
+        ASSERT_EQ(aside.size(), 1u);
+        EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
+        // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
+        EXPECT_EQ(aside[0].filename().string().size(),
+                  std::string("Lunavex32.reg.damaged-").size() + 15);
+        const std::vector<u8> kept = testutil::ReadBytes(aside[0]);
+        EXPECT_EQ(std::string(kept.begin(), kept.end()), content);
 
-    CRegistryFile store(sandbox.StoreFileW());
-    EXPECT_FALSE(store.KeyExists(L"K"));
-    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
-    std::vector<std::filesystem::path> aside = sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
-    ASSERT_EQ(aside.size(), 1u);
-    EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
-    // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
-    EXPECT_EQ(aside[0].filename().string().size(),
-              std::string("Lunavex32.reg.damaged-").size() + 15);
-    std::vector<u8> kept = testutil::ReadBytes(aside[0]);
-    EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
+        // The sentence names the kept file, and the log holds it as one line.
+        const std::wstring line = store.NotReadMessage();
+        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
+        std::wstring unfilled;
+        LoadResString(unfilled, strid::kSettingsKeptAside, true);
+        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
+        StopLog();
+        EXPECT_EQ(XdgSandbox::ReadUtf16File(log), line + L"\r\n");
 
-    // The next write makes a new file and leaves the damaged one where it was.
-    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
-    EXPECT_EQ(Stored(L"K", L"v"), 4u);
-    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
+        EXPECT_EQ(Stored(L"K", L"v"), 4u);
+        EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
+        EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+    }
 
     // A file damaged between the read and a write is kept aside by the write as well.
+    CRegistryFile store(sandbox.StoreFileW());
     testutil::WriteText(sandbox.StoreFile(), "not a registry file");
     EXPECT_EQ(store.SetValue(L"K", L"w", Dword(5)), 0);
     EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 2u);
