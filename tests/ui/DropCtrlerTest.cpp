@@ -122,7 +122,7 @@ protected:
     CRecordingMsg msg;
 };
 
-TEST_F(DropCtrlerFrameTest, TheGenericTargetRefusesAndSeesGlobalPoints) {
+TEST_F(DropCtrlerFrameTest, TheGenericTargetAndASourceThatOffersNoCopyAreRefused) {
     CRecordingTarget target;
     ASSERT_TRUE(target.Register(frame.Window()));
     EXPECT_TRUE(frame.Window()->acceptDrops());
@@ -138,9 +138,7 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetRefusesAndSeesGlobalPoints) {
     EXPECT_FALSE(target.IsDragging());
     target.Revoke();
     EXPECT_FALSE(frame.Window()->acceptDrops());
-}
 
-TEST_F(DropCtrlerFrameTest, ASourceThatOffersNoCopyIsRefused) {
     CTestDropCtrler drop;
     ASSERT_TRUE(drop.Register(frame.Window()));
     QDropEvent moveOnly(OverView(), Qt::MoveAction, &mime, Qt::LeftButton, Qt::NoModifier);

@@ -71,7 +71,7 @@ TEST(ScreenTest, CreateMakesAnOpaqueBlackBufferInTheCallersCoordinates) {
     EXPECT_FALSE(screen.IsValid());
 }
 
-TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
+TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalvesTheEffect) {
     CDibPtr image =
         Pixels(2, 2, {{50, 100, 200, 128}, {30, 20, 10, 0}, {3, 2, 1, 255}, {240, 120, 60, 64}});
     const std::vector<u8> before(image->Bits(), image->Bits() + image->GetSizeImage());
@@ -93,18 +93,17 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSize) {
 
     // The image itself stays straight: its bytes are those from before the draw.
     EXPECT_EQ(std::memcmp(before.data(), image->Bits(), before.size()), 0);
-}
 
-TEST(ScreenTest, DrawDibConstantAlphaHalvesTheEffect) {
-    CDibPtr image = Pixels(2, 1, {{50, 100, 200, 255}, {50, 100, 200, 128}});
-    CDCScreen screen;
-    ASSERT_TRUE(White(screen, Rect{0, 0, 2, 1}));
-    ASSERT_TRUE(screen.DrawDib(Rect{0, 0, 2, 1}, *image, Rect{0, 0, 2, 1}, 128, 1));
+    // A constant alpha of 128 halves the effect.
+    CDibPtr pair = Pixels(2, 1, {{50, 100, 200, 255}, {50, 100, 200, 128}});
+    CDCScreen half;
+    ASSERT_TRUE(White(half, Rect{0, 0, 2, 1}));
+    ASSERT_TRUE(half.DrawDib(Rect{0, 0, 2, 1}, *pair, Rect{0, 0, 2, 1}, 128, 1));
     // Opaque (200,100,50) at constant 128 over white: colour * 128/255 + 255 * 127/255.
-    EXPECT_TRUE(Near(At(screen, 0, 0), Bgra{152, 177, 227, 255}, 1));
+    EXPECT_TRUE(Near(At(half, 0, 0), Bgra{152, 177, 227, 255}, 1));
     // Alpha 128 at constant 128: the premultiplied (100,50,25) scaled by 128/255 (50.2, 25.1,
     // 12.5) and the white through 1 - 64.25/255 of it (190.75).
-    EXPECT_TRUE(Near(At(screen, 1, 0), Bgra{203, 216, 241, 255}, 1));
+    EXPECT_TRUE(Near(At(half, 1, 0), Bgra{203, 216, 241, 255}, 1));
 }
 
 TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
