@@ -61,13 +61,6 @@ constexpr CheckBit kEdgeChecks[] = {{ctl::kLeft, edgebit::kLeft},
 constexpr u32 kSampleName = 138;
 constexpr int kCustomColorCount = 16;
 
-std::vector<std::wstring> NamesOf(const std::vector<boost::shared_ptr<CNamedInt>>& list) {
-    std::vector<std::wstring> names;
-    for (const auto& entry : list)
-        names.push_back(entry->name);
-    return names;
-}
-
 QColor ToQColor(ColorRef color) {
     return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
 }
@@ -238,49 +231,6 @@ void CMainView::OnInitDialog() {
     LoadSample();
     UpdateControlStates(false);
     RunUpdate();
-}
-
-// The shrink list at the stored choice (none selected when no choice matches), and the custom
-// width and height as their numbers.
-void CMainView::InitShrinkControls(const ShrinkSettings& shrink) {
-    std::vector<std::wstring> shrinkNames;
-    for (const auto& choice : ShrinkChoices())
-        shrinkNames.push_back(choice->name);
-    FillCombo(Control(ctl::kShrink), shrinkNames);
-    int shrinkIndex = -1;
-    for (size_t i = 0; i < ShrinkChoices().size(); ++i) {
-        const CNamedShrink& choice = *ShrinkChoices()[i];
-        if (choice.kind == shrink.shrinkType &&
-            static_cast<i32>(choice.width) == shrink.shrinkWidth &&
-            static_cast<i32>(choice.height) == shrink.shrinkHeight) {
-            shrinkIndex = static_cast<int>(i);
-            break;
-        }
-    }
-    qobject_cast<QComboBox*>(Control(ctl::kShrink))->setCurrentIndex(shrinkIndex);
-
-    const std::pair<i32, i32> customs[] = {{ctl::kCustomWidth, shrink.customWidth},
-                                           {ctl::kCustomHeight, shrink.customHeight}};
-    for (const auto& [id, value] : customs) {
-        FillCombo(Control(id), NamesOf(CustomSizeList()));
-        qobject_cast<QComboBox*>(Control(id))->setCurrentIndex(-1);
-        SetControlText(Control(id), ToText(value), true);
-    }
-}
-
-// The format's radio button, the quality as a number and as the list entry of that value.
-void CMainView::InitSaveTypeControls(const CSetting& setting) {
-    SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
-    SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
-    FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
-    int qualityIndex = -1;
-    for (size_t i = 0; i < QualityList().size(); ++i) {
-        if (static_cast<u32>(QualityList()[i]->value) == setting.jpegQuality) {
-            qualityIndex = static_cast<int>(i);
-            break;
-        }
-    }
-    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(qualityIndex);
 }
 
 // The background colour, the corner and edge checks, and the two length sets over the settings'
