@@ -106,8 +106,6 @@ protected:
         E event(at, Qt::MoveAction | Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
         if (auto* drop = dynamic_cast<CTestDropCtrler*>(target))
             drop->eventFilter(window, &event);
-        else if (auto* generic = dynamic_cast<CRecordingTarget*>(target))
-            generic->eventFilter(window, &event);
         else
             QCoreApplication::sendEvent(window, &event);
         action = event.dropAction();
