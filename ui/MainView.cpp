@@ -61,13 +61,6 @@ constexpr CheckBit kEdgeChecks[] = {{ctl::kLeft, edgebit::kLeft},
 constexpr u32 kSampleName = 138;
 constexpr int kCustomColorCount = 16;
 
-std::vector<std::wstring> NamesOf(const std::vector<boost::shared_ptr<CNamedInt>>& list) {
-    std::vector<std::wstring> names;
-    for (const auto& entry : list)
-        names.push_back(entry->name);
-    return names;
-}
-
 QColor ToQColor(ColorRef color) {
     return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
 }
@@ -225,45 +218,22 @@ void CMainView::ConnectControls() {
 
 void CMainView::OnInitDialog() {
     CSetting& setting = TheSetting();
-    const ShrinkSettings& shrink = setting.shrink;
+    InitShrinkControls(setting.shrink);
+    InitSaveTypeControls(setting);
+    InitRoundControls(setting);
+    std::vector<std::wstring> folders(setting.subFolders.begin(), setting.subFolders.end());
+    FillCombo(Control(ctl::kSubFolder), folders);
+    qobject_cast<QComboBox*>(Control(ctl::kSubFolder))->setCurrentIndex(0);
+    CreateSwatchAndPanes(setting);
+    LoadSample();
+    UpdateControlStates(false);
+    RunUpdate();
+}
+
+// The background colour, the corner and edge checks, and the two length sets over the settings'
+// radius and blur width.
+void CMainView::InitRoundControls(CSetting& setting) {
     const RoundSettings& round = setting.round;
-
-    std::vector<std::wstring> shrinkNames;
-    for (const auto& choice : ShrinkChoices())
-        shrinkNames.push_back(choice->name);
-    FillCombo(Control(ctl::kShrink), shrinkNames);
-    int shrinkIndex = -1;
-    for (size_t i = 0; i < ShrinkChoices().size(); ++i) {
-        const CNamedShrink& choice = *ShrinkChoices()[i];
-        if (choice.kind == shrink.shrinkType &&
-            static_cast<i32>(choice.width) == shrink.shrinkWidth &&
-            static_cast<i32>(choice.height) == shrink.shrinkHeight) {
-            shrinkIndex = static_cast<int>(i);
-            break;
-        }
-    }
-    qobject_cast<QComboBox*>(Control(ctl::kShrink))->setCurrentIndex(shrinkIndex);
-
-    const std::pair<i32, i32> customs[] = {{ctl::kCustomWidth, shrink.customWidth},
-                                           {ctl::kCustomHeight, shrink.customHeight}};
-    for (const auto& [id, value] : customs) {
-        FillCombo(Control(id), NamesOf(CustomSizeList()));
-        qobject_cast<QComboBox*>(Control(id))->setCurrentIndex(-1);
-        SetControlText(Control(id), ToText(value), true);
-    }
-
-    SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
-    SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
-    FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
-    int qualityIndex = -1;
-    for (size_t i = 0; i < QualityList().size(); ++i) {
-        if (static_cast<u32>(QualityList()[i]->value) == setting.jpegQuality) {
-            qualityIndex = static_cast<int>(i);
-            break;
-        }
-    }
-    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(qualityIndex);
-
     SetControlText(Control(ctl::kColorText), FormatHexColor(round.backgroundColor), true);
     SetChecked(ctl::kTransparent, round.transparent);
     for (const CheckBit& check : kCornerChecks)
@@ -278,11 +248,10 @@ void CMainView::OnInitDialog() {
                                                this, &setting.round.blurWidth));
     for (const auto& set : lengthSets)
         set->Init();
+}
 
-    std::vector<std::wstring> folders(setting.subFolders.begin(), setting.subFolders.end());
-    FillCombo(Control(ctl::kSubFolder), folders);
-    qobject_cast<QComboBox*>(Control(ctl::kSubFolder))->setCurrentIndex(0);
-
+// The colour swatch and the two preview panes over their controls' rectangles.
+void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch.reset(new CColorWidget);
     swatch->SetEdge(edge::kSunken, edge::kRect);
     swatch->SetColor(0);
@@ -296,7 +265,11 @@ void CMainView::OnInitDialog() {
     CreatePane(wholePane, ctl::kWholePane);
     CreatePane(detailPane, ctl::kDetailPane);
     detailPane->SetAnchor(AnchorFor(setting.round.corners, setting.round.edges));
+}
 
+// The sample image that the panes show before any batch, and its preview; neither when it cannot
+// be read.
+void CMainView::LoadSample() {
     if (Failed(LoadImageResource(sampleImage, kSampleName, "IMAGE")))
         sampleImage.reset();
     if (sampleImage) {
@@ -304,8 +277,6 @@ void CMainView::OnInitDialog() {
         if (Failed(samplePreview->Build(*sampleImage)))
             samplePreview.reset();
     }
-    UpdateControlStates(false);
-    RunUpdate();
 }
 
 Rect CMainView::ControlRect(i32 id) const {

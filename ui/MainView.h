@@ -23,6 +23,8 @@ class CColorWidget;
 class CWidget;
 class CNamedInt;
 class CSimpleDibWidget;
+class CSetting;
+struct ShrinkSettings;
 
 namespace lvx {
 
@@ -121,6 +123,11 @@ private:
     void BuildControls();
     void ConnectControls();
     void OnInitDialog();
+    void InitShrinkControls(const ShrinkSettings& shrink);
+    void InitSaveTypeControls(const CSetting& setting);
+    void InitRoundControls(CSetting& setting);
+    void CreateSwatchAndPanes(const CSetting& setting);
+    void LoadSample();
     void OnShrinkChanged();
     void OnQualityNumberChanged();
     void OnQualityNameChanged();

@@ -124,94 +124,97 @@ void FitCaption(QWidget* control, int width) {
         control->setFont(font);
     }
 }
+// A combo box: a drop-down list or an editable combo whose open list shows as many entries as the
+// template's height holds; the rectangle becomes that of a closed combo.
+QComboBox* MakeCombo(const ControlDef& def, const CDialogUnits& du, QRect& rect, QWidget* parent) {
+    auto* combo = new QComboBox(parent);
+    combo->setEditable(def.kind == Kind::EditCombo);
+    combo->setInsertPolicy(QComboBox::NoInsert);
+    // What the user types stays as typed: no inline completion ("100" must not become "1000"),
+    // and Enter picks a list entry only when it matches in case as well.
+    if (combo->isEditable())
+        combo->setCompleter(nullptr);
+    combo->setMaxVisibleItems(qMax(1, rect.height() / qMax(1, du.Y(10))));
+    rect.setHeight(du.Y(kComboHeightUnits));
+    return combo;
+}
+
+QPushButton* MakeButton(const ControlDef& def, const QString& caption, QWidget* parent) {
+    auto* button = new QPushButton(caption, parent);
+    button->setDefault(def.kind == Kind::DefaultButton);
+    button->setAutoDefault(false);
+    // Stop and Open output start disabled; the start values enable what an idle view has.
+    button->setEnabled(def.id != ctl::kStop && def.id != ctl::kOpenOutput);
+    return button;
+}
+
+// The widget of one control of the template, a child of parent; a combo's rectangle is adjusted.
+QWidget* MakeControl(const ControlDef& def, const QString& caption, const CDialogUnits& du,
+                     QRect& rect, QWidget* parent) {
+    switch (def.kind) {
+    case Kind::Group:
+        return new QGroupBox(caption, parent);
+    case Kind::DropList:
+    case Kind::EditCombo:
+        return MakeCombo(def, du, rect, parent);
+    case Kind::Label: {
+        auto* label = new QLabel(caption, parent);
+        label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+        return label;
+    }
+    case Kind::Radio:
+        return new QRadioButton(caption, parent);
+    case Kind::Check:
+        return new QCheckBox(caption, parent);
+    case Kind::Edit:
+    case Kind::DigitsEdit: {
+        auto* edit = new QLineEdit(parent);
+        if (def.kind == Kind::DigitsEdit)
+            edit->setValidator(new QRegularExpressionValidator(
+                QRegularExpression(QStringLiteral("[0-9]*")), edit));
+        return edit;
+    }
+    case Kind::Frame: {
+        auto* frame = new QFrame(parent);
+        frame->hide();
+        return frame;
+    }
+    case Kind::Button:
+    case Kind::DefaultButton:
+        return MakeButton(def, caption, parent);
+    case Kind::Slider: {
+        auto* slider = new QSlider(Qt::Horizontal, parent);
+        slider->setTickPosition(QSlider::TicksBelow);
+        return slider;
+    }
+    case Kind::Progress: {
+        auto* bar = new QProgressBar(parent);
+        bar->setTextVisible(false);
+        bar->setValue(0);
+        return bar;
+    }
+    }
+    return nullptr;
+}
 } // namespace
 
 // Every control is a direct child of the view, made in tab order, so that the focus chain is the
 // template's order and a group box lies under the controls inside it.
 void CMainView::BuildControls() {
     CDialogUnits du(font());
-    QWidget* pendingBuddyLabel = nullptr;
+    QLabel* pendingBuddyLabel = nullptr;
     for (const ControlDef& def : kControls) {
-        QWidget* control = nullptr;
         QRect rect = du.Rect(def.x, def.y, def.width, def.height);
-        QString caption = Text(def.caption);
-        switch (def.kind) {
-        case Kind::Group:
-            control = new QGroupBox(caption, this);
-            break;
-        case Kind::DropList:
-        case Kind::EditCombo: {
-            auto* combo = new QComboBox(this);
-            combo->setEditable(def.kind == Kind::EditCombo);
-            combo->setInsertPolicy(QComboBox::NoInsert);
-            // What the user types stays as typed: no inline completion ("100" must not become
-            // "1000"), and Enter picks a list entry only when it matches in case as well.
-            if (combo->isEditable())
-                combo->setCompleter(nullptr);
-            combo->setMaxVisibleItems(qMax(1, rect.height() / qMax(1, du.Y(10))));
-            rect.setHeight(du.Y(kComboHeightUnits));
-            control = combo;
-            break;
-        }
-        case Kind::Label: {
-            auto* label = new QLabel(caption, this);
-            label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-            if (caption.contains(QLatin1Char('&')))
-                pendingBuddyLabel = label;
-            control = label;
-            break;
-        }
-        case Kind::Radio:
-            control = new QRadioButton(caption, this);
-            break;
-        case Kind::Check:
-            control = new QCheckBox(caption, this);
-            break;
-        case Kind::Edit:
-        case Kind::DigitsEdit: {
-            auto* edit = new QLineEdit(this);
-            if (def.kind == Kind::DigitsEdit)
-                edit->setValidator(new QRegularExpressionValidator(
-                    QRegularExpression(QStringLiteral("[0-9]*")), edit));
-            control = edit;
-            break;
-        }
-        case Kind::Frame: {
-            auto* frame = new QFrame(this);
-            frame->hide();
-            control = frame;
-            break;
-        }
-        case Kind::Button:
-        case Kind::DefaultButton: {
-            auto* button = new QPushButton(caption, this);
-            button->setDefault(def.kind == Kind::DefaultButton);
-            button->setAutoDefault(false);
-            // Stop and Open output start disabled; the start values enable what an idle view has.
-            button->setEnabled(def.id != ctl::kStop && def.id != ctl::kOpenOutput);
-            control = button;
-            break;
-        }
-        case Kind::Slider: {
-            auto* slider = new QSlider(Qt::Horizontal, this);
-            slider->setTickPosition(QSlider::TicksBelow);
-            control = slider;
-            break;
-        }
-        case Kind::Progress: {
-            auto* bar = new QProgressBar(this);
-            bar->setTextVisible(false);
-            bar->setValue(0);
-            control = bar;
-            break;
-        }
-        }
+        const QString caption = Text(def.caption);
+        QWidget* control = MakeControl(def, caption, du, rect, this);
         control->setGeometry(rect);
         FitCaption(control, rect.width());
+        if (def.kind == Kind::Label && caption.contains(QLatin1Char('&')))
+            pendingBuddyLabel = static_cast<QLabel*>(control);
         // A label's access key moves the focus to the next control of the tab order.
         if (pendingBuddyLabel && control != pendingBuddyLabel && def.id != 0 &&
             def.kind != Kind::Label) {
-            static_cast<QLabel*>(pendingBuddyLabel)->setBuddy(control);
+            pendingBuddyLabel->setBuddy(control);
             pendingBuddyLabel = nullptr;
         }
         if (def.id != 0) {

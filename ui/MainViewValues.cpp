@@ -1,12 +1,17 @@
 // The values of the main view's controls as the logic reads and writes them: checks, enabling,
-// numbers typed into edits and combos, and the items of a combo.
+// numbers typed into edits and combos, the items of a combo, and the start values of the size and
+// format controls.
 #include "ui/MainView.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
 
+#include "batch/Setting.h"
 #include "foundation/Numbers.h"
+#include "image/NamedShrink.h"
+#include "image/SaveType.h"
 #include "ui/ControlText.h"
+#include "ui/NamedInt.h"
 
 namespace lvx {
 
@@ -20,6 +25,13 @@ bool NumberOfText(const std::wstring& text, u32 digits, i32& out) {
         return true;
     }
     return ParseFixed(out, text, static_cast<i32>(digits));
+}
+
+std::vector<std::wstring> NamesOf(const std::vector<boost::shared_ptr<CNamedInt>>& list) {
+    std::vector<std::wstring> names;
+    for (const auto& entry : list)
+        names.push_back(entry->name);
+    return names;
 }
 
 } // namespace
@@ -69,6 +81,49 @@ void CMainView::FillCombo(QWidget* control, const std::vector<std::wstring>& nam
         return;
     for (const std::wstring& name : names)
         combo->addItem(QString::fromStdWString(name));
+}
+
+// The shrink list at the stored choice (none selected when no choice matches), and the custom
+// width and height as their numbers.
+void CMainView::InitShrinkControls(const ShrinkSettings& shrink) {
+    std::vector<std::wstring> shrinkNames;
+    for (const auto& choice : ShrinkChoices())
+        shrinkNames.push_back(choice->name);
+    FillCombo(Control(ctl::kShrink), shrinkNames);
+    int shrinkIndex = -1;
+    for (size_t i = 0; i < ShrinkChoices().size(); ++i) {
+        const CNamedShrink& choice = *ShrinkChoices()[i];
+        if (choice.kind == shrink.shrinkType &&
+            static_cast<i32>(choice.width) == shrink.shrinkWidth &&
+            static_cast<i32>(choice.height) == shrink.shrinkHeight) {
+            shrinkIndex = static_cast<int>(i);
+            break;
+        }
+    }
+    qobject_cast<QComboBox*>(Control(ctl::kShrink))->setCurrentIndex(shrinkIndex);
+
+    const std::pair<i32, i32> customs[] = {{ctl::kCustomWidth, shrink.customWidth},
+                                           {ctl::kCustomHeight, shrink.customHeight}};
+    for (const auto& [id, value] : customs) {
+        FillCombo(Control(id), NamesOf(CustomSizeList()));
+        qobject_cast<QComboBox*>(Control(id))->setCurrentIndex(-1);
+        SetControlText(Control(id), ToText(value), true);
+    }
+}
+
+// The format's radio button, the quality as a number and as the list entry of that value.
+void CMainView::InitSaveTypeControls(const CSetting& setting) {
+    SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
+    SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
+    FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
+    int qualityIndex = -1;
+    for (size_t i = 0; i < QualityList().size(); ++i) {
+        if (static_cast<u32>(QualityList()[i]->value) == setting.jpegQuality) {
+            qualityIndex = static_cast<int>(i);
+            break;
+        }
+    }
+    qobject_cast<QComboBox*>(Control(ctl::kQualityName))->setCurrentIndex(qualityIndex);
 }
 
 } // namespace lvx

@@ -47,16 +47,13 @@ TEST(Exception, SimpleErrSetters) {
     EXPECT_TRUE(error.text.empty());
 }
 
-TEST(Exception, ThrowCastError) {
+TEST(Exception, CastAndTooLongTextsHaveMessagesOfTheirOwn) {
     CLanguageGuard guard(1033);
     const auto e =
         testutil::Thrown([&] { ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000)); });
     EXPECT_EQ(e.id, strid::kCastError);
     EXPECT_EQ(e.text, L"Cast error i64 to i32: -5000000000");
-}
 
-TEST(Exception, TooLongTemplateTextIsReportedByItsOwnMessage) {
-    CLanguageGuard guard(1033);
-    my::CException e(strid::kStringTooLong, L"12345");
-    EXPECT_EQ(e.text, L"Resource string data is too long\n\nID: 12345");
+    my::CException tooLong(strid::kStringTooLong, L"12345");
+    EXPECT_EQ(tooLong.text, L"Resource string data is too long\n\nID: 12345");
 }

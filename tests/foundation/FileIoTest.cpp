@@ -6,15 +6,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "foundation/Paths.h"
@@ -171,20 +168,16 @@ TEST(FileIoTest, TheSweepRemovesOnlyWhatAWriterLeft) {
     // A save killed between writing and naming leaves nothing, whether it replaces or not.
     for (const bool replace : {false, true}) {
         fs::create_directories(dir / "round");
-        pid_t child = ::fork();
-        if (child == 0) {
-            AtomicWriteOptions killed;
-            killed.replaceExisting = replace;
-            killed.beforeReplace = [] {
-                ::_exit(7);
-                return true;
-            };
-            WriteAtomically(dir / "round" / "b.png", "half", killed);
-            ::_exit(0);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7);
+        ASSERT_EQ(InChild([&] {
+                      AtomicWriteOptions killed;
+                      killed.replaceExisting = replace;
+                      killed.beforeReplace = [] {
+                          ::_exit(7);
+                          return true;
+                      };
+                      WriteAtomically(dir / "round" / "b.png", "half", killed);
+                  }),
+                  7);
         EXPECT_TRUE(FileNames(dir / "round").empty());
     }
 }

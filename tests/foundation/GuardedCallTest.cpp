@@ -21,7 +21,7 @@ void ThrowCtrl() {
 
 } // namespace
 
-TEST(GuardedCall, NothingThrownClearsTheHolder) {
+TEST(GuardedCall, NothingThrownClearsTheHolderAndSystemExceptionsKeepTheirFields) {
     my::CCtrlException holder(&gControl, 181);
     int seen = 0;
     GuardedCall(
@@ -36,9 +36,7 @@ TEST(GuardedCall, NothingThrownClearsTheHolder) {
     EXPECT_EQ(holder.hr, 0u);
     EXPECT_TRUE(holder.text.empty());
     EXPECT_EQ(holder.ctrl, nullptr);
-}
 
-TEST(GuardedCall, SystemExceptionsKeepTheirFields) {
     CLanguageGuard guard(1041);
     my::CCtrlException ctrlHolder;
     GuardedCall(ctrlHolder, ThrowCtrl);

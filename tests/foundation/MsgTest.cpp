@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <list>
 
 #include "foundation/ResString.h"
@@ -73,47 +73,47 @@ TEST_F(MsgTest, OverwriteIfExistsAsksOnlyForExistingPaths) {
     EXPECT_TRUE(msg.QueryOverwriteIfExists(present.wstring()));
 }
 
+// Each question's text and flags, and the one answer that counts: IDOK for OK/Cancel questions,
+// IDYES for the printing question; Cancel (2), No (7), a closed box and a failed box (0) never.
 TEST_F(MsgTest, QueriesAnswerTrueOnlyForTheirPositiveButton) {
-    // OK/Cancel questions: only IDOK counts; Cancel (2), a closed box and a failed box (0) do not.
-    for (i32 answer : {2, 0, 6, 7}) {
-        msg.answers = {answer};
-        EXPECT_FALSE(msg.QueryLoseWork()) << answer;
-    }
-    msg.answers = {1};
-    EXPECT_TRUE(msg.QueryLoseWork());
-    EXPECT_EQ(msg.boxes.back().text, L"編集内容が失われますが、よろしいですか？");
-    EXPECT_EQ(msg.boxes.back().flags, 49u);
-
-    // The printing question is Yes/No: only IDYES counts.
-    msg.answers = {6};
-    EXPECT_TRUE(msg.QueryStopPrinting());
-    EXPECT_EQ(msg.boxes.back().flags, 52u);
-    EXPECT_EQ(msg.boxes.back().text, L"印刷中です。中断しますか？");
-    for (i32 answer : {7, 1, 0}) {
-        msg.answers = {answer};
-        EXPECT_FALSE(msg.QueryStopPrinting()) << answer;
+    CSimpleErr error;
+    error.text = L"broken";
+    const struct {
+        std::function<bool(CMsg&)> ask;
+        i32 positive;
+        u32 flags;
+        std::wstring text; // the whole text, or a part of it when partOnly
+        bool partOnly = false;
+    } questions[] = {
+        {[](CMsg& m) { return m.QueryLoseWork(); }, 1, 49,
+         L"編集内容が失われますが、よろしいですか？"},
+        {[](CMsg& m) { return m.QueryStopPrinting(); }, 6, 52, L"印刷中です。中断しますか？"},
+        {[](CMsg& m) { return m.QueryCreateFolder(L"/data/out"); }, 1, 49,
+         L"指定のフォルダーは存在しません。作成しますか？\n\n/data/out"},
+        {[&](CMsg& m) { return m.QueryBadSettings(error); }, 1, 49, L"\n\nbroken\n\n続行しますか？",
+         true},
+        {[&](CMsg& m) { return m.QueryBadSettingsFile(L"/cfg/file.reg", error); }, 1, 49,
+         L"設定ファイル: /cfg/file.reg\nbroken\n\n", true},
+        {[](CMsg& m) { return m.QueryReplaceShortcut(L"Ctrl+Q"); }, 1, 49,
+         L"指定のショートカットキーは登録済みです。\nCtrl+Q\n\n上書きしますか？"},
+    };
+    for (const auto& q : questions) {
+        SCOPED_TRACE(testing::PrintToString(q.text));
+        for (i32 answer : {1, 2, 6, 7, 0}) {
+            msg.answers = {answer};
+            EXPECT_EQ(q.ask(msg), answer == q.positive) << answer;
+        }
+        EXPECT_EQ(msg.boxes.back().flags, q.flags);
+        if (q.partOnly)
+            EXPECT_NE(msg.boxes.back().text.find(q.text), std::wstring::npos);
+        else
+            EXPECT_EQ(msg.boxes.back().text, q.text);
     }
 
     // The base Show has no box: every question is refused.
     CMsg bare;
     EXPECT_EQ(bare.Show(L"text", 49), 0);
     EXPECT_FALSE(bare.QueryNewerSettingsFile());
-}
-
-TEST_F(MsgTest, TemplatesTakeTheirArguments) {
-    msg.answers = {1, 1, 1, 1};
-    EXPECT_TRUE(msg.QueryCreateFolder(L"/data/out"));
-    EXPECT_EQ(msg.boxes[0].text, L"指定のフォルダーは存在しません。作成しますか？\n\n/data/out");
-    CSimpleErr error;
-    error.text = L"broken";
-    EXPECT_TRUE(msg.QueryBadSettings(error));
-    EXPECT_NE(msg.boxes[1].text.find(L"\n\nbroken\n\n続行しますか？"), std::wstring::npos);
-    EXPECT_TRUE(msg.QueryBadSettingsFile(L"/cfg/file.reg", error));
-    EXPECT_NE(msg.boxes[2].text.find(L"設定ファイル: /cfg/file.reg\nbroken\n\n"),
-              std::wstring::npos);
-    EXPECT_TRUE(msg.QueryReplaceShortcut(L"Ctrl+Q"));
-    EXPECT_EQ(msg.boxes[3].text,
-              L"指定のショートカットキーは登録済みです。\nCtrl+Q\n\n上書きしますか？");
 }
 
 TEST_F(MsgTest, ErrorAndShowId) {

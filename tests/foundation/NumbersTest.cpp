@@ -7,23 +7,22 @@
 
 namespace {
 
-// The value ParseFixed gives, or a marker text when it fails; out must stay unchanged on failure.
-std::wstring Parsed(const std::wstring& text, i32 digits) {
+// The value that parse stores, or a marker text when it fails; out must stay unchanged then.
+template <class Parse> std::wstring Outcome(Parse parse) {
     i32 out = 777;
-    if (!ParseFixed(out, text, digits)) {
+    if (!parse(out)) {
         EXPECT_EQ(out, 777) << "out changed on failure";
         return L"fail";
     }
     return std::to_wstring(out);
 }
 
+std::wstring Parsed(const std::wstring& text, i32 digits) {
+    return Outcome([&](i32& out) { return ParseFixed(out, text, digits); });
+}
+
 std::wstring ParsedUnsigned(const std::wstring& text) {
-    i32 out = 777;
-    if (!ParseUnsigned(out, text)) {
-        EXPECT_EQ(out, 777) << "out changed on failure";
-        return L"fail";
-    }
-    return std::to_wstring(out);
+    return Outcome([&](i32& out) { return ParseUnsigned(out, text); });
 }
 
 } // namespace
@@ -64,9 +63,8 @@ TEST(Numbers, ParseFixedForms) {
     EXPECT_EQ(Parsed(L"1.2.3", 1), L"fail");
     EXPECT_EQ(Parsed(L"1e3", 1), L"fail");
     EXPECT_EQ(Parsed(L"10", -1), L"fail");
-}
 
-TEST(Numbers, ParseFixedLimits) {
+    // The limits of an i32.
     EXPECT_EQ(Parsed(L"214748364.7", 1), L"2147483647");
     EXPECT_EQ(Parsed(L"214748364.8", 1), L"fail");
     EXPECT_EQ(Parsed(L"214748365", 1), L"fail");

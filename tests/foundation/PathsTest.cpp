@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
-#include <fstream>
 
 #include "foundation/Win32Error.h"
 #include "support/Files.h"
@@ -12,42 +12,36 @@
 namespace {
 
 TEST(PathsTest, AppendAndSplitInThePlatformStyle) {
-    std::wstring p = L"/a/b";
-    AppendPath(p, L"c.png");
-    EXPECT_EQ(p, L"/a/b/c.png");
-    p = L"/a/";
-    AppendPath(p, L"c");
-    EXPECT_EQ(p, L"/a/c");
-    p = L"";
-    AppendPath(p, L"c");
-    EXPECT_EQ(p, L"c");
     // A colon and a backslash are ordinary file-name characters here.
-    p = L"x:";
-    AppendPath(p, L"y");
-    EXPECT_EQ(p, L"x:/y");
-    p = L"a\\b";
-    std::wstring tail;
-    ASSERT_TRUE(SplitLastComponent(p, tail));
-    EXPECT_EQ(p, L"");
-    EXPECT_EQ(tail, L"a\\b");
+    const std::array<const wchar_t*, 3> appends[] = {{L"/a/b", L"c.png", L"/a/b/c.png"},
+                                                     {L"/a/", L"c", L"/a/c"},
+                                                     {L"", L"c", L"c"},
+                                                     {L"x:", L"y", L"x:/y"}};
+    for (const auto& [base, name, expected] : appends) {
+        std::wstring p = base;
+        AppendPath(p, name);
+        EXPECT_EQ(p, expected) << base;
+    }
+    // {path, folder left, last component}; an empty path has none.
+    const std::array<const wchar_t*, 3> splits[] = {{L"a\\b", L"", L"a\\b"},
+                                                    {L"/a/b.c.png", L"/a/", L"b.c.png"}};
+    std::wstring p, tail, base, ext;
+    for (const auto& [path, folder, last] : splits) {
+        p = path;
+        ASSERT_TRUE(SplitLastComponent(p, tail));
+        EXPECT_EQ(p, folder);
+        EXPECT_EQ(tail, last);
+    }
+    p.clear();
+    EXPECT_FALSE(SplitLastComponent(p, tail));
 
-    p = L"/a/b.c.png";
-    ASSERT_TRUE(SplitLastComponent(p, tail));
-    EXPECT_EQ(p, L"/a/");
-    EXPECT_EQ(tail, L"b.c.png");
-    std::wstring empty;
-    EXPECT_FALSE(SplitLastComponent(empty, tail));
-
-    std::wstring base, ext;
-    ASSERT_TRUE(SplitFileName(L"/x/a.b.c", base, ext));
-    EXPECT_EQ(base, L"a.b");
-    EXPECT_EQ(ext, L"c");
-    ASSERT_TRUE(SplitFileName(L"/x/.png", base, ext));
-    EXPECT_EQ(base, L"");
-    EXPECT_EQ(ext, L"png");
-    ASSERT_TRUE(SplitFileName(L"noext", base, ext));
-    EXPECT_EQ(base, L"noext");
-    EXPECT_EQ(ext, L"");
+    const std::array<const wchar_t*, 3> names[] = {
+        {L"/x/a.b.c", L"a.b", L"c"}, {L"/x/.png", L"", L"png"}, {L"noext", L"noext", L""}};
+    for (const auto& [path, expectedBase, expectedExt] : names) {
+        ASSERT_TRUE(SplitFileName(path, base, ext));
+        EXPECT_EQ(base, expectedBase) << path;
+        EXPECT_EQ(ext, expectedExt) << path;
+    }
     EXPECT_FALSE(SplitFileName(L"/x/", base, ext));
     EXPECT_EQ(ParentPath(L"/x/y"), L"/x");
     EXPECT_EQ(ParentPath(L"y"), L"");

@@ -63,7 +63,7 @@ TEST(ResString, LanguageFollowsTheFirstLocaleVariableThatIsSet) {
     EXPECT_EQ(LanguageFor("", "", "jp_JP"), 1033);
 }
 
-TEST(ResString, RawLoadCopiesAtMostSizeMinusOne) {
+TEST(ResString, RawLoadCopiesAtMostSizeMinusOneAndA255CharacterStringNeedsASecondLoad) {
     wchar_t buffer[8];
     CLanguageGuard guard(1033);
     EXPECT_EQ(LoadStringRaw(strid::kErrorTitle, buffer, 8), 5);
@@ -72,12 +72,10 @@ TEST(ResString, RawLoadCopiesAtMostSizeMinusOne) {
     EXPECT_EQ(std::wstring(buffer), L"Err");
     EXPECT_EQ(LoadStringRaw(kMissing, buffer, 8), 0);
     EXPECT_EQ(LoadStringRaw(strid::kErrorTitle, buffer, 0), 0);
-}
 
-TEST(ResString, A255CharacterStringNeedsASecondLoad) {
-    wchar_t buffer[256];
     // 255 characters fill the first buffer of 256 to size - 1, which may mean a cut.
-    EXPECT_EQ(LoadStringRaw(kSelfTest255, buffer, 256), 255);
+    wchar_t wide[256];
+    EXPECT_EQ(LoadStringRaw(kSelfTest255, wide, 256), 255);
     std::wstring text;
     ASSERT_TRUE(LoadResString(text, kSelfTest255, true));
     ASSERT_EQ(text.size(), 255u);

@@ -18,7 +18,7 @@ std::ptrdiff_t Expand(std::wstring& out, size_t size, std::wstring_view templ,
 
 } // namespace
 
-TEST(TemplateFormat, Placeholders) {
+TEST(TemplateFormat, PlaceholdersAndTheCutAtTheBuffersEnd) {
     std::wstring out;
     EXPECT_EQ(Expand(out, 64, L"%s / %d", {L"abc", -7}), 8);
     EXPECT_EQ(out, L"abc / -7");
@@ -27,10 +27,7 @@ TEST(TemplateFormat, Placeholders) {
     // Missing arguments expand to nothing; unknown sequences stay; a number can fill %s.
     EXPECT_EQ(Expand(out, 64, L"[%s][%d]%x%", {5}), 8);
     EXPECT_EQ(out, L"[5][]%x%");
-}
 
-TEST(TemplateFormat, CutsAndTerminates) {
-    std::wstring out;
     EXPECT_EQ(Expand(out, 6, L"12345", {}), 5);
     EXPECT_EQ(out, L"12345");
     EXPECT_EQ(Expand(out, 5, L"12345", {}), -1);

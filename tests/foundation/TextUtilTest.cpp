@@ -25,22 +25,19 @@ TEST(TextUtil, SplitAny) {
 }
 
 TEST(TextUtil, TrimAndBlanks) {
-    std::wstring text = L" \t\r\n 10.5 \r\n";
-    TrimIf(text, IsBlankOrCr);
-    EXPECT_EQ(text, L"10.5");
-
-    text = L"\r\r";
-    TrimIf(text, IsBlankChar);
-    EXPECT_EQ(text, L"");
-
-    text = L"a b";
-    TrimIf(text, IsBlankChar);
-    EXPECT_EQ(text, L"a b");
-
-    text = L"xxaxx";
-    TrimIf(text, [](wchar_t c) { return c == L'x'; });
-    EXPECT_EQ(text, L"a");
-
+    const struct {
+        const wchar_t* text;
+        bool (*blank)(wchar_t);
+        const wchar_t* trimmed;
+    } cases[] = {{L" \t\r\n 10.5 \r\n", IsBlankOrCr, L"10.5"},
+                 {L"\r\r", IsBlankChar, L""},
+                 {L"a b", IsBlankChar, L"a b"},
+                 {L"xxaxx", [](wchar_t c) { return c == L'x'; }, L"a"}};
+    for (const auto& c : cases) {
+        std::wstring text = c.text;
+        TrimIf(text, c.blank);
+        EXPECT_EQ(text, c.trimmed);
+    }
     // A vertical tab is trimmed from a control's text, not from a part of a version text.
     EXPECT_FALSE(IsBlankChar(L'\v'));
     EXPECT_TRUE(IsBlankOrCr(L'\v'));

@@ -10,44 +10,52 @@
 
 #include "batch/Setting.h"
 #include "foundation/Paths.h"
+#include "foundation/Utf8.h"
 #include "support/XdgSandbox.h"
 
 namespace {
 
 const std::string kKey = "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting";
 
+// The store's first lines: its header and the keys above the settings.
+const std::wstring kStoreHead = L"Windows Registry Editor Version 5.00\r\n\r\n"
+                                L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+                                L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+                                L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n";
+
+// The section of the settings' sub-key key (empty: the settings' key itself) with its lines.
+std::wstring Section(const std::wstring& key, std::initializer_list<std::wstring> lines) {
+    std::wstring text =
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting" + key + L"]\r\n";
+    for (const std::wstring& line : lines)
+        text += line + L"\r\n";
+    return text + L"\r\n";
+}
+
 // A complete store in UTF-8, as a user might write it by hand; tests replace lines of it.
 std::string ValidFile() {
-    return "Windows Registry Editor Version 5.00\n\n" + kKey +
-           "]\n"
-           "\"OutputPath\"=\"/srv/out\"\n"
-           "\"SaveType\"=dword:00000001\n"
-           "\"JpegQuality\"=dword:0000005a\n\n" +
-           kKey +
-           "\\Shrink]\n"
-           "\"ShrinkType\"=dword:00000001\n"
-           "\"ShrinkWidth\"=dword:ffffffff\n"
-           "\"ShrinkHeight\"=dword:00000002\n"
-           "\"CustomWidth\"=dword:00000003\n"
-           "\"CustomHeight\"=dword:00000004\n\n" +
-           kKey +
-           "\\Round]\n"
-           "\"BkColor\"=dword:00010203\n"
-           "\"Transparent\"=dword:00000007\n"
-           "\"EdgeType\"=dword:00000001\n"
-           "\"BlurType\"=dword:00000002\n\n" +
-           kKey + "\\Round\\Edge]\n\"UnitType\"=dword:00000001\n\"PixelLength\"=dword:00000005\n" +
-           "\"RateLength\"=dword:00000006\n\n" + kKey +
-           "\\Round\\Blur]\n\"UnitType\"=dword:00000001\n\"PixelLength\"=dword:00000007\n" +
-           "\"RateLength\"=dword:00000008\n\n" + kKey +
-           "\\Window]\n"
-           "\"FullScreen\"=dword:00000001\n"
-           "\"Left\"=dword:0000000a\n"
-           "\"Top\"=dword:00000014\n"
-           "\"Right\"=dword:0000001e\n"
-           "\"Bottom\"=dword:00000028\n\n" +
-           kKey + "\\SubFolder]\n\"Count\"=dword:00000002\n\n" + kKey +
-           "\\SubFolder\\00]\n@=\"a\"\n\n" + kKey + "\\SubFolder\\01]\n@=\"b\"\n";
+    std::wstring text =
+        L"Windows Registry Editor Version 5.00\r\n\r\n" +
+        Section(L"", {L"\"OutputPath\"=\"/srv/out\"", L"\"SaveType\"=dword:00000001",
+                      L"\"JpegQuality\"=dword:0000005a"}) +
+        Section(L"\\Shrink", {L"\"ShrinkType\"=dword:00000001", L"\"ShrinkWidth\"=dword:ffffffff",
+                              L"\"ShrinkHeight\"=dword:00000002", L"\"CustomWidth\"=dword:00000003",
+                              L"\"CustomHeight\"=dword:00000004"}) +
+        Section(L"\\Round", {L"\"BkColor\"=dword:00010203", L"\"Transparent\"=dword:00000007",
+                             L"\"EdgeType\"=dword:00000001", L"\"BlurType\"=dword:00000002"}) +
+        Section(L"\\Round\\Edge",
+                {L"\"UnitType\"=dword:00000001", L"\"PixelLength\"=dword:00000005",
+                 L"\"RateLength\"=dword:00000006"}) +
+        Section(L"\\Round\\Blur",
+                {L"\"UnitType\"=dword:00000001", L"\"PixelLength\"=dword:00000007",
+                 L"\"RateLength\"=dword:00000008"}) +
+        Section(L"\\Window", {L"\"FullScreen\"=dword:00000001", L"\"Left\"=dword:0000000a",
+                              L"\"Top\"=dword:00000014", L"\"Right\"=dword:0000001e",
+                              L"\"Bottom\"=dword:00000028"}) +
+        Section(L"\\SubFolder", {L"\"Count\"=dword:00000002"}) +
+        Section(L"\\SubFolder\\00", {L"@=\"a\""}) + Section(L"\\SubFolder\\01", {L"@=\"b\""});
+    std::erase(text, L'\r');
+    return Utf8FromWide(text);
 }
 
 std::string Replace(std::string text, const std::string& from, const std::string& to) {
@@ -88,11 +96,7 @@ TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
     const CSetting defaults;
     EXPECT_FALSE(LoadSetting(settings, CRegKey::CurrentUser()));
     EXPECT_EQ(settings, defaults);
-    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
-              L"Windows Registry Editor Version 5.00\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n");
+    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()), kStoreHead);
 
     // The process's own object and store.
     EXPECT_FALSE(LoadSetting());
@@ -108,55 +112,29 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
     ASSERT_GE(bytes.size(), 2u);
     EXPECT_EQ(bytes[0], 0xFF);
     EXPECT_EQ(bytes[1], 0xFE);
-    const std::wstring s = L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting";
-    EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
-              L"Windows Registry Editor Version 5.00\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
-              L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n" +
-                  s +
-                  L"]\r\n"
-                  L"\"OutputPath\"=\"/home/u/Pictures\"\r\n"
-                  L"\"SaveType\"=dword:00000002\r\n"
-                  L"\"JpegQuality\"=dword:00000050\r\n"
-                  L"\"MaxPixels\"=dword:0fff8001\r\n"
-                  L"\"MaxMemory\"=dword:000003e8\r\n\r\n" +
-                  s +
-                  L"\\Round]\r\n"
-                  L"\"BkColor\"=dword:00ffffff\r\n"
-                  L"\"Transparent\"=dword:00000000\r\n"
-                  L"\"EdgeType\"=dword:0000000f\r\n"
-                  L"\"BlurType\"=dword:0000000f\r\n\r\n" +
-                  s +
-                  L"\\Round\\Blur]\r\n"
-                  L"\"UnitType\"=dword:00000000\r\n"
-                  L"\"PixelLength\"=dword:0000000a\r\n"
-                  L"\"RateLength\"=dword:0000000a\r\n\r\n" +
-                  s +
-                  L"\\Round\\Edge]\r\n"
-                  L"\"UnitType\"=dword:00000000\r\n"
-                  L"\"PixelLength\"=dword:00000064\r\n"
-                  L"\"RateLength\"=dword:00000032\r\n\r\n" +
-                  s +
-                  L"\\Shrink]\r\n"
-                  L"\"ShrinkType\"=dword:00000000\r\n"
-                  L"\"ShrinkWidth\"=dword:00000000\r\n"
-                  L"\"ShrinkHeight\"=dword:00000000\r\n"
-                  L"\"CustomWidth\"=dword:000000c8\r\n"
-                  L"\"CustomHeight\"=dword:000003e8\r\n\r\n" +
-                  s +
-                  L"\\SubFolder]\r\n"
-                  L"\"Count\"=dword:00000001\r\n\r\n" +
-                  s +
-                  L"\\SubFolder\\00]\r\n"
-                  L"@=\"round\"\r\n\r\n" +
-                  s +
-                  L"\\Window]\r\n"
-                  L"\"FullScreen\"=dword:00000000\r\n"
-                  L"\"Left\"=dword:00000000\r\n"
-                  L"\"Top\"=dword:00000000\r\n"
-                  L"\"Right\"=dword:00000000\r\n"
-                  L"\"Bottom\"=dword:00000000\r\n\r\n");
+    EXPECT_EQ(
+        XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
+        kStoreHead +
+            Section(L"", {L"\"OutputPath\"=\"/home/u/Pictures\"", L"\"SaveType\"=dword:00000002",
+                          L"\"JpegQuality\"=dword:00000050", L"\"MaxPixels\"=dword:0fff8001",
+                          L"\"MaxMemory\"=dword:000003e8"}) +
+            Section(L"\\Round", {L"\"BkColor\"=dword:00ffffff", L"\"Transparent\"=dword:00000000",
+                                 L"\"EdgeType\"=dword:0000000f", L"\"BlurType\"=dword:0000000f"}) +
+            Section(L"\\Round\\Blur",
+                    {L"\"UnitType\"=dword:00000000", L"\"PixelLength\"=dword:0000000a",
+                     L"\"RateLength\"=dword:0000000a"}) +
+            Section(L"\\Round\\Edge",
+                    {L"\"UnitType\"=dword:00000000", L"\"PixelLength\"=dword:00000064",
+                     L"\"RateLength\"=dword:00000032"}) +
+            Section(L"\\Shrink",
+                    {L"\"ShrinkType\"=dword:00000000", L"\"ShrinkWidth\"=dword:00000000",
+                     L"\"ShrinkHeight\"=dword:00000000", L"\"CustomWidth\"=dword:000000c8",
+                     L"\"CustomHeight\"=dword:000003e8"}) +
+            Section(L"\\SubFolder", {L"\"Count\"=dword:00000001"}) +
+            Section(L"\\SubFolder\\00", {L"@=\"round\""}) +
+            Section(L"\\Window", {L"\"FullScreen\"=dword:00000000", L"\"Left\"=dword:00000000",
+                                  L"\"Top\"=dword:00000000", L"\"Right\"=dword:00000000",
+                                  L"\"Bottom\"=dword:00000000"}));
 }
 
 TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {

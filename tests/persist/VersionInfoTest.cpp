@@ -26,7 +26,7 @@ std::array<u16, 4> Version(const wchar_t* text) {
 
 } // namespace
 
-TEST(VersionInfoTest, TheProgramReadsItsOwnVersion) {
+TEST(VersionInfoTest, TheProgramReadsItsOwnVersionAndOtherFilesHaveNone) {
     std::wstring program = ProgramFilePath();
     ASSERT_FALSE(program.empty());
     CVersionInfo info(program);
@@ -35,9 +35,7 @@ TEST(VersionInfoTest, TheProgramReadsItsOwnVersion) {
     EXPECT_EQ(info.ReadProductVersion(), expected);
     EXPECT_EQ(info.ReadLegalCopyright(), LVX_COPYRIGHT_WTEXT);
     EXPECT_EQ(info.ReadVersionString(L"\\ProductVersion"), LVX_VERSION_WTEXT);
-}
 
-TEST(VersionInfoTest, OtherFilesHaveNoVersionResource) {
     my::CException other = Thrown([] { CVersionInfo info(L"/proc/self/status"); });
     EXPECT_EQ(other.id, strid::kVersionSizeFailed);
     EXPECT_EQ(other.hr, 0x80070716u); // the resource name is not found in the image file

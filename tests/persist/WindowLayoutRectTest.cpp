@@ -9,7 +9,7 @@ namespace {
 
 const Rect kScreen{0, 0, 1280, 800};
 
-TEST(WindowLayoutRectTest, RectangleOffEveryScreenComesBackWithItsSize) {
+TEST(WindowLayoutRectTest, ClampIsToTheBoundingRectangleOfAllScreensAndKeepsTheSize) {
     // Far to the right and below: shifted up, then left, until it meets the corner.
     Rect lost{3000, 2000, 3500, 2400};
     Rect back = ClampRectToBounds(lost, kScreen);
@@ -21,9 +21,7 @@ TEST(WindowLayoutRectTest, RectangleOffEveryScreenComesBackWithItsSize) {
     // Larger than the screen: the top left corner ends on the screen.
     EXPECT_EQ(ClampRectToBounds(Rect{-50, -60, 1450, 940}, kScreen), (Rect{0, 0, 1500, 1000}));
     EXPECT_EQ(ClampRectToBounds(Rect{200, 100, 1700, 1100}, kScreen), (Rect{0, 0, 1500, 1000}));
-}
 
-TEST(WindowLayoutRectTest, ClampIsToTheBoundingRectangleOfAllScreens) {
     // A 1920x1080 screen with a 1280x800 screen to its right: the bounds are 3200 by 1080, and a
     // rectangle in the gap below the smaller screen stays where it is.
     std::vector<Rect> screens{{0, 0, 1920, 1080}, {1920, 0, 3200, 800}};

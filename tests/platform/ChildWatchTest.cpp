@@ -56,16 +56,14 @@ TEST(ChildWatchTest, TheDefaultWatchCallsBackWithTheExitStatusOnAThreadOfItsOwn)
     EXPECT_EQ(EndUnderTheDefaultWatch("kill -9 $$").status, 128 + 9);
 }
 
-TEST(ChildWatchTest, InstallReturnsTheWatchItReplacesAndNullBringsBackTheDefault) {
+TEST(ChildWatchTest, InstallAndReapAnswerWithTheirWatchAndTheirChild) {
     CChildWatch* defaultWatch = &CChildWatch::Current();
     CNullWatch mine;
     EXPECT_EQ(CChildWatch::Install(&mine), defaultWatch);
     EXPECT_EQ(&CChildWatch::Current(), &mine);
     EXPECT_EQ(CChildWatch::Install(nullptr), &mine);
     EXPECT_EQ(&CChildWatch::Current(), defaultWatch);
-}
 
-TEST(ChildWatchTest, ReapWaitsForTheChildAndRefusesWhatIsNoChild) {
     pid_t pid = StartShell("exit 7");
     ASSERT_GT(pid, 0);
     EXPECT_EQ(CChildWatch::Reap(pid), 7);

@@ -48,22 +48,16 @@ TEST(RegistryExportTest, WritesTheEditorsFormatInUtf16) {
     tree.SetValue(kSetting, L"Short", {4, {1, 0}});
 
     std::vector<u8> bytes = FormatRegistryExport(tree);
+    // The byte order mark, then the text as UTF-16LE.
     ASSERT_GE(bytes.size(), 2u);
     EXPECT_EQ(bytes[0], 0xFF);
     EXPECT_EQ(bytes[1], 0xFE);
-    // "W" of the header as UTF-16LE.
-    EXPECT_EQ(bytes[2], 0x57);
-    EXPECT_EQ(bytes[3], 0x00);
 
     std::wstring expected =
-        L"Windows Registry Editor Version 5.00\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software]\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n"
-        L"\r\n"
-        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n"
-        L"\r\n"
+        L"Windows Registry Editor Version 5.00\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software]\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere]\r\n\r\n"
+        L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32]\r\n\r\n"
         L"[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
         L"\"OutputPath\"=\"C:\\\\a \\\"b\\\"\"\r\n"
         L"\"SaveType\"=dword:00000002\r\n"
@@ -138,16 +132,13 @@ TEST(RegistryExportTest, ReadsEveryFormInUtf8AndUtf16) {
         EXPECT_TRUE(tree.HasKey(L"Software\\Test\\Other"));
         EXPECT_TRUE(tree.HasKey(L"Software"));
     };
-    CRegTree plain;
-    ASSERT_TRUE(ParseRegistryExport(Utf8File(body), plain));
-    check(plain);
-    CRegTree withMark;
-    ASSERT_TRUE(ParseRegistryExport(Utf8File("\xEF\xBB\xBF" + body), withMark));
-    check(withMark);
-    CRegTree wide;
-    std::wstring wideBody(body.begin(), body.end());
-    ASSERT_TRUE(ParseRegistryExport(Utf16File(wideBody), wide));
-    check(wide);
+    // UTF-8, UTF-8 behind its byte order mark, and UTF-16LE behind its own.
+    for (const std::vector<u8>& file : {Utf8File(body), Utf8File("\xEF\xBB\xBF" + body),
+                                        Utf16File(std::wstring(body.begin(), body.end()))}) {
+        CRegTree tree;
+        ASSERT_TRUE(ParseRegistryExport(file, tree));
+        check(tree);
+    }
 
     // A UTF-8 text outside ASCII.
     CRegTree japanese;
@@ -169,18 +160,12 @@ TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USERS\\Software]\n"));
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\\\\b]\n"));
     EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\a\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:123456789\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=dword:\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"open\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"x\" y\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=\"\\n\"\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:1g\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:123\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex(q):00\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=hex:01,\\\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"=text\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n\"a\"\n"));
-    EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\ngarbage\n"));
+    // Lines of a key that are no value of any form.
+    for (const char* line :
+         {"\"a\"=dword:123456789", "\"a\"=dword:", "\"a\"=\"open", "\"a\"=\"x\" y", "\"a\"=\"\\n\"",
+          "\"a\"=hex:1g", "\"a\"=hex:123", "\"a\"=hex(q):00", "\"a\"=hex:01,\\", "\"a\"=text",
+          "\"a\"", "garbage"})
+        EXPECT_FALSE(Parses(header + "[HKEY_CURRENT_USER\\K]\n" + line + "\n")) << line;
 
     // UTF-16 big-endian and a UTF-16 file cut in the middle of a unit.
     CRegTree bigEndian;

@@ -43,9 +43,26 @@ int DieBeforeTheRename(const XdgSandbox& sandbox, u32 value) {
     });
 }
 
+class RegistryFileTest : public ::testing::Test {
+protected:
+    // The DWORD key\name as a new reader of the store's file finds it.
+    std::optional<u32> Stored(const std::wstring& key, const std::wstring& name) const {
+        CRegistryFile reader(sandbox.StoreFileW());
+        return ReadDword(reader, key, name);
+    }
+    // The store's bytes after one process has set K\v to 1.
+    std::vector<u8> StoreWithOneValue() const {
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
+        return testutil::ReadBytes(sandbox.StoreFile());
+    }
+
+    XdgSandbox sandbox;
+};
+
 } // namespace
 
-TEST(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
+TEST_F(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
     XdgSandbox sandbox;
     std::shared_ptr<CRegistryFile> store = TheRegistryFile();
     EXPECT_EQ(store->FilePath(), sandbox.StoreFileW());
@@ -80,8 +97,7 @@ TEST(RegistryFileTest, WritesAtOnceAndReadsBackInANewStore) {
     EXPECT_TRUE(std::filesystem::exists(sandbox.ConfigFolder() / "Lunavex32.reg.lock"));
 }
 
-TEST(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
-    XdgSandbox sandbox;
+TEST_F(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
     CRegistryFile first(sandbox.StoreFileW());
     CRegistryFile second(sandbox.StoreFileW());
     EXPECT_EQ(first.SetValue(L"A", L"one", Dword(1)), 0);
@@ -105,21 +121,19 @@ TEST(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
     EXPECT_EQ(writes, 1);
 
     // The file holds first's later value, second's values, and second's value where both wrote.
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"A", L"one"), 1u);
-    EXPECT_EQ(ReadDword(reader, L"A", L"two"), 2u);
-    EXPECT_EQ(ReadDword(reader, L"B", L"three"), 3u);
-    EXPECT_EQ(ReadDword(reader, L"Shared", L"v"), 20u);
+    EXPECT_EQ(Stored(L"A", L"one"), 1u);
+    EXPECT_EQ(Stored(L"A", L"two"), 2u);
+    EXPECT_EQ(Stored(L"B", L"three"), 3u);
+    EXPECT_EQ(Stored(L"Shared", L"v"), 20u);
     // The writer's own view now holds the merged file.
     EXPECT_EQ(ReadDword(second, L"A", L"two"), 2u);
 }
 
-TEST(RegistryFileTest, TwoProcessesWritingInTurnLeaveAValidMergedFile) {
-    XdgSandbox sandbox;
+TEST_F(RegistryFileTest, TwoProcessesWritingInTurnLeaveAValidMergedFile) {
     CRegistryFile parent(sandbox.StoreFileW());
     EXPECT_FALSE(parent.KeyExists(L"Child")); // read before the child writes
 
-    EXPECT_EQ(InChild([&sandbox] {
+    EXPECT_EQ(InChild([this] {
                   CRegistryFile child(sandbox.StoreFileW());
                   child.BeginWriteBatch();
                   child.SetValue(L"Child", L"only", Dword(5));
@@ -132,19 +146,13 @@ TEST(RegistryFileTest, TwoProcessesWritingInTurnLeaveAValidMergedFile) {
 
     CRegTree tree;
     ASSERT_TRUE(ParseRegistryExport(testutil::ReadBytes(sandbox.StoreFile()), tree));
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"Child", L"only"), 5u);
-    EXPECT_EQ(ReadDword(reader, L"Both", L"v"), 2u);
-    EXPECT_EQ(ReadDword(reader, L"Parent", L"only"), 6u);
+    EXPECT_EQ(Stored(L"Child", L"only"), 5u);
+    EXPECT_EQ(Stored(L"Both", L"v"), 2u);
+    EXPECT_EQ(Stored(L"Parent", L"only"), 6u);
 }
 
-TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
-    XdgSandbox sandbox;
-    {
-        CRegistryFile store(sandbox.StoreFileW());
-        ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
-    }
-    std::vector<u8> before = testutil::ReadBytes(sandbox.StoreFile());
+TEST_F(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
+    const std::vector<u8> before = StoreWithOneValue();
 
     // A process that dies between writing the temporary file and renaming it.
     EXPECT_EQ(DieBeforeTheRename(sandbox, 2), kDiedBeforeRename);
@@ -156,19 +164,16 @@ TEST(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     store.SetBeforeReplaceHook([] { return false; });
     EXPECT_EQ(store.SetValue(L"K", L"v", Dword(3)), 995);
     EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 1u);
+    EXPECT_EQ(Stored(L"K", L"v"), 1u);
     EXPECT_EQ(ReadDword(store, L"K", L"v"), 3u);
 
     store.SetBeforeReplaceHook(nullptr);
     EXPECT_EQ(store.Flush(), 0);
-    CRegistryFile after(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(after, L"K", L"v"), 3u);
+    EXPECT_EQ(Stored(L"K", L"v"), 3u);
     EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
 }
 
-TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
-    XdgSandbox sandbox;
+TEST_F(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     std::filesystem::create_directories(sandbox.ConfigFolder());
     const std::filesystem::path victim = sandbox.Root() / "victim.txt";
     testutil::WriteText(victim, "precious");
@@ -209,8 +214,7 @@ TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     EXPECT_TRUE(std::filesystem::is_symlink(sandbox.StoreFile()));
     CRegTree tree;
     ASSERT_TRUE(ParseRegistryExport(testutil::ReadBytes(dotfiles), tree));
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"K", L"w"), 3u);
+    EXPECT_EQ(Stored(L"K", L"w"), 3u);
 
     // Damaged behind the link: the file there is kept aside beside itself, the link stays and
     // the next write makes the file anew where the link points.
@@ -223,50 +227,13 @@ TEST(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
         EXPECT_EQ(store.SetValue(L"K", L"x", Dword(4)), 0);
     }
     EXPECT_TRUE(std::filesystem::is_symlink(sandbox.StoreFile()));
-    CRegistryFile last(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(last, L"K", L"x"), 4u);
-    EXPECT_EQ(ReadDword(last, L"K", L"w"), std::nullopt);
-}
-
-TEST(RegistryFileTest, AFileThatIsNeitherUtf16NorUtf8IsKeptAsideAndSaidInTheLog) {
-    XdgSandbox sandbox;
-    // Latin-1: the name "Bilder-\xC4" would come back with a replacement character.
-    const std::string latin1 =
-        "Windows Registry Editor Version 5.00\r\n\r\n"
-        "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
-    testutil::WriteText(sandbox.StoreFile(), latin1);
-    StartLog();
-    {
-        CRegistryFile store(sandbox.StoreFileW());
-        EXPECT_FALSE(store.KeyExists(L"K"));
-        std::vector<std::filesystem::path> aside =
-            sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
-        ASSERT_EQ(aside.size(), 1u);
-        std::vector<u8> kept = testutil::ReadBytes(aside[0]);
-        EXPECT_EQ(std::string(kept.begin(), kept.end()), latin1);
-        EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
-
-        // The sentence names the kept file, and the log holds it as one line.
-        std::wstring line = store.NotReadMessage();
-        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
-        std::wstring unfilled;
-        LoadResString(unfilled, strid::kSettingsKeptAside, true);
-        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
-        StopLog();
-        EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" /
-                                            "LOG.txt"),
-                  line + L"\r\n");
-
-        // A write starts a new file and leaves the kept one as it was.
-        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
-        EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
-    }
+    EXPECT_EQ(Stored(L"K", L"x"), 4u);
+    EXPECT_EQ(Stored(L"K", L"w"), std::nullopt);
 }
 
 // What is no regular file once links are followed is neither read nor replaced; a regular file
 // over the limit is kept aside unread. Either is said once in the log, though a write reads again.
-TEST(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog) {
-    XdgSandbox sandbox;
+TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog) {
     const auto store = sandbox.StoreFile();
     const auto log = sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt";
     for (const std::string kind : {"folder", "pipe", "loop", "1 MiB + 1"}) {
@@ -296,46 +263,58 @@ TEST(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog) {
     }
 }
 
-TEST(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
-    XdgSandbox sandbox;
-    const std::string damaged =
-        "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n";
-    testutil::WriteText(sandbox.StoreFile(), damaged);
+// A damaged file, and one that is neither UTF-16 nor UTF-8 (Latin-1: the name "Bilder-\xC4" would
+// come back with a replacement character), is kept aside, said in the log, and reading starts
+// empty; the next write makes a new file and leaves the kept one as it was.
+TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndSaidInTheLogAndReadingStartsEmpty) {
+    const auto log = sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt";
+    for (const std::string content :
+         {"Windows Registry Editor Version 5.00\r\n\r\n"
+          "[HKEY_CURRENT_USER\\K]\r\n\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n",
+          "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n"}) {
+        SCOPED_TRACE(content);
+        std::filesystem::remove_all(sandbox.ConfigFolder());
+        testutil::WriteText(sandbox.StoreFile(), content);
+        StartLog();
+        CRegistryFile store(sandbox.StoreFileW());
+        EXPECT_FALSE(store.KeyExists(L"K"));
+        EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
+        std::vector<std::filesystem::path> aside =
+            sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
+        ASSERT_EQ(aside.size(), 1u);
+        EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
+        // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
+        EXPECT_EQ(aside[0].filename().string().size(),
+                  std::string("Lunavex32.reg.damaged-").size() + 15);
+        const std::vector<u8> kept = testutil::ReadBytes(aside[0]);
+        EXPECT_EQ(std::string(kept.begin(), kept.end()), content);
 
-    CRegistryFile store(sandbox.StoreFileW());
-    EXPECT_FALSE(store.KeyExists(L"K"));
-    EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
-    std::vector<std::filesystem::path> aside = sandbox.FilesStartingWith("Lunavex32.reg.damaged-");
-    ASSERT_EQ(aside.size(), 1u);
-    EXPECT_EQ(store.DamagedFileKeptAs(), aside[0].wstring());
-    // Lunavex32.reg.damaged-YYYYMMDD-HHMMSS
-    EXPECT_EQ(aside[0].filename().string().size(),
-              std::string("Lunavex32.reg.damaged-").size() + 15);
-    std::vector<u8> kept = testutil::ReadBytes(aside[0]);
-    EXPECT_EQ(std::string(kept.begin(), kept.end()), damaged);
+        // The sentence names the kept file, and the log holds it as one line.
+        const std::wstring line = store.NotReadMessage();
+        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
+        std::wstring unfilled;
+        LoadResString(unfilled, strid::kSettingsKeptAside, true);
+        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
+        StopLog();
+        EXPECT_EQ(XdgSandbox::ReadUtf16File(log), line + L"\r\n");
 
-    // The next write makes a new file and leaves the damaged one where it was.
-    EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
-    CRegistryFile reader(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(reader, L"K", L"v"), 4u);
-    EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+        EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
+        EXPECT_EQ(Stored(L"K", L"v"), 4u);
+        EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
+        EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 1u);
+    }
 
     // A file damaged between the read and a write is kept aside by the write as well.
+    CRegistryFile store(sandbox.StoreFileW());
     testutil::WriteText(sandbox.StoreFile(), "not a registry file");
     EXPECT_EQ(store.SetValue(L"K", L"w", Dword(5)), 0);
     EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), 2u);
-    CRegistryFile last(sandbox.StoreFileW());
-    EXPECT_EQ(ReadDword(last, L"K", L"w"), 5u);
-    EXPECT_EQ(ReadDword(last, L"K", L"v"), std::nullopt);
+    EXPECT_EQ(Stored(L"K", L"w"), 5u);
+    EXPECT_EQ(Stored(L"K", L"v"), std::nullopt);
 }
 
-TEST(RegistryFileTest, AFileThatCannotBeReadOrWrittenIsNeverReplaced) {
-    XdgSandbox sandbox;
-    {
-        CRegistryFile store(sandbox.StoreFileW());
-        ASSERT_EQ(store.SetValue(L"K", L"v", Dword(1)), 0);
-    }
-    std::vector<u8> before = testutil::ReadBytes(sandbox.StoreFile());
+TEST_F(RegistryFileTest, AFileThatCannotBeReadOrWrittenIsNeverReplaced) {
+    const std::vector<u8> before = StoreWithOneValue();
     if (::geteuid() != 0) {
         std::filesystem::permissions(sandbox.StoreFile(), std::filesystem::perms::none);
         CRegistryFile store(sandbox.StoreFileW());

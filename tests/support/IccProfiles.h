@@ -34,10 +34,8 @@ inline u32 Fixed(double value) {
 inline std::vector<u8> Xyz(double x, double y, double z) {
     std::vector<u8> tag;
     PutTag(tag, "XYZ ");
-    PutBigEndian(tag, 0);
-    PutBigEndian(tag, Fixed(x));
-    PutBigEndian(tag, Fixed(y));
-    PutBigEndian(tag, Fixed(z));
+    for (u32 field : {0u, Fixed(x), Fixed(y), Fixed(z)})
+        PutBigEndian(tag, field);
     return tag;
 }
 
@@ -53,10 +51,7 @@ inline std::vector<u8> AdobeRgbProfile(size_t padding = 0) {
     PutTag(curve, "curv");
     PutBigEndian(curve, 0);
     PutBigEndian(curve, 1);
-    curve.push_back(0x02); // u8Fixed8Number 563/256
-    curve.push_back(0x33);
-    curve.push_back(0);
-    curve.push_back(0);
+    Append(curve, std::array<u8, 4>{0x02, 0x33, 0, 0}); // u8Fixed8Number 563/256, padding
     std::vector<u8> description;
     const std::string name = "Adobe RGB (1998) test profile";
     PutTag(description, "desc");
@@ -111,11 +106,9 @@ inline std::vector<u8> AdobeRgbProfile(size_t padding = 0) {
         profile.push_back(static_cast<u8>(field));
     }
     PutTag(profile, "acsp");
-    profile.resize(64, 0);    // platform, flags, maker, model, attributes
-    PutBigEndian(profile, 0); // perceptual
-    PutBigEndian(profile, Fixed(0.9642));
-    PutBigEndian(profile, Fixed(1.0));
-    PutBigEndian(profile, Fixed(0.8249));
+    profile.resize(64, 0); // platform, flags, maker, model, attributes
+    for (u32 field : {0u, Fixed(0.9642), Fixed(1.0), Fixed(0.8249)}) // perceptual, D50 white
+        PutBigEndian(profile, field);
     profile.resize(128, 0);
     PutBigEndian(profile, static_cast<u32>(tags.size()));
     Append(profile, table);

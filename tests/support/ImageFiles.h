@@ -15,6 +15,16 @@
 
 namespace testutil {
 
+// Numbers written least significant byte first, as GIF, BMP and WebP files hold them.
+inline void Put16(std::vector<u8>& out, u32 v) {
+    out.push_back(static_cast<u8>(v));
+    out.push_back(static_cast<u8>(v >> 8));
+}
+inline void Put32(std::vector<u8>& out, u32 v) {
+    Put16(out, v & 0xFFFF);
+    Put16(out, v >> 16);
+}
+
 // A picture with gradients and edges, as interleaved R, G, B bytes, rows from the top.
 inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
     std::vector<u8> rgb;
@@ -95,11 +105,9 @@ inline std::vector<u8> ZlibStored(const std::vector<u8>& raw) {
     do {
         const size_t n = std::min<size_t>(65535, raw.size() - pos);
         const bool last = pos + n == raw.size();
-        out.push_back(last ? 1 : 0);
-        out.push_back(static_cast<u8>(n));
-        out.push_back(static_cast<u8>(n >> 8));
-        out.push_back(static_cast<u8>(~n));
-        out.push_back(static_cast<u8>(~n >> 8));
+        out.insert(out.end(),
+                   {static_cast<u8>(last ? 1 : 0), static_cast<u8>(n), static_cast<u8>(n >> 8),
+                    static_cast<u8>(~n), static_cast<u8>(~n >> 8)});
         out.insert(out.end(), raw.begin() + static_cast<long>(pos),
                    raw.begin() + static_cast<long>(pos + n));
         pos += n;
@@ -155,22 +163,16 @@ inline PngChunk PhysChunk(u32 pixelsPerMetre) {
 inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& palette,
                                u8 transparentIndex, const std::vector<u8>& indices) {
     std::vector<u8> gif = {'G', 'I', 'F', '8', '9', 'a'};
-    auto put16 = [&gif](u16 v) {
-        gif.push_back(static_cast<u8>(v));
-        gif.push_back(static_cast<u8>(v >> 8));
-    };
-    put16(width);
-    put16(height);
+    Put16(gif, width);
+    Put16(gif, height);
     gif.insert(gif.end(), {0xF1, 0, 0}); // global table of 4 entries
     std::vector<u8> table = palette;
     table.resize(12, 0);
     gif.insert(gif.end(), table.begin(), table.end());
     gif.insert(gif.end(), {0x21, 0xF9, 4, 0x01, 0, 0, transparentIndex, 0});
     gif.push_back(0x2C);
-    put16(0);
-    put16(0);
-    put16(width);
-    put16(height);
+    for (u32 v : {0u, 0u, u32{width}, u32{height}})
+        Put16(gif, v);
     gif.push_back(0);
     gif.push_back(2); // LZW minimum code size: clear 4, end 5
     std::vector<u8> data;
@@ -210,15 +212,6 @@ constexpr u32 kBmpRle8 = 1;
 constexpr u32 kBmpRle4 = 2;
 constexpr u32 kBmpBitfields = 3;
 
-inline void Put16(std::vector<u8>& out, u32 v) {
-    out.push_back(static_cast<u8>(v));
-    out.push_back(static_cast<u8>(v >> 8));
-}
-inline void Put32(std::vector<u8>& out, u32 v) {
-    Put16(out, v & 0xFFFF);
-    Put16(out, v >> 16);
-}
-
 // What goes into one test file; the file header's offset is worked out from the parts.
 struct BmpParts {
     u32 headerSize = 40;
@@ -237,21 +230,17 @@ inline std::vector<u8> MakeBmp(const BmpParts& p) {
     std::vector<u8> info;
     Put32(info, p.headerSize);
     if (p.headerSize == 12) {
-        Put16(info, static_cast<u32>(p.width));
-        Put16(info, static_cast<u32>(p.height));
-        Put16(info, 1);
-        Put16(info, p.bitCount);
+        for (u32 v : {static_cast<u32>(p.width), static_cast<u32>(p.height), 1u, u32{p.bitCount}})
+            Put16(info, v);
     } else {
         Put32(info, static_cast<u32>(p.width));
         Put32(info, static_cast<u32>(p.height));
         Put16(info, 1);
         Put16(info, p.bitCount);
-        Put32(info, p.compression);
-        Put32(info, static_cast<u32>(p.pixels.size()));
-        Put32(info, static_cast<u32>(p.pelsPerMeter));
-        Put32(info, static_cast<u32>(p.pelsPerMeter));
-        Put32(info, p.colorsUsed);
-        Put32(info, 0);
+        for (u32 v :
+             {p.compression, static_cast<u32>(p.pixels.size()), static_cast<u32>(p.pelsPerMeter),
+              static_cast<u32>(p.pelsPerMeter), p.colorsUsed, 0u})
+            Put32(info, v);
         size_t mask = 0;
         while (info.size() < p.headerSize) {
             Put32(info, mask < p.masks.size() ? p.masks[mask] : 0);

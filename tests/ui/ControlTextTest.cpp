@@ -15,7 +15,7 @@
 
 namespace {
 
-TEST(ControlTextTest, EqualTextIsNotWrittenAgain) {
+TEST(ControlTextTest, EqualTextIsNotWrittenAgainAndATrimmedReadTakesBlanksOff) {
     QLineEdit edit;
     QSignalSpy changes(&edit, &QLineEdit::textChanged);
     EXPECT_TRUE(SetControlText(&edit, L"10.5", true));
@@ -32,12 +32,8 @@ TEST(ControlTextTest, EqualTextIsNotWrittenAgain) {
     std::wstring out;
     EXPECT_TRUE(GetControlText(&edit, out));
     EXPECT_EQ(out, L"11");
-}
 
-TEST(ControlTextTest, TrimmedReadTakesBlanksAndCarriageReturnsOff) {
-    QLineEdit edit;
     edit.setText(QStringLiteral(" \t 200\r "));
-    std::wstring out;
     EXPECT_TRUE(GetControlTextTrimmed(&edit, out, true));
     EXPECT_EQ(out, L"200");
     EXPECT_TRUE(GetControlTextTrimmed(&edit, out, false));

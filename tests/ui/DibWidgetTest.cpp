@@ -262,7 +262,7 @@ TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
     EXPECT_FALSE(f.widget.ScaledCopy());
 }
 
-TEST(DibWidgetTest, WithoutAnImageNothingIsPainted) {
+TEST(DibWidgetTest, WithoutAnImageNothingIsPaintedAndOpacityBlendsThePaneOverTheTarget) {
     Fixture f;
     f.Paint();
     f.widget.SetImage(MakeImage(4, 4, true));
@@ -271,10 +271,7 @@ TEST(DibWidgetTest, WithoutAnImageNothingIsPainted) {
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)
             ASSERT_EQ(f.At(x, y), kMarkerPixel) << x << "," << y;
-}
 
-TEST(DibWidgetTest, OpacityBlendsThePaneOverTheTarget) {
-    Fixture f;
     f.widget.SetBackground(0x000000FF);
     f.widget.SetAnchor(1);
     f.widget.SetImage(MakeImage(2, 2, true));

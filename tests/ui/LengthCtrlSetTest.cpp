@@ -45,6 +45,22 @@ protected:
     std::unique_ptr<CMainView> view;
 };
 
+// The handle's centre, where the style draws it.
+QPoint HandleCentre(QSlider* slider) {
+    QStyleOptionSlider option;
+    option.initFrom(slider);
+    option.orientation = slider->orientation();
+    option.minimum = slider->minimum();
+    option.maximum = slider->maximum();
+    option.sliderPosition = slider->sliderPosition();
+    option.sliderValue = slider->value();
+    option.tickPosition = slider->tickPosition();
+    option.subControls = QStyle::SC_All;
+    return slider->style()
+        ->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, slider)
+        .center();
+}
+
 TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
     Type(ctl::kRadius, L"10.5");
     EXPECT_EQ(Radius().tenths, 105);
@@ -75,7 +91,7 @@ TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
     EXPECT_EQ(Radius().thousandths, 50);
 }
 
-TEST_F(LengthCtrlSetTest, SliderWritesWholeNumbers) {
+TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     Type(ctl::kRadius, L"10.5");
     Slider(ctl::kRadiusSlider)->setValue(3); // a move of the user
     EXPECT_EQ(Text(ctl::kRadius), L"3");
@@ -84,25 +100,7 @@ TEST_F(LengthCtrlSetTest, SliderWritesWholeNumbers) {
     Slider(ctl::kBlurSlider)->setValue(20);
     EXPECT_EQ(Text(ctl::kBlurWidth), L"20");
     EXPECT_EQ(TheSetting().round.blurWidth.tenths, 200);
-}
 
-// The handle's centre, where the style draws it.
-QPoint HandleCentre(QSlider* slider) {
-    QStyleOptionSlider option;
-    option.initFrom(slider);
-    option.orientation = slider->orientation();
-    option.minimum = slider->minimum();
-    option.maximum = slider->maximum();
-    option.sliderPosition = slider->sliderPosition();
-    option.sliderValue = slider->value();
-    option.tickPosition = slider->tickPosition();
-    option.subControls = QStyle::SC_All;
-    return slider->style()
-        ->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, slider)
-        .center();
-}
-
-TEST_F(LengthCtrlSetTest, AnyTouchOfTheSliderMakesAWholeNumber) {
     QSlider* slider = Slider(ctl::kRadiusSlider);
     // A press and release of the handle that moves nothing.
     Type(ctl::kRadius, L"10.5");

@@ -34,6 +34,16 @@ protected:
         return qobject_cast<QComboBox*>(view.Control(id));
     }
     static bool Enabled(const CMainView& view, i32 id) { return view.Control(id)->isEnabled(); }
+    // Shows the view as the active window, so that keys reach it.
+    static ::testing::AssertionResult Activate(CMainView& view) {
+        view.show();
+        QApplication::setActiveWindow(&view);
+        return QTest::qWaitForWindowActive(&view) ? ::testing::AssertionSuccess()
+                                                  : ::testing::AssertionFailure() << "not active";
+    }
+    static void Click(const CMainView& view, i32 id) {
+        qobject_cast<QAbstractButton*>(view.Control(id))->click();
+    }
     // The user chooses an entry: the selection moves, then the choice is announced.
     static void Choose(const CMainView& view, i32 id, int index) {
         QComboBox* combo = Combo(view, id);
@@ -44,9 +54,7 @@ protected:
 
 TEST_F(MainViewTest, EditableCombosKeepExactlyWhatWasTyped) {
     CMainView view;
-    view.show();
-    QApplication::setActiveWindow(&view);
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    ASSERT_TRUE(Activate(view));
     // "100" is the start of the list entry "1000", and "ROUND" differs from "round" in case only.
     ASSERT_GE(Combo(view, ctl::kCustomWidth)->findText("1000"), 0);
     const struct {
@@ -71,9 +79,7 @@ TEST_F(MainViewTest, TabReachesTheChosenFormat) {
     for (u32 saveType : {2u, 1u}) {
         TheSetting().saveType = saveType;
         CMainView view;
-        view.show();
-        QApplication::setActiveWindow(&view);
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+        ASSERT_TRUE(Activate(view));
         const i32 chosen = saveType == 2 ? ctl::kJpeg : ctl::kPng;
         ASSERT_TRUE(view.IsChecked(chosen));
         // Tab from the control before the group, and Shift+Tab from the one after it.
@@ -150,18 +156,16 @@ TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
 
     // Each format click sets both sides: PNG enables Transparent and greys the quality, JPEG
     // the other way round.
-    qobject_cast<QAbstractButton*>(view.Control(ctl::kPng))->click();
+    Click(view, ctl::kPng);
     EXPECT_TRUE(Enabled(view, ctl::kTransparent));
     EXPECT_FALSE(Enabled(view, ctl::kQualityNumber));
     EXPECT_FALSE(Enabled(view, ctl::kQualityName));
-    qobject_cast<QAbstractButton*>(view.Control(ctl::kJpeg))->click();
+    Click(view, ctl::kJpeg);
     EXPECT_FALSE(Enabled(view, ctl::kTransparent));
     EXPECT_TRUE(Enabled(view, ctl::kQualityNumber));
     EXPECT_TRUE(Enabled(view, ctl::kQualityName));
     // An arrow key moves the choice within the group and sets the states the same way.
-    view.show();
-    QApplication::setActiveWindow(&view);
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    ASSERT_TRUE(Activate(view));
     view.Control(ctl::kJpeg)->setFocus();
     QTest::keyClick(view.Control(ctl::kJpeg), Qt::Key_Up);
     EXPECT_TRUE(view.IsChecked(ctl::kPng));
@@ -198,28 +202,23 @@ TEST_F(MainViewTest, QualityNumberAndNameFollowEachOther) {
 TEST_F(MainViewTest, ColorTextDrivesTheSwatchAndChecksTheAnchor) {
     CMainView view;
     QWidget* color = view.Control(ctl::kColorText);
-    SetControlText(color, L"FF0000", true);
-    EXPECT_EQ(view.swatch->Color(), 0x0000FFu);
-    SetControlText(color, L"F", true);
-    EXPECT_EQ(view.swatch->Color(), 0x0F0F0Fu);
-    SetControlText(color, L"FFF", true);
-    EXPECT_EQ(view.swatch->Color(), 0u);
+    const std::pair<const wchar_t*, u32> colours[] = {
+        {L"FF0000", 0x0000FF}, {L"F", 0x0F0F0F}, {L"FFF", 0}};
+    for (const auto& [text, swatch] : colours) {
+        SetControlText(color, text, true);
+        EXPECT_EQ(view.swatch->Color(), swatch) << text;
+    }
 
-    // Anchor order: top left, top right, bottom left, bottom right.
-    auto click = [&](i32 id) { qobject_cast<QAbstractButton*>(view.Control(id))->click(); };
-    click(ctl::kTopLeft);
-    EXPECT_EQ(view.detailPane->Anchor(), 4u);
-    click(ctl::kTopRight);
-    EXPECT_EQ(view.detailPane->Anchor(), 2u);
-    click(ctl::kBottomLeft);
-    EXPECT_EQ(view.detailPane->Anchor(), 3u);
-    click(ctl::kBottomRight);
-    EXPECT_EQ(view.detailPane->Anchor(), 1u); // edges left and top
-    click(ctl::kLeft);
-    click(ctl::kTop);
-    EXPECT_EQ(view.detailPane->Anchor(), 4u); // edge right
-    click(ctl::kRight);
-    EXPECT_EQ(view.detailPane->Anchor(), 3u); // bottom only
+    // Anchor order: top left, top right, bottom left, bottom right. Each row clicks its checks
+    // in turn; the corners all clear leave the edges left and top, then right, then bottom only.
+    const std::pair<std::vector<i32>, u32> clicks[] = {
+        {{ctl::kTopLeft}, 4},     {{ctl::kTopRight}, 2},        {{ctl::kBottomLeft}, 3},
+        {{ctl::kBottomRight}, 1}, {{ctl::kLeft, ctl::kTop}, 4}, {{ctl::kRight}, 3}};
+    for (const auto& [ids, anchor] : clicks) {
+        for (i32 id : ids)
+            Click(view, id);
+        EXPECT_EQ(view.detailPane->Anchor(), anchor) << ids.front();
+    }
 }
 
 } // namespace
