@@ -69,8 +69,7 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
 
     for (const PlannedFile& file : planned) {
         // Each file streams through one pipeline; the panes get what they need of its source.
-        file.task->keepsImages = false;
-        file.task->makesPreview = true;
+        file.task->keeps = TaskKeeps::kPreview;
         view->pool.Add(file.task);
     }
 

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "foundation/ThreadPriority.h"
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 
 namespace {
 

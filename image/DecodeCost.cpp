@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "image/BmpReader.h"
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 #include "image/JpegScans.h"
 #include "image/Loaders.h"
 

@@ -8,7 +8,7 @@
 
 #include <vips/vips8>
 
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 #include "image/Resample.h"
 
 using vips::VError;

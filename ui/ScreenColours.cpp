@@ -6,7 +6,7 @@
 #include <QColorSpace>
 #include <QImage>
 
-#include "image/Codec.h"
+#include "image/SrgbCopy.h"
 #include "image/Round.h"
 
 CDibPtr InScreenColours(const CDibPtr& image) {

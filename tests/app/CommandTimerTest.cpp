@@ -46,9 +46,9 @@ protected:
     // Holds the view's worker inside the gate with more tasks waiting behind it.
     void HoldWorker(int waiting) {
         view->pool.StopWaitAndClear(kWaitForever);
-        view->pool.Add(UnencodedTask(&gate, L"held"));
+        view->pool.Add(FailingTask(&gate, L"held"));
         for (int i = 0; i < waiting; ++i)
-            view->pool.Add(UnencodedTask(&gate, L"waiting"));
+            view->pool.Add(FailingTask(&gate, L"waiting"));
         ASSERT_TRUE(view->pool.threads.at(0)->Start());
         gate.WaitUntilInside();
         ASSERT_TRUE(view->pool.AnyRunning());

@@ -50,7 +50,7 @@ TEST(TaskThreadTest, TasksRunInOrderAndARunningWorkerIsNotRestarted) {
     CGateClient gate;
     CTaskThreadPool pool;
     for (const wchar_t* name : {L"a", L"b", L"c"})
-        pool.Add(UnencodedTask(&gate, name));
+        pool.Add(FailingTask(&gate, name));
     auto& worker = *pool.threads[0];
     ASSERT_TRUE(worker.Start());
     gate.WaitUntilInside();
@@ -68,10 +68,10 @@ TEST(TaskThreadTest, TasksRunInOrderAndARunningWorkerIsNotRestarted) {
     EXPECT_EQ(finished[0]->inputPath, L"a");
     EXPECT_EQ(finished[1]->inputPath, L"b");
     EXPECT_EQ(finished[2]->inputPath, L"c");
-    EXPECT_EQ(finished[0]->errorId, strid::kNoSaveFormat);
+    EXPECT_EQ(finished[0]->errorId, strid::kCreateFolderFailed);
 
     // A new batch on the same object gets a new thread.
-    pool.Add(UnencodedTask(&gate, L"d"));
+    pool.Add(FailingTask(&gate, L"d"));
     ASSERT_TRUE(worker.Start());
     EXPECT_NE(worker.threadId, id);
     EXPECT_TRUE(worker.Wait(kWaitForever));
@@ -82,7 +82,7 @@ TEST(TaskThreadTest, AStopCancelsWhatHasNotBegunAndTheRunningTaskSeesIt) {
     CGateClient gate;
     CTaskThreadPool pool;
     for (const wchar_t* name : {L"a", L"b", L"c"})
-        pool.Add(UnencodedTask(&gate, name));
+        pool.Add(FailingTask(&gate, name));
     ASSERT_TRUE(pool.threads[0]->Start());
     gate.WaitUntilInside();
     pool.StopAll(true);
@@ -97,8 +97,8 @@ TEST(TaskThreadTest, AStopCancelsWhatHasNotBegunAndTheRunningTaskSeesIt) {
 
     // On an idle pool a stop moves the pending tasks at once.
     CTaskThreadPool idle;
-    idle.Add(UnencodedTask(nullptr, L"a"));
-    idle.Add(UnencodedTask(nullptr, L"b"));
+    idle.Add(FailingTask(nullptr, L"a"));
+    idle.Add(FailingTask(nullptr, L"b"));
     idle.StopAll(true);
     EXPECT_EQ(idle.pending.Count(), 0u);
     EXPECT_EQ(idle.cancelled.Count(), 2u);

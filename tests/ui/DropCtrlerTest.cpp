@@ -171,7 +171,7 @@ TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
 
     // A worker runs: refused over the view too, with id 194.
     CGateClient gate;
-    view->pool.Add(UnencodedTask(&gate, L"held"));
+    view->pool.Add(FailingTask(&gate, L"held"));
     ASSERT_TRUE(view->pool.threads.at(0)->Start());
     gate.WaitUntilInside();
     EXPECT_FALSE(Send<QDragMoveEvent>(&drop, OverView(), action));
