@@ -13,7 +13,7 @@
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
-#include "image/ImageIo.h"
+#include "image/reference/WholeConversion.h"
 #include "support/ChildProcess.h"
 #include "support/DeclaredBombs.h"
 #include "support/Files.h"

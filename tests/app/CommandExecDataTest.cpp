@@ -14,7 +14,7 @@
 #include <boost/make_shared.hpp>
 
 #include "foundation/Utf8.h"
-#include "image/ImageIo.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 

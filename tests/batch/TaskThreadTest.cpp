@@ -11,8 +11,8 @@
 #include <vips/vips.h>
 
 #include "foundation/ThreadPriority.h"
-#include "image/Codec.h"
-#include "image/ImageIo.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/GateClient.h"

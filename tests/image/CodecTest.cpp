@@ -1,7 +1,7 @@
 // Tests of the decoder's door: which loaders may run, the pixel and scan limits checked before
-// decoding, and the encoders' quality and failure codes.
-#include "image/Codec.h"
-#include "support/AddressSpaceLimit.h"
+// decoding, and the row encoders' quality and failure codes (through the encoders of a whole
+// image, which hand them its rows).
+#include "image/Decode.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +11,9 @@
 #include <sys/resource.h>
 
 #include "image/JpegScans.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeEncoders.h"
+#include "support/AddressSpaceLimit.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 

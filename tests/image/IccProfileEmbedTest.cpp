@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 #include <vips/vips8>
 
-#include "image/Codec.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeEncoders.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
