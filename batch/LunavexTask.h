@@ -64,6 +64,7 @@ public:
     void SetRound(const RoundSettings& settings);
     // What the output is: CSetting::Output() (batch/Setting.h). A PNG over white by default.
     void SetOutput(const OutputChoice& choice);
+    const OutputChoice& output() const { return output_; }
     // The largest source, in pixels, that the load accepts; a larger one fails before decoding.
     void SetMaxPixels(u32 maxPixels);
     // Where the plan saw the output folder: the source's folder (empty for the working folder),

@@ -111,7 +111,7 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     task->Init(W(dir / "two.png"), W(reference / "two.jpg"), nullptr);
     task->SetShrink(settings.shrink);
     task->SetRound(settings.round);
-    task->PrepareEncoder(settings.saveType, settings.jpegQuality);
+    task->SetOutput(settings.Output());
     task->Run();
     ASSERT_EQ(task->errorId, 0);
     EXPECT_EQ(ReadText(dir / "round" / "two.jpg"), ReadText(reference / "two.jpg"));

@@ -167,7 +167,6 @@ TEST(TaskThreadTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterABatchFile) {
     CTaskThreadPool pool;
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
     task->Init(testutil::W(dir / "photo.jpg"), testutil::W(dir / "out" / "photo.png"), &gate);
-    ASSERT_EQ(task->PrepareEncoder(1, 80), 0u);
     pool.Add(task);
     ASSERT_TRUE(pool.threads[0]->Start());
     ASSERT_TRUE(pool.threads[0]->Wait(kWaitForever));
