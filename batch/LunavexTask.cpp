@@ -70,8 +70,8 @@ void CLunavexTask::SetMaxPixels(u32 maxPixels) {
 }
 
 void CLunavexTask::Run() {
-    // Memory that runs out where no step caught it fails the file with the code's own text, as a
-    // step's failure would, so that a batch may try the file again alone.
+    // Memory that runs out where the conversion did not catch it fails the file with the code's
+    // own text, as a failed load would, so that a batch may try the file again alone.
     try {
         Convert();
     } catch (const std::bad_alloc&) {

@@ -148,9 +148,9 @@ private:
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of
-// the source and the extension of the output that the settings choose. Throws my::CCtrlException (kSubFolderControl,
-// SubFolderRule.h) with the id of SubFolderProblem for a sub-folder that breaks its rule, and
-// my::CException strid::kBadFilePath for a source with no file name.
+// the source and the extension of the output that the settings choose. Throws my::CCtrlException
+// (kSubFolderControl, SubFolderRule.h) with the id of SubFolderProblem for a sub-folder that breaks
+// its rule, and my::CException strid::kBadFilePath for a source with no file name.
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings);
 
 } // namespace lvx

@@ -101,9 +101,8 @@ void BM_LoadOnly(benchmark::State& state) {
 // JPEG at the default quality.
 void BM_ConvertOneFile(benchmark::State& state) {
     const CBenchInput& input = Input();
-    const ShrinkSettings shrink{.shrinkType = shrinktype::kCustom,
-                                .customWidth = 1280,
-                                .customHeight = 1280};
+    const ShrinkSettings shrink{
+        .shrinkType = shrinktype::kCustom, .customWidth = 1280, .customHeight = 1280};
     const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 100, 0},
                               .blurWidth = LengthValue{lengthunit::kPixels, 10, 0}};
     for (auto _ : state) {

@@ -16,10 +16,10 @@
 
 #include "batch/LunavexTask.h"
 #include "foundation/FileIo.h"
+#include "foundation/Utf8.h"
 #include "foundation/Win32Error.h"
 #include "image/reference/WholeConversion.h"
 #include "image/reference/WholeEncoders.h"
-#include "foundation/Utf8.h"
 
 namespace {
 

@@ -17,7 +17,8 @@
 class CBoxRows {
 public:
     // `opaque`: every alpha is 255, and the colours are plain averages.
-    CBoxRows(i32 left, i32 top, i32 across, i32 down, i32 scale, bool flipX, bool flipY, bool opaque)
+    CBoxRows(i32 left, i32 top, i32 across, i32 down, i32 scale, bool flipX, bool flipY,
+             bool opaque)
         : left_(left), top_(top), across_(across), down_(down), scale_(scale), flipX_(flipX),
           flipY_(flipY), opaque_(opaque), sums_(static_cast<size_t>(across) * 4),
           out_(static_cast<size_t>(across) * down * 4) {}

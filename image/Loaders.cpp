@@ -5,7 +5,6 @@
 #include <cctype>
 #include <cstring>
 
-
 #include "image/VipsStart.h"
 
 namespace {

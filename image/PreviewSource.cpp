@@ -12,12 +12,12 @@
 
 #include "image/Background.h"
 #include "image/BoxRows.h"
-#include "image/VipsStart.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
+#include "image/VipsStart.h"
 #include "resources/StringIds.h"
 
 using vips::VError;
@@ -209,8 +209,8 @@ void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
                 continue;
             }
             b.firstWhole = std::make_unique<CBoxRows>(0, 0, std::max(1, rows.cx / scale),
-                                                     std::max(1, rows.cy / scale), scale, false,
-                                                     false, bands == 3);
+                                                      std::max(1, rows.cy / scale), scale, false,
+                                                      false, bands == 3);
             b.firstWholeScale = scale;
             break;
         }
@@ -288,8 +288,8 @@ HResult CPreviewSource::End() {
             if ((current->Width() <= kCornerSide && current->Height() <= kCornerSide) ||
                 current->Width() < 2 || current->Height() < 2)
                 break;
-            auto half = std::make_unique<CBoxRows>(0, 0, current->Width() / 2, current->Height() / 2,
-                                                  2, false, false, impl_->opaque);
+            auto half = std::make_unique<CBoxRows>(
+                0, 0, current->Width() / 2, current->Height() / 2, 2, false, false, impl_->opaque);
             for (i32 y = 0; y < current->Height(); ++y)
                 half->Add(y, current->Row(y));
             current = std::move(half);
@@ -311,8 +311,8 @@ Size CPreviewSource::SourceSize() const {
     return impl_->size;
 }
 
-u32 CPreviewSource::RenderWhole(const RoundSettings& round, const OutputChoice& output,
-                                Size fitted, Size size, CDibPtr& out) const {
+u32 CPreviewSource::RenderWhole(const RoundSettings& round, const OutputChoice& output, Size fitted,
+                                Size size, CDibPtr& out) const {
     out.reset();
     if (impl_->levels.empty() || size.cx <= 0 || size.cy <= 0 || fitted.cx <= 0 || fitted.cy <= 0)
         return 0;

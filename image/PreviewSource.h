@@ -8,8 +8,8 @@
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
-#include "image/PaneAnchor.h"
 #include "image/OutputChoice.h"
+#include "image/PaneAnchor.h"
 #include "image/RoundSettings.h"
 #include "image/RowSink.h"
 

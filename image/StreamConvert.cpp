@@ -12,15 +12,15 @@
 #include <vips/vips8>
 
 #include "image/Background.h"
-#include "image/VipsStart.h"
 #include "image/DecodeStream.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Loaders.h"
 #include "image/Resample.h"
-#include "image/Shrink.h"
 #include "image/RowsOnThisThread.h"
+#include "image/Shrink.h"
 #include "image/StreamEncoders.h"
+#include "image/VipsStart.h"
 #include "resources/StringIds.h"
 
 using vips::VError;

@@ -45,8 +45,8 @@ CDibPtr ShrinkWhole(const CDibPtr& source, const ShrinkSettings& shrink, WholeFa
     if (fitted.cx == size.cx && fitted.cy == size.cy)
         return source;
     CDibPtr resized;
-    const HResult code =
-        ResizeImage(resized, Rect{0, 0, fitted.cx, fitted.cy}, *source, Rect{0, 0, size.cx, size.cy});
+    const HResult code = ResizeImage(resized, Rect{0, 0, fitted.cx, fitted.cy}, *source,
+                                     Rect{0, 0, size.cx, size.cy});
     if (Failed(code)) {
         failure = WholeFailure{strid::kResizeFailed, code};
         return {};
@@ -60,7 +60,8 @@ CDibPtr RoundWhole(const CDib& source, const RoundSettings& round, WholeFailure&
     const double r = ResolveLength(round.radius, source.Width(), source.Height());
     const double width = ResolveLength(round.blurWidth, source.Width(), source.Height());
     CDibPtr rounded;
-    HResult code = RoundImage(rounded, source, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, r, r);
+    HResult code =
+        RoundImage(rounded, source, c.topLeft, c.bottomLeft, c.bottomRight, c.topRight, r, r);
     if (Failed(code)) {
         failure = WholeFailure{strid::kRoundFailed, code};
         return {};

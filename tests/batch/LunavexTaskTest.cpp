@@ -194,12 +194,12 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
 
     // A text file, and a JPEG damaged past its header: 201 with the decoder's text and the path;
     // the sub-folder made first stays.
-    ASSERT_TRUE(SaveImage(*MakeDib(200, 150,
-                                   [](i32 x, i32 y) {
-                                       return Bgra{static_cast<u8>(x), static_cast<u8>(y * x), 9,
-                                                   255};
-                                   }),
-                          L"image/jpeg", dir / "photo.jpg"));
+    ASSERT_TRUE(
+        SaveImage(*MakeDib(200, 150,
+                           [](i32 x, i32 y) {
+                               return Bgra{static_cast<u8>(x), static_cast<u8>(y * x), 9, 255};
+                           }),
+                  L"image/jpeg", dir / "photo.jpg"));
     const std::string photo = ReadText(dir / "photo.jpg");
     WriteText(dir / "cut.jpg", photo.substr(0, photo.size() / 2));
     for (const char* name : {"notes.txt", "cut.jpg"}) {
@@ -312,13 +312,14 @@ TEST_F(LunavexTaskTest, TheTaskWritesTheReferencesFileAndKeepsWhatItIsAskedTo) {
     for (const char* source : {"alpha.png", "photo.jpg"}) {
         const std::string bytes = ReadText(dir / source);
         CDibPtr decoded;
-        ASSERT_EQ(DecodeImage(reinterpret_cast<const u8*>(bytes.data()), bytes.size(), decoded), 0u);
+        ASSERT_EQ(DecodeImage(reinterpret_cast<const u8*>(bytes.data()), bytes.size(), decoded),
+                  0u);
         CPreviewSource whole;
         ASSERT_EQ(whole.Build(*decoded), 0u);
         for (u32 saveType : {1u, 2u}) {
             for (bool transparent : {false, true}) {
-                const std::string what = std::string(source) + " type " +
-                                         std::to_string(saveType) + (transparent ? " clear" : "");
+                const std::string what = std::string(source) + " type " + std::to_string(saveType) +
+                                         (transparent ? " clear" : "");
                 RoundSettings round = RoundOverGreen(transparent);
                 round.edges = 5;
                 const OutputChoice output = OutputOf(saveType, round);
@@ -333,10 +334,12 @@ TEST_F(LunavexTaskTest, TheTaskWritesTheReferencesFileAndKeepsWhatItIsAskedTo) {
                     << what;
                 for (const Size fitted : {Size{120, 90}, Size{50, 38}}) {
                     CDibPtr cornerA, cornerB, wholeA, wholeB;
-                    ASSERT_EQ(task->preview->RenderCorner(round, output, fitted, 3, {70, 40}, cornerA),
-                              0u);
+                    ASSERT_EQ(
+                        task->preview->RenderCorner(round, output, fitted, 3, {70, 40}, cornerA),
+                        0u);
                     ASSERT_EQ(whole.RenderCorner(round, output, fitted, 3, {70, 40}, cornerB), 0u);
-                    ASSERT_EQ(task->preview->RenderWhole(round, output, fitted, {60, 45}, wholeA), 0u);
+                    ASSERT_EQ(task->preview->RenderWhole(round, output, fitted, {60, 45}, wholeA),
+                              0u);
                     ASSERT_EQ(whole.RenderWhole(round, output, fitted, {60, 45}, wholeB), 0u);
                     EXPECT_TRUE(testutil::PixelsNear(*cornerA, *cornerB, 0)) << what;
                     EXPECT_TRUE(testutil::PixelsNear(*wholeA, *wholeB, 0)) << what;

@@ -98,10 +98,10 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
     // Through the whole-image rounding: the rounded image, then capped.
     CDibPtr source = MakeImage(40, 30, 255);
     WholeFailure failure;
-    const CDibPtr result = RoundWhole(*source,
-                                      {.radius = {lengthunit::kPixels, 80, 0},
-                                       .blurWidth = {lengthunit::kPixels, 40, 0}},
-                                      failure);
+    const CDibPtr result = RoundWhole(
+        *source,
+        {.radius = {lengthunit::kPixels, 80, 0}, .blurWidth = {lengthunit::kPixels, 40, 0}},
+        failure);
     ASSERT_TRUE(result);
     CDibPtr rounded;
     ASSERT_EQ(RoundImage(rounded, *source, true, true, true, true, 8, 8), hr::kOk);

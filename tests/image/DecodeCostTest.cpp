@@ -42,8 +42,8 @@ TEST(DecodeCost, FilesThatDeclareFarMoreThanTheyHoldAreRefusedFromTheirHeader) {
             CapAddressSpaceAbovePresent(rlim_t{300} << 20);
             std::vector<u8> out;
             StreamFailure failure;
-            const HResult code = ConvertStream(bomb.bytes.data(), bomb.bytes.size(), {}, {}, {},
-                                               {}, {}, out, failure);
+            const HResult code = ConvertStream(bomb.bytes.data(), bomb.bytes.size(), {}, {}, {}, {},
+                                               {}, out, failure);
             std::_Exit(code == bomb.refusal && failure.stage == StreamFailure::kLoad &&
                                failure.cost.memory >= bomb.leastMemory
                            ? 0

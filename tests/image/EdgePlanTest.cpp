@@ -71,7 +71,8 @@ i32 CountDifferences(const Case& c, std::mt19937& random) {
             const bool inBands =
                 plan.TouchesWholeRow(y) || x < plan.SideBand() || x >= c.width - plan.SideBand();
             if (!inBands && expected != source->PixelAt(x, y)[3])
-                ADD_FAILURE() << c << " the rounding changed " << x << "," << y << " outside the bands";
+                ADD_FAILURE() << c << " the rounding changed " << x << "," << y
+                              << " outside the bands";
         }
     }
     return differences;

@@ -254,9 +254,9 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
     std::vector<u8> out;
     StreamFailure failure;
     // A box of a sixth of the source or less: halved.
-    ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, Box(200), round, output, options, out,
-                            failure),
-              0u);
+    ASSERT_EQ(
+        ConvertStream(jpeg.data(), jpeg.size(), {}, Box(200), round, output, options, out, failure),
+        0u);
     ASSERT_EQ(halved.End(), 0u);
     CPreviewSource full;
     ASSERT_EQ(ReadRows(jpeg.data(), jpeg.size(), {}, full), 0u);

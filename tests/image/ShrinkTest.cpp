@@ -20,9 +20,8 @@ CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
 }
 
 ShrinkSettings Custom(i32 width, i32 height) {
-    return ShrinkSettings{.shrinkType = shrinktype::kCustom,
-                          .customWidth = width,
-                          .customHeight = height};
+    return ShrinkSettings{
+        .shrinkType = shrinktype::kCustom, .customWidth = width, .customHeight = height};
 }
 
 } // namespace

@@ -173,10 +173,10 @@ TEST(StreamConvertTest, WithoutAShrinkTheFilesAreThoseOfTheWholeImageByteForByte
             round.blurWidth = settings == 3 ? LengthValue{lengthunit::kShortEdgeShare, 0, 80}
                                             : LengthValue{lengthunit::kPixels, 37, 0};
             for (int kind = 0; kind < 3; ++kind) {
-                const OutputChoice output{
-                    .format = kind == 0 ? OutputFormat::kJpeg : OutputFormat::kPng,
-                    .keepAlpha = kind == 2,
-                    .backgroundColor = 0x00336699};
+                const OutputChoice output{.format =
+                                              kind == 0 ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                          .keepAlpha = kind == 2,
+                                          .backgroundColor = 0x00336699};
                 std::vector<u8> streamed;
                 std::vector<u8> whole;
                 ASSERT_TRUE(BothWays(source, shrink, round, output, streamed, whole));
@@ -252,6 +252,25 @@ TEST(StreamConvertTest, FailuresNameTheirStage) {
         ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, {}, out, failure)));
     EXPECT_EQ(failure.stage, StreamFailure::kShrink);
     EXPECT_EQ(failure.errorId, strid::kShrinkSizeNotPositive);
+}
+
+// A PNG output states the resolution of a new bitmap, 96 dots per inch; a JPEG, written without
+// metadata, states only an aspect of 1:1, which reads back as 72. Neither carries the source's.
+TEST(StreamConvertTest, OutputsCarryTheResolutionOfANewBitmap) {
+    const std::vector<u8> png =
+        MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {PhysChunk(11811)});
+    for (OutputFormat format : {OutputFormat::kPng, OutputFormat::kJpeg}) {
+        std::vector<u8> out;
+        StreamFailure failure;
+        ASSERT_EQ(
+            ConvertStream(png.data(), png.size(), {}, {}, {}, {.format = format}, {}, out, failure),
+            0u);
+        const CDibPtr back = Pixels(out);
+        ASSERT_TRUE(back);
+        const i32 expected = format == OutputFormat::kPng ? 3780 : 2835;
+        EXPECT_EQ(back->Header()->biXPelsPerMeter, expected);
+        EXPECT_EQ(back->Header()->biYPelsPerMeter, expected);
+    }
 }
 
 // Peak signal to noise ratio of two images of one size, over the colour bytes, in decibels.
@@ -394,8 +413,8 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
             SCOPED_TRACE(std::string(from.name) + (jpeg ? " to JPEG" : " to PNG"));
-            const OutputChoice output{
-                .format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng, .jpegQuality = 100};
+            const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                      .jpegQuality = 100};
             RowRecorder rows;
             std::vector<u8> out;
             StreamFailure failure;
@@ -485,8 +504,8 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
             SCOPED_TRACE(std::string(c.name) + (jpeg ? " to JPEG" : " to PNG"));
-            const OutputChoice output{
-                .format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng, .jpegQuality = 100};
+            const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                      .jpegQuality = 100};
             std::vector<u8> out, whole;
             const ::testing::AssertionResult both =
                 BothWays(from, shrink, round, output, out, whole);

@@ -10,9 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/FileIo.h"
 #include "foundation/Paths.h"
 #include "image/Dib.h"
-#include "foundation/FileIo.h"
 #include "image/SaveType.h"
 #include "image/reference/BmpWriter.h"
 #include "image/reference/WholeEncoders.h"
@@ -107,8 +107,8 @@ inline bool SaveImage(const CDib& dib, const std::wstring& mime,
         code = EncodeJpeg(dib, kDefaultJpegQuality, bytes);
     else if (mime == L"image/bmp")
         code = EncodeBmp(dib, true, bytes);
-    return Succeeded(code) && WriteFileAtomically(FromFileSystemPath(path.string()), bytes.data(),
-                                                  bytes.size()) == 0;
+    return Succeeded(code) &&
+           WriteFileAtomically(FromFileSystemPath(path.string()), bytes.data(), bytes.size()) == 0;
 }
 
 } // namespace testutil
