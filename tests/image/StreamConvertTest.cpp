@@ -255,7 +255,7 @@ TEST(StreamConvertTest, FailuresNameTheirStage) {
 }
 
 // A PNG output states the resolution of a new bitmap, 96 dots per inch; a JPEG, written without
-// metadata, states only an aspect of 1:1, which reads back as 72. Neither carries the source's.
+// any metadata, states none and reads back as 72. Neither carries the source's.
 TEST(StreamConvertTest, OutputsCarryTheResolutionOfANewBitmap) {
     const std::vector<u8> png =
         MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {PhysChunk(11811)});
