@@ -1,5 +1,5 @@
-// Tests of the settings object: the default output folder from the user's folders, and the
-// sub-folder history.
+// Tests of the settings object: the default output folder from the user's folders, the
+// sub-folder history and the output that the settings choose.
 #include "batch/Setting.h"
 
 #include <string>
@@ -66,4 +66,33 @@ TEST(SettingTest, TheHistoryKeepsTheMostRecentFirstWithinItsLimit) {
     CHistoryList none;
     none.Add(L"x");
     EXPECT_TRUE(none.empty());
+}
+
+// One decision for the plan, the conversion and the preview: the format and its extension, the
+// quality, and the alpha kept only where a PNG is asked to keep its background transparent.
+TEST(SettingTest, TheOutputIsDecidedOnceFromTheSettings) {
+    const struct {
+        u32 saveType;
+        bool transparent;
+        OutputFormat format;
+        const wchar_t* extension;
+        bool keepAlpha;
+    } cases[] = {{savetype::kPng, false, OutputFormat::kPng, L"png", false},
+                 {savetype::kPng, true, OutputFormat::kPng, L"png", true},
+                 {savetype::kJpeg, true, OutputFormat::kJpeg, L"jpg", false},
+                 {savetype::kBmp, true, OutputFormat::kPng, L"png", true},
+                 {7, false, OutputFormat::kPng, L"png", false}};
+    for (const auto& c : cases) {
+        CSetting settings;
+        settings.saveType = c.saveType;
+        settings.jpegQuality = 37;
+        settings.round.transparent = c.transparent;
+        settings.round.backgroundColor = 0x00123456;
+        const OutputChoice output = settings.Output();
+        EXPECT_EQ(output.format, c.format) << c.saveType;
+        EXPECT_EQ(std::wstring(output.Extension()), c.extension) << c.saveType;
+        EXPECT_EQ(output.keepAlpha, c.keepAlpha) << c.saveType << " " << c.transparent;
+        EXPECT_EQ(output.jpegQuality, 37u);
+        EXPECT_EQ(output.backgroundColor, 0x00123456u);
+    }
 }

@@ -20,7 +20,7 @@
 
 namespace {
 
-TEST(TaskThreadTest, ThreadCountBelowOneChangesNothing) {
+TEST(TaskThreadTest, ThreadCountBelowOneChangesNothingAndAnIdleWorkerEndsAtOnce) {
     CTaskThreadPool pool;
     ASSERT_EQ(pool.threads.size(), 1u);
     auto first = pool.threads[0];
@@ -33,10 +33,8 @@ TEST(TaskThreadTest, ThreadCountBelowOneChangesNothing) {
     EXPECT_FALSE(pool.threads[2]->HasHandle()) << "new workers are not started";
     pool.SetThreadCount(1);
     EXPECT_EQ(pool.threads[0], first);
-}
 
-TEST(TaskThreadTest, AWorkerWithNothingToDoEndsAtOnceWithCodeZero) {
-    CTaskThreadPool pool;
+    // A worker with nothing to do ends at once with code zero.
     auto& worker = *pool.threads[0];
     EXPECT_TRUE(worker.Wait(0)) << "no thread: true whatever the timeout";
     ASSERT_TRUE(worker.Start());
