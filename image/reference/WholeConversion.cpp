@@ -36,6 +36,24 @@ HResult ResizeImage(CDibPtr& result, const Rect& dst, const CDib& source, const 
     return hr::kOk;
 }
 
+HResult RoundImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
+                   bool bottomRight, bool topRight, double radiusX, double radiusY) {
+    const HResult copied = CopyDib32(result, source);
+    if (Failed(copied))
+        return copied;
+    return RoundCorners(*result, topLeft, bottomLeft, bottomRight, topRight, radiusX, radiusY);
+}
+
+HResult BlurImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
+                  bool bottomRight, bool topRight, double width, bool left, bool top, bool right,
+                  bool bottom, double radiusX, double radiusY) {
+    const HResult copied = CopyDib32(result, source);
+    if (Failed(copied))
+        return copied;
+    return BlurEdges(*result, topLeft, bottomLeft, bottomRight, topRight, left, top, right, bottom,
+                     radiusX, radiusY, width);
+}
+
 CDibPtr ShrinkWhole(const CDibPtr& source, const ShrinkSettings& shrink, WholeFailure& failure) {
     const Size size{source ? source->Width() : 0, source ? source->Height() : 0};
     Size fitted;

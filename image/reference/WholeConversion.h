@@ -28,6 +28,18 @@ struct WholeFailure {
 // success.
 HResult ResizeImage(CDibPtr& result, const Rect& dst, const CDib& source, const Rect& src);
 
+// Copies `source` into a new image in `result` (CopyDib32, image/Round.h) and rounds the copy
+// (RoundCorners).
+HResult RoundImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
+                   bool bottomRight, bool topRight, double radiusX, double radiusY);
+
+// Copies `source` into a new image in `result` and blurs the copy (BlurEdges, image/Blur.h), even
+// when no edge is chosen. 0x80070057 for a source that is not 32 bits per pixel, 0x8007000E when
+// the copy cannot be made.
+HResult BlurImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
+                  bool bottomRight, bool topRight, double width, bool left, bool top, bool right,
+                  bool bottom, double radiusX, double radiusY);
+
 // The source fitted as FittedSize (image/Shrink.h) says; the same object when its size stays.
 // Null with the failure set when the shrink is refused or the resize fails
 // (strid::kResizeFailed with its code).

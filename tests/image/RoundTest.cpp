@@ -9,6 +9,7 @@
 
 #include "image/Blur.h"
 #include "image/RoundSettings.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/PixelTestUtil.h"
 
