@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -104,8 +105,8 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
 
-    // A text file, and a JPEG damaged past its header: 201 with the decoder's text and the path;
-    // the sub-folder made first stays.
+    // A text file, a JPEG damaged past its header and a file that is gone: 201 with the decoder's
+    // or the system's text and the path; the sub-folder made first stays.
     ASSERT_TRUE(
         SaveImage(*MakeDib(200, 150,
                            [](i32 x, i32 y) {
@@ -114,22 +115,18 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
                   L"image/jpeg", dir / "photo.jpg"));
     const std::string photo = ReadText(dir / "photo.jpg");
     WriteText(dir / "cut.jpg", photo.substr(0, photo.size() / 2));
-    for (const char* name : {"notes.txt", "cut.jpg"}) {
+    for (auto [name, code] : {std::pair{"notes.txt", 0x80004001u},
+                              {"cut.jpg", 0x80004001u},
+                              {"gone.png", 0x80070002u}}) {
         auto task = RunTask(W(dir / name), W(dir / "sub" / name) + L".png", 1, RoundSettings{});
         EXPECT_EQ(task->errorId, strid::kLoadFailed);
-        EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80004001) +
-                                       L"\n\n" + W(dir / name));
+        EXPECT_EQ(task->errorText,
+                  L"画像の読み込みに失敗しました - " + ResultText(code) + L"\n\n" + W(dir / name));
         EXPECT_TRUE(std::filesystem::is_directory(dir / "sub"));
         EXPECT_FALSE(std::filesystem::exists(dir / "sub" / (std::string(name) + ".png")));
     }
 
     boost::shared_ptr<lvx::CLunavexTask> task;
-
-    // A file that is gone: 201 with the system's "not found" text.
-    task = RunTask(W(dir / "gone.png"), W(dir / "sub" / "gone.png"), 1, RoundSettings{});
-    EXPECT_EQ(task->errorId, strid::kLoadFailed);
-    EXPECT_EQ(task->errorText, L"画像の読み込みに失敗しました - " + ResultText(0x80070002) +
-                                   L"\n\n" + W(dir / "gone.png"));
 
     // A folder that cannot be made because a file is in its way, at its own name or above it:
     // kCreateFolderFailed with the text that says so, and the folder.
@@ -154,17 +151,18 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     EXPECT_EQ(task->errorText.substr(task->errorText.size() - W(dir / "out" / "ok.png").size() - 2),
               L"\n\n" + W(dir / "out" / "ok.png"));
 
-    // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds.
-    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{},
-                   {.shrinkType = 1, .customWidth = 0});
-    EXPECT_EQ(task->errorId, strid::kShrinkSizeNotPositive);
-    EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
-    task =
-        RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, {.shrinkType = 7});
-    EXPECT_EQ(task->errorId, strid::kUnknownShrinkType);
-    EXPECT_EQ(task->errorText, L"不明な縮小方法が指定されました\n\n" + W(dir / "ok.png"));
-    EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"))
-        << "nothing is saved after a failure";
+    // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds, and
+    // nothing is saved.
+    for (auto [shrink, id, text] :
+         {std::tuple{ShrinkSettings{.shrinkType = 1, .customWidth = 0},
+                     strid::kShrinkSizeNotPositive, L"縮小サイズが 0 以下です"},
+          {ShrinkSettings{.shrinkType = 7}, strid::kUnknownShrinkType,
+           L"不明な縮小方法が指定されました"}}) {
+        task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, shrink);
+        EXPECT_EQ(task->errorId, static_cast<i32>(id));
+        EXPECT_EQ(task->errorText, std::wstring(text) + L"\n\n" + W(dir / "ok.png"));
+        EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"));
+    }
 }
 
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {

@@ -67,7 +67,8 @@ TEST(ImageIo, PngKeepsColourAndAlphaOfEveryPixel) {
         {10, 20, 30, 1, 200, 100, 50, 254, 77, 88, 99, 64},
     };
     CTempDir dir;
-    const std::string path = dir.File("alpha.png");
+    // The content decides, not the name.
+    const std::string path = dir.File("really-a-png.jpg");
     WriteBytes(path, MakePng(3, 2, 6, 8, rows));
 
     CDibPtr dib;
@@ -219,14 +220,6 @@ TEST(ImageIo, StopBetweenChunksAbortsTheRead) {
 
     ASSERT_EQ(ReadFileToBuffer(bytes, W(dir.File("a.png"))), hr::kOk);
     EXPECT_EQ(bytes.size, ReadBytes(dir.File("a.png")).size());
-}
-
-TEST(ImageIo, ContentDecidesNotTheName) {
-    CTempDir dir;
-    WriteBytes(dir.File("really-a-png.jpg"), MakePng(1, 1, 2, 8, {{9, 8, 7}}));
-    CDibPtr dib;
-    ASSERT_EQ(LoadPath(dib, dir.File("really-a-png.jpg")), hr::kOk);
-    EXPECT_EQ(PixelOf(*dib, 0, 0), (Bgra{7, 8, 9, 255}));
 }
 
 TEST(ImageIo, ResolutionIsStoredInPixelsPerMetre) {
