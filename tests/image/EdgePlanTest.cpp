@@ -1,5 +1,6 @@
-// Tests of the edge plan: row by row it gives every pixel the alpha that the rounding step gives
-// the whole image, whatever the size, the settings and the source's own alpha.
+// Tests of the edge plan: row by row it gives every pixel the alpha that rounding and fading the
+// whole image give it (RoundWhole, the reference), whatever the size, the settings and the
+// source's own alpha.
 #include "image/EdgePlan.h"
 
 #include <gtest/gtest.h>

@@ -195,16 +195,11 @@ TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
         CPreviewSource built;
         ASSERT_EQ(built.Build(*source), 0u);
         EXPECT_EQ(built.ColourProfile(), profile);
-        // From rows, as a streamed conversion hands them over.
+        // From rows, as a streamed conversion hands them over with the file's profile.
+        std::vector<u8> png;
+        ASSERT_EQ(EncodePng(*source, true, png), 0u);
         CPreviewSource streamed;
-        streamed.Begin(Size{700, 500}, 1, Size{700, 500}, 4);
-        streamed.TakeColourProfile(profile);
-        for (i32 y = 0; y < 500; ++y) {
-            std::vector<u8> row(source->PixelAt(0, y), source->PixelAt(0, y) + 700 * 4);
-            for (size_t i = 0; i < row.size(); i += 4)
-                std::swap(row[i], row[i + 2]);
-            streamed.Row(row.data());
-        }
+        ASSERT_EQ(ReadRows(png.data(), png.size(), {}, streamed), 0u);
         ASSERT_EQ(streamed.End(), 0u);
         for (const CPreviewSource* preview : {&built, &streamed}) {
             CDibPtr whole;

@@ -1,4 +1,4 @@
-// Tests of rounded corners: the corner mask, the four mirrored corners, the edge cases, the step.
+// Tests of rounded corners: the corner mask, the four mirrored corners, the edge cases, lengths.
 #include "image/Round.h"
 
 #include <cstring>

@@ -44,7 +44,10 @@ TEST(ShrinkTest, MulDivRoundsToNearest) {
     EXPECT_EQ(MulDiv(INT_MAX, 2, 1), -1);
 }
 
-TEST(ShrinkTest, FitsKeepingAspectNeverEnlargingAndRefusesWhatCannotWork) {
+// The fitted size keeps the aspect, never enlarges and refuses what cannot work; any size of at
+// least one pixel each way works: a thin image keeps one pixel across, and shrinks by factors of
+// hundreds keep the colour and the alpha of the source.
+TEST(ShrinkTest, FitsKeepingAspectNeverEnlargingAndTinySizesWork) {
     const struct {
         ShrinkSettings shrink;
         Size image;
@@ -60,54 +63,40 @@ TEST(ShrinkTest, FitsKeepingAspectNeverEnlargingAndRefusesWhatCannotWork) {
         {Custom(5000, 5000), {800, 600}, 0, {800, 600}},
         {{}, {800, 600}, 0, {800, 600}},
         {ShrinkSettings{2, 400, 400, 1, 1}, {800, 600}, 0, {400, 300}},
+        {Custom(1, 1000), {298, 372}, 0, {1, 1}},
+        {Custom(100, 100), {5000, 3}, 0, {100, 1}},
+        {Custom(1, 3), {1, 7}, 0, {1, 3}},
+        {Custom(1, 1000), {2560, 1600}, 0, {1, 1}},
+        {Custom(2, 1000), {2560, 1600}, 0, {2, 1}},
+        {Custom(3, 1000), {2560, 1600}, 0, {3, 2}},
+        {Custom(5, 1000), {2560, 1600}, 0, {5, 3}},
+        {Custom(1, 1), {20000, 2}, 0, {1, 1}},
+        {Custom(10, 2), {3, 30000}, 0, {1, 2}},
+        {Custom(30, 30), {7680, 30}, 0, {30, 1}}, // a factor of 256, two levels darker in one pass
         {Custom(0, 0), {10, 10}, strid::kShrinkSizeNotPositive, {}},
         {Custom(100, 0), {50, 50}, strid::kShrinkSizeNotPositive, {}},
         {ShrinkSettings{2, 0, 400, 1000, 1000}, {50, 500}, strid::kShrinkSizeNotPositive, {}},
         {ShrinkSettings{.shrinkType = 7}, {10, 10}, strid::kUnknownShrinkType, {}},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.image.cx) + "x" + std::to_string(c.image.cy) + " type " +
+                     std::to_string(c.shrink.shrinkType));
         Size fitted{-1, -1};
-        EXPECT_EQ(FittedSize(c.shrink, c.image, fitted), c.error)
-            << c.image.cx << "x" << c.image.cy << " type " << c.shrink.shrinkType;
-        if (c.error == 0) {
-            EXPECT_EQ((std::pair{fitted.cx, fitted.cy}), (std::pair{c.fitted.cx, c.fitted.cy}))
-                << c.image.cx << "x" << c.image.cy;
-        }
-    }
-
-    // An image that keeps its size passes through the whole-image shrink as the same object.
-    CDibPtr image = MakeImage(30, 20, 255);
-    WholeFailure failure;
-    EXPECT_EQ(ShrinkWhole(image, Custom(30, 20), failure).get(), image.get());
-}
-
-// Any fitted size of at least one pixel each way works: a thin image keeps one pixel across, and
-// shrinks by factors of hundreds keep the colour and the alpha of the source.
-TEST(ShrinkTest, TinySizesWork) {
-    struct Case {
-        i32 width, height, boxWidth, boxHeight, expectWidth, expectHeight;
-    };
-    const Case cases[] = {
-        {298, 372, 1, 1000, 1, 1},   {5000, 3, 100, 100, 100, 1}, {1, 7, 1, 3, 1, 3},
-        {2560, 1600, 1, 1000, 1, 1}, {2560, 1600, 2, 1000, 2, 1}, {2560, 1600, 3, 1000, 3, 2},
-        {2560, 1600, 5, 1000, 5, 3}, {20000, 2, 1, 1, 1, 1},      {3, 30000, 10, 2, 1, 2},
-        {7680, 30, 30, 30, 30, 1}, // a factor of 256, two levels darker in one pass
-    };
-    for (const Case& c : cases) {
+        EXPECT_EQ(FittedSize(c.shrink, c.image, fitted), c.error);
+        if (c.error != 0)
+            continue;
+        EXPECT_EQ((std::pair{fitted.cx, fitted.cy}), (std::pair{c.fitted.cx, c.fitted.cy}));
         for (u8 alpha : {u8{255}, u8{128}}) {
-            SCOPED_TRACE(std::to_string(c.width) + "x" + std::to_string(c.height) + " into " +
-                         std::to_string(c.boxWidth) + "x" + std::to_string(c.boxHeight) +
-                         " alpha " + std::to_string(alpha));
             WholeFailure failure;
-            const CDibPtr result = ShrinkWhole(MakeImage(c.width, c.height, alpha),
-                                               Custom(c.boxWidth, c.boxHeight), failure);
+            const CDibPtr result =
+                ShrinkWhole(MakeImage(c.image.cx, c.image.cy, alpha), c.shrink, failure);
             ASSERT_TRUE(result);
-            EXPECT_EQ(result->Width(), c.expectWidth);
-            EXPECT_EQ(result->Height(), c.expectHeight);
-            for (i32 y = 0; y < c.expectHeight; ++y) {
-                for (i32 x = 0; x < c.expectWidth; ++x) {
-                    // The resampler's fixed-point weights may round a level either way, no
-                    // more, however large the factor.
+            ASSERT_EQ((std::pair{result->Width(), result->Height()}),
+                      (std::pair{fitted.cx, fitted.cy}));
+            // The resampler's fixed-point weights may round a level either way, no more, however
+            // large the factor.
+            for (i32 y = 0; y < fitted.cy; ++y) {
+                for (i32 x = 0; x < fitted.cx; ++x) {
                     const u8* p = result->PixelAt(x, y);
                     ASSERT_NEAR(p[0], 40, 1);
                     ASSERT_NEAR(p[1], 80, 1);
@@ -117,4 +106,9 @@ TEST(ShrinkTest, TinySizesWork) {
             }
         }
     }
+
+    // An image that keeps its size passes through the whole-image shrink as the same object.
+    CDibPtr image = MakeImage(30, 20, 255);
+    WholeFailure failure;
+    EXPECT_EQ(ShrinkWhole(image, Custom(30, 20), failure).get(), image.get());
 }
