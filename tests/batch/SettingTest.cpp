@@ -68,31 +68,23 @@ TEST(SettingTest, TheHistoryKeepsTheMostRecentFirstWithinItsLimit) {
     EXPECT_TRUE(none.empty());
 }
 
-// One decision for the plan, the conversion and the preview: the format and its extension, the
-// quality, and the alpha kept only where a PNG is asked to keep its background transparent.
+// One decision for the plan, the conversion and the preview: JPEG for savetype::kJpeg and PNG for
+// any other value, the quality and the background as set, and the alpha kept only where a PNG is
+// asked to keep its background transparent.
 TEST(SettingTest, TheOutputIsDecidedOnceFromTheSettings) {
-    const struct {
-        u32 saveType;
-        bool transparent;
-        OutputFormat format;
-        const wchar_t* extension;
-        bool keepAlpha;
-    } cases[] = {{savetype::kPng, false, OutputFormat::kPng, L"png", false},
-                 {savetype::kPng, true, OutputFormat::kPng, L"png", true},
-                 {savetype::kJpeg, true, OutputFormat::kJpeg, L"jpg", false},
-                 {savetype::kBmp, true, OutputFormat::kPng, L"png", true},
-                 {7, false, OutputFormat::kPng, L"png", false}};
-    for (const auto& c : cases) {
-        CSetting settings;
-        settings.saveType = c.saveType;
-        settings.jpegQuality = 37;
-        settings.round.transparent = c.transparent;
-        settings.round.backgroundColor = 0x00123456;
-        const OutputChoice output = settings.Output();
-        EXPECT_EQ(output.format, c.format) << c.saveType;
-        EXPECT_EQ(std::wstring(output.Extension()), c.extension) << c.saveType;
-        EXPECT_EQ(output.keepAlpha, c.keepAlpha) << c.saveType << " " << c.transparent;
-        EXPECT_EQ(output.jpegQuality, 37u);
-        EXPECT_EQ(output.backgroundColor, 0x00123456u);
+    CSetting settings;
+    settings.jpegQuality = 37;
+    settings.round.backgroundColor = 0x00123456;
+    for (u32 saveType : {savetype::kBmp, savetype::kPng, savetype::kJpeg, 7u}) {
+        for (bool transparent : {false, true}) {
+            settings.saveType = saveType;
+            settings.round.transparent = transparent;
+            const OutputChoice output = settings.Output();
+            const bool jpeg = saveType == savetype::kJpeg;
+            EXPECT_EQ(output, (OutputChoice{jpeg ? OutputFormat::kJpeg : OutputFormat::kPng, 37,
+                                            transparent && !jpeg, 0x00123456}))
+                << saveType << " " << transparent;
+            EXPECT_EQ(std::wstring(output.Extension()), jpeg ? L"jpg" : L"png");
+        }
     }
 }
