@@ -89,8 +89,7 @@ int ConvertInOrder(const std::vector<PlannedFile>& planned, u32 jobs, u64 memory
     for (const PlannedFile& p : planned) {
         // Nothing shows the images here: each file goes from its bytes to the output's in one
         // pass of rows, and its output waits for its turn to be written.
-        p.task->keepsImages = false;
-        p.task->deferSave = true;
+        p.task->keeps = lvx::TaskKeeps::kEncoded;
         tasks.push_back(p.task);
     }
     BatchRunOptions options;

@@ -73,8 +73,7 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     std::vector<TaskPtr> tasks;
     for (const PlannedFile& file : planned) {
         // Each file streams through one pipeline; the panes get what they need of its source.
-        file.task->keepsImages = false;
-        file.task->makesPreview = true;
+        file.task->keeps = TaskKeeps::kPreview;
         tasks.push_back(file.task);
     }
     // One worker at idle priority: the window and the previews stay quick while it converts.

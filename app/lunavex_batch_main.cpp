@@ -15,7 +15,7 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "foundation/Utf8.h"
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 #include "persist/Settings.h"
 #include "platform/RegistryFile.h"
 #include "resources/StringIds.h"

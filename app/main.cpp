@@ -21,7 +21,7 @@
 #include "foundation/Log.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 #include "platform/qt/QtChildWatch.h"
 #include "platform/qt/QtOwnParts.h"
 #include "platform/qt/QtStartGuard.h"

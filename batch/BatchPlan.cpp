@@ -91,6 +91,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         sourceAt.emplace(sourceIds.back(), i);
     }
 
+    const OutputChoice choice = settings.Output();
     std::map<FileIdentity, size_t> outputOf;
     std::vector<PlannedFile> planned;
     planned.reserve(sources.size());
@@ -119,8 +120,7 @@ std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
         task->SetRound(settings.round);
         task->SetMaxPixels(settings.maxPixels);
         task->limits.maxMemoryMb = settings.maxMemoryMb;
-        if (Failed(task->PrepareEncoder(settings.saveType, settings.jpegQuality)))
-            throw my::CException(strid::kNoEncoderLibrary);
+        task->SetOutput(choice);
         planned.push_back({task, identity.exists});
     }
     // A source may carry any name, one of a leftover temporary file's included.

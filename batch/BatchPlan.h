@@ -20,8 +20,9 @@ struct PlannedFile {
     bool outputExists = false; // a file (not a folder) is at the output path now
 };
 
-// Makes one task for each source, in order, with copies of the shrink and round settings, a
-// prepared encoder, `client` and the output folder as the plan saw it (which the save checks).
+// Makes one task for each source, in order, with copies of the shrink and round settings, the
+// output that the settings choose (CSetting::Output), `client` and the output folder as the plan
+// saw it (which the save checks).
 // Reads the file system and changes nothing; the sources are kept from the sweeps of leftovers.
 // Throws my::CException, naming the files, with the strid:: id of the first of:
 //   kFileNotFound         a source that is not an existing file (a folder, a missing file);
@@ -38,8 +39,7 @@ struct PlannedFile {
 //   kFolderAtOutput       a folder standing at an output path;
 //   kFileAtOutputFolder   a file standing where the output folder must be;
 //   kOutputFolderIsLink   a link among the output folders below the source's folder (the output
-//                         would not lie in the source's folder, or not where the plan saw it);
-//   kNoEncoderLibrary     no encoder for the save type.
+//                         would not lie in the source's folder, or not where the plan saw it).
 std::vector<PlannedFile> PlanBatch(const std::vector<std::wstring>& sources,
                                    const CSetting& settings, CLunavexTaskClient* client);
 

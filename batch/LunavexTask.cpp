@@ -1,4 +1,4 @@
-// One file's road: folder, load, shrink, round and blur, background, save.
+// One file's road: folder, the streamed conversion, save or keep.
 #include "batch/LunavexTask.h"
 
 #include <new>
@@ -11,12 +11,6 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "foundation/Win32Error.h"
-#include "image/Background.h"
-#include "image/EncoderSetup.h"
-#include "image/ImageIo.h"
-#include "image/ImageSaver.h"
-#include "image/OutputAlpha.h"
-#include "image/StreamConvert.h"
 #include "resources/StringIds.h"
 
 namespace lvx {
@@ -60,34 +54,24 @@ void CLunavexTask::SetOutputPlace(const std::wstring& base, const std::vector<st
 }
 
 void CLunavexTask::SetShrink(const ShrinkSettings& settings) {
-    shrinkStep.SetSettings(settings);
+    shrink_ = settings;
 }
 
 void CLunavexTask::SetRound(const RoundSettings& settings) {
-    roundStep.SetSettings(settings);
+    round_ = settings;
+}
+
+void CLunavexTask::SetOutput(const OutputChoice& choice) {
+    output_ = choice;
 }
 
 void CLunavexTask::SetMaxPixels(u32 maxPixels) {
     limits.maxPixels = maxPixels;
 }
 
-HResult CLunavexTask::PrepareBmpEncoder() {
-    return PrepareEncoder(savetype::kBmp, 0);
-}
-HResult CLunavexTask::PrepareJpegEncoder(u32 quality) {
-    return PrepareEncoder(savetype::kJpeg, quality);
-}
-HResult CLunavexTask::PreparePngEncoder() {
-    return PrepareEncoder(savetype::kPng, 0);
-}
-
-HResult CLunavexTask::PrepareEncoder(u32 saveType, u32 jpegQuality) {
-    return ::PrepareEncoder(saveType, jpegQuality, saver, keepsAlpha);
-}
-
 void CLunavexTask::Run() {
-    // Memory that runs out where no step caught it fails the file with the code's own text, as a
-    // step's failure would, so that a batch may try the file again alone.
+    // Memory that runs out where the conversion did not catch it fails the file with the code's
+    // own text, as a failed load would, so that a batch may try the file again alone.
     try {
         Convert();
     } catch (const std::bad_alloc&) {
@@ -96,93 +80,67 @@ void CLunavexTask::Run() {
         Fail(strid::kLoadFailed, hr::kOutOfMemory, inputPath);
     }
     // The folder stays open only for a save still to come.
-    if (!deferSave || errorId != 0)
+    if (keeps != TaskKeeps::kEncoded || errorId != 0)
         outputDir_.Close();
     if (client)
         client->OnTaskFinished(shared_from_this());
 }
 
 void CLunavexTask::Convert() {
-    if (!saver) {
-        Fail(strid::kNoSaveFormat, 0);
-        return;
-    }
     if (!OpenOutputFolder())
         return;
-    if (!keepsImages && ConvertStreamed())
-        return;
-    CDibPtr image;
-    Size declared;
-    CDecodeCost cost;
-    HResult code = LoadImageFile(image, inputPath, this, limits, &declared, &cost);
-    if (Failed(code)) {
-        FailLoad(code, declared, cost);
-        return;
-    }
-    Process(image);
-    if (errorId != 0)
-        return;
-    Save(nullptr);
-    if (errorId != 0)
-        return;
-    // Made here, on the worker, so that the window's thread only ever works at the panes' size.
-    if (makesPreview) {
-        preview.reset(new CPreviewSource);
-        if (Failed(preview->Build(*source)))
-            preview.reset();
-    }
-}
-
-bool CLunavexTask::ConvertStreamed() {
-    StreamOutput output;
-    if (!saver || !saver->StreamsRows(output))
-        return false;
-    output.keepAlpha = keepsAlpha;
-    output.reduceWhileDecoding = true;
     // The bytes that MemoryEstimate read, when it did; else read here.
     CFileBytes file = std::move(sourceBytes_);
     HResult code = file.data ? hr::kOk : ReadFileToBuffer(file, inputPath, this);
     if (Failed(code)) {
         FailLoad(code, Size{});
-        return true;
+        return;
+    }
+    StreamOptions options;
+    options.reduceWhileDecoding = true;
+    boost::shared_ptr<CPreviewSource> collected;
+    if (keeps == TaskKeeps::kPreview) {
+        collected.reset(new CPreviewSource);
+        options.sourceRows = collected.get();
     }
     std::vector<u8> bytes;
     StreamFailure failure;
-    boost::shared_ptr<CPreviewSource> collected;
-    if (makesPreview) {
-        collected.reset(new CPreviewSource);
-        output.sourceRows = collected.get();
-    }
-    code = ConvertStream(file.data.get(), file.size, limits, shrinkStep, roundStep, output, bytes,
-                         failure);
+    code = ConvertStream(file.data.get(), file.size, limits, shrink_, round_, output_, options,
+                         bytes, failure);
+    TakeOutcome(code, failure, bytes, file, collected);
+}
+
+void CLunavexTask::TakeOutcome(HResult code, const StreamFailure& failure, std::vector<u8>& bytes,
+                               const CFileBytes& file,
+                               boost::shared_ptr<CPreviewSource> collected) {
     switch (failure.stage) {
     case StreamFailure::kNone:
-        if (deferSave)
-            encoded = std::move(bytes);
-        else
-            Save(&bytes);
-        if (collected && errorId == 0) {
-            // Rows that the conversion never asked for (a shrink may leave the last ones out)
-            // are read from the file again.
-            if (Failed(collected->End()) &&
-                (Failed(ReadRows(file.data.get(), file.size, limits, *collected)) ||
-                 Failed(collected->End())))
-                collected.reset();
-            preview = collected;
-        }
         break;
     case StreamFailure::kLoad:
         FailLoad(code, failure.declared, failure.cost);
-        break;
+        return;
     case StreamFailure::kShrink:
     case StreamFailure::kRound:
         Fail(static_cast<i32>(failure.errorId), failure.code, inputPath);
-        break;
+        return;
     case StreamFailure::kSave:
         Fail(strid::kSaveFailed, code, outputFile);
-        break;
+        return;
     }
-    return true;
+    if (keeps == TaskKeeps::kEncoded)
+        encoded = std::move(bytes);
+    else
+        Save(bytes);
+    if (!collected || errorId != 0)
+        return;
+    // Rows that the conversion never asked for (a shrink may leave the last ones out) are read
+    // from the file again. Made here, on the worker, so that the window's thread only ever works
+    // at the panes' size.
+    if (Failed(collected->End()) &&
+        (Failed(ReadRows(file.data.get(), file.size, limits, *collected)) ||
+         Failed(collected->End())))
+        collected.reset();
+    preview = collected;
 }
 
 u64 CLunavexTask::MemoryEstimate() {
@@ -206,7 +164,7 @@ void CLunavexTask::ForgetOutcome() {
 void CLunavexTask::SaveEncoded() {
     if (errorId != 0 || encoded.empty())
         return;
-    Save(&encoded);
+    Save(encoded);
     std::vector<u8>().swap(encoded);
 }
 
@@ -233,26 +191,17 @@ bool CLunavexTask::OpenOutputFolder() {
     return true;
 }
 
-void CLunavexTask::Save(const std::vector<u8>* bytes) {
-    std::vector<u8> own;
-    HResult code = 0;
-    if (!bytes) {
-        code = saver->EncodeDib(*result, true, own);
-        bytes = &own;
-    }
-    if (Succeeded(code) && !outputDir_.Valid() && !OpenOutputFolder())
+void CLunavexTask::Save(const std::vector<u8>& bytes) {
+    if (!outputDir_.Valid() && !OpenOutputFolder())
         return;
-    if (Succeeded(code)) {
-        // Written into the folder the conversion opened, whatever its path leads to meanwhile;
-        // a link standing under the output's name is replaced, never written through.
-        AtomicWriteOptions options;
-        options.replaceExisting = replaceExisting;
-        options.beforeReplace = beforeReplace;
-        const std::string name =
-            ToFileSystemPath(outputFile.substr(AfterLastSeparator(outputFile)));
-        code = ResultFromWin32(WriteFileAtomicallyAt(outputDir_.Get(), outputFolder, name,
-                                                     bytes->data(), bytes->size(), options));
-    }
+    // Written into the folder the conversion opened, whatever its path leads to meanwhile; a link
+    // standing under the output's name is replaced, never written through.
+    AtomicWriteOptions options;
+    options.replaceExisting = replaceExisting;
+    options.beforeReplace = beforeReplace;
+    const std::string name = ToFileSystemPath(outputFile.substr(AfterLastSeparator(outputFile)));
+    const HResult code = ResultFromWin32(WriteFileAtomicallyAt(
+        outputDir_.Get(), outputFolder, name, bytes.data(), bytes.size(), options));
     outputDir_.Close();
     if (code == ResultFromWin32(win32::kFileExists)) {
         errorId = strid::kOutputAppeared;
@@ -263,39 +212,8 @@ void CLunavexTask::Save(const std::vector<u8>* bytes) {
         Fail(strid::kSaveFailed, code, outputFile);
 }
 
-void CLunavexTask::Process(CDibPtr image) {
-    source = image;
-    shrinkStep.source = image;
-    shrinkStep.Run();
-    if (shrinkStep.errorId != 0) {
-        Fail(static_cast<i32>(shrinkStep.errorId), shrinkStep.errorCode, inputPath);
-        return;
-    }
-    result = shrinkStep.result;
-    roundStep.source = shrinkStep.result;
-    roundStep.Run();
-    if (roundStep.errorId != 0) {
-        Fail(static_cast<i32>(roundStep.errorId), roundStep.errorCode, inputPath);
-        return;
-    }
-    result = roundStep.result;
-    if (KeepsAlpha(roundStep.transparent, keepsAlpha))
-        return;
-    CDibPtr opaque;
-    HResult code = FillBackground(opaque, *result, roundStep.backgroundColor);
-    result = opaque;
-    if (Failed(code))
-        Fail(strid::kBackgroundFailed, code);
-}
-
 void CLunavexTask::ReleaseImages() {
     sourceBytes_ = CFileBytes();
-    source.reset();
-    result.reset();
-    shrinkStep.source.reset();
-    shrinkStep.result.reset();
-    roundStep.source.reset();
-    roundStep.result.reset();
 }
 
 void CLunavexTask::FailLoad(HResult code, const Size& declared, const CDecodeCost& cost) {
@@ -359,7 +277,7 @@ void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSe
         throw my::CException(strid::kBadFilePath, sourcePath);
     std::wstring result = sourcePath.substr(0, AfterLastSeparator(sourcePath));
     AppendPath(result, subFolder);
-    AppendPath(result, stem + L"." + settings.ExtensionOfSaveType());
+    AppendPath(result, stem + L"." + settings.Output().Extension());
     out = result;
 }
 

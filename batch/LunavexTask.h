@@ -13,15 +13,13 @@
 #include "foundation/FolderChain.h"
 #include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
-#include "image/Dib.h"
 #include "image/ImageIo.h"
+#include "image/OutputChoice.h"
 #include "image/PreviewSource.h"
-#include "image/RoundStep.h"
-#include "image/ShrinkStep.h"
+#include "image/RoundSettings.h"
+#include "image/ShrinkSettings.h"
+#include "image/StreamConvert.h"
 
-namespace Gdiplus {
-class CImageSaver;
-}
 class CSetting;
 
 namespace lvx {
@@ -37,9 +35,23 @@ protected:
     ~CLunavexTaskClient() = default;
 };
 
-// Made and set up on the main thread (Init, SetShrink, SetRound, one Prepare...Encoder), run once
-// by the worker (Run) or by the preview (Process), and only read afterwards. Works on copies of
-// the settings; never reads the global settings while it runs. Not copyable.
+// What a task keeps once its file is converted, chosen by the caller before it runs.
+enum class TaskKeeps {
+    // Nothing: the output is written at once.
+    kNothing,
+    // The output is written at once, and `preview` holds what the window's panes need of the
+    // source, taken from the rows as the conversion reads them. It outlives ReleaseImages.
+    kPreview,
+    // The output is not written: `encoded` holds its bytes until SaveEncoded writes them, for a
+    // caller that writes the files of several tasks in their order.
+    kEncoded,
+};
+
+// Made and set up on the main thread (Init, SetShrink, SetRound, SetOutput, `keeps`), run once by
+// the worker (Run), and only read afterwards. The file goes from its bytes to the output's in one
+// pass of rows (ConvertStream, image/StreamConvert.h): no whole image is held, and a large JPEG is
+// decoded at a reduced size when the shrink allows it. Works on copies of the settings; never
+// reads the global settings while it runs. Not copyable.
 class CLunavexTask : public CCanTerminate, public boost::enable_shared_from_this<CLunavexTask> {
 public:
     CLunavexTask() = default;
@@ -50,6 +62,9 @@ public:
               CLunavexTaskClient* client);
     void SetShrink(const ShrinkSettings& settings);
     void SetRound(const RoundSettings& settings);
+    // What the output is: CSetting::Output() (batch/Setting.h). A PNG over white by default.
+    void SetOutput(const OutputChoice& choice);
+    const OutputChoice& output() const { return output_; }
     // The largest source, in pixels, that the load accepts; a larger one fails before decoding.
     void SetMaxPixels(u32 maxPixels);
     // Where the plan saw the output folder: the source's folder (empty for the working folder),
@@ -59,32 +74,20 @@ public:
     void SetOutputPlace(const std::wstring& base, const std::vector<std::wstring>& names,
                         const std::vector<FolderId>& seen);
 
-    HResult PrepareBmpEncoder();
-    HResult PrepareJpegEncoder(u32 quality);
-    HResult PreparePngEncoder();
-    // The encoder of a save type: 0 BMP, 2 JPEG with the quality, any other PNG.
-    HResult PrepareEncoder(u32 saveType, u32 jpegQuality);
-
     // Convert, then hand the task to the client (also on failure). Worker thread.
     void Run();
-    // Folder, load, Process, save. Stops at the first failure.
-    void Convert();
-    // The file converted in one pass of rows from the source's bytes to the output's, for a task
-    // that keeps no images; false (nothing done) when the encoder takes no rows.
-    bool ConvertStreamed();
-    // Shrink, round and blur, background fill: everything that happens in memory.
-    void Process(CDibPtr image);
 
     // What converting the file will hold in memory, as far as its header tells: the file's bytes
     // and the decoder's cost (image/DecodeCost.h). 0 when the file cannot be read; nothing is
-    // decoded. The bytes read stay for the streamed conversion, which then reads no more. The
-    // thread that runs the task, before Run.
+    // decoded. The bytes read stay for the conversion, which then reads no more. The thread that
+    // runs the task, before Run.
     u64 MemoryEstimate();
-    // Forgets the outcome of a run (failure, kept output), so that Run can be called once more.
+    // Forgets the outcome of a run (failure, kept output, preview), so that Run can be called
+    // once more.
     void ForgetOutcome();
 
-    // Lets go of every image the task and its steps hold, and of the bytes of its file, so that a
-    // long batch keeps no more than the file in work in memory. The ids and texts stay.
+    // Lets go of the bytes of its file, so that a long batch keeps no more than the file in work
+    // in memory. The ids, texts, `preview` and `encoded` stay.
     void ReleaseImages();
 
     void Fail(i32 id, HResult code);
@@ -94,50 +97,46 @@ public:
     std::wstring errorText;
     // The result code of the failure, where one caused it (0x8007000E when memory ran out).
     HResult errorCode = 0;
-    CDibPtr source;
-    CDibPtr result;
     std::wstring inputPath;
     std::wstring outputFile;
     CLunavexTaskClient* client = nullptr;
-    CShrinkStep shrinkStep;
-    CRoundStep roundStep;
     std::wstring outputFolder;
-    bool keepsAlpha = false;
-    boost::shared_ptr<Gdiplus::CImageSaver> saver;
     // The user agreed that outputFile, which existed when the batch was checked, be replaced.
     // Without it the save writes only where no file stands, and one that appeared meanwhile
     // fails the task. Either way the old file stays until the new one is complete.
     bool replaceExisting = false;
     CDecodeLimits limits;
-    // A task that keeps its images holds the decoded source and the result in memory, for a
-    // caller that looks at them. Without that, a JPEG or PNG output is streamed: no whole image is
-    // held, and a large JPEG is decoded at a reduced size when the shrink allows it.
-    bool keepsImages = true;
-    // Whether the task makes `preview` once its file is written: what the window's panes need of
-    // the source, taken from the rows as the conversion reads them, and read from the file once
-    // more only where the conversion skipped rows. It outlives ReleaseImages.
-    bool makesPreview = false;
+    TaskKeeps keeps = TaskKeeps::kNothing;
+    // With TaskKeeps::kPreview, once the file is written: the panes' copy of the source, read
+    // from the file once more only where the conversion skipped rows.
     boost::shared_ptr<CPreviewSource> preview;
-    // A streamed task keeps its encoded output in `encoded` instead of writing it, for a caller
-    // that writes the files of several tasks in their order (SaveEncoded).
-    bool deferSave = false;
+    // With TaskKeeps::kEncoded: the output's bytes, until SaveEncoded.
     std::vector<u8> encoded;
     // Called once the output is written and synced, before it takes its name; false stops the
     // save there, as a crash would (for tests).
     std::function<bool()> beforeReplace;
-    // Writes what a streamed task with deferSave kept, with the failures of a save; nothing for
+    // Writes what a task with TaskKeeps::kEncoded kept, with the failures of a save; nothing for
     // a task that failed or kept nothing.
     void SaveEncoded();
 
 private:
+    // Folder, then the conversion; stops at the first failure.
+    void Convert();
+    // What the conversion gave: the bytes saved or kept, the preview finished, or the failure of
+    // its stage.
+    void TakeOutcome(HResult code, const StreamFailure& failure, std::vector<u8>& bytes,
+                     const CFileBytes& file, boost::shared_ptr<CPreviewSource> collected);
     // The failure of the load, with the size and the limit where a limit refused the file, and
     // what decoding it needs where a budget did.
     void FailLoad(HResult code, const Size& declared, const CDecodeCost& cost = {});
     // Writes the encoded output; a file that appeared at its place meanwhile fails the task.
-    void Save(const std::vector<u8>* bytes);
+    void Save(const std::vector<u8>& bytes);
     // Opens the output folder (made where missing) for the save; false with the failure set.
     bool OpenOutputFolder();
 
+    ShrinkSettings shrink_;
+    RoundSettings round_;
+    OutputChoice output_;
     std::wstring outputBase_;
     std::vector<std::wstring> outputNames_;
     std::vector<FolderId> outputSeen_;
@@ -149,9 +148,9 @@ private:
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of
-// the source and the extension of the save type. Throws my::CCtrlException (kSubFolderControl,
-// SubFolderRule.h) with the id of SubFolderProblem for a sub-folder that breaks its rule, and
-// my::CException strid::kBadFilePath for a source with no file name.
+// the source and the extension of the output that the settings choose. Throws my::CCtrlException
+// (kSubFolderControl, SubFolderRule.h) with the id of SubFolderProblem for a sub-folder that breaks
+// its rule, and my::CException strid::kBadFilePath for a source with no file name.
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings);
 
 } // namespace lvx

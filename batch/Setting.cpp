@@ -1,4 +1,4 @@
-// The settings object: defaults, the sub-folder history and the output extension.
+// The settings object: defaults, the sub-folder history and the output that they choose.
 #include "batch/Setting.h"
 
 #include <algorithm>
@@ -22,15 +22,13 @@ CSetting::CSetting() : outputPath(PicturesFolder()), subFolders(16) {
     subFolders.Add(L"round");
 }
 
-std::wstring CSetting::ExtensionOfSaveType() const {
-    switch (saveType) {
-    case savetype::kBmp:
-        return L"bmp";
-    case savetype::kJpeg:
-        return L"jpg";
-    default:
-        return L"png";
-    }
+OutputChoice CSetting::Output() const {
+    OutputChoice output;
+    output.format = saveType == savetype::kJpeg ? OutputFormat::kJpeg : OutputFormat::kPng;
+    output.jpegQuality = jpegQuality;
+    output.keepAlpha = round.transparent && !output.Jpeg();
+    output.backgroundColor = round.backgroundColor;
+    return output;
 }
 
 CSetting& TheSetting() {

@@ -1,5 +1,6 @@
 // The application's one settings object: output folder, sub-folder history, output type and
-// quality, the window record, and the shrink and round records that each conversion copies.
+// quality, the window record, and the shrink and round records that each conversion copies, with
+// the output that they choose.
 #pragma once
 
 #include <cstddef>
@@ -8,6 +9,7 @@
 
 #include "foundation/Types.h"
 #include "image/DecodeLimits.h"
+#include "image/OutputChoice.h"
 #include "image/RoundSettings.h"
 #include "image/SaveType.h"
 #include "image/ShrinkSettings.h"
@@ -55,8 +57,12 @@ class CSetting {
 public:
     CSetting();
 
-    // "bmp" for savetype::kBmp, "jpg" for savetype::kJpeg, "png" for any other value.
-    std::wstring ExtensionOfSaveType() const;
+    // What every conversion with these settings writes, decided here once: a JPEG of jpegQuality
+    // for savetype::kJpeg, a PNG for any other value (a stored BMP is read back as PNG); the alpha
+    // kept where the round settings ask for a transparent background and the format holds alpha,
+    // else the round settings' background colour. The plan takes its extension, the conversion
+    // and the preview the rest.
+    OutputChoice Output() const;
 
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
     CHistoryList subFolders; // limit 16, one entry "round"

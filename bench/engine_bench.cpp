@@ -1,5 +1,5 @@
-// Timed runs of the image engine on a 6000 x 4000 photo-like JPEG: load and save alone, and the
-// whole conversion of one file.
+// Timed runs of the whole-image road of the reference on a 6000 x 4000 photo-like JPEG: load and
+// save alone, and the conversion of one file with every image held whole.
 #include <filesystem>
 #include <string>
 
@@ -8,14 +8,10 @@
 #include <benchmark/benchmark.h>
 #include <vips/vips8>
 
-#include "image/Background.h"
-#include "image/Blur.h"
-#include "image/Codec.h"
-#include "image/ImageIo.h"
-#include "image/ImageSaver.h"
-#include "image/Round.h"
-#include "image/SaveType.h"
-#include "image/ShrinkStep.h"
+#include "foundation/FileIo.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeConversion.h"
+#include "image/reference/WholeEncoders.h"
 #include "tools/Scene.h"
 
 namespace {
@@ -62,27 +58,25 @@ void ReportPeakMemory(benchmark::State& state) {
     state.counters["peak_rss_MiB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
 }
 
-bool PrepareJpeg(Gdiplus::CImageSaver& saver) {
-    return Succeeded(saver.SelectEncoder(L"image/jpeg")) &&
-           saver.params.AddLongParam(Gdiplus::EncoderQuality,
-                                     Gdiplus::EncoderParameterValueTypeLong,
-                                     kDefaultJpegQuality) >= 0;
+// JPEG at the default quality.
+const OutputChoice kJpeg{.format = OutputFormat::kJpeg};
+
+// Encodes the image as kJpeg and writes it to the output; false when either fails.
+bool SaveJpeg(const CDib& image, const CBenchInput& input) {
+    std::vector<u8> bytes;
+    return Succeeded(EncodeWhole(image, kJpeg, bytes)) &&
+           WriteFileAtomically(input.Output(), bytes.data(), bytes.size()) == 0;
 }
 
 void BM_LoadAndSaveJpeg(benchmark::State& state) {
     const CBenchInput& input = Input();
-    Gdiplus::CImageSaver saver;
-    if (!PrepareJpeg(saver)) {
-        state.SkipWithError("no JPEG encoder");
-        return;
-    }
     for (auto _ : state) {
         CDibPtr image;
         if (Failed(LoadImageFile(image, input.Source()))) {
             state.SkipWithError("load failed");
             return;
         }
-        if (Failed(saver.SaveDib(*image, true, input.Output()))) {
+        if (!SaveJpeg(*image, input)) {
             state.SkipWithError("save failed");
             return;
         }
@@ -107,28 +101,18 @@ void BM_LoadOnly(benchmark::State& state) {
 // JPEG at the default quality.
 void BM_ConvertOneFile(benchmark::State& state) {
     const CBenchInput& input = Input();
-    Gdiplus::CImageSaver saver;
-    if (!PrepareJpeg(saver)) {
-        state.SkipWithError("no JPEG encoder");
-        return;
-    }
+    const ShrinkSettings shrink{
+        .shrinkType = shrinktype::kCustom, .customWidth = 1280, .customHeight = 1280};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 100, 0},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 10, 0}};
     for (auto _ : state) {
-        CShrinkStep shrink;
-        if (Failed(LoadImageFile(shrink.source, input.Source()))) {
+        CDibPtr image;
+        if (Failed(LoadImageFile(image, input.Source()))) {
             state.SkipWithError("load failed");
             return;
         }
-        shrink.shrinkType = shrinktype::kCustom;
-        shrink.customWidth = 1280;
-        shrink.customHeight = 1280;
-        shrink.Run();
-        CDibPtr rounded, blurred, filled;
-        if (!shrink.result ||
-            Failed(RoundImage(rounded, *shrink.result, true, true, true, true, 10.0, 10.0)) ||
-            Failed(BlurImage(blurred, *rounded, true, true, true, true, 1.0, true, true, true, true,
-                             10.0, 10.0)) ||
-            Failed(FillBackground(filled, *blurred, 0xFFFFFF)) ||
-            Failed(saver.SaveDib(*filled, true, input.Output()))) {
+        const CDibPtr result = ConvertWhole(image, shrink, round, kJpeg);
+        if (!result || !SaveJpeg(*result, input)) {
             state.SkipWithError("a step failed");
             return;
         }

@@ -282,14 +282,3 @@ HResult BlurEdges(CDib& image, bool topLeft, bool bottomLeft, bool bottomRight, 
              CornerFlags{}, outer, rx, ry, width);
     return hr::kOk;
 }
-
-HResult BlurImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
-                  bool bottomRight, bool topRight, double width, bool left, bool top, bool right,
-                  bool bottom, double radiusX, double radiusY) {
-    const HResult copied = CopyDib32(result, source);
-    if (Failed(copied)) {
-        return copied;
-    }
-    return BlurEdges(*result, topLeft, bottomLeft, bottomRight, topRight, left, top, right, bottom,
-                     radiusX, radiusY, width);
-}

@@ -15,12 +15,6 @@
 // Entry i: FadeValue(i, width), the share of full alpha i pixels in from the edge.
 using FadeTable = std::vector<double>;
 
-// Copies `source` into a new image in `result` and blurs the copy, even when no edge is chosen.
-// 0x80070057 for a source that is not 32 bits per pixel, 0x8007000E when the copy cannot be made.
-HResult BlurImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
-                  bool bottomRight, bool topRight, double width, bool left, bool top, bool right,
-                  bool bottom, double radiusX, double radiusY);
-
 // Blurs `image` in place: a first pass within the (clipped) radius, with the rounded corner
 // blocks, and a second from the radius out to the blur width, never beyond the middle.
 HResult BlurEdges(CDib& image, bool topLeft, bool bottomLeft, bool bottomRight, bool topRight,

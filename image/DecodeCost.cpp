@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "image/BmpReader.h"
-#include "image/Codec.h"
 #include "image/JpegScans.h"
 #include "image/Loaders.h"
+#include "image/VipsStart.h"
 
 namespace {
 

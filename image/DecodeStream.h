@@ -12,7 +12,7 @@
 #include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
 
-// The loaders, the limits and the codes are those of DecodeImage (image/Codec.h). The encoded
+// The loaders, the limits and the codes are those of DecodeImage (image/Decode.h). The encoded
 // bytes must outlive the stream and every pipeline made from it. Any thread, one stream each.
 class CDecodeStream {
 public:

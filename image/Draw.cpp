@@ -8,8 +8,8 @@
 
 #include <vips/vips8>
 
-#include "image/Codec.h"
 #include "image/Resample.h"
+#include "image/VipsStart.h"
 
 using vips::VError;
 using vips::VImage;

@@ -1,6 +1,6 @@
 // Drawing one image into another with resampling: the stand-in for the scaling draw of the
 // graphics library. Straight alpha in and out; the resampling works on premultiplied pixels.
-// Any thread, after EnsureVipsStarted (image/Codec.h).
+// Any thread, after EnsureVipsStarted (image/VipsStart.h).
 #pragma once
 
 #include "foundation/Types.h"

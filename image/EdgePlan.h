@@ -18,8 +18,9 @@
 class CEdgePlan {
 public:
     // Works out the plan for an image of width x height with the stored corner and edge bits
-    // (cornerbit::, edgebit::) and the radius and fade width in pixels, as the rounding step
-    // resolves them. 0x8007000E when memory runs out, 0x80070057 for a size under one pixel.
+    // (cornerbit::, edgebit::) and the radius and fade width in pixels, resolved against that size
+    // (ResolveLength, image/LengthValue.h). 0x8007000E when memory runs out, 0x80070057 for a size
+    // under one pixel.
     HResult Build(i32 width, i32 height, u32 corners, u32 edges, double radius, double fadeWidth);
 
     // Applies the plan to count pixels of row y (0 = top) from column x, 4 bytes each with the

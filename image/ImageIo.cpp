@@ -1,4 +1,4 @@
-// Reading image files and resources into memory and decoding them into a CDib.
+// Reading files whole into memory, and decoding built-in resources.
 #include "image/ImageIo.h"
 
 #include <cerrno>
@@ -10,7 +10,7 @@
 #include "foundation/FileIo.h"
 #include "foundation/Paths.h"
 #include "foundation/Win32Error.h"
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "resources/ResourceData.h"
 
 namespace {
@@ -80,25 +80,11 @@ HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path, const CTermi
     return hr::kOk;
 }
 
-HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits,
-                   Size* declared, CDecodeCost* cost) {
-    return DecodeImage(data, size, out, limits, declared, cost);
-}
-
-HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop,
-                      const CDecodeLimits& limits, Size* declared, CDecodeCost* cost) {
-    CFileBytes bytes;
-    const HResult result = ReadFileToBuffer(bytes, path, stop);
-    if (Failed(result))
-        return result;
-    return ImageToDib(bytes.data.get(), bytes.size, out, limits, declared, cost);
-}
-
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type) {
     if (!type)
         return hr::kFail;
     const auto bytes = res::FindBinaryResource(name, type);
     if (bytes.empty())
         return hr::kFail;
-    return ImageToDib(bytes.data(), bytes.size(), out);
+    return DecodeImage(bytes.data(), bytes.size(), out);
 }

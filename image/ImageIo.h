@@ -1,4 +1,4 @@
-// Loading: a file or a built-in resource read whole into memory and decoded into a CDib.
+// Reading a file whole into memory, and decoding a built-in resource into a CDib.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,6 @@
 
 #include "foundation/Terminable.h"
 #include "foundation/Types.h"
-#include "image/DecodeCost.h"
-#include "image/DecodeLimits.h"
 #include "image/Dib.h"
 
 // The whole content of a file, owned.
@@ -23,17 +21,6 @@ struct CFileBytes {
 // more (refused before reading) or when memory runs out, 0x800703E3 when stopped. Any thread.
 HResult ReadFileToBuffer(CFileBytes& out, const std::wstring& path,
                          const CTerminable* stop = nullptr);
-
-// Decodes an image held in memory into a new 32-bit image: the same pixels as drawing the decoded
-// image at its own size into a cleared buffer, with the file's resolution in the header. `out`
-// is set only on success. See DecodeImage for the codes, the limits, `declared` and `cost`.
-HResult ImageToDib(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
-                   Size* declared = nullptr, CDecodeCost* cost = nullptr);
-
-// Reads and decodes an image file; the decoder decides by content, not by the file's name.
-HResult LoadImageFile(CDibPtr& out, const std::wstring& path, const CTerminable* stop = nullptr,
-                      const CDecodeLimits& limits = {}, Size* declared = nullptr,
-                      CDecodeCost* cost = nullptr);
 
 // Decodes a built-in binary resource, e.g. (138, "IMAGE"); 0x80004005 when there is none.
 HResult LoadImageResource(CDibPtr& out, u32 name, const char* type);

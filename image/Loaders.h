@@ -1,5 +1,5 @@
 // CLoader: the libvips loaders that the program lets run, one of them opened on a buffer, and
-// what their failures mean; with the start of libvips that blocks every other loader.
+// what their failures mean.
 #pragma once
 
 #include <atomic>

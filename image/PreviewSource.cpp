@@ -11,13 +11,14 @@
 #include <vips/vips8>
 
 #include "image/Background.h"
-#include "image/Codec.h"
+#include "image/BoxRows.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
-#include "image/OutputAlpha.h"
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
+#include "image/VipsStart.h"
+#include "resources/StringIds.h"
 
 using vips::VError;
 using vips::VImage;
@@ -50,103 +51,6 @@ VImage ToTopLeft(VImage image, u32 anchor) {
     return image;
 }
 
-// A grid of `across` x `down` squares of side `scale` over an image, from (left, top), fed the
-// image's rows top to bottom and kept as the average of each square: the colours weighted by
-// their alpha, the alpha rounded. Kept turned as asked, so that a corner of the image can lie at
-// the top left. Four bands, blue, green, red, alpha.
-class BoxRows {
-public:
-    // `opaque`: every alpha is 255, and the colours are plain averages.
-    BoxRows(i32 left, i32 top, i32 across, i32 down, i32 scale, bool flipX, bool flipY, bool opaque)
-        : left_(left), top_(top), across_(across), down_(down), scale_(scale), flipX_(flipX),
-          flipY_(flipY), opaque_(opaque), sums_(static_cast<size_t>(across) * 4),
-          out_(static_cast<size_t>(across) * down * 4) {}
-
-    // Row y of the image, four bands; rows outside the grid are passed over.
-    void Add(i32 y, const u8* row) {
-        const i32 rel = y - top_;
-        if (rel < 0 || rel >= down_ * scale_)
-            return;
-        const i32 by = rel / scale_;
-        const u8* in = row + static_cast<size_t>(left_) * 4;
-        if (scale_ == 1) {
-            u8* out = OutRow(by);
-            if (!flipX_) {
-                std::memcpy(out, in, static_cast<size_t>(across_) * 4);
-            } else {
-                for (i32 b = 0; b < across_; ++b)
-                    std::memcpy(out + static_cast<size_t>(across_ - 1 - b) * 4, in + b * 4, 4);
-            }
-            return;
-        }
-        u32* sum = sums_.data();
-        if (opaque_) {
-            for (i32 b = 0; b < across_; ++b, sum += 4) {
-                for (i32 d = 0; d < scale_; ++d, in += 4) {
-                    sum[0] += in[0];
-                    sum[1] += in[1];
-                    sum[2] += in[2];
-                }
-            }
-        } else {
-            for (i32 b = 0; b < across_; ++b, sum += 4) {
-                for (i32 d = 0; d < scale_; ++d, in += 4) {
-                    const u32 alpha = in[3];
-                    sum[0] += in[0] * alpha;
-                    sum[1] += in[1] * alpha;
-                    sum[2] += in[2] * alpha;
-                    sum[3] += alpha;
-                }
-            }
-        }
-        if (rel % scale_ == scale_ - 1)
-            Emit(by);
-    }
-
-    i32 Width() const { return across_; }
-    i32 Height() const { return down_; }
-    const u8* Row(i32 y) const { return out_.data() + static_cast<size_t>(y) * across_ * 4; }
-
-    VImage Image() const {
-        VipsImage* image = vips_image_new_from_memory_copy(out_.data(), out_.size(), across_, down_,
-                                                           4, VIPS_FORMAT_UCHAR);
-        if (!image)
-            throw VError();
-        return VImage(image);
-    }
-
-private:
-    u8* OutRow(i32 by) {
-        return out_.data() + static_cast<size_t>(flipY_ ? down_ - 1 - by : by) * across_ * 4;
-    }
-
-    void Emit(i32 by) {
-        const u32 count = static_cast<u32>(scale_) * static_cast<u32>(scale_);
-        u8* out = OutRow(by);
-        u32* sum = sums_.data();
-        for (i32 b = 0; b < across_; ++b, sum += 4) {
-            u8* pixel = out + static_cast<size_t>(flipX_ ? across_ - 1 - b : b) * 4;
-            if (opaque_) {
-                for (int c = 0; c < 3; ++c)
-                    pixel[c] = static_cast<u8>((sum[c] + count / 2) / count);
-                pixel[3] = 255;
-                sum[0] = sum[1] = sum[2] = 0;
-                continue;
-            }
-            const u32 alpha = sum[3];
-            for (int c = 0; c < 3; ++c)
-                pixel[c] = static_cast<u8>(alpha ? (sum[c] + alpha / 2) / alpha : 0);
-            pixel[3] = static_cast<u8>((alpha + count / 2) / count);
-            sum[0] = sum[1] = sum[2] = sum[3] = 0;
-        }
-    }
-
-    i32 left_, top_, across_, down_, scale_;
-    bool flipX_, flipY_, opaque_;
-    std::vector<u32> sums_;
-    std::vector<u8> out_;
-};
-
 // The pixels of a four-band image as a new bottom-up CDib, computed on the calling thread; null
 // when memory runs out.
 CDibPtr ToDib(const VImage& image) {
@@ -161,16 +65,16 @@ CDibPtr ToDib(const VImage& image) {
 
 // The plan's alpha on each row of `image`, which is the part of a result of `size` whose top left
 // pixel lies at (x0, y0), then the background unless the alpha is kept.
-u32 Finish(CDibPtr& image, const CEdgePlan& plan, i32 x0, i32 y0, const CRoundStep& round,
-           bool keepAlpha, CDibPtr& out) {
+u32 Finish(CDibPtr& image, const CEdgePlan& plan, i32 x0, i32 y0, const OutputChoice& output,
+           CDibPtr& out) {
     for (i32 y = 0; y < image->Height(); ++y)
         plan.Apply(y0 + y, x0, image->Width(), image->PixelAt(0, y));
-    if (KeepsAlpha(round.transparent, keepAlpha)) {
+    if (output.keepAlpha) {
         out = image;
         return 0;
     }
     CDibPtr filled;
-    if (Failed(FillBackground(filled, *image, round.backgroundColor)))
+    if (Failed(FillBackground(filled, *image, output.backgroundColor)))
         return strid::kRoundFailed;
     out = filled;
     return 0;
@@ -233,9 +137,9 @@ struct CPreviewSource::Impl {
         bool failed = false;
         std::vector<u8> row; // the row in hand as blue, green, red, alpha
         // Per corner scale, the four corners in anchor order.
-        std::vector<std::vector<BoxRows>> cornerLevels;
+        std::vector<std::vector<CBoxRows>> cornerLevels;
         std::vector<i32> cornerScales;
-        std::unique_ptr<BoxRows> firstWhole;
+        std::unique_ptr<CBoxRows> firstWhole;
         i32 firstWholeScale = 1;
     };
     Size size;
@@ -294,7 +198,7 @@ void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
             const i32 side = kCornerSide * scale;
             const bool fits = rows.cx / scale <= kCornerSide && rows.cy / scale <= kCornerSide;
             if (!fits && 2 * side <= rows.cx && 2 * side <= rows.cy) {
-                std::vector<BoxRows> corners;
+                std::vector<CBoxRows> corners;
                 for (u32 anchor : kCornerAnchors)
                     corners.emplace_back(FromRight(anchor) ? rows.cx - side : 0,
                                          FromBottom(anchor) ? rows.cy - side : 0, kCornerSide,
@@ -304,9 +208,9 @@ void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
                 b.cornerScales.push_back(scale);
                 continue;
             }
-            b.firstWhole = std::make_unique<BoxRows>(0, 0, std::max(1, rows.cx / scale),
-                                                     std::max(1, rows.cy / scale), scale, false,
-                                                     false, bands == 3);
+            b.firstWhole = std::make_unique<CBoxRows>(0, 0, std::max(1, rows.cx / scale),
+                                                      std::max(1, rows.cy / scale), scale, false,
+                                                      false, bands == 3);
             b.firstWholeScale = scale;
             break;
         }
@@ -338,7 +242,7 @@ void CPreviewSource::TakeRow(const u8* bgra, u8 leastAlpha) {
     b->leastAlpha = std::min(b->leastAlpha, leastAlpha);
     const i32 y = b->nextRow++;
     for (auto& corners : b->cornerLevels)
-        for (BoxRows& corner : corners)
+        for (CBoxRows& corner : corners)
             corner.Add(y, bgra);
     b->firstWhole->Add(y, bgra);
 }
@@ -371,7 +275,7 @@ HResult CPreviewSource::End() {
         b->cornerLevels.clear();
         // The whole image at the first whole scale and at every further half, each made from
         // the one before, until it fits in a corner's room or a side would vanish.
-        std::unique_ptr<BoxRows> current = std::move(b->firstWhole);
+        std::unique_ptr<CBoxRows> current = std::move(b->firstWhole);
         for (i32 scale = b->firstWholeScale;; scale *= 2) {
             Impl::Level level;
             level.scale = scale * b->reduction;
@@ -384,8 +288,8 @@ HResult CPreviewSource::End() {
             if ((current->Width() <= kCornerSide && current->Height() <= kCornerSide) ||
                 current->Width() < 2 || current->Height() < 2)
                 break;
-            auto half = std::make_unique<BoxRows>(0, 0, current->Width() / 2, current->Height() / 2,
-                                                  2, false, false, impl_->opaque);
+            auto half = std::make_unique<CBoxRows>(
+                0, 0, current->Width() / 2, current->Height() / 2, 2, false, false, impl_->opaque);
             for (i32 y = 0; y < current->Height(); ++y)
                 half->Add(y, current->Row(y));
             current = std::move(half);
@@ -407,14 +311,10 @@ Size CPreviewSource::SourceSize() const {
     return impl_->size;
 }
 
-u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha,
+u32 CPreviewSource::RenderWhole(const RoundSettings& round, const OutputChoice& output, Size fitted,
                                 Size size, CDibPtr& out) const {
     out.reset();
-    Size fitted;
-    const u32 error = shrink.FittedSize(impl_->size.cx, impl_->size.cy, fitted);
-    if (error != 0)
-        return error;
-    if (impl_->levels.empty() || size.cx <= 0 || size.cy <= 0)
+    if (impl_->levels.empty() || size.cx <= 0 || size.cy <= 0 || fitted.cx <= 0 || fitted.cy <= 0)
         return 0;
     try {
         // The whole copy does not depend on the shrink: only the size shown is the key.
@@ -436,7 +336,7 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
                               ResolveLength(round.radius, fitted.cx, fitted.cy) * scale,
                               ResolveLength(round.blurWidth, fitted.cx, fitted.cy) * scale)))
             return strid::kRoundFailed;
-        return Finish(image, plan, 0, 0, round, keepAlpha, out);
+        return Finish(image, plan, 0, 0, output, out);
     } catch (const VError&) {
         vips_error_clear();
         return strid::kRoundFailed;
@@ -445,13 +345,9 @@ u32 CPreviewSource::RenderWhole(const CShrinkStep& shrink, const CRoundStep& rou
     }
 }
 
-u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha,
-                                 u32 anchor, Size size, CDibPtr& out) const {
+u32 CPreviewSource::RenderCorner(const RoundSettings& round, const OutputChoice& output,
+                                 Size fitted, u32 anchor, Size size, CDibPtr& out) const {
     out.reset();
-    Size fitted;
-    const u32 error = shrink.FittedSize(impl_->size.cx, impl_->size.cy, fitted);
-    if (error != 0)
-        return error;
     if (impl_->levels.empty() || anchor < paneanchor::kTopLeft || anchor > paneanchor::kTopRight)
         return 0;
     const i32 w = std::min(size.cx, fitted.cx);
@@ -501,7 +397,7 @@ u32 CPreviewSource::RenderCorner(const CShrinkStep& shrink, const CRoundStep& ro
                               ResolveLength(round.blurWidth, fitted.cx, fitted.cy))))
             return strid::kRoundFailed;
         return Finish(image, plan, FromRight(anchor) ? fitted.cx - w : 0,
-                      FromBottom(anchor) ? fitted.cy - h : 0, round, keepAlpha, out);
+                      FromBottom(anchor) ? fitted.cy - h : 0, output, out);
     } catch (const VError&) {
         vips_error_clear();
         return strid::kRoundFailed;

@@ -8,10 +8,10 @@
 
 #include "foundation/Types.h"
 #include "image/Dib.h"
+#include "image/OutputChoice.h"
 #include "image/PaneAnchor.h"
-#include "image/RoundStep.h"
+#include "image/RoundSettings.h"
 #include "image/RowSink.h"
-#include "image/ShrinkStep.h"
 
 // Built once from a decoded source: a copy reduced for the whole pane, and the corners of the
 // source at falling scales (the source's own, a half, a quarter, ...), each corner kCornerSide
@@ -48,19 +48,22 @@ public:
     // The profile of the source's colour space, empty for sRGB. The rendered images carry it.
     const std::vector<u8>& ColourProfile() const { return profile_; }
 
+    // The result is the source shrunk to `fitted` (FittedSize of the shrink, image/Shrink.h, which
+    // the caller works out once for both panes), with the corners and edges of `round` and the
+    // alpha and background of `output`.
+
     // The whole result, fitted to `size` (the caller fits the result's shape into the pane), in
-    // `out`. The corners and the fade are those of the full-size result, scaled with it. The ids
-    // of failure are those of the steps: strid::kShrinkSizeNotPositive and
-    // strid::kUnknownShrinkType for the shrink, strid::kRoundFailed for the rounding; 0 with a code
-    // when the pixels could not be made.
-    u32 RenderWhole(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, Size size,
+    // `out`. The corners and the fade are those of the full-size result, scaled with it.
+    // strid::kRoundFailed when the pixels could not be made; 0 with `out` empty for a source
+    // without pixels or a size of no area.
+    u32 RenderWhole(const RoundSettings& round, const OutputChoice& output, Size fitted, Size size,
                     CDibPtr& out) const;
 
     // The corner of the result at `anchor` (one of the corners of paneanchor::, not kWhole) at
     // real size, at most `size` (the part of the result that a pane of that size shows), in
     // `out`. Failures as RenderWhole.
-    u32 RenderCorner(const CShrinkStep& shrink, const CRoundStep& round, bool keepAlpha, u32 anchor,
-                     Size size, CDibPtr& out) const;
+    u32 RenderCorner(const RoundSettings& round, const OutputChoice& output, Size fitted,
+                     u32 anchor, Size size, CDibPtr& out) const;
 
 private:
     // A row as the kept scales hold it (blue, green, red, alpha) with its least alpha.

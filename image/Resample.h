@@ -1,6 +1,6 @@
 // Resampling 8-bit pixels with libvips: the kernels of the interpolation modes, and the handling
 // of alpha that keeps hidden colours from bleeding into visible ones.
-// Any thread, after EnsureVipsStarted (image/Codec.h).
+// Any thread, after EnsureVipsStarted (image/VipsStart.h).
 #pragma once
 
 #include <vips/vips8>

@@ -49,15 +49,6 @@ HResult CopyDib32(CDibPtr& result, const CDib& source) {
     return hr::kOk;
 }
 
-HResult RoundImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
-                   bool bottomRight, bool topRight, double radiusX, double radiusY) {
-    const HResult copied = CopyDib32(result, source);
-    if (Failed(copied)) {
-        return copied;
-    }
-    return RoundCorners(*result, topLeft, bottomLeft, bottomRight, topRight, radiusX, radiusY);
-}
-
 HResult RoundCorners(CDib& image, bool topLeft, bool bottomLeft, bool bottomRight, bool topRight,
                      double radiusX, double radiusY) {
     if (!IsDib32(image)) {

@@ -15,10 +15,6 @@
 // `result` is empty.
 HResult CopyDib32(CDibPtr& result, const CDib& source);
 
-// Copies `source` into a new image in `result` and rounds the copy.
-HResult RoundImage(CDibPtr& result, const CDib& source, bool topLeft, bool bottomLeft,
-                   bool bottomRight, bool topRight, double radiusX, double radiusY);
-
 // Rounds `image` in place. Each radius is first clipped to half its own axis (integer half), so a
 // radius too large for one axis gives an elliptical corner. A radius that leaves a mask under one
 // pixel changes nothing; the mask is drawn even when no corner is chosen.

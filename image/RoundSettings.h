@@ -1,5 +1,5 @@
-// The settings record of the rounding step: background, corners, edges, radius and blur width,
-// with the bits in which the chosen corners and edges are stored and the flags they stand for.
+// The round settings: background, corners, edges, radius and blur width, with the bits in which
+// the chosen corners and edges are stored and the flags they stand for.
 // Any thread: names, constants and plain values.
 #pragma once
 
@@ -24,7 +24,8 @@ constexpr u32 kBottom = 8;
 constexpr u32 kAll = kLeft | kTop | kRight | kBottom;
 } // namespace edgebit
 
-// Copied whole into each conversion.
+// Copied whole into each conversion. The background fields are read by the output decision
+// (CSetting::Output, batch/Setting.h), which the conversion and the preview take instead.
 struct RoundSettings {
     u32 backgroundColor = 0xFFFFFF; // COLORREF 0x00BBGGRR
     bool transparent = false;

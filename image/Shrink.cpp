@@ -1,9 +1,32 @@
-// Resizing an image into a new one, and the rounding multiply-divide that sizes are worked out by.
+// The fitted size of a shrink and the rounding multiply-divide.
 #include "image/Shrink.h"
 
+#include <algorithm>
 #include <cstdlib>
 
-#include "image/Draw.h"
+#include "resources/StringIds.h"
+
+namespace {
+
+// The size of an image fitted into width x height: its own size when it fits already.
+u32 FitInto(i32 width, i32 height, Size image, Size& size) {
+    size = image;
+    // Checked first, so that an image that fits is never enlarged.
+    if (width >= image.cx && height >= image.cy)
+        return 0;
+    if (width < 1 || height < 1)
+        return strid::kShrinkSizeNotPositive;
+    size = Size{width, MulDiv(width, image.cy, image.cx)};
+    if (size.cy > height) {
+        size.cx = std::min(MulDiv(height, image.cx, image.cy), width);
+        size.cy = height;
+    }
+    size.cx = std::max(size.cx, 1);
+    size.cy = std::max(size.cy, 1);
+    return 0;
+}
+
+} // namespace
 
 i32 MulDiv(i32 number, i32 numerator, i32 denominator) {
     if (denominator == 0) {
@@ -21,32 +44,16 @@ i32 MulDiv(i32 number, i32 numerator, i32 denominator) {
     return static_cast<i32>(value);
 }
 
-HResult ResizeImage(CDibPtr& result, const Rect& dst, const CDib& source, const Rect& src) {
-    if (!IsDib32(source)) {
-        return hr::kNotEnoughMemory;
+u32 FittedSize(const ShrinkSettings& shrink, Size image, Size& fitted) {
+    switch (shrink.shrinkType) {
+    case shrinktype::kNone:
+        fitted = image;
+        return 0;
+    case shrinktype::kCustom:
+        return FitInto(shrink.customWidth, shrink.customHeight, image, fitted);
+    case shrinktype::kNamed:
+        return FitInto(shrink.shrinkWidth, shrink.shrinkHeight, image, fitted);
+    default:
+        return strid::kUnknownShrinkType;
     }
-    BitmapInfoHeader header = *source.Header();
-    header.biWidth = dst.right - dst.left;
-    header.biHeight = dst.bottom - dst.top;
-    header.biBitCount = 32;
-    header.biCompression = 0;
-    header.biSizeImage = 0;
-
-    CDibPtr target(new CDib);
-    if (!target->CreateFromHeader(&header)) {
-        return hr::kNotEnoughMemory;
-    }
-    // A target of no area has no bits to allocate; the draw below refuses it.
-    if (target->GetSizeImage() > 0) {
-        if (!target->AllocBits()) {
-            return hr::kNotEnoughMemory;
-        }
-        target->ClearBits();
-    }
-    if (!DrawImageRect(source, src, *target, dst, interp::kHighQuality)) {
-        return hr::kNotImpl;
-    }
-    target->SetColourProfile(source.ColourProfile());
-    result = target;
-    return hr::kOk;
 }

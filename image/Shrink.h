@@ -1,17 +1,18 @@
-// Resizing an image into a new one, and the rounding multiply-divide that sizes are worked out by.
+// The size that a shrink fits an image into, and the rounding multiply-divide that sizes are
+// worked out by. Any thread: plain arithmetic.
 #pragma once
 
 #include "foundation/Types.h"
-#include "image/Dib.h"
+#include "image/ShrinkSettings.h"
 
 // number * numerator / denominator with a 64-bit product and the quotient rounded to the nearest
 // whole number, halves away from zero. -1 when the denominator is 0 or the quotient does not fit
 // in 32 bits.
 i32 MulDiv(i32 number, i32 numerator, i32 denominator);
 
-// Draws the src rectangle of `source` into a new, cleared 32-bit image the size of dst, with
-// high-quality resampling; the image takes the header of `source` with the new size. Alpha is
-// resampled with the colour. 0x80070008 when the source cannot be used or the new image cannot be
-// made, 0x80004001 when the draw fails (for example a target of no area). `result` is set only on
-// success. Any thread; the source is only read.
-HResult ResizeImage(CDibPtr& result, const Rect& dst, const CDib& source, const Rect& src);
+// The size that the shrink gives an image of `image`, in `fitted`, keeping its aspect and never
+// enlarging it: shrinktype::kNone and an image that fits its box keep their own size, and a long
+// thin image keeps at least one pixel across. 0, or the id of the failure:
+// strid::kShrinkSizeNotPositive for a box under one pixel, strid::kUnknownShrinkType for a type
+// outside shrinktype::.
+u32 FittedSize(const ShrinkSettings& shrink, Size image, Size& fitted);

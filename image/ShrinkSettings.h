@@ -1,4 +1,4 @@
-// The settings record of the shrink step: which kind of fit and its sizes.
+// The shrink settings: which kind of fit and its sizes.
 // Any thread: names, constants and plain values.
 #pragma once
 
@@ -11,7 +11,8 @@ constexpr u32 kCustom = 1; // fit into customWidth x customHeight, the user's ow
 constexpr u32 kNamed = 2;  // fit into shrinkWidth x shrinkHeight, a size of the list
 } // namespace shrinktype
 
-// Copied whole into each conversion. A shrinkType outside shrinktype:: fails the step.
+// Copied whole into each conversion. A shrinkType outside shrinktype:: fails the conversion
+// (FittedSize, image/Shrink.h).
 struct ShrinkSettings {
     u32 shrinkType = shrinktype::kNone;
     i32 shrinkWidth = 0;

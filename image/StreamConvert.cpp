@@ -12,15 +12,16 @@
 #include <vips/vips8>
 
 #include "image/Background.h"
-#include "image/Codec.h"
 #include "image/DecodeStream.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Loaders.h"
-#include "image/OutputAlpha.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
+#include "image/Shrink.h"
 #include "image/StreamEncoders.h"
+#include "image/VipsStart.h"
+#include "resources/StringIds.h"
 
 using vips::VError;
 using vips::VImage;
@@ -224,8 +225,9 @@ void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResu
 }
 
 HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
-                const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
-                const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure) {
+                const ShrinkSettings& shrink, const RoundSettings& round,
+                const OutputChoice& output, const StreamOptions& options, std::vector<u8>& out,
+                StreamFailure& failure) {
     CDecodeStream stream;
     HResult code = stream.Open(data, size, limits, &failure.declared, &failure.cost);
     if (Failed(code)) {
@@ -234,24 +236,24 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     }
     const Size full = stream.DeclaredSize();
     Size fitted;
-    const u32 shrinkError = shrinkStep.FittedSize(full.cx, full.cy, fitted);
+    const u32 shrinkError = FittedSize(shrink, full, fitted);
     if (shrinkError != 0) {
         Fail(failure, StreamFailure::kShrink, shrinkError, 0);
         return hr::kFail;
     }
     const bool resize = fitted.cx != full.cx || fitted.cy != full.cy;
-    if (resize && output.reduceWhileDecoding)
+    if (resize && options.reduceWhileDecoding)
         stream.ReduceFor(fitted.cx, fitted.cy);
 
     // The pixels keep the numbers of the source's colour space; its profile goes with them, so
     // that a viewer shows the output's colours as the source's.
     const std::vector<u8> profile = stream.ColourProfile();
     VImage pixels = stream.Pixels();
-    if (output.sourceRows) {
-        output.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
-                                 pixels.bands());
-        output.sourceRows->TakeColourProfile(profile);
-        pixels = TapRows(pixels, output.sourceRows);
+    if (options.sourceRows) {
+        options.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
+                                  pixels.bands());
+        options.sourceRows->TakeColourProfile(profile);
+        pixels = TapRows(pixels, options.sourceRows);
     }
     if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
         const double reduction = stream.Reduction();
@@ -260,25 +262,25 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     }
 
     auto job = std::make_unique<CEdgeJob>();
-    const double radius = ResolveLength(roundStep.radius, fitted.cx, fitted.cy);
-    const double fade = ResolveLength(roundStep.blurWidth, fitted.cx, fitted.cy);
-    code = job->plan.Build(fitted.cx, fitted.cy, roundStep.corners, roundStep.edges, radius, fade);
+    const double radius = ResolveLength(round.radius, fitted.cx, fitted.cy);
+    const double fade = ResolveLength(round.blurWidth, fitted.cx, fitted.cy);
+    code = job->plan.Build(fitted.cx, fitted.cy, round.corners, round.edges, radius, fade);
     if (Failed(code)) {
         Fail(failure, StreamFailure::kRound, strid::kRoundFailed, code);
         return code;
     }
-    job->fill = !KeepsAlpha(roundStep.transparent, output.keepAlpha);
-    const u32 argb = ColorRefToArgb(roundStep.backgroundColor);
+    job->fill = !output.keepAlpha;
+    const u32 argb = ColorRefToArgb(output.backgroundColor);
     job->background[0] = static_cast<u8>(argb >> 16);
     job->background[1] = static_cast<u8>(argb >> 8);
     job->background[2] = static_cast<u8>(argb);
     job->inBands = pixels.bands();
-    job->outBands = output.jpeg && job->fill ? 3 : 4;
+    job->outBands = output.Jpeg() && job->fill ? 3 : 4;
     const CEdgeJob& watched = *job;
     VImage finished = ApplyEdges(pixels, job.release());
 
-    code = output.jpeg ? EncodeJpegRows(finished, output.jpegQuality, profile, out)
-                       : EncodePngRows(finished, profile, out);
+    code = output.Jpeg() ? EncodeJpegRows(finished, output.jpegQuality, profile, out)
+                         : EncodePngRows(finished, profile, out);
     // A damaged source shows while its rows are read, that is, while the encoder runs.
     // Memory that ran out while the rows were decoded is reported as such.
     if (watched.sourceFailed || stream.Damaged()) {
@@ -295,8 +297,9 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
 } // namespace
 
 HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
-                      const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
-                      const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure) {
+                      const ShrinkSettings& shrink, const RoundSettings& round,
+                      const OutputChoice& output, const StreamOptions& options,
+                      std::vector<u8>& out, StreamFailure& failure) {
     failure = StreamFailure();
     out.clear();
     if (!EnsureVipsStarted()) {
@@ -305,7 +308,7 @@ HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
     }
     try {
         const HResult code =
-            Convert(data, size, limits, shrinkStep, roundStep, output, out, failure);
+            Convert(data, size, limits, shrink, round, output, options, out, failure);
         vips_error_clear();
         return code;
     } catch (const VError&) {

@@ -1,6 +1,6 @@
 // Converting one encoded image into an encoded output in a single pass over its rows: decode,
 // shrink, round the corners and fade the edges, lay over the background, encode. No whole image
-// is held in memory at any point; the pixels come out as the in-memory steps make them.
+// is held in memory at any point. This is the conversion that both programs run.
 #pragma once
 
 #include <cstddef>
@@ -9,16 +9,13 @@
 #include "foundation/Types.h"
 #include "image/DecodeCost.h"
 #include "image/DecodeLimits.h"
-#include "image/RoundStep.h"
+#include "image/OutputChoice.h"
+#include "image/RoundSettings.h"
 #include "image/RowSink.h"
-#include "image/SaveType.h"
-#include "image/ShrinkStep.h"
+#include "image/ShrinkSettings.h"
 
-// What a streamed conversion writes.
-struct StreamOutput {
-    bool jpeg = false; // a JPEG of jpegQuality; else an 8-bit RGBA PNG
-    u32 jpegQuality = kDefaultJpegQuality;
-    bool keepAlpha = false; // the rounded and faded alpha stays (PNG only); else the background
+// How a streamed conversion reads its source, besides what it writes.
+struct StreamOptions {
     // Let a JPEG decoder skip detail that the shrink would only average away
     // (image/DecodeStream.h): faster, and the output differs from a full decode by less than the
     // eye sees.
@@ -29,8 +26,8 @@ struct StreamOutput {
     CRowSink* sourceRows = nullptr;
 };
 
-// Where a streamed conversion failed, with the code, or the step's own id for the shrink and the
-// rounding steps, as those steps report them.
+// Where a streamed conversion failed, with the code, or the id of the failure for the shrink
+// (FittedSize, image/Shrink.h) and the rounding.
 struct StreamFailure {
     enum Stage { kNone, kLoad, kShrink, kRound, kSave };
     Stage stage = kNone;
@@ -40,16 +37,18 @@ struct StreamFailure {
     CDecodeCost cost; // what decoding the source needs, when its header passed the pixel limit
 };
 
-// Converts the encoded source with the settings of the two steps (their images are not used) into
-// `out`. The pixels are those of shrinkStep, roundStep and FillBackground run on the decoded
-// image and then encoded; where the resampling runs on a source with an alpha band whose every
-// pixel is opaque, the colours may differ by a level or two, since the whole-image shrink takes
-// the faster colour-only path for such an image. The load codes are DecodeImage's; a source that
-// turns out damaged while its rows are read fails at the load stage. Any thread; `data` is only
-// read.
+// Converts the encoded source with the shrink and round settings into the output chosen, in
+// `out`. The pixels are those of the whole-image road (image/reference/WholeConversion.h) made on
+// the decoded image and then encoded, byte for byte without a shrink; where the resampling runs on
+// a source with an alpha band whose every pixel is opaque, the colours may differ by a level or
+// two, since the whole-image resize takes the faster colour-only path for such an image. The
+// round settings' own background fields are not read: the output choice holds them. The load
+// codes are DecodeImage's (image/Decode.h); a source that turns out damaged while its rows are
+// read fails at the load stage. Any thread; `data` is only read.
 HResult ConvertStream(const u8* data, size_t size, const CDecodeLimits& limits,
-                      const CShrinkStep& shrinkStep, const CRoundStep& roundStep,
-                      const StreamOutput& output, std::vector<u8>& out, StreamFailure& failure);
+                      const ShrinkSettings& shrink, const RoundSettings& round,
+                      const OutputChoice& output, const StreamOptions& options,
+                      std::vector<u8>& out, StreamFailure& failure);
 
 // Every row of the encoded source, decoded at its full size, handed to `sink` (Begin, then the
 // rows top to bottom) on the calling thread. The load codes are DecodeImage's; a source that

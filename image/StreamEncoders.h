@@ -1,6 +1,5 @@
-// Encoding pipelines of rows: the same files as EncodeJpeg and EncodePng (image/Codec.h) make
-// from a whole image, written while the rows are worked out.
-// Any thread, after EnsureVipsStarted (image/Codec.h).
+// The row encoders: JPEG and PNG files written while the rows of a pipeline are worked out.
+// Any thread, after EnsureVipsStarted (image/VipsStart.h).
 #pragma once
 
 #include <vector>

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "batch/Setting.h"
-#include "image/EncoderSetup.h"
+#include "image/SaveType.h"
 #include "persist/RegValue.h"
 #include "resources/StringIds.h"
 

@@ -19,7 +19,7 @@
 #include "foundation/ResString.h"
 #include "image/ImageIo.h"
 #include "image/NamedShrink.h"
-#include "image/OutputAlpha.h"
+#include "image/Shrink.h"
 #include "resources/StringIds.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
@@ -340,14 +340,11 @@ bool CMainView::ShowPreview() {
     if (!source || !wholePane || !detailPane)
         return false;
     const CSetting& setting = TheSetting();
-    CShrinkStep shrink;
-    shrink.SetSettings(setting.shrink);
-    CRoundStep round;
-    round.SetSettings(setting.round);
-    const bool keepAlpha = FormatKeepsAlpha(setting.saveType);
-    const Size full = source->SourceSize();
+    const RoundSettings& round = setting.round;
+    const OutputChoice output = setting.Output();
+    // The size of the result, worked out once for both panes.
     Size fitted;
-    if (shrink.FittedSize(full.cx, full.cy, fitted) != 0)
+    if (FittedSize(setting.shrink, source->SourceSize(), fitted) != 0)
         return false;
     // The whole pane shows the result fitted to it; a result smaller than the pane is made at
     // its own size and enlarged by the pane, as the result itself would be.
@@ -358,8 +355,8 @@ bool CMainView::ShowPreview() {
     const Rect& detailRect = detailPane->GetRect();
     CDibPtr whole;
     CDibPtr corner;
-    if (source->RenderWhole(shrink, round, keepAlpha, shown, whole) != 0 || !whole ||
-        source->RenderCorner(shrink, round, keepAlpha, AnchorFor(round.corners, round.edges),
+    if (source->RenderWhole(round, output, fitted, shown, whole) != 0 || !whole ||
+        source->RenderCorner(round, output, fitted, AnchorFor(round.corners, round.edges),
                              Size{detailRect.Width(), detailRect.Height()}, corner) != 0 ||
         !corner)
         return false;

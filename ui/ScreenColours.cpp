@@ -6,8 +6,8 @@
 #include <QColorSpace>
 #include <QImage>
 
-#include "image/Codec.h"
 #include "image/Round.h"
+#include "image/SrgbCopy.h"
 
 CDibPtr InScreenColours(const CDibPtr& image) {
     if (!image || image->ColourProfile().empty() || !IsDib32(*image))

@@ -9,25 +9,22 @@
 #include <string>
 #include <vector>
 
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "image/ImageIo.h"
 #include "image/StreamConvert.h"
 
 namespace {
 
 CDibPtr Convert(const CFileBytes& file, i32 box, bool reduce) {
-    CShrinkStep shrink;
-    shrink.shrinkType = shrinktype::kCustom;
-    shrink.customWidth = box;
-    shrink.customHeight = box;
-    CRoundStep round;
-    round.corners = 0;
-    round.edges = 0;
-    StreamOutput output; // PNG: the pixels themselves
-    output.reduceWhileDecoding = reduce;
-    std::vector<u8> png;
+    const ShrinkSettings shrink{
+        .shrinkType = shrinktype::kCustom, .customWidth = box, .customHeight = box};
+    const RoundSettings round{.corners = 0, .edges = 0};
+    StreamOptions options;
+    options.reduceWhileDecoding = reduce;
+    std::vector<u8> png; // the default output, a PNG: the pixels themselves
     StreamFailure failure;
-    if (Failed(ConvertStream(file.data.get(), file.size, {}, shrink, round, output, png, failure)))
+    if (Failed(ConvertStream(file.data.get(), file.size, {}, shrink, round, {}, options, png,
+                             failure)))
         return {};
     CDibPtr image;
     DecodeImage(png.data(), png.size(), image);

@@ -4,7 +4,7 @@
 
 #include <vips/vips.h>
 
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 
 // A cached loader would keep a pointer to the fuzzer's buffer, which is gone after the run, so
 // no operation outlives its run.

@@ -8,12 +8,11 @@
 
 #include <vips/vips.h>
 
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "image/DecodeLimits.h"
 #include "image/Dib.h"
 #include "image/PreviewSource.h"
-#include "image/RoundStep.h"
-#include "image/ShrinkStep.h"
+#include "image/Shrink.h"
 #include "image/StreamConvert.h"
 #include "image/fuzz/FuzzStart.h"
 
@@ -22,16 +21,16 @@ namespace {
 constexpr std::size_t kSettingBytes = 3;
 
 // The steps' settings and the output's kind from three bytes:
-//   byte 0: bit 0 JPEG, bit 1 keep alpha (PNG only), bit 2 transparent corners, bit 3 let the JPEG
-//   decoder
-//           reduce, bits 4-5 the kind of fit, bit 6 lengths as shares of the short edge, bit 7
-//           take the source's rows as the preview does;
+//   byte 0: bit 0 JPEG, bits 1 and 2 both set keep the alpha (PNG only), bit 3 let the JPEG
+//           decoder reduce, bits 4-5 the kind of fit, bit 6 lengths as shares of the short edge,
+//           bit 7 take the source's rows as the preview does;
 //   byte 1: the corners (low four bits) and the edges (high four bits);
 //   byte 2: the lengths and the box: radius, fade width and the box's sides grow with it.
 struct FuzzSettings {
-    CShrinkStep shrink;
-    CRoundStep round;
-    StreamOutput output;
+    ShrinkSettings shrink;
+    RoundSettings round;
+    OutputChoice output;
+    StreamOptions options;
     bool previewRows = false;
 };
 
@@ -39,11 +38,10 @@ FuzzSettings SettingsFrom(const std::uint8_t* bytes) {
     FuzzSettings s;
     const std::uint8_t flags = bytes[0];
     const std::uint8_t amount = bytes[2];
-    s.output.jpeg = (flags & 1) != 0;
+    s.output.format = (flags & 1) != 0 ? OutputFormat::kJpeg : OutputFormat::kPng;
     s.output.jpegQuality = 1u + amount % 100u;
-    s.output.keepAlpha = !s.output.jpeg && (flags & 2) != 0; // a JPEG has no alpha
-    s.round.transparent = (flags & 4) != 0;
-    s.output.reduceWhileDecoding = (flags & 8) != 0;
+    s.output.keepAlpha = !s.output.Jpeg() && (flags & 6) == 6; // a JPEG has no alpha
+    s.options.reduceWhileDecoding = (flags & 8) != 0;
     s.shrink.shrinkType = (flags >> 4) & 3; // 3 is no kind at all: the step must refuse it
     s.shrink.shrinkWidth = 1 + amount / 4;
     s.shrink.shrinkHeight = 1 + amount % 37;
@@ -54,7 +52,7 @@ FuzzSettings SettingsFrom(const std::uint8_t* bytes) {
     s.round.blurWidth = LengthValue{unit, amount % 50 * 2, amount % 60 * 8};
     s.round.corners = bytes[1] & 15u;
     s.round.edges = bytes[1] >> 4;
-    s.round.backgroundColor = 0x00102030u * (1u + amount % 7u);
+    s.output.backgroundColor = 0x00102030u * (1u + amount % 7u);
     s.previewRows = (flags & 128) != 0;
     return s;
 }
@@ -77,11 +75,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CDecodeLimits limits;
     CPreviewSource preview;
     if (s.previewRows)
-        s.output.sourceRows = &preview;
+        s.options.sourceRows = &preview;
     std::vector<u8> out;
     StreamFailure failure;
-    const HResult code =
-        ConvertStream(source, sourceSize, limits, s.shrink, s.round, s.output, out, failure);
+    const HResult code = ConvertStream(source, sourceSize, limits, s.shrink, s.round, s.output,
+                                       s.options, out, failure);
     if (s.previewRows)
         static_cast<void>(preview.End());
     if (Failed(code)) {
@@ -93,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         __builtin_trap();
     // The output is a whole image of the promised size.
     Size fitted;
-    if (s.shrink.FittedSize(failure.declared.cx, failure.declared.cy, fitted) != 0)
+    if (FittedSize(s.shrink, failure.declared, fitted) != 0)
         __builtin_trap();
     CDibPtr decoded;
     if (Failed(DecodeImage(out.data(), out.size(), decoded)) || decoded->Width() != fitted.cx ||

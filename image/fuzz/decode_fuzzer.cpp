@@ -4,9 +4,8 @@
 
 #include <vips/vips.h>
 
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "image/Dib.h"
-#include "image/ImageIo.h"
 #include "image/fuzz/FuzzStart.h"
 
 namespace {
@@ -40,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0 || DeclaresLargeImage(data, size))
         return 0;
     CDibPtr image;
-    const HResult result = ImageToDib(data, size, image);
+    const HResult result = DecodeImage(data, size, image);
     if (Failed(result))
         return 0;
     // A decoded image must be a complete 32-bit buffer; read its first and last bytes so that a

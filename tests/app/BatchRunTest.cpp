@@ -10,7 +10,7 @@
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
-#include "image/ImageIo.h"
+#include "image/reference/WholeConversion.h"
 #include "support/ChildProcess.h"
 #include "support/DeclaredBombs.h"
 #include "support/Files.h"
@@ -124,7 +124,7 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     task->Init(W(dir / "two.png"), W(reference / "two.jpg"), nullptr);
     task->SetShrink(settings.shrink);
     task->SetRound(settings.round);
-    task->PrepareEncoder(settings.saveType, settings.jpegQuality);
+    task->SetOutput(settings.Output());
     task->Run();
     ASSERT_EQ(task->errorId, 0);
     EXPECT_EQ(ReadText(dir / "round" / "two.jpg"), ReadText(reference / "two.jpg"));

@@ -19,7 +19,7 @@
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
-#include "image/ImageIo.h"
+#include "image/reference/WholeConversion.h"
 #include "platform/RegistryExport.h"
 #include "resources/StringIds.h"
 #include "support/Files.h"

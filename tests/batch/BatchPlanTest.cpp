@@ -75,7 +75,7 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     EXPECT_FALSE(planned[0].outputExists);
     EXPECT_EQ(planned[1].task->outputFile, W(dir / "round" / "b.jpg"));
     EXPECT_TRUE(planned[1].outputExists);
-    EXPECT_TRUE(planned[1].task->saver) << "each task has its encoder";
+    EXPECT_EQ(planned[1].task->output(), settings.Output()) << "each task has its output";
     EXPECT_EQ(planned[1].task->limits.maxMemoryMb, 123u);
 }
 

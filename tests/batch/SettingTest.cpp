@@ -1,5 +1,5 @@
-// Tests of the settings object: the default output folder from the user's folders, and the
-// sub-folder history.
+// Tests of the settings object: the default output folder from the user's folders, the
+// sub-folder history and the output that the settings choose.
 #include "batch/Setting.h"
 
 #include <string>
@@ -66,4 +66,25 @@ TEST(SettingTest, TheHistoryKeepsTheMostRecentFirstWithinItsLimit) {
     CHistoryList none;
     none.Add(L"x");
     EXPECT_TRUE(none.empty());
+}
+
+// One decision for the plan, the conversion and the preview: JPEG for savetype::kJpeg and PNG for
+// any other value, the quality and the background as set, and the alpha kept only where a PNG is
+// asked to keep its background transparent.
+TEST(SettingTest, TheOutputIsDecidedOnceFromTheSettings) {
+    CSetting settings;
+    settings.jpegQuality = 37;
+    settings.round.backgroundColor = 0x00123456;
+    for (u32 saveType : {savetype::kBmp, savetype::kPng, savetype::kJpeg, 7u}) {
+        for (bool transparent : {false, true}) {
+            settings.saveType = saveType;
+            settings.round.transparent = transparent;
+            const OutputChoice output = settings.Output();
+            const bool jpeg = saveType == savetype::kJpeg;
+            EXPECT_EQ(output, (OutputChoice{jpeg ? OutputFormat::kJpeg : OutputFormat::kPng, 37,
+                                            transparent && !jpeg, 0x00123456}))
+                << saveType << " " << transparent;
+            EXPECT_EQ(std::wstring(output.Extension()), jpeg ? L"jpg" : L"png");
+        }
+    }
 }

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "image/Round.h"
-#include "image/RoundStep.h"
+#include "image/reference/WholeConversion.h"
 #include "support/PixelTestUtil.h"
 
 namespace {
@@ -95,20 +95,20 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
         }
     }
 
-    // Through the step: the rounded image, then capped.
+    // Through the whole-image rounding: the rounded image, then capped.
     CDibPtr source = MakeImage(40, 30, 255);
-    CRoundStep step;
-    step.source = source;
-    step.radius = {lengthunit::kPixels, 80, 0};
-    step.blurWidth = {lengthunit::kPixels, 40, 0};
-    step.Run();
-    ASSERT_TRUE(step.result);
+    WholeFailure failure;
+    const CDibPtr result = RoundWhole(
+        *source,
+        {.radius = {lengthunit::kPixels, 80, 0}, .blurWidth = {lengthunit::kPixels, 40, 0}},
+        failure);
+    ASSERT_TRUE(result);
     CDibPtr rounded;
     ASSERT_EQ(RoundImage(rounded, *source, true, true, true, true, 8, 8), hr::kOk);
     for (int y = 0; y < 9; ++y) {
         for (int x = 0; x < 12; ++x) {
             const int expected = std::min<int>(kWorkedCaps[y][x], AlphaOf(*rounded, x, y));
-            EXPECT_EQ(AlphaOf(*step.result, x, y), expected) << "(" << x << ", " << y << ")";
+            EXPECT_EQ(AlphaOf(*result, x, y), expected) << "(" << x << ", " << y << ")";
         }
     }
 }

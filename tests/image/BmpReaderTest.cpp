@@ -2,7 +2,7 @@
 // and run-length form, with exact pixel values, and the files it must refuse.
 #include "image/BmpReader.h"
 
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 

@@ -1,7 +1,7 @@
 // Tests of the decoder's door: which loaders may run, the pixel and scan limits checked before
-// decoding, and the encoders' quality and failure codes.
-#include "image/Codec.h"
-#include "support/AddressSpaceLimit.h"
+// decoding, and the row encoders' quality and failure codes (through the encoders of a whole
+// image, which hand them its rows).
+#include "image/Decode.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +11,9 @@
 #include <sys/resource.h>
 
 #include "image/JpegScans.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeEncoders.h"
+#include "support/AddressSpaceLimit.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
@@ -22,30 +25,13 @@ std::vector<u8> Text(const std::string& text) {
     return std::vector<u8>(text.begin(), text.end());
 }
 
-// Files that libvips' untrusted loaders read: tiny, and each able to ask for gigabytes.
+// A file that libvips' untrusted SVG loader reads: tiny, and able to ask for gigabytes.
 const std::string kSvg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"200000\" "
                          "height=\"200000\" viewBox=\"0 0 1 1\"><rect width=\"1\" height=\"1\" "
                          "fill=\"red\"/></svg>";
 
-std::string Pdf() {
-    std::string body = "%PDF-1.4\n";
-    const char* objects[] = {"<</Type/Catalog/Pages 2 0 R>>", "<</Type/Pages/Kids[3 0 R]/Count 1>>",
-                             "<</Type/Page/Parent 2 0 R/MediaBox[0 0 14400 14400]>>"};
-    std::vector<size_t> offsets;
-    for (int i = 0; i < 3; ++i) {
-        offsets.push_back(body.size());
-        body += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
-    }
-    const size_t xref = body.size();
-    body += "xref\n0 4\n0000000000 65535 f \n";
-    for (size_t offset : offsets) {
-        char line[32];
-        std::snprintf(line, sizeof line, "%010zu 00000 n \n", offset);
-        body += line;
-    }
-    body += "trailer\n<</Size 4/Root 1 0 R>>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
-    return body;
-}
+// What libvips' PDF loader looks for: the first line of a PDF file.
+const std::string kPdf = "%PDF-1.4\n%%EOF\n";
 
 // The libvips loader that would claim the bytes if no loader were blocked.
 std::string LoaderWithoutBlocking(const std::vector<u8>& bytes) {
@@ -78,7 +64,7 @@ private:
 TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
     ASSERT_TRUE(EnsureVipsStarted());
     const std::vector<u8> svg = Text(kSvg);
-    const std::vector<u8> pdf = Text(Pdf());
+    const std::vector<u8> pdf = Text(kPdf);
     // The bytes are what libvips' built-in SVG loader claims; its PDF loader lives in a module
     // that is never loaded.
     EXPECT_EQ(LoaderWithoutBlocking(svg), "svgload_buffer");
@@ -96,9 +82,11 @@ TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
 
 // libvips starts with its built-in loaders only: the modules of loaders that the program refuses
 // are never loaded, whatever it is given; bytes that no built-in loader claims load the HEIF
-// module, and with it HEIF and AVIF decode.
+// module, and with it HEIF and AVIF decode. Each file is decoded once: libvips keeps no
+// operation, and so no image, once it has run.
 TEST(Codec, OfLibvipsModulesOnlyHeifIsLoadedAndHeifAndAvifDecode) {
     ASSERT_TRUE(EnsureVipsStarted());
+    EXPECT_EQ(vips_cache_get_max(), 0);
     CDibPtr dib;
     const std::vector<u8> words = Text("not an image at all");
     ASSERT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
@@ -133,6 +121,7 @@ TEST(Codec, OfLibvipsModulesOnlyHeifIsLoadedAndHeifAndAvifDecode) {
         EXPECT_NEAR(centre[1], 120, 4) << compression;
         EXPECT_NEAR(centre[0], 40, 4) << compression;
         EXPECT_EQ(centre[3], 255);
+        EXPECT_EQ(vips_cache_get_size(), 0);
     }
 }
 
@@ -215,24 +204,6 @@ TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
     EXPECT_EQ(EncodeJpeg(*widest, 80, bytes), hr::kOk);
     EXPECT_FALSE(bytes.empty());
     EXPECT_EQ(EncodePng(*wide, false, bytes), hr::kOk);
-}
-
-// Each file is decoded and encoded once: libvips keeps no operation, and so no image, once it has
-// run.
-TEST(Codec, LibvipsKeepsNoOperationsBetweenFiles) {
-    ASSERT_TRUE(EnsureVipsStarted());
-    EXPECT_EQ(vips_cache_get_max(), 0);
-    CDibPtr dib = MakeDib(64, 48, [](i32 x, i32 y) {
-        return Bgra{static_cast<u8>(x * 4), static_cast<u8>(y * 5), 7, 255};
-    });
-    std::vector<u8> jpeg, png;
-    ASSERT_EQ(EncodeJpeg(*dib, 80, jpeg), hr::kOk);
-    ASSERT_EQ(EncodePng(*dib, true, png), hr::kOk);
-    CDibPtr fromJpeg, fromPng;
-    ASSERT_EQ(DecodeImage(jpeg.data(), jpeg.size(), fromJpeg), hr::kOk);
-    ASSERT_EQ(DecodeImage(png.data(), png.size(), fromPng), hr::kOk);
-    EXPECT_EQ(fromPng->Width(), 64);
-    EXPECT_EQ(vips_cache_get_size(), 0);
 }
 
 // The encoders report a failed allocation as such. The test runs in a child process whose

@@ -42,8 +42,8 @@ TEST(DecodeCost, FilesThatDeclareFarMoreThanTheyHoldAreRefusedFromTheirHeader) {
             CapAddressSpaceAbovePresent(rlim_t{300} << 20);
             std::vector<u8> out;
             StreamFailure failure;
-            const HResult code = ConvertStream(bomb.bytes.data(), bomb.bytes.size(), {},
-                                               CShrinkStep(), CRoundStep(), {}, out, failure);
+            const HResult code = ConvertStream(bomb.bytes.data(), bomb.bytes.size(), {}, {}, {}, {},
+                                               {}, out, failure);
             std::_Exit(code == bomb.refusal && failure.stage == StreamFailure::kLoad &&
                                failure.cost.memory >= bomb.leastMemory
                            ? 0
@@ -98,8 +98,8 @@ TEST(DecodeCost, AnUncompressedBmpCostsOnlyItsRowsInFlight) {
             EXPECT_GE(cost.memory, pixels * 4);
         std::vector<u8> out;
         StreamFailure failure;
-        EXPECT_EQ(ConvertStream(file.bytes.data(), file.bytes.size(), {.maxMemoryMb = 1},
-                                CShrinkStep(), CRoundStep(), {}, out, failure),
+        EXPECT_EQ(ConvertStream(file.bytes.data(), file.bytes.size(), {.maxMemoryMb = 1}, {}, {},
+                                {}, {}, out, failure),
                   file.code);
     }
 }

@@ -1,12 +1,13 @@
-// Tests of the edge plan: row by row it gives every pixel the alpha that the rounding step gives
-// the whole image, whatever the size, the settings and the source's own alpha.
+// Tests of the edge plan: row by row it gives every pixel the alpha that rounding and fading the
+// whole image give it (RoundWhole, the reference), whatever the size, the settings and the
+// source's own alpha.
 #include "image/EdgePlan.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "image/RoundStep.h"
+#include "image/reference/WholeConversion.h"
 #include "support/PixelTestUtil.h"
 
 namespace {
@@ -28,22 +29,21 @@ std::ostream& operator<<(std::ostream& os, const Case& c) {
 }
 
 // Compares the plan, applied row by row (the middle rows in pieces, as a stream hands them
-// over), with the rounding step on the whole image; the number of pixels that differ.
+// over), with the rounding of the whole image; the number of pixels that differ.
 i32 CountDifferences(const Case& c, std::mt19937& random) {
     std::uniform_int_distribution<int> byte(0, 255);
     const bool opaque = byte(random) < 128;
     CDibPtr source = MakeDib(c.width, c.height, [&](i32, i32) {
         return Bgra{static_cast<u8>(byte(random)), 7, 9, opaque ? u8{255} : u8(byte(random))};
     });
-    CRoundStep step;
-    step.source = source;
-    step.corners = c.corners;
-    step.edges = c.edges;
-    step.radius = LengthValue{lengthunit::kPixels, c.radiusTenths, 0};
-    step.blurWidth = LengthValue{lengthunit::kPixels, c.fadeTenths, 0};
-    step.Run();
-    EXPECT_EQ(step.errorId, 0u) << c;
-    if (!step.result)
+    const RoundSettings round{.corners = c.corners,
+                              .edges = c.edges,
+                              .radius = LengthValue{lengthunit::kPixels, c.radiusTenths, 0},
+                              .blurWidth = LengthValue{lengthunit::kPixels, c.fadeTenths, 0}};
+    WholeFailure failure;
+    const CDibPtr result = RoundWhole(*source, round, failure);
+    EXPECT_EQ(failure.errorId, 0u) << c;
+    if (!result)
         return -1;
 
     CEdgePlan plan;
@@ -61,7 +61,7 @@ i32 CountDifferences(const Case& c, std::mt19937& random) {
         plan.Apply(y, 0, split, row.data());
         plan.Apply(y, split, c.width - split, row.data() + static_cast<size_t>(split) * 4);
         for (i32 x = 0; x < c.width; ++x) {
-            const u8 expected = step.result->PixelAt(x, y)[3];
+            const u8 expected = result->PixelAt(x, y)[3];
             if (row[static_cast<size_t>(x) * 4 + 3] != expected) {
                 if (++differences == 1)
                     ADD_FAILURE() << c << " first difference at " << x << "," << y << ": "
@@ -72,7 +72,8 @@ i32 CountDifferences(const Case& c, std::mt19937& random) {
             const bool inBands =
                 plan.TouchesWholeRow(y) || x < plan.SideBand() || x >= c.width - plan.SideBand();
             if (!inBands && expected != source->PixelAt(x, y)[3])
-                ADD_FAILURE() << c << " the step changed " << x << "," << y << " outside the bands";
+                ADD_FAILURE() << c << " the rounding changed " << x << "," << y
+                              << " outside the bands";
         }
     }
     return differences;

@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 #include <vips/vips8>
 
-#include "image/Codec.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeEncoders.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
@@ -78,24 +79,10 @@ TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
         // Our encoder writes no JFIF header: the first segment comes right after SOI.
         ASSERT_NE(jpeg[3], 0xE0);
         const size_t first = std::min<size_t>(profile.size(), 65519) + 16;
-        const std::vector<u8> head = {0xFF,
-                                      0xE2,
-                                      static_cast<u8>(first >> 8),
-                                      static_cast<u8>(first & 0xFF),
-                                      'I',
-                                      'C',
-                                      'C',
-                                      '_',
-                                      'P',
-                                      'R',
-                                      'O',
-                                      'F',
-                                      'I',
-                                      'L',
-                                      'E',
-                                      0,
-                                      1};
-        EXPECT_EQ(std::vector<u8>(jpegWith.begin() + 2, jpegWith.begin() + 19), head);
+        const std::string head = std::string("\xFF\xE2") + static_cast<char>(first >> 8) +
+                                 static_cast<char>(first & 0xFF) +
+                                 std::string("ICC_PROFILE\0\1", 13);
+        EXPECT_EQ(std::string(jpegWith.begin() + 2, jpegWith.begin() + 19), head);
         EXPECT_EQ(jpegWith.size() - jpeg.size(),
                   profile.size() + 18 * ((profile.size() + 65518) / 65519));
 

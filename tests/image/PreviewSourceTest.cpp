@@ -8,12 +8,13 @@
 #include <cmath>
 #include <vector>
 
-#include "image/Codec.h"
 #include "image/Draw.h"
+#include "image/Shrink.h"
 #include "image/StreamConvert.h"
+#include "image/reference/WholeConversion.h"
+#include "image/reference/WholeEncoders.h"
 #include "support/IccProfiles.h"
 #include "support/PixelTestUtil.h"
-#include "support/WholeConversion.h"
 #include "tools/Scene.h"
 
 namespace {
@@ -26,6 +27,17 @@ CDibPtr Picture(i32 width, i32 height, bool withAlpha) {
         const u8* p = rgb.data() + (static_cast<size_t>(y) * width + x) * 3;
         return Bgra{p[2], p[1], p[0], withAlpha ? static_cast<u8>(128 + (x + y) % 128) : u8{255}};
     });
+}
+
+// The size of the preview's source under the shrink, as the window works it out for its panes.
+Size Fitted(const CPreviewSource& preview, const ShrinkSettings& shrink) {
+    Size fitted;
+    EXPECT_EQ(FittedSize(shrink, preview.SourceSize(), fitted), 0u);
+    return fitted;
+}
+
+ShrinkSettings Box(i32 side) {
+    return {.shrinkType = shrinktype::kCustom, .customWidth = side, .customHeight = side};
 }
 
 // The part of `whole` that a pane of `size` shows at `anchor`.
@@ -52,11 +64,10 @@ std::pair<int, double> Difference(const CDib& a, const CDib& b) {
 }
 
 TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
-    CRoundStep round;
+    RoundSettings round;
     round.radius = LengthValue{lengthunit::kPixels, 370, 0};
     round.blurWidth = LengthValue{lengthunit::kPixels, 55, 0};
-    round.backgroundColor = 0x00203040;
-    CShrinkStep none;
+    OutputChoice output{.backgroundColor = 0x00203040};
     // Larger than a kept corner, so that the corners are cut from the source; and small enough
     // to be kept whole.
     for (const Size& sourceSize : {Size{1500, 900}, Size{300, 200}}) {
@@ -66,13 +77,13 @@ TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
             ASSERT_EQ(preview.Build(*source), 0u);
             EXPECT_EQ(preview.SourceSize().cx, sourceSize.cx);
             for (bool keepAlpha : {false, true}) {
-                round.transparent = keepAlpha;
-                CDibPtr whole = ConvertWhole(source, none, round, keepAlpha);
+                output.keepAlpha = keepAlpha;
+                CDibPtr whole = ConvertWhole(source, {}, round, output);
                 ASSERT_TRUE(whole);
                 for (u32 anchor = 1; anchor <= 4; ++anchor) {
                     CDibPtr corner;
-                    ASSERT_EQ(preview.RenderCorner(none, round, keepAlpha, anchor, Size{236, 263},
-                                                   corner),
+                    ASSERT_EQ(preview.RenderCorner(round, output, sourceSize, anchor,
+                                                   Size{236, 263}, corner),
                               0u);
                     ASSERT_TRUE(corner);
                     EXPECT_TRUE(PixelsNear(*corner, *CornerOf(*whole, anchor, Size{236, 263}), 0))
@@ -84,22 +95,20 @@ TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
 }
 
 TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
-    CRoundStep round;
+    RoundSettings round;
     round.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100};
     round.blurWidth = LengthValue{lengthunit::kPixels, 30, 0};
+    const OutputChoice output;
     CDibPtr source = Picture(3000, 2000, false);
     CPreviewSource preview;
     ASSERT_EQ(preview.Build(*source), 0u);
     for (i32 box : {1600, 700, 400, 150}) {
-        CShrinkStep shrink;
-        shrink.shrinkType = 1;
-        shrink.customWidth = box;
-        shrink.customHeight = box;
-        CDibPtr whole = ConvertWhole(source, shrink, round, false);
+        const Size fitted = Fitted(preview, Box(box));
+        CDibPtr whole = ConvertWhole(source, Box(box), round, output);
         ASSERT_TRUE(whole);
         for (u32 anchor = 1; anchor <= 4; ++anchor) {
             CDibPtr corner;
-            ASSERT_EQ(preview.RenderCorner(shrink, round, false, anchor, Size{236, 263}, corner),
+            ASSERT_EQ(preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, corner),
                       0u);
             ASSERT_TRUE(corner);
             CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
@@ -115,19 +124,13 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
         // result smaller than the pane is made at its own size, which the pane then enlarges.
         const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
         CDibPtr shown;
-        ASSERT_EQ(preview.RenderWhole(shrink, round, false, pane, shown), 0u);
+        ASSERT_EQ(preview.RenderWhole(round, output, fitted, pane, shown), 0u);
         CDib scaled;
         ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
                                    pane, interp::kHighQuality),
                   0u);
         EXPECT_LT(Difference(*shown, scaled).second, 1.5) << box;
     }
-    CShrinkStep unknown;
-    unknown.shrinkType = 7;
-    CDibPtr out;
-    EXPECT_EQ(preview.RenderCorner(unknown, round, false, 1, Size{10, 10}, out),
-              strid::kUnknownShrinkType);
-    EXPECT_FALSE(out);
 }
 
 // The window renders after every change from one preview source: whatever came before, each
@@ -150,27 +153,22 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     CDibPtr firstCorner;
     std::vector<u8> firstWholeBytes;
     for (const Change& change : changes) {
-        CShrinkStep shrink;
-        if (change.box > 0) {
-            shrink.shrinkType = 1;
-            shrink.customWidth = change.box;
-            shrink.customHeight = change.box;
-        }
-        CRoundStep round;
+        const Size fitted = Fitted(used, change.box > 0 ? Box(change.box) : ShrinkSettings());
+        RoundSettings round;
         round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};
         round.blurWidth = LengthValue{lengthunit::kPixels, 25, 0};
         round.corners = change.corners;
         round.edges = change.edges;
-        round.transparent = change.transparent;
-        round.backgroundColor = 0x00102030;
+        const OutputChoice output{.keepAlpha = change.transparent, .backgroundColor = 0x00102030};
         const u32 anchor = change.corners == 8 ? 4u : change.corners == 2 ? 2u : 1u;
         CPreviewSource fresh;
         ASSERT_EQ(fresh.Build(*source), 0u);
         CDibPtr whole, corner, freshWhole, freshCorner;
-        ASSERT_EQ(used.RenderWhole(shrink, round, true, Size{240, 144}, whole), 0u);
-        ASSERT_EQ(used.RenderCorner(shrink, round, true, anchor, Size{200, 220}, corner), 0u);
-        ASSERT_EQ(fresh.RenderWhole(shrink, round, true, Size{240, 144}, freshWhole), 0u);
-        ASSERT_EQ(fresh.RenderCorner(shrink, round, true, anchor, Size{200, 220}, freshCorner), 0u);
+        ASSERT_EQ(used.RenderWhole(round, output, fitted, Size{240, 144}, whole), 0u);
+        ASSERT_EQ(used.RenderCorner(round, output, fitted, anchor, Size{200, 220}, corner), 0u);
+        ASSERT_EQ(fresh.RenderWhole(round, output, fitted, Size{240, 144}, freshWhole), 0u);
+        ASSERT_EQ(fresh.RenderCorner(round, output, fitted, anchor, Size{200, 220}, freshCorner),
+                  0u);
         EXPECT_TRUE(PixelsNear(*whole, *freshWhole, 0)) << change.box << " " << change.radius;
         EXPECT_TRUE(PixelsNear(*corner, *freshCorner, 0)) << change.box << " " << change.radius;
         if (!firstWhole) {
@@ -188,36 +186,27 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
 // profile, whichever way the preview was made, and a source without one renders without one.
 TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
     const std::vector<u8> profile = AdobeRgbProfile();
-    CShrinkStep shrink;
-    shrink.shrinkType = 1;
-    shrink.customWidth = 200;
-    shrink.customHeight = 200;
-    CRoundStep round;
+    RoundSettings round;
     round.radius = LengthValue{lengthunit::kPixels, 30, 0};
     for (bool transparent : {false, true}) {
-        round.transparent = transparent;
+        const OutputChoice output{.keepAlpha = transparent};
         CDibPtr source = Picture(700, 500, transparent);
         source->SetColourProfile(profile);
         CPreviewSource built;
         ASSERT_EQ(built.Build(*source), 0u);
         EXPECT_EQ(built.ColourProfile(), profile);
-        // From rows, as a streamed conversion hands them over.
+        // From rows, as a streamed conversion hands them over with the file's profile.
+        std::vector<u8> png;
+        ASSERT_EQ(EncodePng(*source, true, png), 0u);
         CPreviewSource streamed;
-        streamed.Begin(Size{700, 500}, 1, Size{700, 500}, 4);
-        streamed.TakeColourProfile(profile);
-        for (i32 y = 0; y < 500; ++y) {
-            std::vector<u8> row(source->PixelAt(0, y), source->PixelAt(0, y) + 700 * 4);
-            for (size_t i = 0; i < row.size(); i += 4)
-                std::swap(row[i], row[i + 2]);
-            streamed.Row(row.data());
-        }
+        ASSERT_EQ(ReadRows(png.data(), png.size(), {}, streamed), 0u);
         ASSERT_EQ(streamed.End(), 0u);
         for (const CPreviewSource* preview : {&built, &streamed}) {
             CDibPtr whole;
             CDibPtr corner;
-            ASSERT_EQ(preview->RenderWhole(shrink, round, transparent, Size{150, 107}, whole), 0u);
-            ASSERT_EQ(preview->RenderCorner(shrink, round, transparent, 1, Size{100, 100}, corner),
-                      0u);
+            const Size fitted = Fitted(*preview, Box(200));
+            ASSERT_EQ(preview->RenderWhole(round, output, fitted, Size{150, 107}, whole), 0u);
+            ASSERT_EQ(preview->RenderCorner(round, output, fitted, 1, Size{100, 100}, corner), 0u);
             ASSERT_TRUE(whole && corner);
             EXPECT_EQ(whole->ColourProfile(), profile) << transparent;
             EXPECT_EQ(corner->ColourProfile(), profile) << transparent;
@@ -229,7 +218,7 @@ TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
             streamed.Row(grey);
         ASSERT_EQ(streamed.End(), 0u);
         CDibPtr plain;
-        ASSERT_EQ(streamed.RenderWhole(CShrinkStep(), round, transparent, Size{4, 4}, plain), 0u);
+        ASSERT_EQ(streamed.RenderWhole(round, output, Size{4, 4}, Size{4, 4}, plain), 0u);
         ASSERT_TRUE(plain);
         EXPECT_TRUE(plain->ColourProfile().empty());
         EXPECT_TRUE(streamed.ColourProfile().empty());
@@ -253,15 +242,16 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             std::copy_n("\xFF\x00\xFF\xFF", 4, source->PixelAt(x, y));
     std::vector<u8> jpeg;
     ASSERT_EQ(EncodeJpeg(*source, 90, jpeg), 0u);
-    CShrinkStep shrink;
-    shrink.shrinkType = 1;
-    shrink.customWidth = shrink.customHeight = 200; // a sixth of the source or less: halved
-    CRoundStep round;
+    RoundSettings round;
     round.radius = LengthValue{lengthunit::kPixels, 30, 0};
-    StreamOutput output{.reduceWhileDecoding = true, .sourceRows = &halved};
+    const OutputChoice output;
+    const StreamOptions options{.reduceWhileDecoding = true, .sourceRows = &halved};
     std::vector<u8> out;
     StreamFailure failure;
-    ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure), 0u);
+    // A box of a sixth of the source or less: halved.
+    ASSERT_EQ(
+        ConvertStream(jpeg.data(), jpeg.size(), {}, Box(200), round, output, options, out, failure),
+        0u);
     ASSERT_EQ(halved.End(), 0u);
     CPreviewSource full;
     ASSERT_EQ(ReadRows(jpeg.data(), jpeg.size(), {}, full), 0u);
@@ -269,15 +259,17 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
     EXPECT_EQ(halved.reduction, 2);
     EXPECT_EQ(halved.SourceSize(), (Size{1920, 1440}));
     // The whole pane for anchor 0, else that corner.
+    ShrinkSettings shrink;
     auto render = [&](const CPreviewSource& preview, u32 anchor) {
+        const Size fitted = Fitted(preview, shrink);
         CDibPtr made;
-        EXPECT_EQ(anchor ? preview.RenderCorner(shrink, round, false, anchor, Size{236, 263}, made)
-                         : preview.RenderWhole(shrink, round, false, Size{200, 150}, made),
+        EXPECT_EQ(anchor ? preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, made)
+                         : preview.RenderWhole(round, output, fitted, Size{200, 150}, made),
                   0u);
         return made;
     };
     for (i32 box : {200, 900}) {
-        shrink.customWidth = shrink.customHeight = box;
+        shrink = Box(box);
         for (u32 anchor = 0; anchor <= 4; ++anchor) {
             CDibPtr a = render(halved, anchor);
             CDibPtr b = render(full, anchor);

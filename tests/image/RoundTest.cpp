@@ -1,4 +1,4 @@
-// Tests of rounded corners: the corner mask, the four mirrored corners, the edge cases, the step.
+// Tests of rounded corners: the corner mask, the four mirrored corners, the edge cases, lengths.
 #include "image/Round.h"
 
 #include <cstring>
@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "image/Blur.h"
-#include "image/RoundStep.h"
+#include "image/RoundSettings.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/PixelTestUtil.h"
 
@@ -210,43 +211,9 @@ TEST(RoundTest, RefusesImagesThatAreNot32Bit) {
     EXPECT_EQ(result->Header()->biBitCount, 32);
 }
 
-TEST(RoundTest, StepResolvesLengthsAndReportsFailures) {
-    CDibPtr source = Solid(40, 30, Bgra{0, 0, 0, 255});
-    CRoundStep step;
-    // Defaults: all corners and edges, radius 10 pixels, blur 1 pixel.
-    step.source = source;
-    step.Run();
-    ASSERT_TRUE(step.result);
-    EXPECT_EQ(step.errorId, 0u);
-    CDibPtr expected;
-    ASSERT_EQ(RoundImage(expected, *source, true, true, true, true, 10, 10), hr::kOk);
-    ASSERT_EQ(BlurEdges(*expected, true, true, true, true, true, true, true, true, 10, 10, 1.0),
-              hr::kOk);
-    EXPECT_TRUE(PixelsNear(*step.result, *expected, 0));
-
-    // A share of the short edge: 100 thousandths of 30 is 3 pixels; blur 50 thousandths, 1.5.
-    const RoundSettings settings{.corners = 1 | 4,
-                                 .edges = 2 | 8,
-                                 .radius = {lengthunit::kShortEdgeShare, 7, 100},
-                                 .blurWidth = {lengthunit::kShortEdgeShare, 7, 50}};
-    step.SetSettings(settings);
-    step.Run();
-    ASSERT_TRUE(step.result);
-    ASSERT_EQ(RoundImage(expected, *source, true, false, true, false, 3, 3), hr::kOk);
-    ASSERT_EQ(BlurEdges(*expected, true, false, true, false, false, true, false, true, 3, 3, 1.5),
-              hr::kOk);
-    EXPECT_TRUE(PixelsNear(*step.result, *expected, 0));
-    EXPECT_DOUBLE_EQ(ResolveLength(settings.radius, 30, 40), 3.0);
+// Lengths resolve against the image: a share of the short edge, or tenths of a pixel.
+TEST(RoundTest, LengthsResolveAgainstTheShortEdge) {
+    EXPECT_DOUBLE_EQ(ResolveLength({lengthunit::kShortEdgeShare, 7, 100}, 30, 40), 3.0);
+    EXPECT_DOUBLE_EQ(ResolveLength({lengthunit::kShortEdgeShare, 7, 50}, 40, 30), 1.5);
     EXPECT_DOUBLE_EQ(ResolveLength({5, 25, 999}, 30, 40), 2.5); // any unit but 1 is pixels
-
-    // A source that is not 32 bits fails the rounding: the rounding failure with the code, no
-    // result.
-    CDibPtr rgb(new CDib);
-    ASSERT_TRUE(rgb->Create(40, 4, 4, 24, 0, 0, 0));
-    ASSERT_TRUE(rgb->AllocBits());
-    step.source = rgb;
-    step.Run();
-    EXPECT_EQ(step.errorId, strid::kRoundFailed);
-    EXPECT_EQ(step.errorCode, 0x80070057u);
-    EXPECT_FALSE(step.result);
 }

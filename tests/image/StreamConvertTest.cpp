@@ -8,14 +8,16 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "image/Codec.h"
+#include "image/Decode.h"
 #include "image/IccProfileEmbed.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeConversion.h"
+#include "resources/StringIds.h"
 #include "support/AddressSpaceLimit.h"
 #include "support/DeclaredBombs.h"
 #include "support/IccProfiles.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
-#include "support/WholeConversion.h"
 #include "tools/Scene.h"
 
 namespace {
@@ -26,20 +28,6 @@ struct Source {
     const char* name;
     std::vector<u8> bytes;
 };
-
-// The whole-image road: decode, the two steps, the background, the encoder.
-HResult ConvertWhole(const std::vector<u8>& source, const CShrinkStep& shrink,
-                     const CRoundStep& round, const StreamOutput& output, std::vector<u8>& out) {
-    CDibPtr image;
-    const HResult code = DecodeImage(source.data(), source.size(), image);
-    if (Failed(code))
-        return code;
-    const CDibPtr result = testutil::ConvertWhole(image, shrink, round, output.keepAlpha);
-    if (!result)
-        return hr::kFail;
-    return output.jpeg ? EncodeJpeg(*result, output.jpegQuality, out)
-                       : EncodePng(*result, true, out);
-}
 
 std::vector<u8> Encoded(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
                         const char* suffix, CTempDir& dir) {
@@ -154,68 +142,61 @@ CDibPtr Pixels(const std::vector<u8>& encoded) {
 
 // Converts the source streamed and whole; both must succeed, the streamed one without a failure
 // stage and with the source's declared size.
-::testing::AssertionResult BothWays(const Source& source, const CShrinkStep& shrink,
-                                    const CRoundStep& round, const StreamOutput& output,
+::testing::AssertionResult BothWays(const Source& source, const ShrinkSettings& shrink,
+                                    const RoundSettings& round, const OutputChoice& output,
                                     std::vector<u8>& streamed, std::vector<u8>& whole) {
     StreamFailure failure;
     const HResult code = ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
-                                       output, streamed, failure);
+                                       output, {}, streamed, failure);
     if (code != 0 || failure.stage != StreamFailure::kNone || failure.declared.cx != 211)
         return ::testing::AssertionFailure()
                << source.name << ": streamed code " << code << ", stage " << failure.stage;
-    if (ConvertWhole(source.bytes, shrink, round, output, whole) != 0)
+    if (ConvertWholeFile(source.bytes.data(), source.bytes.size(), shrink, round, output, whole) !=
+        0)
         return ::testing::AssertionFailure() << source.name << ": the whole-image road failed";
     return ::testing::AssertionSuccess();
 }
 
-TEST(StreamConvertTest, WithoutAShrinkTheFilesAreThoseOfTheWholeImageByteForByte) {
+// Without a shrink the files are those of the whole-image reference byte for byte, and a source
+// without a profile gives an output without one; with a shrink the pixels are within a level.
+TEST(StreamConvertTest, TheFilesAreThoseOfTheWholeImageRoad) {
     CTempDir dir;
-    CShrinkStep shrink;
-    shrink.shrinkType = 0;
     std::vector<Source> sources = Sources(dir);
+    const size_t plain = sources.size();
     for (Source& profiled : AdobeRgbSources())
         sources.push_back(std::move(profiled));
-    for (const Source& source : sources) {
+    for (size_t i = 0; i < sources.size(); ++i) {
+        const Source& source = sources[i];
         for (int settings = 0; settings < 4; ++settings) {
-            CRoundStep round;
+            RoundSettings round;
             round.corners = settings == 1 ? 5 : 15;
             round.edges = settings == 2 ? 10 : 15;
             round.radius = settings == 3 ? LengthValue{lengthunit::kShortEdgeShare, 0, 250}
                                          : LengthValue{lengthunit::kPixels, 100, 0};
             round.blurWidth = settings == 3 ? LengthValue{lengthunit::kShortEdgeShare, 0, 80}
                                             : LengthValue{lengthunit::kPixels, 37, 0};
-            round.backgroundColor = 0x00336699;
             for (int kind = 0; kind < 3; ++kind) {
-                StreamOutput output;
-                output.jpeg = kind == 0;
-                output.keepAlpha = kind == 2;
-                round.transparent = kind == 2;
+                const OutputChoice output{.format =
+                                              kind == 0 ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                          .keepAlpha = kind == 2,
+                                          .backgroundColor = 0x00336699};
                 std::vector<u8> streamed;
                 std::vector<u8> whole;
-                ASSERT_TRUE(BothWays(source, shrink, round, output, streamed, whole));
+                ASSERT_TRUE(BothWays(source, {}, round, output, streamed, whole));
                 EXPECT_FALSE(streamed.empty());
                 EXPECT_TRUE(streamed == whole)
                     << source.name << " settings " << settings << " kind " << kind;
+                EXPECT_TRUE(i >= plain || IccProfileOf(streamed).empty()) << source.name;
             }
         }
-    }
-}
-
-TEST(StreamConvertTest, AShrinkGivesTheWholeImagesPixelsWithinALevel) {
-    CTempDir dir;
-    CShrinkStep shrink;
-    shrink.shrinkType = 1;
-    shrink.customWidth = 97;
-    shrink.customHeight = 1000;
-    CRoundStep round;
-    StreamOutput output; // PNG, so that the comparison sees the pixels themselves
-    for (bool transparent : {false, true}) {
-        round.transparent = transparent;
-        output.keepAlpha = transparent;
-        for (const Source& source : Sources(dir)) {
+        // A shrink, into a PNG, so that the comparison sees the pixels themselves.
+        for (bool transparent : {false, true}) {
+            if (i >= plain)
+                break;
+            const ShrinkSettings shrink{.shrinkType = 1, .customWidth = 97, .customHeight = 1000};
             std::vector<u8> streamed;
             std::vector<u8> whole;
-            ASSERT_TRUE(BothWays(source, shrink, round, output, streamed, whole));
+            ASSERT_TRUE(BothWays(source, shrink, {}, {.keepAlpha = transparent}, streamed, whole));
             CDibPtr a = Pixels(streamed);
             CDibPtr b = Pixels(whole);
             ASSERT_TRUE(a && b);
@@ -229,21 +210,22 @@ TEST(StreamConvertTest, AShrinkGivesTheWholeImagesPixelsWithinALevel) {
 TEST(StreamConvertTest, FailuresNameTheirStage) {
     CTempDir dir;
     const std::vector<u8> jpeg = Sources(dir)[0].bytes;
-    CShrinkStep shrink;
-    CRoundStep round;
-    StreamOutput output;
+    ShrinkSettings shrink;
+    const RoundSettings round;
+    const OutputChoice output;
     std::vector<u8> out;
     StreamFailure failure;
 
     const std::vector<u8> words = {'n', 'o', ' ', 'i', 'm', 'a', 'g', 'e'};
-    EXPECT_EQ(ConvertStream(words.data(), words.size(), {}, shrink, round, output, out, failure),
-              hr::kNotImpl);
+    EXPECT_EQ(
+        ConvertStream(words.data(), words.size(), {}, shrink, round, output, {}, out, failure),
+        hr::kNotImpl);
     EXPECT_EQ(failure.stage, StreamFailure::kLoad);
 
     // Cut in the middle of its rows: the header reads, the rows do not.
     const std::vector<u8> cut(jpeg.begin(),
                               jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2));
-    EXPECT_EQ(ConvertStream(cut.data(), cut.size(), {}, shrink, round, output, out, failure),
+    EXPECT_EQ(ConvertStream(cut.data(), cut.size(), {}, shrink, round, output, {}, out, failure),
               hr::kNotImpl);
     EXPECT_EQ(failure.stage, StreamFailure::kLoad);
     EXPECT_EQ(failure.declared.cx, 211);
@@ -251,22 +233,42 @@ TEST(StreamConvertTest, FailuresNameTheirStage) {
 
     CDecodeLimits small;
     small.maxPixels = 211 * 143 - 1;
-    EXPECT_EQ(ConvertStream(jpeg.data(), jpeg.size(), small, shrink, round, output, out, failure),
-              hr::kImageTooLarge);
+    EXPECT_EQ(
+        ConvertStream(jpeg.data(), jpeg.size(), small, shrink, round, output, {}, out, failure),
+        hr::kImageTooLarge);
     EXPECT_EQ(failure.stage, StreamFailure::kLoad);
     EXPECT_EQ(failure.declared.cy, 143);
 
     shrink.shrinkType = 7;
-    EXPECT_TRUE(
-        Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
+    EXPECT_TRUE(Failed(
+        ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, {}, out, failure)));
     EXPECT_EQ(failure.stage, StreamFailure::kShrink);
     EXPECT_EQ(failure.errorId, strid::kUnknownShrinkType);
     shrink.shrinkType = 1;
     shrink.customWidth = 0;
-    EXPECT_TRUE(
-        Failed(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, out, failure)));
+    EXPECT_TRUE(Failed(
+        ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, {}, out, failure)));
     EXPECT_EQ(failure.stage, StreamFailure::kShrink);
     EXPECT_EQ(failure.errorId, strid::kShrinkSizeNotPositive);
+}
+
+// A PNG output states the resolution of a new bitmap, 96 dots per inch; a JPEG, written without
+// any metadata, states none and reads back as 72. Neither carries the source's.
+TEST(StreamConvertTest, OutputsCarryTheResolutionOfANewBitmap) {
+    const std::vector<u8> png =
+        MakePng(2, 2, 2, 8, {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 1, 2, 3}}, {PhysChunk(11811)});
+    for (OutputFormat format : {OutputFormat::kPng, OutputFormat::kJpeg}) {
+        std::vector<u8> out;
+        StreamFailure failure;
+        ASSERT_EQ(
+            ConvertStream(png.data(), png.size(), {}, {}, {}, {.format = format}, {}, out, failure),
+            0u);
+        const CDibPtr back = Pixels(out);
+        ASSERT_TRUE(back);
+        const i32 expected = format == OutputFormat::kPng ? 3780 : 2835;
+        EXPECT_EQ(back->Header()->biXPelsPerMeter, expected);
+        EXPECT_EQ(back->Header()->biYPelsPerMeter, expected);
+    }
 }
 
 // Peak signal to noise ratio of two images of one size, over the colour bytes, in decibels.
@@ -292,24 +294,17 @@ TEST(StreamConvertTest, AJpegDecodedSmallerStaysAboveFortyDecibels) {
     const i32 h = 1201;
     const std::vector<u8> rgb = PaintScene(w, h);
     const std::vector<u8> jpeg = Encoded(rgb, w, h, 3, ".jpg", dir);
-    CRoundStep round;
-    StreamOutput output;
     // Fits that the decoder halves (a sixth of the size or less) and one that it does not.
     for (i32 box : {267, 199, 100, 300}) {
-        CShrinkStep shrink;
-        shrink.shrinkType = 1;
-        shrink.customWidth = box;
-        shrink.customHeight = box;
+        const ShrinkSettings shrink{.shrinkType = 1, .customWidth = box, .customHeight = box};
         std::vector<u8> full;
         std::vector<u8> reduced;
         StreamFailure failure;
-        ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, full, failure),
+        ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, {}, {}, {}, full, failure),
                   0u);
-        output.reduceWhileDecoding = true;
-        ASSERT_EQ(
-            ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, round, output, reduced, failure),
-            0u);
-        output.reduceWhileDecoding = false;
+        ASSERT_EQ(ConvertStream(jpeg.data(), jpeg.size(), {}, shrink, {}, {},
+                                {.reduceWhileDecoding = true}, reduced, failure),
+                  0u);
         CDibPtr a = Pixels(full);
         CDibPtr b = Pixels(reduced);
         ASSERT_TRUE(a && b);
@@ -372,18 +367,14 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
         EXPECT_EQ(again.got[y][4 * (w - 1) + 3], bgra[4 * (w - 1) + 3]) << y;
     }
     for (i32 box : {0, 1000, 77}) {
-        CShrinkStep shrink;
-        shrink.shrinkType = box ? 1 : 0;
-        shrink.customWidth = box;
-        shrink.customHeight = box;
+        const ShrinkSettings shrink{
+            .shrinkType = box ? 1u : 0u, .customWidth = box, .customHeight = box};
         RowRecorder sink;
-        StreamOutput output;
-        output.sourceRows = &sink;
         std::vector<u8> out;
         StreamFailure failure;
-        ASSERT_EQ(
-            ConvertStream(png.data(), png.size(), {}, shrink, CRoundStep(), output, out, failure),
-            0u);
+        ASSERT_EQ(ConvertStream(png.data(), png.size(), {}, shrink, {}, {}, {.sourceRows = &sink},
+                                out, failure),
+                  0u);
         EXPECT_EQ(sink.rows.cx, w);
         EXPECT_EQ(sink.rows.cy, h);
         EXPECT_EQ(sink.declared.cy, h);
@@ -410,26 +401,23 @@ std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
 TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) {
     ASSERT_TRUE(EnsureVipsStarted());
     const std::vector<u8> profile = AdobeRgbProfile();
-    CShrinkStep shrink;
-    CRoundStep round;
+    const ShrinkSettings shrink;
+    RoundSettings round;
     round.corners = cornerbit::kAll;
     round.edges = 0;
     round.radius = LengthValue{lengthunit::kPixels, 20, 0};
-    round.backgroundColor = 0xFFFFFF;
     for (const Source& from : AdobeRgbSources()) {
         ASSERT_EQ(IccProfileOf(from.bytes), profile) << from.name;
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
             SCOPED_TRACE(std::string(from.name) + (jpeg ? " to JPEG" : " to PNG"));
-            StreamOutput output;
-            output.jpeg = jpeg;
-            output.jpegQuality = 100;
+            const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                      .jpegQuality = 100};
             RowRecorder rows;
-            output.sourceRows = &rows;
             std::vector<u8> out;
             StreamFailure failure;
             ASSERT_EQ(ConvertStream(from.bytes.data(), from.bytes.size(), {}, shrink, round, output,
-                                    out, failure),
+                                    {.sourceRows = &rows}, out, failure),
                       hr::kOk);
             EXPECT_EQ(IccProfileOf(out), profile);
             // The preview's copy of the rows learns the space they are in.
@@ -456,15 +444,9 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
         }
     }
 
-    // A source without a profile gives an output without one.
+    // The rows of a source without a profile are in sRGB.
     CTempDir dir;
     for (const Source& plain : Sources(dir)) {
-        std::vector<u8> out;
-        StreamFailure failure;
-        ASSERT_EQ(ConvertStream(plain.bytes.data(), plain.bytes.size(), {}, shrink, round, {}, out,
-                                failure),
-                  hr::kOk);
-        EXPECT_TRUE(IccProfileOf(out).empty()) << plain.name;
         RowRecorder rows;
         ASSERT_EQ(ReadRows(plain.bytes.data(), plain.bytes.size(), {}, rows), hr::kOk);
         EXPECT_TRUE(rows.profile.empty()) << plain.name;
@@ -498,8 +480,8 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
                  {"255 segments", 255 * 65519 - 1000, false, true, false, true},
                  {"111 segments", 110 * 65519, false, true, true, true},
                  {"unreadable 17 MiB PNG", 17 << 20, true, false, false, false}};
-    CShrinkStep shrink;
-    CRoundStep round;
+    const ShrinkSettings shrink;
+    RoundSettings round;
     round.corners = round.edges = 0;
     for (const auto& c : cases) {
         std::vector<u8> profile = AdobeRgbProfile(c.padding);
@@ -514,9 +496,8 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
             SCOPED_TRACE(std::string(c.name) + (jpeg ? " to JPEG" : " to PNG"));
-            StreamOutput output;
-            output.jpeg = jpeg;
-            output.jpegQuality = 100;
+            const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
+                                      .jpegQuality = 100};
             std::vector<u8> out, whole;
             const ::testing::AssertionResult both =
                 BothWays(from, shrink, round, output, out, whole);
@@ -560,8 +541,8 @@ TEST(StreamConvertTest, ADecoderOutOfMemorySaysSo) {
         std::vector<u8> out;
         StreamFailure failure;
         CapAddressSpaceAbovePresent(rlim_t{200} << 20);
-        const HResult code = ConvertStream(jpeg.data(), jpeg.size(), roomy, CShrinkStep(),
-                                           CRoundStep(), {}, out, failure);
+        const HResult code =
+            ConvertStream(jpeg.data(), jpeg.size(), roomy, {}, {}, {}, {}, out, failure);
         std::_Exit(code == hr::kOutOfMemory && failure.stage == StreamFailure::kLoad ? 0 : 1);
     };
     EXPECT_EXIT(convert(), ::testing::ExitedWithCode(0), "");

@@ -187,12 +187,10 @@ TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
                    "\"OutputPath\"=hex(2):24,00,48,00,4f,00,4d,00,45,00,2f,00,78,00,00,00");
     EXPECT_EQ(Loaded(file).outputPath, L"$HOME/x");
 
-    // A stored BMP comes back as PNG; its extension is still "bmp" when set in memory.
+    // A stored BMP comes back as PNG.
     CSetting bmp = Loaded(
         Replace(ValidFile(), "dword:00000001\n\"JpegQuality\"", "dword:00000000\n\"JpegQuality\""));
     EXPECT_EQ(bmp.saveType, 1u);
-    bmp.saveType = 0;
-    EXPECT_EQ(bmp.ExtensionOfSaveType(), L"bmp");
 
     // A missing key counts; the window's values do not.
     const CSetting noShrink =

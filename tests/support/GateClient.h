@@ -46,11 +46,11 @@ private:
     bool open_ = false;
 };
 
-// A task with no encoder, named name: run by a worker, it fails at once with kNoSaveFormat and
-// calls its client, which may hold the worker there.
-inline boost::shared_ptr<lvx::CLunavexTask> UnencodedTask(lvx::CLunavexTaskClient* client,
-                                                          const wchar_t* name) {
+// A task named name whose output folder cannot be made: run by a worker, it fails at once with
+// kCreateFolderFailed, touching nothing, and calls its client, which may hold the worker there.
+inline boost::shared_ptr<lvx::CLunavexTask> FailingTask(lvx::CLunavexTaskClient* client,
+                                                        const wchar_t* name) {
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(name, std::wstring(L"/nowhere/") + name, client);
+    task->Init(name, std::wstring(L"/dev/null/") + name, client);
     return task;
 }

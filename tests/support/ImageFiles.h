@@ -9,7 +9,7 @@
 
 #include <vips/vips8>
 
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 #include "support/BigEndian.h"
 #include "support/Files.h"
 

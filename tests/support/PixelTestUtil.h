@@ -1,17 +1,21 @@
 // Pixels for the tests: the one pixel type of the tests, images from a function or of one colour,
-// comparison within a tolerance, and an image written through the program's own encoder.
+// comparison within a tolerance, and an image written through the reference's encoders.
 #pragma once
 
 #include <cstdlib>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "foundation/FileIo.h"
 #include "foundation/Paths.h"
 #include "image/Dib.h"
-#include "image/ImageSaver.h"
+#include "image/SaveType.h"
+#include "image/reference/BmpWriter.h"
+#include "image/reference/WholeEncoders.h"
 
 namespace testutil {
 
@@ -90,12 +94,21 @@ inline ::testing::AssertionResult PixelsNear(const CDib& actual, const CDib& exp
     return ::testing::AssertionSuccess();
 }
 
-// Writes the image through the program's own encoder ("image/png", "image/jpeg" or "image/bmp").
+// Writes the image as a file of the MIME type ("image/png", "image/jpeg" at the default quality,
+// or "image/bmp") through the encoders of the whole-image reference, which write what the programs
+// write; false when the type is none of them or the write fails.
 inline bool SaveImage(const CDib& dib, const std::wstring& mime,
                       const std::filesystem::path& path) {
-    Gdiplus::CImageSaver saver;
-    return Succeeded(saver.SelectEncoder(mime)) &&
-           Succeeded(saver.SaveDib(dib, true, FromFileSystemPath(path.string())));
+    std::vector<u8> bytes;
+    HResult code = hr::kFail;
+    if (mime == L"image/png")
+        code = EncodePng(dib, true, bytes);
+    else if (mime == L"image/jpeg")
+        code = EncodeJpeg(dib, kDefaultJpegQuality, bytes);
+    else if (mime == L"image/bmp")
+        code = EncodeBmp(dib, true, bytes);
+    return Succeeded(code) &&
+           WriteFileAtomically(FromFileSystemPath(path.string()), bytes.data(), bytes.size()) == 0;
 }
 
 } // namespace testutil

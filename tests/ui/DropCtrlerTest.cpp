@@ -167,7 +167,7 @@ TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
 
     // A worker runs: refused over the view too, with id 194.
     CGateClient gate;
-    ASSERT_TRUE(view->Batch().Start({UnencodedTask(&gate, L"held")}, {}));
+    ASSERT_TRUE(view->Batch().Start({FailingTask(&gate, L"held")}, {}));
     gate.WaitUntilInside();
     EXPECT_FALSE(Send<QDragMoveEvent>(&drop, OverView(), action));
     EXPECT_FALSE(Send<QDropEvent>(&drop, OverView(), action));

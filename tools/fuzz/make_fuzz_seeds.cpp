@@ -15,9 +15,10 @@
 #include <vips/vips8>
 
 #include "foundation/ShellIdListArray.h"
-#include "image/BmpWriter.h"
-#include "image/Codec.h"
 #include "image/Dib.h"
+#include "image/VipsStart.h"
+#include "image/reference/BmpWriter.h"
+#include "image/reference/WholeEncoders.h"
 #include "platform/RegistryExport.h"
 #include "platform/RegistryFile.h"
 

@@ -1,5 +1,5 @@
 // Writing a CDib as a BMP file image in memory.
-#include "image/BmpWriter.h"
+#include "image/reference/BmpWriter.h"
 
 #include <cstring>
 #include <new>

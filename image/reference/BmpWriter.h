@@ -1,5 +1,5 @@
-// Our own BMP encoder: a CDib already is a device-independent bitmap, so it only needs a file
-// header in front.
+// A BMP writer for tests and tools that need BMP files: a CDib already is a device-independent
+// bitmap, so it only needs a file header in front. No program writes BMP.
 #pragma once
 
 #include <vector>

@@ -1,0 +1,239 @@
+// An encoded image opened for one pass over its rows: our BMP readers or a libvips loader.
+#include "image/DecodeStream.h"
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "image/BmpReader.h"
+#include "image/BmpRowsImage.h"
+#include "image/DibImage.h"
+#include "image/IccProfileEmbed.h"
+#include "image/JpegScans.h"
+#include "image/Loaders.h"
+#include "image/SourceProfile.h"
+#include "image/VipsStart.h"
+
+using vips::VImage;
+
+namespace {
+
+// The least factor by which a JPEG halved while decoding must still be resampled.
+constexpr i64 kLeastRemainingShrink = 3;
+
+// Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
+// With rgbWhenOpaque an image without alpha stays three bands, which spares a pass that only
+// adds 255s.
+VImage ToRgba8(VImage in, bool rgbWhenOpaque = false) {
+    const VipsInterpretation space = vips_image_guess_interpretation(in.get_image());
+    if (space != VIPS_INTERPRETATION_sRGB && space != VIPS_INTERPRETATION_MULTIBAND &&
+        vips_colourspace_issupported(in.get_image())) {
+        in = in.colourspace(VIPS_INTERPRETATION_sRGB, VImage::option()->set("source_space", space));
+    }
+    if (in.format() != VIPS_FORMAT_UCHAR) {
+        const bool shift = in.format() == VIPS_FORMAT_USHORT || in.format() == VIPS_FORMAT_SHORT;
+        in = in.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", shift));
+    }
+    switch (in.bands()) {
+    case 1: {
+        VImage rgb = VImage::bandjoin({in, in, in});
+        return rgbWhenOpaque ? rgb : rgb.bandjoin(255.0);
+    }
+    case 2:
+        return VImage::bandjoin({in[0], in[0], in[0], in[1]});
+    case 3:
+        return rgbWhenOpaque ? in : in.bandjoin(255.0);
+    case 4:
+        return in;
+    default:
+        return in.extract_band(0, VImage::option()->set("n", 4));
+    }
+}
+
+// The alpha of every pixel is 255.
+bool IsOpaque(const CDib& dib) {
+    for (i32 y = 0; y < dib.Height(); ++y) {
+        const u8* alpha = dib.PixelAt(0, y) + 3;
+        for (i32 x = 0; x < dib.Width(); ++x, alpha += 4) {
+            if (*alpha != 255)
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+struct CDecodeStream::Impl {
+    CDibPtr bmp;                       // a run-length BMP, decoded whole by our own reader
+    std::shared_ptr<CBmpRows> bmpRows; // any other BMP, its rows decoded as they are read
+    const u8* data = nullptr;
+    size_t size = 0;
+    const char* loader = nullptr;
+    std::unique_ptr<CLoader> open;
+    VImage image;
+    Size declared;
+    int reduction = 1;
+};
+
+CDecodeStream::CDecodeStream() : impl_(new Impl) {}
+
+CDecodeStream::~CDecodeStream() = default;
+
+HResult CDecodeStream::Open(const u8* data, size_t size, const CDecodeLimits& limits,
+                            Size* declared, CDecodeCost* cost) {
+    *impl_ = Impl();
+    if (!data || size == 0)
+        return hr::kNotImpl;
+    if (IsBmp(data, size)) {
+        bool runLength = false;
+        HResult code = CheckBmpCost(data, size, limits, false, declared, cost, runLength);
+        if (Failed(code))
+            return code;
+        if (runLength) {
+            code = ReadBmp(data, size, limits.maxPixels, impl_->bmp, declared);
+            if (impl_->bmp)
+                impl_->declared = Size{impl_->bmp->Width(), impl_->bmp->Height()};
+            return code;
+        }
+        auto rows = std::make_shared<CBmpRows>();
+        code = rows->Open(data, size, limits.maxPixels, declared);
+        if (Succeeded(code)) {
+            impl_->declared = Size{rows->Width(), rows->Height()};
+            impl_->bmpRows = std::move(rows);
+        }
+        return code;
+    }
+    if (!EnsureVipsStarted())
+        return hr::kFail;
+    const char* loader = CLoader::For(data, size);
+    if (!loader) {
+        vips_error_clear();
+        return hr::kNotImpl;
+    }
+    // Every scan of a progressive JPEG is a pass over the whole image, even an empty one.
+    const bool jpeg = std::strcmp(loader, "jpegload_buffer") == 0;
+    const u32 scans = jpeg ? CountJpegScans(data, size, limits.maxScans) : 0;
+    if (scans > limits.maxScans)
+        return hr::kTooManyScans;
+    Size early;
+    CDecodeCost needs;
+    if (EstimateBeforeOpening(loader, data, size, early, needs)) {
+        if (declared)
+            *declared = early;
+        if (cost)
+            *cost = needs;
+        if (static_cast<u64>(early.cx) * static_cast<u64>(early.cy) > limits.maxPixels)
+            return hr::kImageTooLarge;
+        if (Failed(CheckDecodeCost(needs, limits)))
+            return CheckDecodeCost(needs, limits);
+    }
+    auto open = std::make_unique<CLoader>();
+    VipsImage* opened = open->Open(loader, data, size);
+    if (!opened)
+        return CLoader::DecodeFailure();
+    VImage image(opened);
+    const u64 width = static_cast<u64>(image.width());
+    const u64 height = static_cast<u64>(image.height());
+    if (width == 0 || height == 0)
+        return hr::kNotImpl;
+    const Size size2d{image.width(), image.height()};
+    if (declared)
+        *declared = size2d;
+    // The loader has read the header only: refuse here, before a pixel is decoded.
+    if (width * height > limits.maxPixels)
+        return hr::kImageTooLarge;
+    needs = EstimateDecodeCost(loader, data, size, size2d, image.bands(),
+                               static_cast<int>(vips_format_sizeof(image.format())), scans);
+    if (cost)
+        *cost = needs;
+    const HResult budget = CheckDecodeCost(needs, limits);
+    if (Failed(budget))
+        return budget;
+    impl_->data = data;
+    impl_->size = size;
+    impl_->loader = loader;
+    impl_->open = std::move(open);
+    impl_->image = image;
+    impl_->declared = size2d;
+    return hr::kOk;
+}
+
+Size CDecodeStream::DeclaredSize() const {
+    return impl_->declared;
+}
+
+bool CDecodeStream::ReduceFor(i32 width, i32 height) {
+    if (!impl_->loader || std::strcmp(impl_->loader, "jpegload_buffer") != 0)
+        return true;
+    const i64 fullWidth = impl_->declared.cx;
+    const i64 fullHeight = impl_->declared.cy;
+    // Halving while decoding, then resampling by at least 3 more, keeps the result within the
+    // eye's reach of a full decode: over 42 dB on photographs and on the generated scenes. The
+    // decoder's quarter and eighth sizes, and halving nearer the target, fall below 40 dB where a
+    // picture has fine grain, since the decoder's reduction works within each 8 x 8 block.
+    const int shrink = fullWidth >= kLeastRemainingShrink * 2 * width &&
+                               fullHeight >= kLeastRemainingShrink * 2 * height
+                           ? 2
+                           : 1;
+    if (shrink == 1)
+        return true;
+    auto open = std::make_unique<CLoader>();
+    VipsImage* opened = open->Open(impl_->loader, impl_->data, impl_->size, shrink);
+    if (!opened) {
+        vips_error_clear();
+        return false;
+    }
+    impl_->open = std::move(open);
+    impl_->image = VImage(opened);
+    impl_->reduction = shrink;
+    return true;
+}
+
+int CDecodeStream::Reduction() const {
+    return impl_->reduction;
+}
+
+VImage CDecodeStream::Rgba() const {
+    if (impl_->bmp || impl_->bmpRows) {
+        VImage bgra = impl_->bmpRows ? BmpRowsImage(impl_->bmpRows) : WrapDib(*impl_->bmp);
+        return VImage::bandjoin({bgra[2], bgra[1], bgra[0], bgra[3]});
+    }
+    return ToRgba8(impl_->image);
+}
+
+VImage CDecodeStream::Pixels() const {
+    if (!impl_->bmp && !impl_->bmpRows)
+        return ToRgba8(impl_->image, true);
+    const bool opaque = impl_->bmpRows ? impl_->bmpRows->Opaque() : IsOpaque(*impl_->bmp);
+    return opaque ? Rgba().extract_band(0, VImage::option()->set("n", 3)) : Rgba();
+}
+
+double CDecodeStream::XResolution() const {
+    return impl_->bmp || impl_->bmpRows ? 0.0 : impl_->image.xres();
+}
+
+double CDecodeStream::YResolution() const {
+    return impl_->bmp || impl_->bmpRows ? 0.0 : impl_->image.yres();
+}
+
+std::vector<u8> CDecodeStream::ColourProfile() const {
+    if (impl_->bmp || impl_->bmpRows)
+        return {};
+    VipsImage* image = impl_->image.get_image();
+    std::vector<u8> profile =
+        EmbeddedIccProfile(impl_->image, impl_->loader, impl_->data, impl_->size);
+    // The pixels keep their numbers only where no colour conversion makes them sRGB: colour
+    // bands as the file stores them, under a profile that describes RGB.
+    const VipsInterpretation space = vips_image_guess_interpretation(image);
+    const bool keptNumbers = space == VIPS_INTERPRETATION_sRGB ||
+                             space == VIPS_INTERPRETATION_RGB16 ||
+                             (space == VIPS_INTERPRETATION_MULTIBAND && image->Bands >= 3);
+    if (!keptNumbers || image->Bands < 3 || IccColourSpace(profile) != kIccRgb)
+        return {};
+    return profile;
+}
+
+bool CDecodeStream::Damaged() const {
+    return impl_->open && impl_->open->Invalidated();
+}

@@ -1,0 +1,20 @@
+// Starting and stopping libvips for the process, with its built-in loaders alone, and loading the
+// one module that the program reads with.
+#pragma once
+
+// Starts libvips once for the process, with its built-in loaders alone and the untrusted ones
+// among them (SVG and the like) blocked; the HEIF/AVIF module is loaded when bytes first come
+// that no built-in loader claims (CLoader::For, image/Loaders.h), and no other module ever is.
+// Later calls only report whether the start worked. Sets the allocator to one arena for the whole
+// process, so the first call should come before other threads allocate. Any thread.
+bool EnsureVipsStarted();
+// Shuts libvips down at the end of the program, after the last image operation. The main thread.
+void StopVips();
+// Loads libvips' HEIF/AVIF module (its loader and its encoder) once, when it is not loaded yet; it
+// stays for the rest of the process, as libvips' own modules do. True when the HEIF loader is
+// there, loaded now or before, or built into libvips. Any thread, after EnsureVipsStarted.
+bool EnsureHeifLoader();
+
+// The name that libvips gives the threads of its process-wide pool. They do the pixel work of
+// every pipeline, whichever thread runs it, and are kept for the next one.
+inline constexpr char kVipsWorkerThreadName[] = "libvips worker";
