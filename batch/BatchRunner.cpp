@@ -6,7 +6,7 @@
 
 #include "foundation/GuardedCall.h"
 #include "foundation/ThreadPriority.h"
-#include "image/Codec.h"
+#include "image/VipsStart.h"
 
 namespace lvx {
 namespace {

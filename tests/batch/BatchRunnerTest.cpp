@@ -22,8 +22,9 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "foundation/ThreadPriority.h"
-#include "image/Codec.h"
 #include "image/ImageIo.h"
+#include "image/VipsStart.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/GateClient.h"
@@ -57,7 +58,7 @@ public:
 class BatchRunnerTest : public ::testing::Test {
 protected:
     // Files f0.png ... of different sizes, the one at `bad` no image, planned as PNG outputs in
-    // "out"; each task keeps its output for the owner (deferSave) or writes it itself.
+    // "out"; each task keeps its output for the owner (TaskKeeps::kEncoded) or writes it itself.
     std::vector<lvx::TaskPtr> Plan(int count, int bad, bool deferSave,
                                    lvx::CLunavexTaskClient* client = nullptr) {
         std::vector<std::wstring> sources;
@@ -76,8 +77,7 @@ protected:
         settings.subFolders.Add(L"out");
         std::vector<lvx::TaskPtr> tasks;
         for (const lvx::PlannedFile& file : lvx::PlanBatch(sources, settings, client)) {
-            file.task->keepsImages = false;
-            file.task->deferSave = deferSave;
+            file.task->keeps = deferSave ? lvx::TaskKeeps::kEncoded : lvx::TaskKeeps::kNothing;
             file.task->replaceExisting = file.outputExists;
             tasks.push_back(file.task);
         }
@@ -169,7 +169,7 @@ TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAl
         fs::remove_all(dir / "out");
         std::vector<lvx::TaskPtr> tasks = Plan(3, -1, true);
         std::vector<std::thread::id> calls;
-        tasks[1]->deferSave = false;
+        tasks[1]->keeps = lvx::TaskKeeps::kNothing;
         tasks[1]->beforeReplace = [&calls] {
             calls.push_back(std::this_thread::get_id());
             if (calls.size() == 1)
@@ -345,7 +345,6 @@ TEST_F(BatchRunnerTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterAFileOfAnIdleRu
 
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
     task->Init(W(dir / "photo.jpg"), W(dir / "out" / "photo.png"), nullptr);
-    ASSERT_EQ(task->PrepareEncoder(1, 80), 0u);
     lvx::CBatchRunner runner;
     lvx::BatchRunOptions options;
     options.idlePriority = true;
