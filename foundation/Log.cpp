@@ -21,7 +21,7 @@ bool PutUnit(char16_t unit, char*& to, char* toEnd) {
 }
 
 const std::locale& Utf16Locale() {
-    static const std::locale locale(std::locale::classic(), new utf16_codecvt);
+    static const std::locale locale(std::locale::classic(), new CUtf16Codecvt);
     return locale;
 }
 
@@ -45,7 +45,7 @@ i32 OpenLogFile(const std::wstring& path, CFileDescriptor& fd) {
 
 } // namespace
 
-std::codecvt_base::result utf16_codecvt::do_out(state_type&, const intern_type* from,
+std::codecvt_base::result CUtf16Codecvt::do_out(state_type&, const intern_type* from,
                                                 const intern_type* fromEnd,
                                                 const intern_type*& fromNext, extern_type* to,
                                                 extern_type* toEnd, extern_type*& toNext) const {
@@ -72,17 +72,17 @@ std::codecvt_base::result utf16_codecvt::do_out(state_type&, const intern_type* 
     return from == fromEnd ? ok : partial;
 }
 
-std::codecvt_base::result utf16_codecvt::do_unshift(state_type&, extern_type* to, extern_type*,
+std::codecvt_base::result CUtf16Codecvt::do_unshift(state_type&, extern_type* to, extern_type*,
                                                     extern_type*& toNext) const {
     toNext = to;
     return noconv;
 }
 
-utf16_filebuf::utf16_filebuf() {
+CUtf16Filebuf::CUtf16Filebuf() {
     pubimbue(Utf16Locale());
 }
 
-bool utf16_filebuf::OpenDescriptor(int fd) {
+bool CUtf16Filebuf::OpenDescriptor(int fd) {
     if (is_open())
         close();
     // The standard buffer opens only by name; this one is built on the descriptor and its state

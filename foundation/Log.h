@@ -11,9 +11,9 @@
 
 // Wide characters to UTF-16LE bytes. A line feed becomes CR LF, a carriage return is dropped,
 // characters beyond the basic plane become surrogate pairs.
-class utf16_codecvt : public std::codecvt<wchar_t, char, std::mbstate_t> {
+class CUtf16Codecvt : public std::codecvt<wchar_t, char, std::mbstate_t> {
 public:
-    explicit utf16_codecvt(size_t refs = 0) : std::codecvt<wchar_t, char, std::mbstate_t>(refs) {}
+    explicit CUtf16Codecvt(size_t refs = 0) : std::codecvt<wchar_t, char, std::mbstate_t>(refs) {}
 
 protected:
     result do_out(state_type& state, const intern_type* from, const intern_type* fromEnd,
@@ -27,25 +27,25 @@ protected:
 };
 
 // A wide file buffer opened in binary mode with the UTF-16 facet.
-class utf16_filebuf : public std::basic_filebuf<wchar_t> {
+class CUtf16Filebuf : public std::basic_filebuf<wchar_t> {
 public:
-    utf16_filebuf();
+    CUtf16Filebuf();
     // Takes over fd, a file open for writing, closing what the buffer held before. The buffer
     // closes fd with itself.
     bool OpenDescriptor(int fd);
 };
 
-class utf16_ofstream : public std::basic_ostream<wchar_t> {
+class CUtf16Ofstream : public std::basic_ostream<wchar_t> {
 public:
-    utf16_ofstream() : std::basic_ostream<wchar_t>(&buffer_) {}
-    utf16_filebuf* rdbuf() { return &buffer_; }
+    CUtf16Ofstream() : std::basic_ostream<wchar_t>(&buffer_) {}
+    CUtf16Filebuf* rdbuf() { return &buffer_; }
 
 protected:
-    utf16_filebuf buffer_;
+    CUtf16Filebuf buffer_;
 };
 
 // The log file: a UTF-16 stream with a lock and the path of the open file.
-class CLogFile : public utf16_ofstream {
+class CLogFile : public CUtf16Ofstream {
 public:
     // Opens LOG.txt in the application data folder, making the folder when it is missing.
     bool OpenDefault();

@@ -5,12 +5,12 @@
 
 namespace res {
 
-extern const unsigned char sample_jpeg[];
-extern const std::size_t sample_jpeg_size;
+extern const unsigned char kSampleJpeg[];
+extern const std::size_t kSampleJpegSize;
 
 std::span<const unsigned char> FindBinaryResource(u32 name, std::string_view type) {
     if (name == 138 && type == "IMAGE")
-        return {sample_jpeg, sample_jpeg_size};
+        return {kSampleJpeg, kSampleJpegSize};
     return {};
 }
 

@@ -25,19 +25,19 @@ namespace lvx {
 namespace {
 
 enum class Kind {
-    Group,
-    DropList,
-    EditCombo,
-    Label,
-    Radio,
-    Edit,
-    DigitsEdit,
-    Frame,
-    Button,
-    DefaultButton,
-    Check,
-    Slider,
-    Progress
+    kGroup,
+    kDropList,
+    kEditCombo,
+    kLabel,
+    kRadio,
+    kEdit,
+    kDigitsEdit,
+    kFrame,
+    kButton,
+    kDefaultButton,
+    kCheck,
+    kSlider,
+    kProgress
 };
 
 // One control of the dialog template: id (0: none of its own), kind, caption string id (0: no
@@ -51,51 +51,51 @@ struct ControlDef {
 
 // The 45 controls in tab order.
 constexpr ControlDef kControls[] = {
-    {0, Kind::Group, strid::kShrinkGroup, 7, 7, 275, 33},
-    {ctl::kShrink, Kind::DropList, 0, 16, 20, 138, 290},
-    {ctl::kCustomWidth, Kind::EditCombo, 0, 162, 20, 48, 289},
-    {0, Kind::Label, strid::kSizeTimes, 216, 22, 8, 8},
-    {ctl::kCustomHeight, Kind::EditCombo, 0, 228, 20, 48, 290},
-    {0, Kind::Group, strid::kSaveTypeGroup, 7, 44, 275, 47},
-    {ctl::kPng, Kind::Radio, strid::kPngChoice, 16, 59, 195, 10},
-    {ctl::kJpeg, Kind::Radio, strid::kJpegChoice, 16, 74, 117, 10},
-    {0, Kind::Label, strid::kQualityLabel, 140, 75, 30, 8},
-    {ctl::kQualityNumber, Kind::DigitsEdit, 0, 174, 73, 21, 13},
-    {ctl::kQualityName, Kind::DropList, 0, 200, 73, 76, 30},
-    {0, Kind::Group, strid::kBackgroundGroup, 7, 95, 275, 33},
-    {ctl::kSwatch, Kind::Frame, 0, 16, 109, 39, 11},
-    {0, Kind::Label, strid::kColorHash, 61, 110, 8, 8},
-    {ctl::kColorText, Kind::Edit, 0, 70, 108, 43, 13},
-    {ctl::kChooseColor, Kind::Button, strid::kChooseColorButton, 119, 107, 55, 14},
-    {ctl::kTransparent, Kind::Check, strid::kTransparentCheck, 187, 110, 87, 10},
-    {0, Kind::Group, strid::kRoundGroup, 7, 132, 275, 47},
-    {ctl::kTopLeft, Kind::Check, strid::kTopLeftCheck, 16, 146, 32, 10},
-    {ctl::kTopRight, Kind::Check, strid::kTopRightCheck, 53, 146, 32, 10},
-    {ctl::kBottomLeft, Kind::Check, strid::kBottomLeftCheck, 16, 158, 32, 10},
-    {ctl::kBottomRight, Kind::Check, strid::kBottomRightCheck, 53, 158, 32, 10},
-    {0, Kind::Label, strid::kRadiusLabel, 94, 146, 32, 8},
-    {ctl::kRadius, Kind::Edit, 0, 130, 144, 24, 13},
-    {ctl::kRadiusUnit, Kind::DropList, 0, 158, 144, 60, 30},
-    {ctl::kRadiusSlider, Kind::Slider, 0, 94, 162, 180, 11},
-    {0, Kind::Group, strid::kBlurGroup, 7, 183, 275, 47},
-    {ctl::kTop, Kind::Check, strid::kTopCheck, 40, 197, 24, 10},
-    {ctl::kLeft, Kind::Check, strid::kLeftCheck, 16, 203, 24, 10},
-    {ctl::kRight, Kind::Check, strid::kRightCheck, 65, 203, 24, 10},
-    {ctl::kBottom, Kind::Check, strid::kBottomCheck, 40, 209, 24, 10},
-    {0, Kind::Label, strid::kBlurWidthLabel, 94, 197, 24, 8},
-    {ctl::kBlurWidth, Kind::Edit, 0, 129, 194, 24, 13},
-    {ctl::kBlurUnit, Kind::DropList, 0, 157, 194, 60, 30},
-    {ctl::kBlurSlider, Kind::Slider, 0, 93, 212, 180, 11},
-    {0, Kind::Group, strid::kOutputGroup, 7, 233, 276, 33},
-    {0, Kind::Label, strid::kSubFolderLabel, 16, 245, 133, 13},
-    {ctl::kSubFolder, Kind::EditCombo, 0, 152, 245, 70, 30},
-    {0, Kind::Label, strid::kSubFolderTail, 226, 245, 51, 13},
-    {ctl::kStatus, Kind::Label, strid::kDropHint, 7, 275, 257, 8},
-    {ctl::kStop, Kind::DefaultButton, strid::kStopButton, 267, 272, 77, 16},
-    {ctl::kOpenOutput, Kind::Button, strid::kOpenOutputButton, 348, 272, 77, 16},
-    {ctl::kDetailPane, Kind::Frame, 0, 290, 10, 135, 124},
-    {ctl::kWholePane, Kind::Frame, 0, 290, 142, 135, 124},
-    {ctl::kProgress, Kind::Progress, 0, 7, 295, 418, 6},
+    {0, Kind::kGroup, strid::kShrinkGroup, 7, 7, 275, 33},
+    {ctl::kShrink, Kind::kDropList, 0, 16, 20, 138, 290},
+    {ctl::kCustomWidth, Kind::kEditCombo, 0, 162, 20, 48, 289},
+    {0, Kind::kLabel, strid::kSizeTimes, 216, 22, 8, 8},
+    {ctl::kCustomHeight, Kind::kEditCombo, 0, 228, 20, 48, 290},
+    {0, Kind::kGroup, strid::kSaveTypeGroup, 7, 44, 275, 47},
+    {ctl::kPng, Kind::kRadio, strid::kPngChoice, 16, 59, 195, 10},
+    {ctl::kJpeg, Kind::kRadio, strid::kJpegChoice, 16, 74, 117, 10},
+    {0, Kind::kLabel, strid::kQualityLabel, 140, 75, 30, 8},
+    {ctl::kQualityNumber, Kind::kDigitsEdit, 0, 174, 73, 21, 13},
+    {ctl::kQualityName, Kind::kDropList, 0, 200, 73, 76, 30},
+    {0, Kind::kGroup, strid::kBackgroundGroup, 7, 95, 275, 33},
+    {ctl::kSwatch, Kind::kFrame, 0, 16, 109, 39, 11},
+    {0, Kind::kLabel, strid::kColorHash, 61, 110, 8, 8},
+    {ctl::kColorText, Kind::kEdit, 0, 70, 108, 43, 13},
+    {ctl::kChooseColor, Kind::kButton, strid::kChooseColorButton, 119, 107, 55, 14},
+    {ctl::kTransparent, Kind::kCheck, strid::kTransparentCheck, 187, 110, 87, 10},
+    {0, Kind::kGroup, strid::kRoundGroup, 7, 132, 275, 47},
+    {ctl::kTopLeft, Kind::kCheck, strid::kTopLeftCheck, 16, 146, 32, 10},
+    {ctl::kTopRight, Kind::kCheck, strid::kTopRightCheck, 53, 146, 32, 10},
+    {ctl::kBottomLeft, Kind::kCheck, strid::kBottomLeftCheck, 16, 158, 32, 10},
+    {ctl::kBottomRight, Kind::kCheck, strid::kBottomRightCheck, 53, 158, 32, 10},
+    {0, Kind::kLabel, strid::kRadiusLabel, 94, 146, 32, 8},
+    {ctl::kRadius, Kind::kEdit, 0, 130, 144, 24, 13},
+    {ctl::kRadiusUnit, Kind::kDropList, 0, 158, 144, 60, 30},
+    {ctl::kRadiusSlider, Kind::kSlider, 0, 94, 162, 180, 11},
+    {0, Kind::kGroup, strid::kBlurGroup, 7, 183, 275, 47},
+    {ctl::kTop, Kind::kCheck, strid::kTopCheck, 40, 197, 24, 10},
+    {ctl::kLeft, Kind::kCheck, strid::kLeftCheck, 16, 203, 24, 10},
+    {ctl::kRight, Kind::kCheck, strid::kRightCheck, 65, 203, 24, 10},
+    {ctl::kBottom, Kind::kCheck, strid::kBottomCheck, 40, 209, 24, 10},
+    {0, Kind::kLabel, strid::kBlurWidthLabel, 94, 197, 24, 8},
+    {ctl::kBlurWidth, Kind::kEdit, 0, 129, 194, 24, 13},
+    {ctl::kBlurUnit, Kind::kDropList, 0, 157, 194, 60, 30},
+    {ctl::kBlurSlider, Kind::kSlider, 0, 93, 212, 180, 11},
+    {0, Kind::kGroup, strid::kOutputGroup, 7, 233, 276, 33},
+    {0, Kind::kLabel, strid::kSubFolderLabel, 16, 245, 133, 13},
+    {ctl::kSubFolder, Kind::kEditCombo, 0, 152, 245, 70, 30},
+    {0, Kind::kLabel, strid::kSubFolderTail, 226, 245, 51, 13},
+    {ctl::kStatus, Kind::kLabel, strid::kDropHint, 7, 275, 257, 8},
+    {ctl::kStop, Kind::kDefaultButton, strid::kStopButton, 267, 272, 77, 16},
+    {ctl::kOpenOutput, Kind::kButton, strid::kOpenOutputButton, 348, 272, 77, 16},
+    {ctl::kDetailPane, Kind::kFrame, 0, 290, 10, 135, 124},
+    {ctl::kWholePane, Kind::kFrame, 0, 290, 142, 135, 124},
+    {ctl::kProgress, Kind::kProgress, 0, 7, 295, 418, 6},
 };
 
 // A closed combo box is as high as an edit of the template.
@@ -128,7 +128,7 @@ void FitCaption(QWidget* control, int width) {
 // template's height holds; the rectangle becomes that of a closed combo.
 QComboBox* MakeCombo(const ControlDef& def, const CDialogUnits& du, QRect& rect, QWidget* parent) {
     auto* combo = new QComboBox(parent);
-    combo->setEditable(def.kind == Kind::EditCombo);
+    combo->setEditable(def.kind == Kind::kEditCombo);
     combo->setInsertPolicy(QComboBox::NoInsert);
     // What the user types stays as typed: no inline completion ("100" must not become "1000"),
     // and Enter picks a list entry only when it matches in case as well.
@@ -141,7 +141,7 @@ QComboBox* MakeCombo(const ControlDef& def, const CDialogUnits& du, QRect& rect,
 
 QPushButton* MakeButton(const ControlDef& def, const QString& caption, QWidget* parent) {
     auto* button = new QPushButton(caption, parent);
-    button->setDefault(def.kind == Kind::DefaultButton);
+    button->setDefault(def.kind == Kind::kDefaultButton);
     button->setAutoDefault(false);
     // Stop and Open output start disabled; the start values enable what an idle view has.
     button->setEnabled(def.id != ctl::kStop && def.id != ctl::kOpenOutput);
@@ -152,42 +152,42 @@ QPushButton* MakeButton(const ControlDef& def, const QString& caption, QWidget* 
 QWidget* MakeControl(const ControlDef& def, const QString& caption, const CDialogUnits& du,
                      QRect& rect, QWidget* parent) {
     switch (def.kind) {
-    case Kind::Group:
+    case Kind::kGroup:
         return new QGroupBox(caption, parent);
-    case Kind::DropList:
-    case Kind::EditCombo:
+    case Kind::kDropList:
+    case Kind::kEditCombo:
         return MakeCombo(def, du, rect, parent);
-    case Kind::Label: {
+    case Kind::kLabel: {
         auto* label = new QLabel(caption, parent);
         label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
         return label;
     }
-    case Kind::Radio:
+    case Kind::kRadio:
         return new QRadioButton(caption, parent);
-    case Kind::Check:
+    case Kind::kCheck:
         return new QCheckBox(caption, parent);
-    case Kind::Edit:
-    case Kind::DigitsEdit: {
+    case Kind::kEdit:
+    case Kind::kDigitsEdit: {
         auto* edit = new QLineEdit(parent);
-        if (def.kind == Kind::DigitsEdit)
+        if (def.kind == Kind::kDigitsEdit)
             edit->setValidator(new QRegularExpressionValidator(
                 QRegularExpression(QStringLiteral("[0-9]*")), edit));
         return edit;
     }
-    case Kind::Frame: {
+    case Kind::kFrame: {
         auto* frame = new QFrame(parent);
         frame->hide();
         return frame;
     }
-    case Kind::Button:
-    case Kind::DefaultButton:
+    case Kind::kButton:
+    case Kind::kDefaultButton:
         return MakeButton(def, caption, parent);
-    case Kind::Slider: {
+    case Kind::kSlider: {
         auto* slider = new QSlider(Qt::Horizontal, parent);
         slider->setTickPosition(QSlider::TicksBelow);
         return slider;
     }
-    case Kind::Progress: {
+    case Kind::kProgress: {
         auto* bar = new QProgressBar(parent);
         bar->setTextVisible(false);
         bar->setValue(0);
@@ -209,11 +209,11 @@ void CMainView::BuildControls() {
         QWidget* control = MakeControl(def, caption, du, rect, this);
         control->setGeometry(rect);
         FitCaption(control, rect.width());
-        if (def.kind == Kind::Label && caption.contains(QLatin1Char('&')))
+        if (def.kind == Kind::kLabel && caption.contains(QLatin1Char('&')))
             pendingBuddyLabel = static_cast<QLabel*>(control);
         // A label's access key moves the focus to the next control of the tab order.
         if (pendingBuddyLabel && control != pendingBuddyLabel && def.id != 0 &&
-            def.kind != Kind::Label) {
+            def.kind != Kind::kLabel) {
             pendingBuddyLabel->setBuddy(control);
             pendingBuddyLabel = nullptr;
         }
