@@ -1,5 +1,5 @@
 // The start of every image fuzz target: libvips up, and no operation cache. Called once, from
-// LLVMFuzzerInitialize, before any input runs.
+// LLVMFuzzerInitialize on the fuzzer's one thread, before any input runs.
 #pragma once
 
 #include <vips/vips.h>
