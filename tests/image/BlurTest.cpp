@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "image/Round.h"
 #include "image/reference/WholeConversion.h"
 #include "support/PixelTestUtil.h"
 
@@ -18,9 +17,7 @@ using namespace testutil;
 
 // An image of the given alpha whose colour bytes tell where each pixel lies.
 CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
-    return testutil::MakeDib(width, height, [&](i32 x, i32 y) {
-        return testutil::Bgra{static_cast<u8>(x), static_cast<u8>(y), 77, alpha};
-    });
+    return MakeDib(width, height, [&](i32 x, i32 y) { return Bgra{u8(x), u8(y), 77, alpha}; });
 }
 
 // Rows 0 to 8, columns 0 to 11 of the top-left corner: b = 4, radius 8, all edges, corners
@@ -92,23 +89,6 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
             ASSERT_EQ(image->PixelAt(x, y)[0], x);
             ASSERT_EQ(image->PixelAt(x, y)[1], y);
             ASSERT_EQ(image->PixelAt(x, y)[2], 77);
-        }
-    }
-
-    // Through the whole-image rounding: the rounded image, then capped.
-    CDibPtr source = MakeImage(40, 30, 255);
-    WholeFailure failure;
-    const CDibPtr result = RoundWhole(
-        *source,
-        {.radius = {lengthunit::kPixels, 80, 0}, .blurWidth = {lengthunit::kPixels, 40, 0}},
-        failure);
-    ASSERT_TRUE(result);
-    CDibPtr rounded;
-    ASSERT_EQ(RoundImage(rounded, *source, true, true, true, true, 8, 8), hr::kOk);
-    for (int y = 0; y < 9; ++y) {
-        for (int x = 0; x < 12; ++x) {
-            const int expected = std::min<int>(kWorkedCaps[y][x], AlphaOf(*rounded, x, y));
-            EXPECT_EQ(AlphaOf(*result, x, y), expected) << "(" << x << ", " << y << ")";
         }
     }
 }

@@ -99,19 +99,11 @@ TEST(Codec, OfLibvipsModulesOnlyHeifIsLoadedAndHeifAndAvifDecode) {
     EXPECT_STRNE(home ? home : "", "/dev/null");
 
     // A flat colour survives lossy coding within a few levels.
-    const std::vector<u8> pixels(64 * 48 * 3, 0);
-    vips::VImage flat = vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()), pixels.size(),
-                                                      64, 48, 3, VIPS_FORMAT_UCHAR)
-                            .linear({1.0, 1.0, 1.0}, {200.0, 120.0, 40.0})
-                            .cast(VIPS_FORMAT_UCHAR);
-    for (VipsForeignHeifCompression compression :
-         {VIPS_FOREIGN_HEIF_COMPRESSION_HEVC, VIPS_FOREIGN_HEIF_COMPRESSION_AV1}) {
-        void* bytes = nullptr;
-        size_t size = 0;
-        flat.write_to_buffer(".heif", &bytes, &size,
-                             vips::VImage::option()->set("compression", compression));
-        const std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
-        g_free(bytes);
+    std::vector<u8> pixels;
+    for (int i = 0; i < 64 * 48; ++i)
+        pixels.insert(pixels.end(), {200, 120, 40});
+    for (const char* compression : {".heif[compression=hevc]", ".heif[compression=av1]"}) {
+        const std::vector<u8> encoded = EncodedWithVips(pixels, 64, 48, 3, compression);
         CDibPtr decoded;
         ASSERT_EQ(DecodeImage(encoded.data(), encoded.size(), decoded), hr::kOk) << compression;
         ASSERT_EQ(decoded->Width(), 64);
@@ -128,11 +120,8 @@ TEST(Codec, OfLibvipsModulesOnlyHeifIsLoadedAndHeifAndAvifDecode) {
 TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
     // Each format that libvips reads, 4 x 3: refused at 11 pixels, read at 12. A header of a size
     // far above the limit is the file layer's test (ImageIo).
-    CTempDir dir;
-    const std::vector<u8> pixels = TestPictureRgb(4, 3);
-    for (const char* name : {"a.jpg", "a.png", "a.tif", "a.webp", "a.gif"}) {
-        SaveWithVips(dir.File(name), pixels, 4, 3, 3);
-        const std::vector<u8> file = ReadBytes(dir.File(name));
+    for (const char* name : {".jpg", ".png", ".tif", ".webp", ".gif"}) {
+        const std::vector<u8> file = EncodedWithVips(TestPictureRgb(4, 3), 4, 3, 3, name);
         CDibPtr out;
         Size size;
         EXPECT_EQ(
@@ -150,10 +139,7 @@ TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
 }
 
 TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
-    CTempDir dir;
-    SaveWithVips(dir.File("p.jpg"), TestPictureRgb(16, 16), 16, 16, 3,
-                 vips::VImage::option()->set("interlace", true));
-    std::vector<u8> jpeg = ReadBytes(dir.File("p.jpg"));
+    std::vector<u8> jpeg = EncodedWithVips(TestPictureRgb(16, 16), 16, 16, 3, ".jpg[interlace]");
     const u32 scans = CountJpegScans(jpeg.data(), jpeg.size(), kDefaultMaxScans);
     ASSERT_GT(scans, 1u);
     ASSERT_LT(scans, kDefaultMaxScans);

@@ -29,13 +29,6 @@ struct Source {
     std::vector<u8> bytes;
 };
 
-std::vector<u8> Encoded(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
-                        const char* suffix, CTempDir& dir) {
-    const std::string path = dir.File(std::string("source") + suffix);
-    SaveWithVips(path, pixels, width, height, bands);
-    return ReadBytes(path);
-}
-
 // The RGB pixels with the alpha that alphaOf gives the pixel of each index.
 template <typename AlphaOf> std::vector<u8> WithAlpha(const std::vector<u8>& rgb, AlphaOf alphaOf) {
     std::vector<u8> rgba;
@@ -83,7 +76,7 @@ std::vector<u8> AsBmp(const std::vector<u8>& rgba, i32 width, i32 height, u16 bi
     return MakeBmp(parts);
 }
 
-std::vector<Source> Sources(CTempDir& dir) {
+std::vector<Source> Sources() {
     const i32 w = 211;
     const i32 h = 143;
     const std::vector<u8> rgb = TestPictureRgb(w, h);
@@ -92,31 +85,15 @@ std::vector<Source> Sources(CTempDir& dir) {
     std::vector<u8> grey;
     for (size_t i = 0; i < rgb.size(); i += 3)
         grey.push_back(rgb[i + 1]);
-    return {{"jpeg", Encoded(rgb, w, h, 3, ".jpg", dir)},
-            {"png rgb", Encoded(rgb, w, h, 3, ".png", dir)},
-            {"png rgba", Encoded(rgba, w, h, 4, ".png", dir)},
-            {"png grey", Encoded(grey, w, h, 1, ".png", dir)},
+    return {{"jpeg", EncodedWithVips(rgb, w, h, 3, ".jpg")},
+            {"png rgb", EncodedWithVips(rgb, w, h, 3, ".png")},
+            {"png rgba", EncodedWithVips(rgba, w, h, 4, ".png")},
+            {"png grey", EncodedWithVips(grey, w, h, 1, ".png")},
             {"bmp 4 bits", AsBmp(rgba, w, h, 4, false)},
             {"bmp 8 bits top-down", AsBmp(rgba, w, h, 8, true)},
             {"bmp 16 bits", AsBmp(rgba, w, h, 16, false)},
             {"bmp 24 bits top-down", AsBmp(rgba, w, h, 24, true)},
             {"bmp 32 bits with alpha", AsBmp(rgba, w, h, 32, false)}};
-}
-
-// Pixels encoded by libvips with an ICC profile embedded; the suffix picks the format.
-std::vector<u8> EncodedWithProfile(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
-                                   const char* suffix, const std::vector<u8>& profile) {
-    vips::VImage image =
-        vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()), pixels.size(), width, height,
-                                      bands, VIPS_FORMAT_UCHAR)
-            .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile.data(), profile.size());
-    void* bytes = nullptr;
-    size_t size = 0;
-    image.write_to_buffer(suffix, &bytes, &size);
-    std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
-    g_free(bytes);
-    return encoded;
 }
 
 // The picture of Sources as a photographer's camera or editor writes it: in Adobe RGB (1998),
@@ -128,9 +105,9 @@ std::vector<Source> AdobeRgbSources() {
     const std::vector<u8> rgba =
         WithAlpha(rgb, [](size_t pixel) { return static_cast<u8>(255 - pixel * 11 % 200); });
     const std::vector<u8> profile = AdobeRgbProfile();
-    return {{"adobe rgb jpeg", EncodedWithProfile(rgb, w, h, 3, ".jpg[Q=95]", profile)},
-            {"adobe rgb png", EncodedWithProfile(rgb, w, h, 3, ".png", profile)},
-            {"adobe rgb png rgba", EncodedWithProfile(rgba, w, h, 4, ".png", profile)}};
+    return {{"adobe rgb jpeg", EncodedWithVips(rgb, w, h, 3, ".jpg[Q=95]", profile)},
+            {"adobe rgb png", EncodedWithVips(rgb, w, h, 3, ".png", profile)},
+            {"adobe rgb png rgba", EncodedWithVips(rgba, w, h, 4, ".png", profile)}};
 }
 
 // Decodes an encoded output for a pixel comparison.
@@ -160,8 +137,7 @@ CDibPtr Pixels(const std::vector<u8>& encoded) {
 // Without a shrink the files are those of the whole-image reference byte for byte, and a source
 // without a profile gives an output without one; with a shrink the pixels are within a level.
 TEST(StreamConvertTest, TheFilesAreThoseOfTheWholeImageRoad) {
-    CTempDir dir;
-    std::vector<Source> sources = Sources(dir);
+    std::vector<Source> sources = Sources();
     const size_t plain = sources.size();
     for (Source& profiled : AdobeRgbSources())
         sources.push_back(std::move(profiled));
@@ -208,8 +184,7 @@ TEST(StreamConvertTest, TheFilesAreThoseOfTheWholeImageRoad) {
 }
 
 TEST(StreamConvertTest, FailuresNameTheirStage) {
-    CTempDir dir;
-    const std::vector<u8> jpeg = Sources(dir)[0].bytes;
+    const std::vector<u8> jpeg = Sources()[0].bytes;
     ShrinkSettings shrink;
     const RoundSettings round;
     const OutputChoice output;
@@ -288,12 +263,8 @@ double Psnr(const CDib& a, const CDib& b) {
 }
 
 TEST(StreamConvertTest, AJpegDecodedSmallerStaysAboveFortyDecibels) {
-    CTempDir dir;
     // A photograph-like picture: sky, hills, trees, ripples on water and fine grain.
-    const i32 w = 1603;
-    const i32 h = 1201;
-    const std::vector<u8> rgb = PaintScene(w, h);
-    const std::vector<u8> jpeg = Encoded(rgb, w, h, 3, ".jpg", dir);
+    const std::vector<u8> jpeg = EncodedWithVips(PaintScene(1603, 1201), 1603, 1201, 3, ".jpg");
     // Fits that the decoder halves (a sixth of the size or less) and one that it does not.
     for (i32 box : {267, 199, 100, 300}) {
         const ShrinkSettings shrink{.shrinkType = 1, .customWidth = box, .customHeight = box};
@@ -339,7 +310,6 @@ struct RowRecorder : CRowSink {
 // The rows that a conversion reads reach its sink once each and in order, whatever its threads
 // do; ReadRows gives the same rows, which are the decoded image's.
 TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
-    CTempDir dir;
     // Tall enough for many strips on several threads; every row differs from the next.
     const i32 w = 300;
     const i32 h = 2000;
@@ -352,7 +322,7 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
             p[2] = static_cast<u8>(x);
             p[3] = static_cast<u8>(255 - (x + y) % 7);
         }
-    const std::vector<u8> png = Encoded(rgba, w, h, 4, ".png", dir);
+    const std::vector<u8> png = EncodedWithVips(rgba, w, h, 4, ".png");
     CDibPtr decoded = Pixels(png);
     ASSERT_TRUE(decoded);
     RowRecorder again;
@@ -381,10 +351,6 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
         EXPECT_TRUE(sink.got == again.got) << box;
     }
 }
-
-} // namespace
-
-namespace {
 
 // A pixel of encoded bytes turned from their profile to sRGB, as a colour-managed viewer shows it.
 std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
@@ -445,8 +411,7 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
     }
 
     // The rows of a source without a profile are in sRGB.
-    CTempDir dir;
-    for (const Source& plain : Sources(dir)) {
+    for (const Source& plain : Sources()) {
         RowRecorder rows;
         ASSERT_EQ(ReadRows(plain.bytes.data(), plain.bytes.size(), {}, rows), hr::kOk);
         EXPECT_TRUE(rows.profile.empty()) << plain.name;
@@ -457,16 +422,12 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) 
     EXPECT_EQ(rows.profile, profile);
 }
 
-// A profile goes whole into an output that has room for it, however many segments of a JPEG it
-// spread over (libvips reads 100); where there is none (a JPEG holds 255 segments of 65519 bytes,
-// a PNG 8000000 bytes for libpng's readers) it is left out and the numbers are those that it
-// shows in sRGB (the numbers as they are when the colour engine cannot read it), instead of a
-// failure or a cut profile. Both roads agree byte for byte.
+// A profile goes whole into an output with room for it (a JPEG holds 255 segments of 65519 bytes,
+// a PNG 8000000 bytes); else it is left out and the numbers are those it shows in sRGB (as they
+// are when the colour engine cannot read it). Both roads agree byte for byte.
 TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSrgb) {
-    ASSERT_TRUE(EnsureVipsStarted());
-    CTempDir dir;
     const std::vector<u8> rgb = TestPictureRgb(211, 143);
-    const std::vector<u8> plainJpeg = Encoded(rgb, 211, 143, 3, ".jpg", dir);
+    const std::vector<u8> plainJpeg = EncodedWithVips(rgb, 211, 143, 3, ".jpg");
     const auto jpegWith = [&](const std::vector<u8>& profile) {
         std::vector<u8> jpeg = plainJpeg;
         EXPECT_EQ(EmbedIccInJpeg(jpeg, profile), hr::kOk);
@@ -491,7 +452,7 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
         if (!c.readable)
             std::fill_n(std::search(profile.begin(), profile.end(), curve.begin(), curve.end()), 4,
                         'x');
-        const Source from{c.name, c.png ? EncodedWithProfile(rgb, 211, 143, 3, ".png", profile)
+        const Source from{c.name, c.png ? EncodedWithVips(rgb, 211, 143, 3, ".png", profile)
                                         : jpegWith(profile)};
         const CDibPtr in = Pixels(from.bytes);
         for (bool jpeg : {false, true}) {
@@ -528,9 +489,8 @@ TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSr
     }
 }
 
-// Memory that runs out inside a decoder while the rows are read says so, not "not implemented":
-// in a child capped 200 MB above what it holds, with the budget out of the way, a progressive
-// CMYK JPEG whose coefficients need 512 MB.
+// Memory that runs out inside a decoder says so: a child capped 200 MB above what it holds, no
+// budget, a progressive CMYK JPEG whose coefficients need 512 MB.
 TEST(StreamConvertTest, ADecoderOutOfMemorySaysSo) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -53,6 +53,27 @@ inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels,
     image.write_to_file(path.c_str(), options);
 }
 
+// Interleaved 8-bit pixels (rows from the top) encoded by libvips into the format that the
+// suffix names ("[Q=95]" options included), with the ICC profile embedded when one is given.
+inline std::vector<u8> EncodedWithVips(const std::vector<u8>& pixels, i32 width, i32 height,
+                                       int bands, const char* suffix,
+                                       const std::vector<u8>& profile = {}) {
+    EnsureVipsStarted();
+    vips::VImage image = vips::VImage::new_from_memory(
+        const_cast<u8*>(pixels.data()), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR);
+    if (!profile.empty()) {
+        image = image.copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+        vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile.data(),
+                                 profile.size());
+    }
+    void* bytes = nullptr;
+    size_t size = 0;
+    image.write_to_buffer(suffix, &bytes, &size);
+    std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
+    g_free(bytes);
+    return encoded;
+}
+
 // Reads a file with libvips as 8-bit RGBA rows from the top, the reference decode.
 inline std::vector<u8> DecodeWithVips(const std::string& path, i32& width, i32& height) {
     EnsureVipsStarted();
