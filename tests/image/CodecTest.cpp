@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include <sys/resource.h>
 
@@ -21,17 +22,14 @@ using namespace testutil;
 
 namespace {
 
-std::vector<u8> Text(const std::string& text) {
-    return std::vector<u8>(text.begin(), text.end());
-}
-
 // A file that libvips' untrusted SVG loader reads: tiny, and able to ask for gigabytes.
-const std::string kSvg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"200000\" "
-                         "height=\"200000\" viewBox=\"0 0 1 1\"><rect width=\"1\" height=\"1\" "
-                         "fill=\"red\"/></svg>";
+const std::string_view kSvg =
+    "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"200000\" "
+    "height=\"200000\" viewBox=\"0 0 1 1\"><rect width=\"1\" height=\"1\" "
+    "fill=\"red\"/></svg>";
 
 // What libvips' PDF loader looks for: the first line of a PDF file.
-const std::string kPdf = "%PDF-1.4\n%%EOF\n";
+const std::string_view kPdf = "%PDF-1.4\n%%EOF\n";
 
 // The libvips loader that would claim the bytes if no loader were blocked.
 std::string LoaderWithoutBlocking(const std::vector<u8>& bytes) {
@@ -46,8 +44,8 @@ std::string LoaderWithoutBlocking(const std::vector<u8>& bytes) {
 
 TEST(Codec, UntrustedFormatsAreNotDecodedEvenWhereLibvipsKnowsThem) {
     ASSERT_TRUE(EnsureVipsStarted());
-    const std::vector<u8> svg = Text(kSvg);
-    const std::vector<u8> pdf = Text(kPdf);
+    const std::vector<u8> svg(kSvg.begin(), kSvg.end());
+    const std::vector<u8> pdf(kPdf.begin(), kPdf.end());
     // The bytes are what libvips' built-in SVG loader claims; its PDF loader lives in a module
     // that is never loaded.
     EXPECT_EQ(LoaderWithoutBlocking(svg), "svgload_buffer");
@@ -71,7 +69,7 @@ TEST(Codec, OfLibvipsModulesOnlyHeifIsLoadedAndHeifAndAvifDecode) {
     ASSERT_TRUE(EnsureVipsStarted());
     EXPECT_EQ(vips_cache_get_max(), 0);
     CDibPtr dib;
-    const std::vector<u8> words = Text("not an image at all");
+    const std::vector<u8> words = {'n', 'o', ' ', 'i', 'm', 'a', 'g', 'e'};
     ASSERT_EQ(DecodeImage(words.data(), words.size(), dib), hr::kNotImpl);
     EXPECT_NE(vips_type_find("VipsOperation", "heifload_buffer"), 0u);
     for (const char* loader :
