@@ -33,7 +33,7 @@ HResult LoadPath(CDibPtr& out, const std::string& path) {
 TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
     CTempDir dir;
     const std::string path = dir.File("scene.jpg");
-    SaveWithVips(path, TestPictureRgb(61, 47), 61, 47, 3, vips::VImage::option()->set("Q", 85));
+    WriteBytes(path, EncodedWithVips(TestPictureRgb(61, 47), 61, 47, 3, ".jpg[Q=85]"));
 
     CDibPtr dib;
     ASSERT_EQ(LoadPath(dib, path), hr::kOk);
@@ -227,7 +227,8 @@ TEST(ImageIo, ResolutionIsStoredInPixelsPerMetre) {
     EXPECT_EQ(dib->Header()->biYPelsPerMeter, 11811);
 
     // 300 dpi as JPEG density (libvips counts pixels per millimetre).
-    SaveWithVips(dir.File("300.jpg"), TestPictureRgb(8, 8), 8, 8, 3, nullptr, 300);
+    WriteBytes(dir.File("300.jpg"),
+               EncodedWithVips(TestPictureRgb(8, 8), 8, 8, 3, ".jpg", {}, 300));
     dib.reset();
     ASSERT_EQ(LoadPath(dib, dir.File("300.jpg")), hr::kOk);
     EXPECT_EQ(dib->Header()->biXPelsPerMeter, 11811);
