@@ -9,32 +9,30 @@
 
 namespace {
 
-using testutil::Bgra;
+using namespace testutil;
 
 CDibPtr MakeImage(i32 width, i32 height) {
-    return testutil::MakeDib(width, height, [](i32, i32) { return Bgra{}; });
+    return Solid(width, height, Bgra{});
 }
 
-void SetPixel(CDib& dib, i32 x, i32 y, u8 blue, u8 green, u8 red, u8 alpha) {
-    testutil::SetPixel(dib, x, y, Bgra{blue, green, red, alpha});
+void Put(CDib& dib, i32 x, i32 y, u8 blue, u8 green, u8 red, u8 alpha) {
+    SetPixel(dib, x, y, Bgra{blue, green, red, alpha});
 }
 
-void ExpectPixel(const CDib& dib, i32 x, i32 y, int blue, int green, int red, int alpha) {
-    const Bgra expected{static_cast<u8>(blue), static_cast<u8>(green), static_cast<u8>(red),
-                        static_cast<u8>(alpha)};
-    EXPECT_EQ(testutil::PixelOf(dib, x, y), expected) << "(" << x << ", " << y << ")";
+void ExpectPixel(const CDib& dib, i32 x, i32 y, u8 blue, u8 green, u8 red, u8 alpha) {
+    EXPECT_EQ(PixelOf(dib, x, y), (Bgra{blue, green, red, alpha})) << "(" << x << ", " << y << ")";
 }
 
 } // namespace
 
 TEST(BackgroundTest, FillBlendsOverTheColour) {
     CDibPtr source = MakeImage(3, 2);
-    SetPixel(*source, 0, 0, 9, 99, 199, 0);    // transparent: exactly the colour
-    SetPixel(*source, 1, 0, 10, 20, 30, 255);  // opaque: itself
-    SetPixel(*source, 2, 0, 200, 100, 0, 200); // 200 * 200 / 255 = 156.9 rounds to 157
-    SetPixel(*source, 0, 1, 200, 200, 200, 128);
-    SetPixel(*source, 1, 1, 255, 255, 255, 1);
-    SetPixel(*source, 2, 1, 0, 0, 0, 0);
+    Put(*source, 0, 0, 9, 99, 199, 0);    // transparent: exactly the colour
+    Put(*source, 1, 0, 10, 20, 30, 255);  // opaque: itself
+    Put(*source, 2, 0, 200, 100, 0, 200); // 200 * 200 / 255 = 156.9 rounds to 157
+    Put(*source, 0, 1, 200, 200, 200, 128);
+    Put(*source, 1, 1, 255, 255, 255, 1);
+    Put(*source, 2, 1, 0, 0, 0, 0);
     CDibPtr result;
     // Red in a COLORREF: bytes blue 0, green 0, red 255.
     ASSERT_EQ(FillBackground(result, *source, 0x0000FF), hr::kOk);
@@ -52,12 +50,9 @@ TEST(BackgroundTest, FillBlendsOverTheColour) {
     ExpectPixel(*source, 0, 0, 9, 99, 199, 0);
 
     // An opaque image is unchanged apart from being a new copy.
-    CDibPtr opaque = MakeImage(4, 3);
-    for (i32 y = 0; y < 3; ++y) {
-        for (i32 x = 0; x < 4; ++x) {
-            SetPixel(*opaque, x, y, static_cast<u8>(x * 50), static_cast<u8>(y * 70), 33, 255);
-        }
-    }
+    CDibPtr opaque = MakeDib(4, 3, [](i32 x, i32 y) {
+        return Bgra{u8(x * 50), u8(y * 70), 33, 255};
+    });
     ASSERT_EQ(FillBackground(result, *opaque, 0xFFFFFF), hr::kOk);
     EXPECT_EQ(std::memcmp(result->Bits(), opaque->Bits(), opaque->GetSizeImage()), 0);
     EXPECT_EQ(result->Header()->biXPelsPerMeter, 0);
@@ -66,10 +61,10 @@ TEST(BackgroundTest, FillBlendsOverTheColour) {
 TEST(BackgroundTest, CompositeAndFailures) {
     // CompositeOver clears the target to the colour first, whatever it held.
     CDibPtr target = MakeImage(2, 1);
-    SetPixel(*target, 0, 0, 1, 2, 3, 4);
-    SetPixel(*target, 1, 0, 5, 6, 7, 8);
+    Put(*target, 0, 0, 1, 2, 3, 4);
+    Put(*target, 1, 0, 5, 6, 7, 8);
     CDibPtr source = MakeImage(1, 1);
-    SetPixel(*source, 0, 0, 50, 60, 70, 0);
+    Put(*source, 0, 0, 50, 60, 70, 0);
     ASSERT_EQ(CompositeOver(*target, *source, 0x336699), hr::kOk);
     ExpectPixel(*target, 0, 0, 0x33, 0x66, 0x99, 255);
     ExpectPixel(*target, 1, 0, 0x33, 0x66, 0x99, 255);

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "image/Round.h"
 #include "image/reference/WholeConversion.h"
 #include "support/PixelTestUtil.h"
 
@@ -18,9 +18,7 @@ using namespace testutil;
 
 // An image of the given alpha whose colour bytes tell where each pixel lies.
 CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
-    return testutil::MakeDib(width, height, [&](i32 x, i32 y) {
-        return testutil::Bgra{static_cast<u8>(x), static_cast<u8>(y), 77, alpha};
-    });
+    return MakeDib(width, height, [&](i32 x, i32 y) { return Bgra{u8(x), u8(y), 77, alpha}; });
 }
 
 // Rows 0 to 8, columns 0 to 11 of the top-left corner: b = 4, radius 8, all edges, corners
@@ -94,23 +92,6 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
             ASSERT_EQ(image->PixelAt(x, y)[2], 77);
         }
     }
-
-    // Through the whole-image rounding: the rounded image, then capped.
-    CDibPtr source = MakeImage(40, 30, 255);
-    WholeFailure failure;
-    const CDibPtr result = RoundWhole(
-        *source,
-        {.radius = {lengthunit::kPixels, 80, 0}, .blurWidth = {lengthunit::kPixels, 40, 0}},
-        failure);
-    ASSERT_TRUE(result);
-    CDibPtr rounded;
-    ASSERT_EQ(RoundImage(rounded, *source, true, true, true, true, 8, 8), hr::kOk);
-    for (int y = 0; y < 9; ++y) {
-        for (int x = 0; x < 12; ++x) {
-            const int expected = std::min<int>(kWorkedCaps[y][x], AlphaOf(*rounded, x, y));
-            EXPECT_EQ(AlphaOf(*result, x, y), expected) << "(" << x << ", " << y << ")";
-        }
-    }
 }
 
 TEST(BlurTest, SquareFormWithoutRoundedCorners) {
@@ -156,20 +137,14 @@ TEST(BlurTest, BandsStopAtTheMiddle) {
 TEST(BlurTest, EdgeCases) {
     CDibPtr source = MakeImage(16, 16, 255);
     CDibPtr result;
-    // No edge chosen: an exact copy.
-    ASSERT_EQ(
-        BlurImage(result, *source, true, true, true, true, 4, false, false, false, false, 4, 4),
-        hr::kOk);
-    ASSERT_NE(result.get(), source.get());
-    EXPECT_TRUE(PixelsNear(*result, *source, 0));
-    // Width 0 with straight edges: nothing to do; width 0 and radius 0: nothing either.
-    ASSERT_EQ(
-        BlurImage(result, *source, false, false, false, false, 0, true, true, true, true, 4, 4),
-        hr::kOk);
-    EXPECT_TRUE(PixelsNear(*result, *source, 0));
-    ASSERT_EQ(BlurImage(result, *source, true, true, true, true, 0, true, true, true, true, 0, 0),
-              hr::kOk);
-    EXPECT_TRUE(PixelsNear(*result, *source, 0));
+    // Unchanged: no edge chosen; width 0 with straight edges; width 0 and radius 0.
+    for (auto [corners, width, edges, radius] :
+         {std::tuple{true, 4, false, 4}, {false, 0, true, 4}, {true, 0, true, 0}}) {
+        ASSERT_EQ(BlurImage(result, *source, corners, corners, corners, corners, width, edges,
+                            edges, edges, edges, radius, radius),
+                  hr::kOk);
+        EXPECT_TRUE(PixelsNear(*result, *source, 0)) << width << " " << radius;
+    }
     // A width under 1: only the outermost pixel, capped at 191 for 0.5.
     ASSERT_EQ(BlurImage(result, *source, false, false, false, false, 0.5, false, true, false, false,
                         0, 0),

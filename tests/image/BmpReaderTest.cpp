@@ -32,15 +32,11 @@ std::vector<Bgra> Pixels(const CDib& dib) {
     return out;
 }
 
-// The pixels that a file of these parts decodes to; none when it is refused.
-std::vector<Bgra> Decoded(const BmpParts& parts) {
-    CDibPtr dib;
-    const HResult code = Read(MakeBmp(parts), dib);
-    if (code != hr::kOk || !dib) {
-        ADD_FAILURE() << "refused with " << code;
-        return {};
-    }
-    return Pixels(*dib);
+// A file's parts in the order of its header fields, with the masks, palette and pixel data.
+BmpParts Parts(u32 headerSize, i32 width, i32 height, u16 bitCount, u32 compression, u32 colorsUsed,
+               std::vector<u32> masks, std::vector<u8> palette, std::vector<u8> pixels) {
+    return {headerSize, width, height, bitCount, compression,
+            colorsUsed, 0,     masks,  palette,  pixels};
 }
 
 const Bgra kRed{0, 0, 255, 255};
@@ -52,133 +48,94 @@ const Bgra kGrey{10, 20, 30, 255};
 
 } // namespace
 
-TEST(BmpReader, PaletteImagesOfOneFourAndEightBits) {
-    CDibPtr dib;
-    // 1 bit, 3 x 2, bottom-up: the file's first row is the bottom one. Rows pad to 4 bytes.
-    BmpParts one{.width = 3, .height = 2, .bitCount = 1};
-    one.palette = Palette({kRed, kBlue});
-    one.pixels = {0b10100000, 0, 0, 0, 0b01000000, 0, 0, 0};
-    EXPECT_EQ(Decoded(one), (std::vector<Bgra>{kRed, kBlue, kRed, kBlue, kRed, kBlue}));
-
-    // 4 bits, 3 x 1, a palette of two colours: index 5 lies beyond it and reads as black.
-    BmpParts four{.width = 3, .height = 1, .bitCount = 4, .colorsUsed = 2};
-    four.palette = Palette({kGreen, kGrey});
-    four.pixels = {0x10, 0x50, 0, 0};
-    EXPECT_EQ(Decoded(four), (std::vector<Bgra>{kGrey, kGreen, kBlack}));
-
-    // 8 bits, 2 x 2, top-down (negative height): the file's first row is the top one.
-    BmpParts eight{.width = 2, .height = -2, .bitCount = 8, .colorsUsed = 3};
-    eight.palette = Palette({kRed, kGreen, kBlue});
-    eight.pixels = {2, 1, 0, 0, 0, 2, 0, 0};
-    ASSERT_EQ(Read(MakeBmp(eight), dib), hr::kOk);
-    EXPECT_EQ(Pixels(*dib), (std::vector<Bgra>{kBlue, kGreen, kRed, kBlue}));
-    EXPECT_GT(dib->Header()->biHeight, 0); // the result is bottom-up whatever the file was
-}
-
-TEST(BmpReader, TrueColourIsOpaqueAndBitFieldsScaleEachChannel) {
-    // 24 bits, 2 x 1, padded to 8 bytes.
-    BmpParts rgb24{.width = 2, .height = 1, .bitCount = 24};
-    rgb24.pixels = {1, 2, 3, 4, 5, 6, 0, 0};
-    EXPECT_EQ(Decoded(rgb24), (std::vector<Bgra>{{1, 2, 3, 255}, {4, 5, 6, 255}}));
-
-    // 32-bit BI_RGB: the fourth byte is unused, so the image is opaque whatever it holds.
-    BmpParts rgb32{.width = 2, .height = 1, .bitCount = 32};
-    rgb32.pixels = {1, 2, 3, 0, 4, 5, 6, 77};
-    EXPECT_EQ(Decoded(rgb32), (std::vector<Bgra>{{1, 2, 3, 255}, {4, 5, 6, 255}}));
-
-    // 16-bit BI_RGB is 5-5-5: 31 becomes 255, 16 becomes 132 (16 x 255 / 31, rounded).
-    BmpParts rgb16{.width = 2, .height = 1, .bitCount = 16};
-    rgb16.pixels.clear();
-    Put16(rgb16.pixels, (31u << 10) | (16u << 5) | 0u);
-    Put16(rgb16.pixels, 0x7FFF);
-    EXPECT_EQ(Decoded(rgb16), (std::vector<Bgra>{{0, 132, 255, 255}, kWhite}));
-
-    // 16-bit 5-6-5 masks after a 40-byte header: green has 63 steps, 32 becomes 130.
-    BmpParts bits565{.width = 1, .height = 1, .bitCount = 16, .compression = kBmpBitfields};
-    bits565.masks = {0xF800, 0x07E0, 0x001F};
-    Put16(bits565.pixels, (0u << 11) | (32u << 5) | 31u);
-    Put16(bits565.pixels, 0);
-    EXPECT_EQ(Decoded(bits565), (std::vector<Bgra>{{255, 130, 0, 255}}));
-
-    // A 40-byte header has room for no alpha mask: a 32-bit bit-field image of it is opaque.
-    BmpParts noAlpha{.width = 1, .height = 1, .bitCount = 32, .compression = kBmpBitfields};
-    noAlpha.masks = {0x0000FF00, 0x00FF0000, 0xFF000000};
-    noAlpha.pixels = {9, 1, 2, 3};
-    EXPECT_EQ(Decoded(noAlpha), (std::vector<Bgra>{{3, 2, 1, 255}}));
-}
-
-TEST(BmpReader, AlphaComesFromTheAlphaMaskOfTheLongerHeaders) {
-    for (u32 headerSize : {56u, 108u, 124u}) {
-        BmpParts v5{.headerSize = headerSize,
-                    .width = 2,
-                    .height = 1,
-                    .bitCount = 32,
-                    .compression = kBmpBitfields};
-        v5.masks = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
-        v5.pixels = {10, 20, 30, 0, 40, 50, 60, 128};
-        EXPECT_EQ(Decoded(v5), (std::vector<Bgra>{{10, 20, 30, 0}, {40, 50, 60, 128}}))
-            << headerSize;
+// Every header version, bit count, palette, bit-field and run-length form, to exact pixels (rows
+// from the top) in a bottom-up 32-bit image at the screen's 96 dots per inch when the file states
+// no resolution.
+TEST(BmpReader, EveryFormDecodesToItsExactPixels) {
+    const u32 kBf = kBmpBitfields;
+    const std::vector<u32> kArgb = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
+    const struct {
+        const char* what;
+        BmpParts parts;
+        std::vector<Bgra> pixels;
+    } cases[] = {
+        {"1 bit, bottom-up: the file's first row is the bottom one; rows pad to 4 bytes",
+         Parts(40, 3, 2, 1, kBmpRgb, 0, {}, Palette({kRed, kBlue}),
+               {0b10100000, 0, 0, 0, 0b01000000, 0, 0, 0}),
+         {kRed, kBlue, kRed, kBlue, kRed, kBlue}},
+        {"4 bits, a palette of two: index 5 lies beyond it and reads as black",
+         Parts(40, 3, 1, 4, kBmpRgb, 2, {}, Palette({kGreen, kGrey}), {0x10, 0x50, 0, 0}),
+         {kGrey, kGreen, kBlack}},
+        {"8 bits, top-down (negative height): the file's first row is the top one",
+         Parts(40, 2, -2, 8, kBmpRgb, 3, {}, Palette({kRed, kGreen, kBlue}),
+               {2, 1, 0, 0, 0, 2, 0, 0}),
+         {kBlue, kGreen, kRed, kBlue}},
+        {"24 bits, padded to 8 bytes",
+         Parts(40, 2, 1, 24, kBmpRgb, 0, {}, {}, {1, 2, 3, 4, 5, 6, 0, 0}),
+         {{1, 2, 3, 255}, {4, 5, 6, 255}}},
+        {"32-bit BI_RGB: the fourth byte is unused, so the image is opaque",
+         Parts(40, 2, 1, 32, kBmpRgb, 0, {}, {}, {1, 2, 3, 0, 4, 5, 6, 77}),
+         {{1, 2, 3, 255}, {4, 5, 6, 255}}},
+        {"16-bit BI_RGB is 5-5-5: 31 becomes 255, 16 becomes 132 (16 x 255 / 31, rounded)",
+         Parts(40, 2, 1, 16, kBmpRgb, 0, {}, {}, {0x00, 0x7E, 0xFF, 0x7F}),
+         {{0, 132, 255, 255}, kWhite}},
+        {"16-bit 5-6-5 masks after a 40-byte header: green has 63 steps, 32 becomes 130",
+         Parts(40, 1, 1, 16, kBf, 0, {0xF800, 0x07E0, 0x001F}, {}, {0x1F, 0x04, 0, 0}),
+         {{255, 130, 0, 255}}},
+        {"a 40-byte header has no room for an alpha mask: opaque",
+         Parts(40, 1, 1, 32, kBf, 0, {0x0000FF00, 0x00FF0000, 0xFF000000}, {}, {9, 1, 2, 3}),
+         {{3, 2, 1, 255}}},
+        {"alpha from the alpha mask of a 56-byte header",
+         Parts(56, 2, 1, 32, kBf, 0, kArgb, {}, {10, 20, 30, 0, 40, 50, 60, 128}),
+         {{10, 20, 30, 0}, {40, 50, 60, 128}}},
+        {"alpha from the alpha mask of a 108-byte header",
+         Parts(108, 2, 1, 32, kBf, 0, kArgb, {}, {10, 20, 30, 0, 40, 50, 60, 128}),
+         {{10, 20, 30, 0}, {40, 50, 60, 128}}},
+        {"alpha from the alpha mask of a 124-byte header",
+         Parts(124, 2, 1, 32, kBf, 0, kArgb, {}, {10, 20, 30, 0, 40, 50, 60, 128}),
+         {{10, 20, 30, 0}, {40, 50, 60, 128}}},
+        {"the same masks with BI_RGB are not used: the fourth byte is not alpha",
+         Parts(124, 1, 1, 32, kBmpRgb, 0, kArgb, {}, {10, 20, 30, 0}),
+         {{10, 20, 30, 255}}},
+        {"a 52-byte header has colour masks only",
+         Parts(52, 1, 1, 32, kBf, 0, {0x000000FF, 0x0000FF00, 0x00FF0000}, {}, {10, 20, 30, 0}),
+         {{30, 20, 10, 255}}},
+        {"a core header with three-byte palette entries of blue, green, red",
+         Parts(12, 2, 1, 1, kBmpRgb, 0, {}, {7, 8, 9, 17, 18, 19}, {0b01000000, 0, 0, 0}),
+         {{7, 8, 9, 255}, {17, 18, 19, 255}}},
+        {"a core header of 24 bits",
+         Parts(12, 1, 2, 24, kBmpRgb, 0, {}, {}, {1, 2, 3, 0, 4, 5, 6, 0}),
+         {{4, 5, 6, 255}, {1, 2, 3, 255}}},
+        // Row 0 (bottom): a run of 2 x index 1, then an absolute run of 2, 1, 2 (padded to 4
+        // bytes) whose last is cut off at the row's end. Row 1 ends at once. Row 2: a skip of 2
+        // right, one pixel of index 2, end of bitmap.
+        {"run-length 8 bits",
+         Parts(40, 4, 3, 8, kBmpRle8, 3, {}, Palette({kGrey, kRed, kBlue}),
+               {2, 1, 0, 3, 2, 1, 2, 0, 0, 0, 0, 0, 0, 2, 2, 0, 1, 2, 0, 1}),
+         {kGrey, kGrey, kBlue, kGrey, kGrey, kGrey, kGrey, kGrey, kRed, kRed, kBlue, kRed}},
+        // A run of 3 alternating indexes 1 and 2, an absolute run of 5 nibbles (2, 0, 1, 0, 2) in
+        // three bytes padded to four, end of bitmap.
+        {"run-length 4 bits",
+         Parts(40, 8, 1, 4, kBmpRle4, 3, {}, Palette({kGrey, kRed, kBlue}),
+               {3, 0x12, 0, 5, 0x20, 0x10, 0x20, 0, 0, 1}),
+         {kRed, kBlue, kRed, kBlue, kGrey, kRed, kGrey, kBlue}},
+        // A run of 255 in the bottom row, a skip far up and right, another run, a skip beyond the
+        // last row: nothing lands outside, and the top row keeps palette entry 0.
+        {"runs and skips never write outside the image",
+         Parts(40, 2, 2, 8, kBmpRle8, 2, {}, Palette({kGrey, kRed}),
+               {255, 1, 0, 2, 200, 0, 255, 1, 0, 2, 0, 255, 9, 1}),
+         {kGrey, kGrey, kRed, kRed}},
+    };
+    for (const auto& c : cases) {
+        CDibPtr dib;
+        ASSERT_EQ(Read(MakeBmp(c.parts), dib), hr::kOk) << c.what;
+        ASSERT_TRUE(dib) << c.what;
+        EXPECT_EQ(Pixels(*dib), c.pixels) << c.what;
+        EXPECT_GT(dib->Header()->biHeight, 0) << c.what;
+        EXPECT_EQ(dib->GetSizeImage(), c.pixels.size() * 4) << c.what;
+        EXPECT_EQ(dib->Header()->biXPelsPerMeter, 3780) << c.what;
+        EXPECT_EQ(dib->Header()->biYPelsPerMeter, 3780) << c.what;
     }
-    // The same masks with BI_RGB are not used: the fourth byte is not alpha.
-    BmpParts plain{.headerSize = 124, .width = 1, .height = 1, .bitCount = 32};
-    plain.masks = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
-    plain.pixels = {10, 20, 30, 0};
-    EXPECT_EQ(Decoded(plain), (std::vector<Bgra>{{10, 20, 30, 255}}));
-
-    // A 52-byte header has colour masks only.
-    BmpParts v2{.headerSize = 52, .width = 1, .height = 1, .bitCount = 32, .compression = 3};
-    v2.masks = {0x000000FF, 0x0000FF00, 0x00FF0000};
-    v2.pixels = {10, 20, 30, 0};
-    EXPECT_EQ(Decoded(v2), (std::vector<Bgra>{{30, 20, 10, 255}}));
-}
-
-TEST(BmpReader, CoreHeaderWithThreeBytePaletteEntries) {
-    CDibPtr dib;
-    BmpParts core{.headerSize = 12, .width = 2, .height = 1, .bitCount = 1};
-    core.palette = {7, 8, 9, 17, 18, 19}; // two entries of blue, green, red
-    core.pixels = {0b01000000, 0, 0, 0};
-    EXPECT_EQ(Decoded(core), (std::vector<Bgra>{{7, 8, 9, 255}, {17, 18, 19, 255}}));
-
-    BmpParts core24{.headerSize = 12, .width = 1, .height = 2, .bitCount = 24};
-    core24.pixels = {1, 2, 3, 0, 4, 5, 6, 0};
-    ASSERT_EQ(Read(MakeBmp(core24), dib), hr::kOk);
-    EXPECT_EQ(Pixels(*dib), (std::vector<Bgra>{{4, 5, 6, 255}, {1, 2, 3, 255}}));
-    // No resolution stated: the screen's 96 dots per inch.
-    EXPECT_EQ(dib->Header()->biXPelsPerMeter, 3780);
-}
-
-TEST(BmpReader, RunLengthEightBits) {
-    // 4 x 3, bottom-up. Row 0 (bottom): a run of 2 x index 1, then an absolute run of the 3
-    // indexes 2, 1, 2 (padded to 4 bytes) whose last falls outside the row and is cut off. Row 1
-    // ends at once. Row 2 (top): a skip of 2 right, one pixel of index 2, end of bitmap.
-    BmpParts rle{.width = 4, .height = 3, .bitCount = 8, .compression = kBmpRle8, .colorsUsed = 3};
-    rle.palette = Palette({kGrey, kRed, kBlue});
-    rle.pixels = {2, 1, 0, 3, 2, 1, 2, 0, 0, 0, 0, 0, 0, 2, 2, 0, 1, 2, 0, 1};
-    EXPECT_EQ(Decoded(rle), (std::vector<Bgra>{kGrey, kGrey, kBlue, kGrey, // top row
-                                               kGrey, kGrey, kGrey, kGrey, // middle row
-                                               kRed, kRed, kBlue, kRed})); // bottom row
-}
-
-TEST(BmpReader, RunLengthFourBits) {
-    // 8 x 1: a run of 3 alternating indexes 1 and 2, then an absolute run of 5 nibbles (2, 0, 1,
-    // 0, 2) in three bytes padded to four, then end of bitmap.
-    BmpParts rle{.width = 8, .height = 1, .bitCount = 4, .compression = kBmpRle4, .colorsUsed = 3};
-    rle.palette = Palette({kGrey, kRed, kBlue});
-    rle.pixels = {3, 0x12, 0, 5, 0x20, 0x10, 0x20, 0, 0, 1};
-    EXPECT_EQ(Decoded(rle),
-              (std::vector<Bgra>{kRed, kBlue, kRed, kBlue, kGrey, kRed, kGrey, kBlue}));
-}
-
-TEST(BmpReader, RunsAndSkipsNeverWriteOutsideTheImage) {
-    CDibPtr dib;
-    // 2 x 2: a run of 255 pixels in the bottom row, a skip far up and right, another run, a skip
-    // beyond the last row: nothing lands outside, and the top row keeps palette entry 0.
-    BmpParts rle{.width = 2, .height = 2, .bitCount = 8, .compression = kBmpRle8, .colorsUsed = 2};
-    rle.palette = Palette({kGrey, kRed});
-    rle.pixels = {255, 1, 0, 2, 200, 0, 255, 1, 0, 2, 0, 255, 9, 1};
-    ASSERT_EQ(Read(MakeBmp(rle), dib), hr::kOk);
-    EXPECT_EQ(Pixels(*dib), (std::vector<Bgra>{kGrey, kGrey, kRed, kRed}));
-    EXPECT_EQ(dib->GetSizeImage(), 16u);
 }
 
 TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {

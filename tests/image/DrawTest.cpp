@@ -103,14 +103,13 @@ TEST(Draw, HiddenColourDoesNotBleedIntoVisiblePixels) {
 TEST(Draw, BadRectanglesAndSizesFail) {
     CDibPtr source = Pattern(4, 4);
     CDib out;
-    EXPECT_EQ(DrawImageIntoDib(*source, Rect{0, 0, 4, 4}, out, Size{0, 3}, interp::kHighQuality),
-              hr::kNotEnoughMemory);
-    EXPECT_EQ(DrawImageIntoDib(*source, Rect{0, 0, 4, 4}, out, Size{3, 0}, interp::kHighQuality),
-              hr::kNotEnoughMemory);
-    EXPECT_EQ(DrawImageIntoDib(*source, Rect{0, 0, 5, 4}, out, Size{2, 2}, interp::kHighQuality),
-              hr::kNotEnoughMemory);
-    EXPECT_EQ(DrawImageIntoDib(*source, Rect{2, 2, 2, 4}, out, Size{2, 2}, interp::kHighQuality),
-              hr::kNotEnoughMemory);
+    for (auto [rect, size] : {std::pair{Rect{0, 0, 4, 4}, Size{0, 3}},
+                              {Rect{0, 0, 4, 4}, Size{3, 0}},
+                              {Rect{0, 0, 5, 4}, Size{2, 2}},
+                              {Rect{2, 2, 2, 4}, Size{2, 2}}})
+        EXPECT_EQ(DrawImageIntoDib(*source, rect, out, size, interp::kHighQuality),
+                  hr::kNotEnoughMemory)
+            << rect.left << "," << rect.right << " " << size.cx << "x" << size.cy;
     CDibPtr target = Pattern(3, 3);
     EXPECT_FALSE(DrawImageRect(*source, Rect{0, 0, 4, 4}, *target, Rect{1, 1, 4, 4}, 0));
     CDib empty;

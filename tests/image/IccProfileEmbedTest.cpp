@@ -10,6 +10,7 @@
 
 #include "image/VipsStart.h"
 #include "image/reference/WholeEncoders.h"
+#include "support/IccProfiles.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
@@ -25,37 +26,6 @@ std::vector<u8> PixelsOf(const std::vector<u8>& bytes) {
     return pixels;
 }
 
-// libvips' own sRGB profile: a real RGB profile of a few kilobytes.
-std::vector<u8> SmallProfile() {
-    VipsBlob* blob = nullptr;
-    EXPECT_EQ(vips_profile_load("srgb", &blob, nullptr), 0);
-    size_t size = 0;
-    const u8* data = static_cast<const u8*>(vips_blob_get(blob, &size));
-    std::vector<u8> profile(data, data + size);
-    vips_area_unref(VIPS_AREA(blob));
-    return profile;
-}
-
-// A profile too large for one JPEG segment: a header that PNG readers accept (a display profile
-// of RGB to XYZ under D50, no tags), then counting bytes.
-std::vector<u8> LargeProfile() {
-    std::vector<u8> profile(150000);
-    for (size_t i = 0; i < profile.size(); ++i)
-        profile[i] = static_cast<u8>(i * 7);
-    std::fill(profile.begin(), profile.begin() + 132, u8{0});
-    auto put = [&profile](size_t at, std::initializer_list<u8> bytes) {
-        std::copy(bytes.begin(), bytes.end(), profile.begin() + static_cast<std::ptrdiff_t>(at));
-    };
-    put(0, {0x00, 0x02, 0x49, 0xF0}); // 150000 bytes
-    put(8, {0x02, 0x10, 0x00, 0x00}); // version 2.1
-    put(12, {'m', 'n', 't', 'r'});
-    put(16, {'R', 'G', 'B', ' '});
-    put(20, {'X', 'Y', 'Z', ' '});
-    put(36, {'a', 'c', 's', 'p'});
-    put(68, {0x00, 0x00, 0xF6, 0xD6, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0xD3, 0x2D}); // D50
-    return profile;
-}
-
 TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
     ASSERT_TRUE(EnsureVipsStarted());
     const CDibPtr picture = testutil::MakeDib(37, 21, [](i32 x, i32 y) {
@@ -69,7 +39,9 @@ TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
     ASSERT_TRUE(testutil::IccProfileOf(jpeg).empty());
     ASSERT_TRUE(testutil::IccProfileOf(png).empty());
 
-    for (const std::vector<u8>& profile : {SmallProfile(), LargeProfile()}) {
+    // A profile of one JPEG segment, and one spread over three.
+    for (const std::vector<u8>& profile :
+         {testutil::AdobeRgbProfile(), testutil::AdobeRgbProfile(150000)}) {
         SCOPED_TRACE(profile.size());
         EXPECT_EQ(IccColourSpace(profile), 0x52474220u);
         std::vector<u8> jpegWith = jpeg;

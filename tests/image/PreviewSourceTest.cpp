@@ -140,19 +140,16 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     CDibPtr source = Picture(1500, 900, true);
     CPreviewSource used;
     ASSERT_EQ(used.Build(*source), 0u);
-    struct Change {
-        i32 box;
-        i32 radius;
-        u32 corners;
-        u32 edges;
+    const struct {
+        i32 box, radius;
+        u32 corners, edges;
         bool transparent;
-    };
-    const Change changes[] = {{0, 30, 15, 0, false}, {0, 60, 15, 0, false},  {0, 60, 2, 5, true},
-                              {700, 60, 2, 5, true}, {700, 20, 8, 0, false}, {0, 20, 8, 0, false}};
+    } changes[] = {{0, 30, 15, 0, false}, {0, 60, 15, 0, false},  {0, 60, 2, 5, true},
+                   {700, 60, 2, 5, true}, {700, 20, 8, 0, false}, {0, 20, 8, 0, false}};
     CDibPtr firstWhole;
     CDibPtr firstCorner;
     std::vector<u8> firstWholeBytes;
-    for (const Change& change : changes) {
+    for (const auto& change : changes) {
         const Size fitted = Fitted(used, change.box > 0 ? Box(change.box) : ShrinkSettings());
         RoundSettings round;
         round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};

@@ -2,6 +2,7 @@
 #include "image/Round.h"
 
 #include <cstring>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -91,21 +92,17 @@ TEST(RoundTest, OneMaskServesAllFourCorners) {
 TEST(RoundTest, RadiusEdgeCases) {
     CDibPtr source = Solid(16, 16, Bgra{1, 2, 3, 255});
     CDibPtr result;
-    // Radius 0 or less: an exact copy.
-    for (double radius : {0.0, -3.0}) {
-        ASSERT_EQ(RoundImage(result, *source, true, true, true, true, radius, 5), hr::kOk);
-        EXPECT_TRUE(PixelsNear(*result, *source, 0));
+    // Unchanged: a radius of 0 or less; a width or height of 1, whose half is 0; no corner chosen.
+    for (auto [w, h, corners, radius] : {std::tuple{16, 16, true, 0.0},
+                                         {16, 16, true, -3.0},
+                                         {1, 10, true, 5.0},
+                                         {10, 1, true, 5.0},
+                                         {16, 16, false, 5.0}}) {
+        const CDibPtr image = Solid(w, h, Bgra{1, 2, 3, 255});
+        ASSERT_EQ(RoundImage(result, *image, corners, corners, corners, corners, radius, 5),
+                  hr::kOk);
+        EXPECT_TRUE(PixelsNear(*result, *image, 0)) << w << "x" << h << " radius " << radius;
     }
-    // Width or height 1: the half is 0, so nothing is rounded on either axis.
-    CDibPtr column = Solid(1, 10, Bgra{0, 0, 0, 255});
-    ASSERT_EQ(RoundImage(result, *column, true, true, true, true, 5, 5), hr::kOk);
-    EXPECT_TRUE(PixelsNear(*result, *column, 0));
-    CDibPtr row = Solid(10, 1, Bgra{0, 0, 0, 255});
-    ASSERT_EQ(RoundImage(result, *row, true, true, true, true, 5, 5), hr::kOk);
-    EXPECT_TRUE(PixelsNear(*result, *row, 0));
-    // No corner chosen with a positive radius: unchanged.
-    ASSERT_EQ(RoundImage(result, *source, false, false, false, false, 5, 5), hr::kOk);
-    EXPECT_TRUE(PixelsNear(*result, *source, 0));
     // A radius of 0.1: a 1 x 1 mask, only the corner pixel changes, and only partly.
     ASSERT_EQ(RoundImage(result, *source, true, false, false, false, 0.1, 0.1), hr::kOk);
     EXPECT_GT(AlphaOf(*result, 0, 0), 0);

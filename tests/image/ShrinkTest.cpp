@@ -14,9 +14,7 @@
 namespace {
 
 CDibPtr MakeImage(i32 width, i32 height, u8 alpha) {
-    return testutil::MakeDib(width, height, [&](i32, i32) {
-        return testutil::Bgra{40, 80, 120, alpha};
-    });
+    return testutil::Solid(width, height, testutil::Bgra{40, 80, 120, alpha});
 }
 
 ShrinkSettings Custom(i32 width, i32 height) {
@@ -106,7 +104,6 @@ TEST(ShrinkTest, FitsKeepingAspectNeverEnlargingAndTinySizesWork) {
             }
         }
     }
-
     // An image that keeps its size passes through the whole-image shrink as the same object.
     CDibPtr image = MakeImage(30, 20, 255);
     WholeFailure failure;

@@ -29,13 +29,6 @@ struct Source {
     std::vector<u8> bytes;
 };
 
-std::vector<u8> Encoded(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
-                        const char* suffix, CTempDir& dir) {
-    const std::string path = dir.File(std::string("source") + suffix);
-    SaveWithVips(path, pixels, width, height, bands);
-    return ReadBytes(path);
-}
-
 // The RGB pixels with the alpha that alphaOf gives the pixel of each index.
 template <typename AlphaOf> std::vector<u8> WithAlpha(const std::vector<u8>& rgb, AlphaOf alphaOf) {
     std::vector<u8> rgba;
@@ -83,7 +76,7 @@ std::vector<u8> AsBmp(const std::vector<u8>& rgba, i32 width, i32 height, u16 bi
     return MakeBmp(parts);
 }
 
-std::vector<Source> Sources(CTempDir& dir) {
+std::vector<Source> Sources() {
     const i32 w = 211;
     const i32 h = 143;
     const std::vector<u8> rgb = TestPictureRgb(w, h);
@@ -92,31 +85,15 @@ std::vector<Source> Sources(CTempDir& dir) {
     std::vector<u8> grey;
     for (size_t i = 0; i < rgb.size(); i += 3)
         grey.push_back(rgb[i + 1]);
-    return {{"jpeg", Encoded(rgb, w, h, 3, ".jpg", dir)},
-            {"png rgb", Encoded(rgb, w, h, 3, ".png", dir)},
-            {"png rgba", Encoded(rgba, w, h, 4, ".png", dir)},
-            {"png grey", Encoded(grey, w, h, 1, ".png", dir)},
+    return {{"jpeg", EncodedWithVips(rgb, w, h, 3, ".jpg")},
+            {"png rgb", EncodedWithVips(rgb, w, h, 3, ".png")},
+            {"png rgba", EncodedWithVips(rgba, w, h, 4, ".png")},
+            {"png grey", EncodedWithVips(grey, w, h, 1, ".png")},
             {"bmp 4 bits", AsBmp(rgba, w, h, 4, false)},
             {"bmp 8 bits top-down", AsBmp(rgba, w, h, 8, true)},
             {"bmp 16 bits", AsBmp(rgba, w, h, 16, false)},
             {"bmp 24 bits top-down", AsBmp(rgba, w, h, 24, true)},
             {"bmp 32 bits with alpha", AsBmp(rgba, w, h, 32, false)}};
-}
-
-// Pixels encoded by libvips with an ICC profile embedded; the suffix picks the format.
-std::vector<u8> EncodedWithProfile(const std::vector<u8>& pixels, i32 width, i32 height, int bands,
-                                   const char* suffix, const std::vector<u8>& profile) {
-    vips::VImage image =
-        vips::VImage::new_from_memory(const_cast<u8*>(pixels.data()), pixels.size(), width, height,
-                                      bands, VIPS_FORMAT_UCHAR)
-            .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-    vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile.data(), profile.size());
-    void* bytes = nullptr;
-    size_t size = 0;
-    image.write_to_buffer(suffix, &bytes, &size);
-    std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
-    g_free(bytes);
-    return encoded;
 }
 
 // The picture of Sources as a photographer's camera or editor writes it: in Adobe RGB (1998),
@@ -128,9 +105,9 @@ std::vector<Source> AdobeRgbSources() {
     const std::vector<u8> rgba =
         WithAlpha(rgb, [](size_t pixel) { return static_cast<u8>(255 - pixel * 11 % 200); });
     const std::vector<u8> profile = AdobeRgbProfile();
-    return {{"adobe rgb jpeg", EncodedWithProfile(rgb, w, h, 3, ".jpg[Q=95]", profile)},
-            {"adobe rgb png", EncodedWithProfile(rgb, w, h, 3, ".png", profile)},
-            {"adobe rgb png rgba", EncodedWithProfile(rgba, w, h, 4, ".png", profile)}};
+    return {{"adobe rgb jpeg", EncodedWithVips(rgb, w, h, 3, ".jpg[Q=95]", profile)},
+            {"adobe rgb png", EncodedWithVips(rgb, w, h, 3, ".png", profile)},
+            {"adobe rgb png rgba", EncodedWithVips(rgba, w, h, 4, ".png", profile)}};
 }
 
 // Decodes an encoded output for a pixel comparison.
@@ -144,10 +121,11 @@ CDibPtr Pixels(const std::vector<u8>& encoded) {
 // stage and with the source's declared size.
 ::testing::AssertionResult BothWays(const Source& source, const ShrinkSettings& shrink,
                                     const RoundSettings& round, const OutputChoice& output,
-                                    std::vector<u8>& streamed, std::vector<u8>& whole) {
+                                    std::vector<u8>& streamed, std::vector<u8>& whole,
+                                    const StreamOptions& options = {}) {
     StreamFailure failure;
     const HResult code = ConvertStream(source.bytes.data(), source.bytes.size(), {}, shrink, round,
-                                       output, {}, streamed, failure);
+                                       output, options, streamed, failure);
     if (code != 0 || failure.stage != StreamFailure::kNone || failure.declared.cx != 211)
         return ::testing::AssertionFailure()
                << source.name << ": streamed code " << code << ", stage " << failure.stage;
@@ -160,8 +138,7 @@ CDibPtr Pixels(const std::vector<u8>& encoded) {
 // Without a shrink the files are those of the whole-image reference byte for byte, and a source
 // without a profile gives an output without one; with a shrink the pixels are within a level.
 TEST(StreamConvertTest, TheFilesAreThoseOfTheWholeImageRoad) {
-    CTempDir dir;
-    std::vector<Source> sources = Sources(dir);
+    std::vector<Source> sources = Sources();
     const size_t plain = sources.size();
     for (Source& profiled : AdobeRgbSources())
         sources.push_back(std::move(profiled));
@@ -208,8 +185,7 @@ TEST(StreamConvertTest, TheFilesAreThoseOfTheWholeImageRoad) {
 }
 
 TEST(StreamConvertTest, FailuresNameTheirStage) {
-    CTempDir dir;
-    const std::vector<u8> jpeg = Sources(dir)[0].bytes;
+    const std::vector<u8> jpeg = Sources()[0].bytes;
     ShrinkSettings shrink;
     const RoundSettings round;
     const OutputChoice output;
@@ -288,12 +264,8 @@ double Psnr(const CDib& a, const CDib& b) {
 }
 
 TEST(StreamConvertTest, AJpegDecodedSmallerStaysAboveFortyDecibels) {
-    CTempDir dir;
     // A photograph-like picture: sky, hills, trees, ripples on water and fine grain.
-    const i32 w = 1603;
-    const i32 h = 1201;
-    const std::vector<u8> rgb = PaintScene(w, h);
-    const std::vector<u8> jpeg = Encoded(rgb, w, h, 3, ".jpg", dir);
+    const std::vector<u8> jpeg = EncodedWithVips(PaintScene(1603, 1201), 1603, 1201, 3, ".jpg");
     // Fits that the decoder halves (a sixth of the size or less) and one that it does not.
     for (i32 box : {267, 199, 100, 300}) {
         const ShrinkSettings shrink{.shrinkType = 1, .customWidth = box, .customHeight = box};
@@ -339,7 +311,6 @@ struct RowRecorder : CRowSink {
 // The rows that a conversion reads reach its sink once each and in order, whatever its threads
 // do; ReadRows gives the same rows, which are the decoded image's.
 TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
-    CTempDir dir;
     // Tall enough for many strips on several threads; every row differs from the next.
     const i32 w = 300;
     const i32 h = 2000;
@@ -352,7 +323,7 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
             p[2] = static_cast<u8>(x);
             p[3] = static_cast<u8>(255 - (x + y) % 7);
         }
-    const std::vector<u8> png = Encoded(rgba, w, h, 4, ".png", dir);
+    const std::vector<u8> png = EncodedWithVips(rgba, w, h, 4, ".png");
     CDibPtr decoded = Pixels(png);
     ASSERT_TRUE(decoded);
     RowRecorder again;
@@ -360,6 +331,7 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
     ASSERT_EQ(again.got.size(), static_cast<size_t>(h));
     EXPECT_EQ(again.reduction, 1);
     EXPECT_EQ(again.bands, 4);
+    EXPECT_TRUE(again.profile.empty()); // a source without a profile is in sRGB
     for (i32 y = 0; y < h; ++y) {
         const u8* bgra = decoded->PixelAt(0, y);
         EXPECT_EQ(again.got[y][0], bgra[2]) << y;
@@ -379,12 +351,9 @@ TEST(StreamConvertTest, TheSourceRowsReachTheSinkOnceEachAndInOrder) {
         EXPECT_EQ(sink.rows.cy, h);
         EXPECT_EQ(sink.declared.cy, h);
         EXPECT_TRUE(sink.got == again.got) << box;
+        EXPECT_TRUE(sink.profile.empty());
     }
 }
-
-} // namespace
-
-namespace {
 
 // A pixel of encoded bytes turned from their profile to sRGB, as a colour-managed viewer shows it.
 std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
@@ -396,141 +365,96 @@ std::vector<double> ShownAsSrgb(const std::vector<u8>& bytes, int x, int y) {
 
 } // namespace
 
-// An Adobe RGB (1998) source: the output keeps the source's numbers and carries its profile byte
-// for byte, so that it shows as the source does.
-TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbers) {
-    ASSERT_TRUE(EnsureVipsStarted());
-    const std::vector<u8> profile = AdobeRgbProfile();
-    const ShrinkSettings shrink;
+// An Adobe RGB (1998) source. The profile goes whole into an output with room for it (a JPEG
+// holds 255 segments of 65519 bytes, a PNG 8000000 bytes), with the source's numbers, so that it
+// shows as the source does; else it is left out and the numbers are those it shows in sRGB (as
+// they are when the colour engine cannot read it). Both roads agree byte for byte.
+TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbersWhereItFits) {
+    const std::vector<u8> rgb = TestPictureRgb(211, 143);
+    const struct Case {
+        Source from;
+        std::vector<u8> profile;
+        bool jpegHolds = true, pngHolds = true, readable = true;
+    } usual[] = {{AdobeRgbSources()[0], AdobeRgbProfile()},
+                 {AdobeRgbSources()[1], AdobeRgbProfile()},
+                 {AdobeRgbSources()[2], AdobeRgbProfile()}};
+    std::vector<Case> cases(std::begin(usual), std::end(usual));
+    const auto jpegWith = [&](const std::vector<u8>& profile) {
+        std::vector<u8> jpeg = EncodedWithVips(rgb, 211, 143, 3, ".jpg");
+        EXPECT_EQ(EmbedIccInJpeg(jpeg, profile), hr::kOk);
+        return jpeg;
+    };
+    const auto pngWith = [&](const std::vector<u8>& profile) {
+        return EncodedWithVips(rgb, 211, 143, 3, ".png", profile);
+    };
+    // Curves of a type that no reader knows: the colour engine cannot use the profile.
+    std::vector<u8> unreadable = AdobeRgbProfile(17 << 20);
+    const std::string curve = "curv";
+    std::fill_n(std::search(unreadable.begin(), unreadable.end(), curve.begin(), curve.end()), 4,
+                'x');
+    for (const std::vector<u8>& p : {AdobeRgbProfile(17 << 20), unreadable})
+        cases.push_back({{"17 MiB PNG", pngWith(p)}, p, false, false, p != unreadable});
+    for (size_t padding : {size_t{255 * 65519 - 1000}, size_t{110 * 65519}}) {
+        const std::vector<u8> p = AdobeRgbProfile(padding);
+        cases.push_back({{"segments", jpegWith(p)}, p, true, padding < 255 * 65519 - 1000});
+    }
     RoundSettings round;
     round.corners = cornerbit::kAll;
     round.edges = 0;
     round.radius = LengthValue{lengthunit::kPixels, 20, 0};
-    for (const Source& from : AdobeRgbSources()) {
-        ASSERT_EQ(IccProfileOf(from.bytes), profile) << from.name;
-        const CDibPtr in = Pixels(from.bytes);
+    for (const Case& c : cases) {
+        // libvips reads a profile of at most 100 JPEG segments.
+        const bool vipsReads = c.profile.size() < 65519 * 100;
+        EXPECT_TRUE(!vipsReads || IccProfileOf(c.from.bytes) == c.profile) << c.from.name;
+        const CDibPtr in = Pixels(c.from.bytes);
         for (bool jpeg : {false, true}) {
-            SCOPED_TRACE(std::string(from.name) + (jpeg ? " to JPEG" : " to PNG"));
+            SCOPED_TRACE(std::string(c.from.name) + " of " + std::to_string(c.profile.size()) +
+                         (jpeg ? " to JPEG" : " to PNG"));
             const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
                                       .jpegQuality = 100};
             RowRecorder rows;
-            std::vector<u8> out;
-            StreamFailure failure;
-            ASSERT_EQ(ConvertStream(from.bytes.data(), from.bytes.size(), {}, shrink, round, output,
-                                    {.sourceRows = &rows}, out, failure),
-                      hr::kOk);
-            EXPECT_EQ(IccProfileOf(out), profile);
+            std::vector<u8> out, whole;
+            ASSERT_TRUE(BothWays(c.from, {}, round, output, out, whole, {.sourceRows = &rows}));
+            EXPECT_EQ(out, whole);
             // The preview's copy of the rows learns the space they are in.
-            EXPECT_EQ(rows.profile, profile);
-            // The numbers stay: exactly in a PNG, within the rounding of a JPEG.
+            EXPECT_EQ(rows.profile, c.profile);
+            const bool holds = jpeg ? c.jpegHolds : c.pngHolds;
+            std::vector<u8> segments = {0xFF, 0xD8};
+            EXPECT_EQ(EmbedIccInJpeg(segments, c.profile) == hr::kOk, c.jpegHolds);
+            if (jpeg && holds)
+                EXPECT_NE(std::search(out.begin(), out.end(), segments.begin() + 2, segments.end()),
+                          out.end());
+            else
+                EXPECT_EQ(IccProfileOf(out), holds ? c.profile : std::vector<u8>());
+            // The numbers stay (exactly in a PNG), or turn sRGB where the profile is left out.
             const CDibPtr result = Pixels(out);
             for (auto [x, y] : {std::pair{45, 30}, {120, 70}, {190, 130}}) {
                 const u8* source = in->PixelAt(x, y);
                 if (source[3] != 255)
                     continue; // laid over the background
+                const std::array<double, 3> srgb =
+                    AdobeRgbShownAsSrgb(source[2], source[1], source[0]);
                 for (int band = 0; band < 3; ++band)
-                    EXPECT_NEAR(result->PixelAt(x, y)[band], source[band], jpeg ? 3 : 0)
+                    EXPECT_NEAR(result->PixelAt(x, y)[band],
+                                holds || !c.readable ? source[band] : srgb[2 - band],
+                                jpeg    ? 3
+                                : holds ? 0
+                                        : 2)
                         << x << "," << y << " band " << band;
                 // Shown through its profile, the output has the source's true colours.
-                const std::array<double, 3> truth =
-                    AdobeRgbShownAsSrgb(source[2], source[1], source[0]);
                 const std::vector<double> shown = ShownAsSrgb(out, x, y);
-                for (int band = 0; band < 3; ++band)
-                    EXPECT_NEAR(shown[band], truth[band], 3.0) << x << "," << y;
+                for (int band = 0; band < 3 && holds && vipsReads; ++band)
+                    EXPECT_NEAR(shown[band], srgb[band], 3.0) << x << "," << y;
             }
             // White stays white: the cut corner is the background's own numbers.
             for (int band = 0; band < 3; ++band)
                 EXPECT_NEAR(result->PixelAt(0, 0)[band], 255, jpeg ? 2 : 0);
         }
     }
-
-    // The rows of a source without a profile are in sRGB.
-    CTempDir dir;
-    for (const Source& plain : Sources(dir)) {
-        RowRecorder rows;
-        ASSERT_EQ(ReadRows(plain.bytes.data(), plain.bytes.size(), {}, rows), hr::kOk);
-        EXPECT_TRUE(rows.profile.empty()) << plain.name;
-    }
-    RowRecorder rows;
-    const Source adobe = AdobeRgbSources().front();
-    ASSERT_EQ(ReadRows(adobe.bytes.data(), adobe.bytes.size(), {}, rows), hr::kOk);
-    EXPECT_EQ(rows.profile, profile);
 }
 
-// A profile goes whole into an output that has room for it, however many segments of a JPEG it
-// spread over (libvips reads 100); where there is none (a JPEG holds 255 segments of 65519 bytes,
-// a PNG 8000000 bytes for libpng's readers) it is left out and the numbers are those that it
-// shows in sRGB (the numbers as they are when the colour engine cannot read it), instead of a
-// failure or a cut profile. Both roads agree byte for byte.
-TEST(StreamConvertTest, AProfileTooLargeForTheOutputIsLeftOutAndItsColoursGoInSrgb) {
-    ASSERT_TRUE(EnsureVipsStarted());
-    CTempDir dir;
-    const std::vector<u8> rgb = TestPictureRgb(211, 143);
-    const std::vector<u8> plainJpeg = Encoded(rgb, 211, 143, 3, ".jpg", dir);
-    const auto jpegWith = [&](const std::vector<u8>& profile) {
-        std::vector<u8> jpeg = plainJpeg;
-        EXPECT_EQ(EmbedIccInJpeg(jpeg, profile), hr::kOk);
-        return jpeg;
-    };
-    const struct {
-        const char* name;
-        size_t padding;
-        bool png, jpegHolds, pngHolds, readable;
-    } cases[] = {{"17 MiB PNG", 17 << 20, true, false, false, true},
-                 {"255 segments", 255 * 65519 - 1000, false, true, false, true},
-                 {"111 segments", 110 * 65519, false, true, true, true},
-                 {"unreadable 17 MiB PNG", 17 << 20, true, false, false, false}};
-    const ShrinkSettings shrink;
-    RoundSettings round;
-    round.corners = round.edges = 0;
-    for (const auto& c : cases) {
-        std::vector<u8> profile = AdobeRgbProfile(c.padding);
-        // Curves of a type that no reader knows: the colour engine cannot use the profile, and
-        // the numbers stay as they are.
-        const std::string curve = "curv";
-        if (!c.readable)
-            std::fill_n(std::search(profile.begin(), profile.end(), curve.begin(), curve.end()), 4,
-                        'x');
-        const Source from{c.name, c.png ? EncodedWithProfile(rgb, 211, 143, 3, ".png", profile)
-                                        : jpegWith(profile)};
-        const CDibPtr in = Pixels(from.bytes);
-        for (bool jpeg : {false, true}) {
-            SCOPED_TRACE(std::string(c.name) + (jpeg ? " to JPEG" : " to PNG"));
-            const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
-                                      .jpegQuality = 100};
-            std::vector<u8> out, whole;
-            const ::testing::AssertionResult both =
-                BothWays(from, shrink, round, output, out, whole);
-            EXPECT_TRUE(both);
-            if (!both)
-                continue;
-            EXPECT_EQ(out, whole);
-            const bool holds = jpeg ? c.jpegHolds : c.pngHolds;
-            std::vector<u8> segments = {0xFF, 0xD8};
-            EXPECT_EQ(EmbedIccInJpeg(segments, profile) == hr::kOk, c.jpegHolds);
-            if (jpeg && holds) {
-                EXPECT_NE(std::search(out.begin(), out.end(), segments.begin() + 2, segments.end()),
-                          out.end());
-            } else {
-                EXPECT_EQ(IccProfileOf(out), holds ? profile : std::vector<u8>());
-            }
-            const CDibPtr result = Pixels(out);
-            for (auto [x, y] : {std::pair{45, 30}, {120, 70}, {190, 130}}) {
-                const u8* source = in->PixelAt(x, y);
-                const std::array<double, 3> srgb =
-                    AdobeRgbShownAsSrgb(source[2], source[1], source[0]);
-                for (int band = 0; band < 3; ++band)
-                    EXPECT_NEAR(result->PixelAt(x, y)[band],
-                                holds || !c.readable ? source[band] : srgb[2 - band], jpeg ? 3 : 2)
-                        << x << "," << y << " band " << band;
-            }
-        }
-    }
-}
-
-// Memory that runs out inside a decoder while the rows are read says so, not "not implemented":
-// in a child capped 200 MB above what it holds, with the budget out of the way, a progressive
-// CMYK JPEG whose coefficients need 512 MB.
+// Memory that runs out inside a decoder says so: a child capped 200 MB above what it holds, no
+// budget, a progressive CMYK JPEG whose coefficients need 512 MB.
 TEST(StreamConvertTest, ADecoderOutOfMemorySaysSo) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
     GTEST_FLAG_SET(death_test_style, "threadsafe");

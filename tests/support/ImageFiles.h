@@ -40,17 +40,29 @@ inline std::vector<u8> TestPictureRgb(i32 width, i32 height) {
     return rgb;
 }
 
-// Saves interleaved 8-bit pixels (rows from the top) through libvips; the file's suffix picks
-// the format. A resolution above 0 dots per inch is written into the file.
-inline void SaveWithVips(const std::string& path, const std::vector<u8>& pixels, i32 width,
-                         i32 height, int bands, vips::VOption* options = nullptr, double dpi = 0) {
+// Interleaved 8-bit pixels (rows from the top) encoded by libvips into the format that the
+// suffix names ("[Q=95]" options included), with the ICC profile embedded when one is given and
+// a resolution written when dpi (dots per inch) is above 0.
+inline std::vector<u8> EncodedWithVips(const std::vector<u8>& pixels, i32 width, i32 height,
+                                       int bands, const char* suffix,
+                                       const std::vector<u8>& profile = {}, double dpi = 0) {
     EnsureVipsStarted();
     vips::VImage image = vips::VImage::new_from_memory(
         const_cast<u8*>(pixels.data()), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR);
+    if (!profile.empty()) {
+        image = image.copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+        vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile.data(),
+                                 profile.size());
+    }
     if (dpi > 0)
         image =
             image.copy(vips::VImage::option()->set("xres", dpi / 25.4)->set("yres", dpi / 25.4));
-    image.write_to_file(path.c_str(), options);
+    void* bytes = nullptr;
+    size_t size = 0;
+    image.write_to_buffer(suffix, &bytes, &size);
+    std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
+    g_free(bytes);
+    return encoded;
 }
 
 // Reads a file with libvips as 8-bit RGBA rows from the top, the reference decode.
