@@ -1,6 +1,5 @@
 // Tests of the drop command: the checks before anything on disk changes, the overwrite question,
-// a whole run to its end, a run that stops at a file that is no image, and a worker that cannot
-// start, which leaves every old output in place.
+// a whole run to its end, and a worker that cannot start, which leaves every old output in place.
 #include "app/CommandExecData.h"
 
 #include <QDragEnterEvent>
@@ -24,7 +23,7 @@ protected:
     const fs::path dir = temp.Path();
 };
 
-TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChanges) {
+TEST_F(CommandExecDataTest, ARefusalStopsTheDropBeforeAnythingChanges) {
     auto a = Png(dir, "a.png", 200);
     fs::create_directories(dir / "folder");
 
@@ -48,6 +47,22 @@ TEST_F(CommandExecDataTest, AFolderOrAMissingFileStopsTheDropBeforeAnythingChang
     EXPECT_EQ(msg.boxes[0].text.rfind(L"出力先が元のファイルと同じになるため中止しました", 0), 0u);
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(ReadText(a), before);
+    EXPECT_FALSE(view->TimerRunning());
+
+    // Two sources with one old output: refused before any overwrite question.
+    SetControlText(view->Control(lvx::ctl::kSubFolder), L"out", false);
+    auto bmp = dir / "a.bmp";
+    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
+    fs::create_directories(dir / "out");
+    WriteText(dir / "out" / "a.png", "old output");
+    msg.boxes.clear();
+    msg.answers = {1};
+    Drop({a, bmp});
+    ASSERT_EQ(msg.boxes.size(), 1u) << "no overwrite question comes before the refusal";
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_EQ(msg.boxes[0].text.rfind(L"次のファイルは同じ出力ファイルになるため中止しました", 0),
+              0u);
+    EXPECT_EQ(ReadText(dir / "out" / "a.png"), "old output");
     EXPECT_FALSE(view->TimerRunning());
 }
 
@@ -116,27 +131,6 @@ TEST_F(CommandExecDataTest, ANameThatIsNotUtf8IsConvertedUnderItsOwnBytes) {
     EXPECT_EQ(view->Batch().DoneCount(), 1);
     EXPECT_TRUE(fs::exists(latin));
     EXPECT_TRUE(fs::exists(lookalike));
-}
-
-TEST_F(CommandExecDataTest, AFileThatIsNoImageStopsTheBatchWithOneBox) {
-    auto a = Png(dir, "a.png", 200);
-    auto b = dir / "b.png";
-    WriteText(b, "this is no image");
-
-    Drop({a, b});
-    ASSERT_TRUE(RunToEnd());
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    const lvx::TaskPtr failed = view->Batch().FailedTask();
-    ASSERT_TRUE(failed);
-    EXPECT_EQ(failed->inputPath, W(b));
-    EXPECT_FALSE(failed->errorText.empty());
-    EXPECT_EQ(msg.boxes[0].text, failed->errorText);
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
-    EXPECT_FALSE(fs::exists(dir / "out" / "b.png"));
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
 }
 
 // A drag as the platform delivers it: enter, then drop, both to the window's QWindow, which
@@ -216,23 +210,6 @@ TEST_F(CommandExecDataTest, ADropOnAnyControlStartsTheBatchOrShowsWhyNot) {
         EXPECT_EQ(ControlText(c.control), before) << c.control;
     }
     EXPECT_EQ(TheSetting().subFolders, historyBefore) << "no address in the sub-folder history";
-}
-
-TEST_F(CommandExecDataTest, TwoSourcesWithOneOldOutputAreRefusedBeforeTheQuestion) {
-    auto png = Png(dir, "same.png", 200);
-    auto bmp = dir / "same.bmp";
-    ASSERT_TRUE(testutil::SaveImage(*testutil::Solid(8, 6, 0, 0, 0), L"image/bmp", bmp));
-    fs::create_directories(dir / "out");
-    WriteText(dir / "out" / "same.png", "old output");
-
-    msg.answers = {1};
-    Drop({png, bmp});
-    ASSERT_EQ(msg.boxes.size(), 1u) << "no overwrite question comes before the refusal";
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
-    EXPECT_EQ(msg.boxes[0].text.rfind(L"次のファイルは同じ出力ファイルになるため中止しました", 0),
-              0u);
-    EXPECT_EQ(ReadText(dir / "out" / "same.png"), "old output");
-    EXPECT_FALSE(view->TimerRunning());
 }
 
 // A worker that cannot start ends the run with a message; the outputs that the user agreed to

@@ -110,14 +110,7 @@ TEST_F(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
     }
     ASSERT_FALSE(kept.empty());
     EXPECT_EQ(ReadText(kept), latin1);
-    std::wstring warning;
-    LoadResString(warning, strid::kSettingsKeptAside, true);
-    const std::string template8 = Utf8FromWide(warning);
-    const std::size_t slot = template8.find("%s");
-    ASSERT_NE(slot, std::string::npos);
-    // One line: the English text with the kept file's name in its place.
-    EXPECT_EQ(errors,
-              template8.substr(0, slot) + kept.string() + template8.substr(slot + 2) + "\n");
+    EXPECT_EQ(errors, Text8(strid::kSettingsKeptAside, {kept.wstring()}) + "\n");
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
 }
 
