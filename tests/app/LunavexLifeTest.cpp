@@ -139,8 +139,6 @@ TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndTheSecondReadsThem) {
     const CRegTree first = ReadStore(SettingsFile());
     EXPECT_EQ(ValueOf(first, kSetting, L"OutputPath"),
               testutil::Text(1, (home / "Pictures").wstring()));
-    EXPECT_EQ(ValueOf(first, kSetting, L"SaveType"), Dword(2));
-    EXPECT_EQ(ValueOf(first, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
 
     std::wstring text = XdgSandbox::ReadUtf16File(SettingsFile());
     const std::wstring from = L"\"JpegQuality\"=dword:00000050";
