@@ -66,7 +66,7 @@ TEST_F(CommandExecDataTest, ARefusalStopsTheDropBeforeAnythingChanges) {
     EXPECT_FALSE(view->TimerRunning());
 }
 
-TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothing) {
+TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndAnOverwriteNeedsConsentAndAWorker) {
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
 
@@ -102,6 +102,24 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndADeclinedOverwriteChangesNothi
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
     EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"2 ファイルの処理が全て終了しました");
+
+    // A worker that cannot start: OK ends with a message, and no old output is deleted.
+    msg.boxes.clear();
+    view->Batch().RefuseWorkers(true);
+    msg.answers = {1};
+    Drop({a, b});
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[0].flags, 49u) << "the overwrite question, answered OK";
+    EXPECT_EQ(msg.boxes[1].text,
+              L"変換処理のスレッドを開始できなかったため、ファイルは変換されていません");
+    EXPECT_EQ(msg.boxes[1].flags, 16u);
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
+    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(ReadText(dir / "out" / "a.png"), "old a");
+    EXPECT_EQ(ReadText(dir / "out" / "b.png"), "old b");
+    view->Batch().RefuseWorkers(false);
 
     // OK writes them anew: each new file takes the place of its old one.
     msg.boxes.clear();
@@ -210,30 +228,6 @@ TEST_F(CommandExecDataTest, ADropOnAnyControlStartsTheBatchOrShowsWhyNot) {
         EXPECT_EQ(ControlText(c.control), before) << c.control;
     }
     EXPECT_EQ(TheSetting().subFolders, historyBefore) << "no address in the sub-folder history";
-}
-
-// A worker that cannot start ends the run with a message; the outputs that the user agreed to
-// replace are all still there, as nothing is deleted before a file's new output is complete.
-TEST_F(CommandExecDataTest, AWorkerThatCannotStartEndsTheRunWithAMessageAndDeletesNothing) {
-    auto a = Png(dir, "a.png", 200);
-    auto b = Png(dir, "b.png", 100);
-    fs::create_directories(dir / "out");
-    WriteText(dir / "out" / "a.png", "old a");
-    view->Batch().RefuseWorkers(true);
-
-    msg.answers = {1};
-    Drop({a, b});
-    ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[0].flags, 49u) << "the overwrite question, answered OK";
-    EXPECT_EQ(msg.boxes[1].text,
-              L"変換処理のスレッドを開始できなかったため、ファイルは変換されていません");
-    EXPECT_EQ(msg.boxes[1].flags, 16u);
-    EXPECT_FALSE(view->TimerRunning());
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"処理を中断しました");
-    EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
-    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
-    EXPECT_EQ(ReadText(dir / "out" / "a.png"), "old a");
-    EXPECT_FALSE(fs::exists(dir / "out" / "b.png"));
 }
 
 } // namespace

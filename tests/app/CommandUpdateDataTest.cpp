@@ -230,6 +230,12 @@ TEST_F(CommandUpdateDataTest, TolerantUpdateKeepsTheLastGoodValues) {
     // A negative length is the one bad value that the settings hold.
     Type(ctl::kRadius, L"-3");
     EXPECT_EQ(TheSetting().round.radius.tenths, -30);
+
+    // Nothing runs without the run flag or a view.
+    Type(ctl::kQualityNumber, L"200");
+    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(false));
+    view.reset();
+    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(true));
 }
 
 TEST_F(CommandUpdateDataTest, SubFolderHistory) {
@@ -251,13 +257,6 @@ TEST_F(CommandUpdateDataTest, SubFolderHistory) {
     EXPECT_EQ(history.front(), L"f12");
     EXPECT_EQ(folder->itemText(1), QStringLiteral("f17"));
     EXPECT_EQ(folder->currentText(), QStringLiteral("f12"));
-}
-
-TEST_F(CommandUpdateDataTest, NothingRunsWithoutTheRunFlagOrAView) {
-    Type(ctl::kQualityNumber, L"200");
-    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(false));
-    view.reset();
-    EXPECT_NO_THROW(table->updateDataStrict->OnExecute(true));
 }
 
 } // namespace
