@@ -11,7 +11,6 @@
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "image/reference/WholeConversion.h"
-#include "support/ChildProcess.h"
 #include "support/DeclaredBombs.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
@@ -109,12 +108,13 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
 }
 
 TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
-    ASSERT_TRUE(SaveImage(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "one.jpg"));
+    // A name that is not UTF-8 is converted, and listed on standard output, under its own bytes.
+    ASSERT_TRUE(SaveImage(*Solid(64, 48, 200, 100, 50), L"image/jpeg", dir / "on\xE9.jpg"));
     ASSERT_TRUE(SaveImage(*Solid(30, 50, 10, 20, 30), L"image/png", dir / "two.png"));
     CSetting settings; // defaults: JPEG quality 80 into "round", radius 10, blur 1
-    auto options = Parse({(dir / "one.jpg").string(), (dir / "two.png").string()});
+    auto options = Parse({(dir / "on\xE9.jpg").string(), (dir / "two.png").string()});
     ASSERT_EQ(Run(options, settings), lvx::exitcode::kConverted) << err.str();
-    EXPECT_EQ(out.str(), (dir / "round" / "one.jpg").string() + "\n" +
+    EXPECT_EQ(out.str(), (dir / "round" / "on\xE9.jpg").string() + "\n" +
                              (dir / "round" / "two.jpg").string() + "\n");
 
     // The same conversion through a task, as the window runs it, gives the same bytes.
@@ -130,12 +130,12 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     EXPECT_EQ(ReadText(dir / "round" / "two.jpg"), ReadText(reference / "two.jpg"));
 
     // A second run without --overwrite lists the outputs and changes nothing.
-    auto before = std::filesystem::last_write_time(dir / "round" / "one.jpg");
+    auto before = std::filesystem::last_write_time(dir / "round" / "on\xE9.jpg");
     EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
     EXPECT_EQ(out.str(), "");
     EXPECT_NE(err.str().find(Utf8FromWide(L"置き換えるには --overwrite")), std::string::npos);
     EXPECT_NE(err.str().find((dir / "round" / "two.jpg").string()), std::string::npos);
-    EXPECT_EQ(std::filesystem::last_write_time(dir / "round" / "one.jpg"), before);
+    EXPECT_EQ(std::filesystem::last_write_time(dir / "round" / "on\xE9.jpg"), before);
 
     options.overwrite = true;
     EXPECT_EQ(Run(options, settings), lvx::exitcode::kConverted);
@@ -148,90 +148,48 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(Run(Parse({}), settings), lvx::exitcode::kUsage);
     EXPECT_EQ(err.str(), Utf8FromWide(L"変換するファイルが指定されていません\n"));
 
-    // A missing file or a folder stops the run before any folder is made.
-    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "missing.png").string()}), settings),
+    // A refusal of the plan (each tested with the plan) stops the run before any folder is made.
+    // Messages show the byte of a name that is not UTF-8 as \xE9.
+    EXPECT_EQ(Run(Parse({(dir / "a.png").string(), (dir / "gone\xE9.png").string()}), settings),
               lvx::exitcode::kRefused);
     EXPECT_EQ(err.str(),
-              Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir / "missing.png")) + "\n");
-    EXPECT_EQ(Run(Parse({dir.string()}), settings), lvx::exitcode::kRefused);
+              Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir) + L"/gone\\xE9.png\n"));
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
-
-    // So is a stored sub-folder that leaves the source's folder. The plan's other refusals (tested
-    // with the plan, each with its text) reach standard error the same way.
-    settings.subFolders.Add(W(dir / "away"));
-    EXPECT_EQ(Run(Parse({(dir / "a.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_FALSE(std::filesystem::exists(dir / "away"));
 }
 
-// Files in an output folder that only look like leftovers of a write stay: a user's file named
-// ".lvx<pid>-<n>.tmp" after a process that has ended, and a source of the run named so or in the
-// form of the write's own temporary files (".lvx-<16 hex digits>-<inode>.tmp").
-TEST_F(BatchRunTest, ASweepLeavesWhatItDidNotMake) {
+// A source of the run in the output folder, named as the write's own temporary files, stays
+// when the write sweeps that folder (which files a sweep takes is the file writer's test).
+TEST_F(BatchRunTest, ASweepLeavesTheSourcesOfTheRun) {
     const std::filesystem::path round = dir / "round";
     std::filesystem::create_directories(round);
-    const std::string mine = Numbered(".lvx", DeadPid(), "-4.tmp");
-    const std::string source = Numbered(".lvx", DeadPid(), "-5.tmp");
-    WriteText(round / mine, "mine");
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", round / source));
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-    const std::string current = Leftover(round, "s.png", ReadText(round / source));
-    CSetting settings;
-    EXPECT_EQ(Run(Parse({(round / source).string(), (round / current).string(),
-                         (dir / "a.png").string()}),
-                  settings),
+    const std::string current = Leftover(round, "s.png", ReadText(dir / "a.png"));
+    EXPECT_EQ(Run(Parse({(round / current).string(), (dir / "a.png").string()}), CSetting()),
               lvx::exitcode::kConverted)
         << err.str();
-    EXPECT_EQ(ReadText(round / mine), "mine");
-    EXPECT_TRUE(std::filesystem::exists(round / source));
     EXPECT_TRUE(std::filesystem::exists(round / current));
 }
 
-TEST_F(BatchRunTest, NamesThatAreNotUtf8AreConvertedUnderTheirOwnBytes) {
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xE9.png"));
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "photo\xEF\xBF\xBD.png"));
-    CSetting settings;
-    ASSERT_EQ(Run(Parse({(dir / "photo\xE9.png").string()}), settings), lvx::exitcode::kConverted)
-        << err.str();
-    // Standard output carries the path byte for byte; the look-alike is not touched.
-    EXPECT_EQ(out.str(), (dir / "round" / "photo\xE9.jpg").string() + "\n");
-    EXPECT_TRUE(std::filesystem::is_regular_file(dir / "round" / "photo\xE9.jpg"));
-    EXPECT_FALSE(std::filesystem::exists(dir / "round" / "photo\xEF\xBF\xBD.jpg"));
-    // Messages show the byte that is not UTF-8 as \xE9.
-    EXPECT_EQ(Run(Parse({(dir / "gone\xE9.png").string()}), settings), lvx::exitcode::kRefused);
-    EXPECT_EQ(err.str(),
-              Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir) + L"/gone\\xE9.png\n"));
-}
-
-// Converted on many workers at once, the files are still written and listed in their order, and
-// none after the first failure is written.
-TEST_F(BatchRunTest, StopsAtTheFirstFailureWithTheTaskText) {
-    std::vector<std::string> args = {"--jobs=16"};
-    for (const char* name : {"a", "b", "c", "d", "e", "f", "g"}) {
-        args.push_back((dir / (std::string(name) + ".png")).string());
-        if (name[0] == 'b')
-            testutil::WriteText(dir / "b.png", "not an image");
-        else
-            ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", args.back()));
-    }
-    CSetting settings;
-    EXPECT_EQ(Run(Parse(args), settings), lvx::exitcode::kTaskFailed);
-    EXPECT_EQ(out.str(), (dir / "round" / "a.jpg").string() + "\n");
-    EXPECT_EQ(err.str().rfind(Utf8FromWide(L"画像の読み込みに失敗しました - "), 0), 0u);
-    EXPECT_TRUE(err.str().ends_with("\n\n" + (dir / "b.png").string() + "\n")) << err.str();
-    EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"a.jpg"});
-}
-
+// The pixel limit of the command line reaches every task; on many workers the files before the
+// first failure are written and listed in their order, and none after it.
 TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
+    std::vector<std::string> args = {"--jobs=16", "--max-pixels=63"};
+    for (auto [name, width] : {std::pair{"s.png", 7}, {"a.png", 8}, {"z.png", 7}}) {
+        args.push_back((dir / name).string());
+        ASSERT_TRUE(
+            SaveImage(*Solid(width, width == 7 ? 9 : 8, 1, 2, 3), L"image/png", dir / name));
+    }
     // The program applies the options to its settings before the run, as here.
-    const lvx::BatchOptions tight = Parse({"--max-pixels=63", (dir / "a.png").string()});
+    const lvx::BatchOptions tight = Parse(args);
     CSetting settings;
     lvx::ApplyBatchOptions(tight, settings);
     EXPECT_EQ(Run(tight, settings), lvx::exitcode::kTaskFailed);
+    EXPECT_EQ(out.str(), (dir / "round" / "s.jpg").string() + "\n");
     EXPECT_NE(err.str().find(Utf8FromWide(L": 8 × 8 ピクセル (上限は 63 ピクセル)")),
               std::string::npos)
         << err.str();
-    EXPECT_FALSE(std::filesystem::exists(dir / "round" / "a.jpg"));
+    EXPECT_TRUE(err.str().ends_with("\n\n" + (dir / "a.png").string() + "\n")) << err.str();
+    EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"s.jpg"});
     const lvx::BatchOptions enough = Parse({"--max-pixels=64", (dir / "a.png").string()});
     lvx::ApplyBatchOptions(enough, settings);
     EXPECT_EQ(Run(enough, settings), lvx::exitcode::kConverted);
@@ -275,8 +233,6 @@ TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
     EXPECT_NE(output.find("--max-pixels=N"), std::string::npos);
     EXPECT_NE(output.find("Exit status"), std::string::npos) << "English outside a Japanese locale";
     EXPECT_EQ(run("--bogus", output), 2);
-    EXPECT_EQ(
-        run("--subfolder=" + (dir / "away").string() + " " + (dir / "a.png").string(), output), 2);
     EXPECT_EQ(run("", output), 2);
     EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));

@@ -64,7 +64,6 @@ protected:
 };
 
 TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
-
     CFocusRecordingMsg msg;
     CScriptedCommand command(
         &msg, [fault = atFault](bool) { throw my::CCtrlException(fault, strid::kEmptyIdList); });
@@ -113,7 +112,6 @@ TEST_F(CommandTest, RethrowGivesTheSameFailureAfterTheBox) {
 }
 
 TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
-
     CRecordingMsg msg;
     CScriptedCommand failing(
         &msg, [fault = atFault](bool) { throw my::CCtrlException(fault, strid::kEmptyIdList); });
@@ -132,22 +130,13 @@ TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
     bare.Execute(true, true);
     bare.ExecuteQuietly();
     EXPECT_TRUE(msg.boxes.empty());
-}
 
-TEST_F(CommandTest, ForeignExceptionsBecomeTheirTexts) {
-    CRecordingMsg msg;
-    CScriptedCommand standard(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
-    const auto e2 = testutil::Thrown<my::CCtrlException>([&] { standard.Execute(true, true); });
-    EXPECT_EQ(e2.id, strid::kStdException);
-    EXPECT_EQ(e2.ctrl, nullptr);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"標準エラーが発生しました: disk on fire");
-
-    // ExecuteQuietly runs the act and drops the failure.
-    CScriptedCommand quiet(&msg, [](bool) { throw my::CException(193); });
+    // ExecuteQuietly runs the act and drops its failure (the texts of foreign exceptions are the
+    // guarded call's test).
+    CScriptedCommand quiet(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
     quiet.ExecuteQuietly();
     EXPECT_EQ(quiet.runs, std::vector<bool>{true});
-    EXPECT_EQ(msg.boxes.size(), 1u);
+    EXPECT_TRUE(msg.boxes.empty());
 }
 
 } // namespace

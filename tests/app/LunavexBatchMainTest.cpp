@@ -1,6 +1,5 @@
-// Tests of the lunavex-batch program as a whole: what it says about a damaged settings file or one
-// that is no ordinary file, that a settings file that once exhausted memory is read at once under a
-// memory limit, and how a signal or a closed standard output ends a run.
+// Tests of the lunavex-batch program as a whole: what it says about a settings file that is
+// damaged, too deep, no ordinary file or too large, and how a signal or a closed output ends a run.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -95,46 +94,36 @@ protected:
 
 } // namespace
 
+// A damaged store, and one too deep to read under a memory limit (it once exhausted memory), is
+// kept aside with one line on standard error, and the run goes on with the defaults.
 TEST_F(LunavexBatchMainTest, ADamagedStoreIsKeptAsideAndSaidOnStandardError) {
-    const std::string latin1 = "Windows Registry Editor Version 5.00\r\n\r\n"
-                               "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
-                               "\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
-    std::ofstream(folder / "Lunavex32.reg", std::ios::binary) << latin1;
-    std::string errors;
-    EXPECT_EQ(RunBatchExe(dir / "config", "", "--format=png " + (dir / "a.png").string(), errors),
-              0);
-    std::filesystem::path kept;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().filename().string().starts_with("Lunavex32.reg.damaged-"))
-            kept = entry.path();
-    }
-    ASSERT_FALSE(kept.empty());
-    EXPECT_EQ(ReadText(kept), latin1);
-    std::wstring warning;
-    LoadResString(warning, strid::kSettingsKeptAside, true);
-    const std::string template8 = Utf8FromWide(warning);
-    const std::size_t slot = template8.find("%s");
-    ASSERT_NE(slot, std::string::npos);
-    // One line: the English text with the kept file's name in its place.
-    EXPECT_EQ(errors,
-              template8.substr(0, slot) + kept.string() + template8.substr(slot + 2) + "\n");
-    EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
-}
-
-TEST_F(LunavexBatchMainTest, AStoreTooDeepToReadIsDamagedEvenUnderAMemoryLimit) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
     std::string deep = "[HKEY_CURRENT_USER\\Software";
     for (int i = 0; i < 20000; ++i)
         deep += "\\k";
-    std::ofstream(folder / "Lunavex32.reg", std::ios::binary)
-        << Utf16Store(deep + "]\r\n\"x\"=dword:00000001\r\n");
-    std::string errors;
-    EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
-                          "--format=png " + (dir / "a.png").string(), errors),
-              0)
-        << errors;
-    EXPECT_NE(errors.find("Lunavex32.reg.damaged-"), std::string::npos) << errors;
-    EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
+    const std::string latin1 = "Windows Registry Editor Version 5.00\r\n\r\n"
+                               "[HKEY_CURRENT_USER\\Software\\Harrowmere\\Lunavex32\\Setting]\r\n"
+                               "\"OutputPath\"=\"/home/u/Bilder-\xC4\"\r\n";
+    for (const std::string& store : {latin1, Utf16Store(deep + "]\r\n\"x\"=dword:00000001\r\n")}) {
+        std::filesystem::remove_all(dir / "config");
+        std::filesystem::remove_all(dir / "round");
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "Lunavex32.reg", std::ios::binary) << store;
+        std::string errors;
+        EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
+                              "--format=png " + (dir / "a.png").string(), errors),
+                  0)
+            << errors;
+        std::filesystem::path kept;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().filename().string().starts_with("Lunavex32.reg.damaged-"))
+                kept = entry.path();
+        }
+        ASSERT_FALSE(kept.empty());
+        EXPECT_EQ(ReadText(kept), store);
+        EXPECT_EQ(errors, Text8(strid::kSettingsKeptAside, {kept.wstring()}) + "\n");
+        EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png"));
+    }
 }
 
 // SIGTERM or SIGINT once the first path has arrived ends the run between two files: every file in

@@ -66,11 +66,6 @@ TEST(WindowArguments, OptionsAndTheirMistakes) {
     EXPECT_TRUE(parsed.help);
     EXPECT_TRUE(parsed.files.empty());
 
-    // No argument: no file, as a start from the menu.
-    lvx::WindowArguments none;
-    ASSERT_TRUE(lvx::ParseWindowArguments({}, "/", none, error));
-    EXPECT_TRUE(none.files.empty());
-
     // An unknown option stops the parse with its name, bytes kept as they are.
     lvx::WindowArguments bad;
     EXPECT_FALSE(lvx::ParseWindowArguments({"a.png", "-platform", "b.png"}, "/", bad, error));
