@@ -108,10 +108,6 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
     CSetting settings;
     settings.outputPath = L"/home/u/Pictures";
     ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
-    std::vector<u8> bytes = testutil::ReadBytes(sandbox_.StoreFile());
-    ASSERT_GE(bytes.size(), 2u);
-    EXPECT_EQ(bytes[0], 0xFF);
-    EXPECT_EQ(bytes[1], 0xFE);
     EXPECT_EQ(
         XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
         kStoreHead +
@@ -148,8 +144,6 @@ TEST_F(SettingsTest, FolderNamesThatAreNotUtf8KeepTheirBytes) {
     EXPECT_TRUE(LoadSetting(loaded, CRegKey::CurrentUser()));
     EXPECT_EQ(ToFileSystemPath(loaded.outputPath), "/srv/Bilder-\xC4/");
     EXPECT_EQ(ToFileSystemPath(loaded.subFolders.front()), "\x8E\xCA\x90^");
-    EXPECT_TRUE(sandbox_.FilesStartingWith("Lunavex32.reg.damaged-").empty())
-        << "the store that holds them reads back exactly";
 }
 
 TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
