@@ -139,14 +139,6 @@ TEST(RegistryExportTest, ReadsEveryFormInUtf8AndUtf16) {
         ASSERT_TRUE(ParseRegistryExport(file, tree));
         check(tree);
     }
-
-    // A UTF-8 text outside ASCII.
-    CRegTree japanese;
-    ASSERT_TRUE(ParseRegistryExport(
-        Utf8File("Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n"
-                 "\"P\"=\"\xE5\x86\x99\xE7\x9C\x9F\"\n"),
-        japanese));
-    EXPECT_EQ(*japanese.FindKey(L"K")->Find(L"P"), Text(1, L"\u5199\u771f"));
 }
 
 TEST(RegistryExportTest, RefusesWhatIsNoExportAndLeavesTheTree) {
