@@ -51,8 +51,7 @@ struct Fixture {
 };
 
 TEST(DibWidgetTest, FitToPaneKeepsTheShapeAndFillsThePane) {
-    // The pane's shape, or one within the tolerance, is the pane itself. 1005 x 1000 would
-    // otherwise be 1000 x 995, five pixels short, and stay so.
+    // A shape within the tolerance of the pane's is the pane (1005 x 1000 is not 1000 x 995).
     EXPECT_EQ(FitToPane({200, 200}, {50, 50}, 0.01), (Size{200, 200}));
     EXPECT_EQ(FitToPane({300, 200}, {3, 2}, 0.01), (Size{300, 200}));
     EXPECT_EQ(FitToPane({1000, 1000}, {1005, 1000}, 0.01), (Size{1000, 1000}));
@@ -74,8 +73,7 @@ TEST(DibWidgetTest, FitToPaneKeepsTheShapeAndFillsThePane) {
 }
 
 TEST(DibWidgetTest, AnchoredPaneCropsWideImagesAndCentresLowOnes) {
-    // 16 x 4 in the 10 x 10 pane: the full pane width, from the left for anchors 1 and 2 and
-    // from the right (image x 6 to 16) for 3 and 4; rows centred at 7 + (10 - 4) / 2 = 10.
+    // 16 x 4: the pane's width from the left (anchors 1, 2) or right (3, 4), rows centred at 10.
     for (u32 anchor = 1; anchor <= 4; ++anchor) {
         Fixture f;
         f.widget.SetAnchor(anchor);
