@@ -64,8 +64,7 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     testutil::WriteText(dir / "file", "x");
     EXPECT_TRUE(IsExistingFile(file));
     EXPECT_TRUE(FileExists(file));
-    // A file in the folder's place, or in the place of a folder above it, is no success, and the
-    // code says that a file is in the way.
+    // A file in the folder's place, or in a folder's above it: the code says a file is in the way.
     EXPECT_EQ(CreateFolderTree(file), win32::kFileExists);
     EXPECT_EQ(CreateFolderTree(file + L"/below"), win32::kFileExists);
 

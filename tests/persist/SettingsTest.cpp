@@ -226,8 +226,7 @@ TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {
 }
 
 TEST_F(SettingsTest, CountDecidesTheLengthOfTheList) {
-    // Count missing, 0 or of another type: the list is empty, the default "round" is gone, and
-    // that is no failure.
+    // Count missing, 0 or of another type: the list is empty (no "round" either), no failure.
     for (const char* count : {"", "\"Count\"=dword:00000000\n", "\"Count\"=\"2\"\n"})
         EXPECT_TRUE(
             Loaded(Replace(ValidFile(), "\"Count\"=dword:00000002\n", count)).subFolders.empty())

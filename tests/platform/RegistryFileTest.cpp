@@ -111,8 +111,7 @@ TEST_F(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
 
 TEST_F(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
     const std::vector<u8> before = StoreWithOneValue();
-    // A write stopped before the rename (a process killed there is FileIoTest's): the write reports
-    // the failure, memory keeps the change pending.
+    // A write stopped before the rename reports the failure; memory keeps the change pending.
     CRegistryFile store(sandbox.StoreFileW());
     store.SetBeforeReplaceHook([] { return false; });
     EXPECT_EQ(store.SetValue(L"K", L"v", Dword(3)), 995);
@@ -129,8 +128,7 @@ TEST_F(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
 // The temporary file of a write is FileIoTest's (a name of its own, never a link's target).
 TEST_F(RegistryFileTest, LinksPlantedBesideTheStoreLeadNoWriteElsewhere) {
     StoreWithOneValue();
-    // The lock file as a link to a file that does not exist: nothing is made there and the write
-    // fails instead.
+    // The lock file as a link to nowhere: nothing is made there and the write fails instead.
     std::filesystem::remove(sandbox.ConfigFolder() / "Lunavex32.reg.lock");
     std::filesystem::create_symlink(sandbox.Root() / "made-by-lock",
                                     sandbox.ConfigFolder() / "Lunavex32.reg.lock");

@@ -143,8 +143,7 @@ TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
     radius->ReadLength();
     EXPECT_EQ(Radius().tenths, 125);
 
-    // A bad number is the strict update's failure (see CommandUpdateDataTest); a unit list
-    // without a choice names its own control.
+    // A unit list without a choice names its own control (a bad number: CommandUpdateDataTest).
     qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
     const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
     EXPECT_EQ(e.id, strid::kComboValueUnreadable);
