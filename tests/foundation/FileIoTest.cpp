@@ -61,8 +61,7 @@ TEST(FileIoTest, AtomicWriteReplacesTheWholeFileAndLeavesNothingBeside) {
     EXPECT_NE(WriteAtomically(dir / "taken", "x"), 0);
     EXPECT_EQ(FileNames(dir.Path()), (std::vector<std::string>{"a.bin", "b.bin", "taken"}));
 
-    // A write stopped before the rename leaves the old file and, its new file having no name
-    // yet, nothing beside it.
+    // A write stopped before the rename leaves the old file and, its file unnamed, nothing beside.
     AtomicWriteOptions stopped;
     stopped.beforeReplace = [] { return false; };
     EXPECT_EQ(WriteAtomically(dir / "b.bin", "never", stopped), win32::kOperationAborted);
@@ -76,8 +75,7 @@ TEST(FileIoTest, ALinkAsTargetIsReplacedOrWrittenThroughAsAsked) {
     fs::create_directories(dir / "config");
     WriteText(dir / "dotfiles" / "settings", "old");
 
-    // Through the link: the file it points to is replaced, the link stays (a relative link, and a
-    // chain of two).
+    // Through a relative link in a chain of two: the file pointed to is replaced, the links stay.
     fs::create_symlink("../dotfiles/settings", dir / "config" / "first");
     fs::create_symlink("first", dir / "config" / "settings");
     AtomicWriteOptions through;
@@ -115,8 +113,7 @@ TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
     ASSERT_EQ(WriteAtomically(dir / "new.bin", "made", onlyNew), 0);
     EXPECT_EQ(ReadText(dir / "new.bin"), "made");
 
-    // A file, a link (even one that leads nowhere) and a folder under the name all stay as they
-    // are, and no temporary file is left beside them.
+    // A file, a link (even to nowhere) and a folder under the name stay, with nothing beside them.
     EXPECT_EQ(WriteAtomically(dir / "new.bin", "again", onlyNew), win32::kFileExists);
     EXPECT_EQ(ReadText(dir / "new.bin"), "made");
     fs::create_symlink(dir / "nowhere", dir / "link");

@@ -121,8 +121,7 @@ TEST(GuardedCall, RegexErrors) {
         EXPECT_EQ(holder.text, c.text);
     }
 
-    // A code without a message of its own (an unterminated Perl extension) takes the text of
-    // what().
+    // A code without a message of its own (an unterminated Perl extension) takes what()'s text.
     CLanguageGuard english(1033);
     std::string what;
     try {

@@ -11,6 +11,7 @@
 
 #include "foundation/Paths.h"
 #include "support/Files.h"
+#include "support/HomeSandbox.h"
 
 namespace {
 
@@ -34,9 +35,8 @@ TEST(LogTest, LineEndsBecomeCrLfAndCharactersBeyondTheBasicPlaneSurrogatePairs) 
 }
 
 TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMarkOrAClosedStreamWhenItCannot) {
-    CTempDir temp;
-    const auto state = temp.Path();
-    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
+    CHomeSandbox sandbox;
+    const auto state = sandbox.Root() / "state";
     // An earlier run's log is cut.
     std::filesystem::create_directories(state / "Harrowmere" / "Lunavex32");
     testutil::WriteText(state / "Harrowmere" / "Lunavex32" / "LOG.txt", "old contents");
@@ -55,7 +55,6 @@ TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMarkOrAClosedStreamWhenItCan
     EXPECT_FALSE(TheLog()->good());
     TheLog()->Write(L"ignored");
     StopLog();
-    ::unsetenv("XDG_STATE_HOME");
 }
 
 TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {

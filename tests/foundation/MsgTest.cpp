@@ -40,14 +40,12 @@ TEST_F(MsgTest, OverwriteFilesListsTenPathsThenEllipsis) {
     for (int i = 1; i < 10; ++i)
         list += L"\r\n" + ten[i];
     EXPECT_EQ(msg.boxes[0].text, L"10" + kOverwriteTemplateHead + list);
-    EXPECT_EQ(msg.boxes[0].text.find(L"..."), std::wstring::npos);
 
     std::vector<std::wstring> eleven = Paths(11);
     msg.answers = {2};
     EXPECT_FALSE(msg.QueryOverwriteFiles(eleven));
     ASSERT_EQ(msg.boxes.size(), 2u);
     EXPECT_EQ(msg.boxes[1].text, L"11" + kOverwriteTemplateHead + list + L"\r\n...");
-    EXPECT_EQ(msg.boxes[1].text.find(eleven[10]), std::wstring::npos);
 
     // The list form composes the same text.
     std::list<std::wstring> asList(eleven.begin(), eleven.end());

@@ -64,8 +64,7 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     testutil::WriteText(dir / "file", "x");
     EXPECT_TRUE(IsExistingFile(file));
     EXPECT_TRUE(FileExists(file));
-    // A file in the folder's place, or in the place of a folder above it, is no success, and the
-    // code says that a file is in the way.
+    // A file in the folder's place, or in a folder's above it: the code says a file is in the way.
     EXPECT_EQ(CreateFolderTree(file), win32::kFileExists);
     EXPECT_EQ(CreateFolderTree(file + L"/below"), win32::kFileExists);
 
@@ -74,15 +73,12 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     EXPECT_EQ(NearestExistingFolder(L"/nonexistent-lvx-root/x"), L"/");
 }
 
+// The conversions are Utf8Test's; here a name that is not UTF-8 is found on disk by its bytes.
 TEST(PathsTest, FileSystemNamesAreUtf8) {
-    EXPECT_EQ(ToFileSystemPath(L"/写真/ä.png"), "/\xE5\x86\x99\xE7\x9C\x9F/\xC3\xA4.png");
-    EXPECT_EQ(FromFileSystemPath("/\xE5\x86\x99\xE7\x9C\x9F"), L"/写真");
-    // A name that is not UTF-8 comes back with the same bytes, and is found on disk.
     testutil::CTempDir temp;
     const auto dir = temp.Path();
     const std::string latin = (dir / "\xC4rger\xE9.png").string();
     testutil::WriteText(latin, "x");
-    EXPECT_EQ(ToFileSystemPath(FromFileSystemPath(latin)), latin);
     EXPECT_TRUE(IsExistingFile(FromFileSystemPath(latin)));
     EXPECT_FALSE(
         IsExistingFile(FromFileSystemPath((dir / "\xEF\xBF\xBDrger\xEF\xBF\xBD.png").string())));

@@ -2,6 +2,9 @@
 #include "foundation/ResString.h"
 
 #include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,38 +18,22 @@ namespace {
 constexpr u32 kSelfTest255 = strid::kText255Characters;
 constexpr u32 kMissing = 60999; // no string has this id
 
-// Sets or unsets a variable for one test and restores it afterwards.
-class CEnvGuard {
-public:
-    CEnvGuard(const char* name, const char* value) : name_(name) {
-        const char* old = std::getenv(name);
-        had_ = old != nullptr;
-        if (had_)
-            old_ = old;
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-    ~CEnvGuard() {
-        if (had_)
-            setenv(name_, old_.c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-
-private:
-    const char* name_;
-    bool had_ = false;
-    std::string old_;
-};
-
+// The language chosen with the three locale variables set (nullptr: unset), which are given back.
 u16 LanguageFor(const char* all, const char* messages, const char* lang) {
-    CEnvGuard a("LC_ALL", all), m("LC_MESSAGES", messages), l("LANG", lang);
-    u16 saved = UiLanguage();
+    const std::pair<const char*, const char*> wanted[] = {
+        {"LC_ALL", all}, {"LC_MESSAGES", messages}, {"LANG", lang}};
+    std::vector<std::pair<const char*, std::optional<std::string>>> saved;
+    for (const auto& [name, value] : wanted) {
+        const char* old = std::getenv(name);
+        saved.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+        value ? ::setenv(name, value, 1) : ::unsetenv(name);
+    }
+    const u16 before = UiLanguage();
     SetUiLanguage(0);
-    u16 language = UiLanguage();
-    SetUiLanguage(saved);
+    const u16 language = UiLanguage();
+    SetUiLanguage(before);
+    for (const auto& [name, old] : saved)
+        old ? ::setenv(name, old->c_str(), 1) : ::unsetenv(name);
     return language;
 }
 

@@ -53,7 +53,6 @@ TEST_F(AboutDlgTest, ALinkThatOpensMakesNoSoundAndAnOpenerThatCannotStartBeepsAt
     ASSERT_EQ(watch.Watching(), 1u);
     ASSERT_TRUE(QTest::qWaitFor([this] { return watch.Watching() == 0; }, kArrivalBoundMs));
     EXPECT_EQ(beeps, 0);
-    EXPECT_EQ(shell.Calls(), "xdg-open\n" + Utf8FromWide(TheAppInfo().HomeAddress()) + "\n--\n");
 
     shell.Remove("xdg-open");
     about.OpenLink();

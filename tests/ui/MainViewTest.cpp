@@ -154,8 +154,7 @@ TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
     Choose(view, ctl::kShrink, -1);
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
 
-    // Each format click sets both sides: PNG enables Transparent and greys the quality, JPEG
-    // the other way round.
+    // PNG enables Transparent and greys the quality; JPEG the other way round.
     Click(view, ctl::kPng);
     EXPECT_TRUE(Enabled(view, ctl::kTransparent));
     EXPECT_FALSE(Enabled(view, ctl::kQualityNumber));

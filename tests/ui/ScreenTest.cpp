@@ -79,12 +79,9 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalves
     ASSERT_TRUE(White(screen, Rect{10, 20, 14, 24}));
     ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, *image, Rect{0, 0, 2, 2}, 255, 2));
 
-    // Colour times alpha / 255, plus the white showing through: 255 * (255 - alpha) / 255.
-    // (200,100,50) at 128: 100 + 127, 50 + 127, 25 + 127; (60,120,240) at 64: 15 + 191,
-    // 30 + 191, 60 + 191.
+    // Colour * alpha / 255 plus the white through, 255 * (255 - alpha) / 255: at 128, + 127.
     EXPECT_TRUE(Shows(screen, {{11, 21, {152, 177, 227, 255}}, {12, 22, {251, 221, 206, 255}}}, 1));
-    // Alpha 0 leaves the background whatever the colour bytes say; an opaque pixel is copied
-    // exactly.
+    // Alpha 0 leaves the background whatever the colour; an opaque pixel is copied exactly.
     EXPECT_TRUE(Shows(screen, {{12, 21, kWhitePixel}, {11, 22, {3, 2, 1, 255}}}));
     // Nothing outside the destination.
     for (int x = 10; x < 14; ++x)

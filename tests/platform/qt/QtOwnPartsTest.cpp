@@ -40,11 +40,6 @@ bool HasEnglishWord(const QString& text) {
 
 TEST(QtOwnPartsTest, DialogsAndBoxButtonsSpeakJapanese) {
     EXPECT_FALSE(InstallQtTranslations(1033)) << "Qt speaks English already";
-    {
-        QMessageBox box;
-        box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-        EXPECT_TRUE(HasEnglishWord(box.button(QMessageBox::Cancel)->text()));
-    }
     ASSERT_TRUE(InstallQtTranslations(1041)) << "qt6-translations-l10n is installed by setup";
     QMessageBox box;
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
