@@ -28,7 +28,6 @@ public:
     void Resize(std::size_t count);
 
     u32 limit() const { return limit_; }
-    void set_limit(u32 limit) { limit_ = limit; }
 
     List::iterator begin() { return items_.begin(); }
     List::iterator end() { return items_.end(); }

@@ -21,12 +21,10 @@ public:
     // The title, two blanks, and the four numbers of the version joined by ".".
     std::wstring TitleAndVersion() const;
 
-    bool IsInitialised() const { return initialised_; }
     const std::wstring& Maker() const { return maker_; }
     const std::wstring& Product() const { return product_; }
     const std::wstring& Title() const { return title_; }
     const std::wstring& HomeAddress() const { return homeAddress_; }
-    u32 IconId() const { return iconId_; }
     const std::array<u16, 4>& Version() const { return version_; }
     const std::wstring& Copyright() const { return copyright_; }
 

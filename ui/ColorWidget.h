@@ -46,7 +46,6 @@ public:
         edgeKind_ = kind;
         edgeFlags_ = flags;
     }
-    u32 EdgeKind() const { return edgeKind_; }
     u32 EdgeFlags() const { return edgeFlags_; }
 
     // Nothing when invisible or at no opacity; else the colour filled over the whole rectangle,

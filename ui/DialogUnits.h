@@ -14,8 +14,6 @@ public:
     explicit CDialogUnits(const QFont& font);
     CDialogUnits(int baseX, int baseY) : cx_(baseX), cy_(baseY) {}
 
-    int BaseX() const { return cx_; }
-    int BaseY() const { return cy_; }
     int X(int units) const;
     int Y(int units) const;
     QSize Size(int width, int height) const { return {X(width), Y(height)}; }

@@ -59,7 +59,6 @@ public:
     QMainWindow* Window() const;
     QWidget* View() const { return view_; }
     const WindowLayout& Layout() const { return layout_; }
-    CWindowLayoutManager* LayoutManager() const { return manager_.get(); }
 
 private:
     void BuildMenu();

@@ -78,7 +78,6 @@ public:
                  i32 quality) override;
     void FillRect(ColorRef color, const Rect& rect) override;
 
-    QPainter* Painter() const { return painter_; }
 
 private:
     void BeginOwnPainter();

@@ -19,7 +19,6 @@ public:
     // Stores the parent and the visibility and marks dirty; copies the rectangle, or empties it
     // for null.
     virtual void Create(QWidget* parent, const Rect* rect, bool visible);
-    virtual void SetParent(QWidget* parent) { parent_ = parent; }
     // False when the rectangle equals the old one; else stores it and marks dirty. Null stands
     // for the empty rectangle.
     virtual bool SetRect(const Rect* rect);
@@ -31,9 +30,7 @@ public:
     // Paint when dirty, then clear the mark.
     virtual void PaintIfDirty(CScreen& screen, double opacity);
 
-    QWidget* Parent() const { return parent_; }
     const Rect& GetRect() const { return rect_; }
-    bool IsVisible() const { return visible_; }
     // The id of the control that the widget stands over; -1 for none.
     i32 Id() const { return id_; }
     void SetId(i32 id) { id_ = id; }

@@ -18,7 +18,6 @@ public:
     ~CTerminationSignal();
 
     // False when the pipe or the handler could not be set up; SIGTERM then keeps its default.
-    bool Active() const { return active_; }
 
 private:
     void OnReadable();
