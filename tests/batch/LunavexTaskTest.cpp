@@ -7,7 +7,6 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -105,19 +104,10 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
 
-    // A text file, a JPEG damaged past its header and a file that is gone: 201 with the decoder's
-    // or the system's text and the path; the sub-folder made first stays.
-    ASSERT_TRUE(
-        SaveImage(*MakeDib(200, 150,
-                           [](i32 x, i32 y) {
-                               return Bgra{static_cast<u8>(x), static_cast<u8>(y * x), 9, 255};
-                           }),
-                  L"image/jpeg", dir / "photo.jpg"));
-    const std::string photo = ReadText(dir / "photo.jpg");
-    WriteText(dir / "cut.jpg", photo.substr(0, photo.size() / 2));
-    for (auto [name, code] : {std::pair{"notes.txt", 0x80004001u},
-                              {"cut.jpg", 0x80004001u},
-                              {"gone.png", 0x80070002u}}) {
+    // A text file (the decoder's failures by stage are StreamConvertTest's) and a file that is
+    // gone: 201 with the decoder's or the system's text and the path; the sub-folder made first
+    // stays.
+    for (auto [name, code] : {std::pair{"notes.txt", 0x80004001u}, {"gone.png", 0x80070002u}}) {
         auto task = RunTask(W(dir / name), W(dir / "sub" / name) + L".png", 1, RoundSettings{});
         EXPECT_EQ(task->errorId, strid::kLoadFailed);
         EXPECT_EQ(task->errorText,
@@ -151,18 +141,13 @@ TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     EXPECT_EQ(task->errorText.substr(task->errorText.size() - W(dir / "out" / "ok.png").size() - 2),
               L"\n\n" + W(dir / "out" / "ok.png"));
 
-    // Shrink to a size of 0, and an unknown shrink type: the path follows two line feeds, and
-    // nothing is saved.
-    for (auto [shrink, id, text] :
-         {std::tuple{ShrinkSettings{.shrinkType = 1, .customWidth = 0},
-                     strid::kShrinkSizeNotPositive, L"縮小サイズが 0 以下です"},
-          {ShrinkSettings{.shrinkType = 7}, strid::kUnknownShrinkType,
-           L"不明な縮小方法が指定されました"}}) {
-        task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, shrink);
-        EXPECT_EQ(task->errorId, static_cast<i32>(id));
-        EXPECT_EQ(task->errorText, std::wstring(text) + L"\n\n" + W(dir / "ok.png"));
-        EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"));
-    }
+    // Shrink to a size of 0 (each shrink refusal's id is StreamConvertTest's): the path follows
+    // two line feeds, and nothing is saved.
+    const ShrinkSettings zero{.shrinkType = 1, .customWidth = 0};
+    task = RunTask(W(dir / "ok.png"), W(dir / "z" / "ok.png"), 1, RoundSettings{}, zero);
+    EXPECT_EQ(task->errorId, strid::kShrinkSizeNotPositive);
+    EXPECT_EQ(task->errorText, L"縮小サイズが 0 以下です\n\n" + W(dir / "ok.png"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "z" / "ok.png"));
 }
 
 TEST_F(LunavexTaskTest, RefusedSourcesNameWhatRefusedThem) {
@@ -234,9 +219,10 @@ TEST_F(LunavexTaskTest, TheTaskWritesTheReferencesFileAndKeepsWhatItIsAskedTo) {
                   0u);
         CPreviewSource whole;
         ASSERT_EQ(whole.Build(*decoded), 0u);
-        std::string jpegOverGreen;
         for (u32 saveType : {1u, 2u}) {
             for (bool transparent : {false, true}) {
+                if (transparent && saveType == savetype::kJpeg)
+                    continue; // the same output choice as opaque (SettingTest)
                 const std::string what = std::string(source) + " type " + std::to_string(saveType) +
                                          (transparent ? " clear" : "");
                 RoundSettings round = RoundOverGreen(transparent);
@@ -251,12 +237,6 @@ TEST_F(LunavexTaskTest, TheTaskWritesTheReferencesFileAndKeepsWhatItIsAskedTo) {
                           0u);
                 EXPECT_TRUE(ReadText(path) == std::string(reference.begin(), reference.end()))
                     << what;
-                // A JPEG is the same file whatever transparent says; the corners' pixels are
-                // the reference's own test.
-                if (saveType == savetype::kJpeg) {
-                    EXPECT_TRUE(!transparent || ReadText(path) == jpegOverGreen) << what;
-                    jpegOverGreen = ReadText(path);
-                }
                 for (const Size fitted : {Size{120, 90}, Size{50, 38}}) {
                     CDibPtr cornerA, cornerB, wholeA, wholeB;
                     ASSERT_EQ(

