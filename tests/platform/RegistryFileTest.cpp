@@ -11,6 +11,7 @@
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "foundation/ResString.h"
+#include "foundation/ResultText.h"
 #include "platform/RegistryExport.h"
 #include "resources/StringIds.h"
 #include "support/RegistryValues.h"
@@ -175,13 +176,19 @@ TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog)
     for (const std::string kind : {"folder", "pipe", "loop", "1 MiB + 1"}) {
         std::filesystem::remove_all(sandbox.ConfigFolder());
         std::filesystem::create_directories(sandbox.ConfigFolder());
-        if (kind == "folder")
+        std::wstring reason;
+        if (kind == "folder") {
             std::filesystem::create_directory(store);
+            LoadResString(reason, strid::kSettingsIsFolder, true);
+        }
         if (kind == "pipe") {
             ASSERT_EQ(::mkfifo(store.c_str(), 0600), 0);
+            reason = ResultText(hr::kNotOrdinaryFile);
         }
-        if (kind == "loop")
+        if (kind == "loop") {
             std::filesystem::create_symlink("Lunavex32.reg", store);
+            LoadResString(reason, strid::kSettingsLinkLoop, true);
+        }
         if (kind == "1 MiB + 1")
             testutil::WriteText(store, std::string((1u << 20) + 1, 'x'));
         StartLog();
@@ -192,7 +199,13 @@ TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog)
         EXPECT_EQ(registry.SetValue(L"K", L"v", Dword(1)) == 0, kept) << kind;
         StopLog();
         EXPECT_EQ(XdgSandbox::ReadUtf16File(log), said + L"\r\n") << kind;
-        EXPECT_NE(said.find(kept ? L"1048577" : sandbox.StoreFileW()), std::wstring::npos) << kind;
+        std::wstring expected;
+        if (kept)
+            FormatResString(expected, strid::kSettingsTooLarge,
+                            {L"1048577", L"1048576", registry.DamagedFileKeptAs()});
+        else
+            FormatResString(expected, strid::kSettingsNotRead, {sandbox.StoreFileW(), reason});
+        EXPECT_EQ(said, expected) << kind;
         EXPECT_EQ(sandbox.FilesStartingWith("Lunavex32.reg.damaged-").size(), kept ? 1u : 0u);
         EXPECT_EQ(std::filesystem::is_regular_file(std::filesystem::symlink_status(store)), kept)
             << kind;
@@ -223,10 +236,9 @@ TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndSaidInTheLogAndReadingStartsE
 
         // The sentence names the kept file, and the log holds it as one line.
         const std::wstring line = store.NotReadMessage();
-        EXPECT_NE(line.find(store.DamagedFileKeptAs()), std::wstring::npos);
-        std::wstring unfilled;
-        LoadResString(unfilled, strid::kSettingsKeptAside, true);
-        EXPECT_EQ(line.size(), unfilled.size() - 2 + store.DamagedFileKeptAs().size());
+        std::wstring expected;
+        FormatResString(expected, strid::kSettingsKeptAside, {store.DamagedFileKeptAs()});
+        EXPECT_EQ(line, expected);
         StopLog();
         EXPECT_EQ(XdgSandbox::ReadUtf16File(log), line + L"\r\n");
 
