@@ -78,7 +78,6 @@ public:
                  i32 quality) override;
     void FillRect(ColorRef color, const Rect& rect) override;
 
-
 private:
     void BeginOwnPainter();
     bool DrawFrom(const CScreen& source, const Rect& rect, bool blend, u8 alpha);
