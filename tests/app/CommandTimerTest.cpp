@@ -104,7 +104,7 @@ protected:
     const std::filesystem::path dir = temp.Path();
 };
 
-TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndEveryFileLetsGoOfItsImages) {
+TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane) {
     view->UpdateControlStates(true);
     ASSERT_FALSE(view->Control(lvx::ctl::kOpenOutput)->isEnabled());
     TaskPtr first = Finished(L"/src/out1/a.png", 0, 91);
@@ -129,7 +129,7 @@ TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndEveryFileLetsGoOfItsI
     EXPECT_EQ(WholePaneBlue(), 93);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
 
-    // A failure among them: no pane changes, and every file lets go of its images.
+    // A failure among them: no pane changes.
     TaskPtr good = Finished(L"/src/out4/d.png", 0, 94);
     TaskPtr failed = Finished(L"/src/out5/e.png", 201, 95);
     Timer().ShowResults({good, failed});
