@@ -91,7 +91,9 @@ bool ParseShrink(const std::wstring& text, BatchOptions& out) {
     return true;
 }
 
-bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
+// The values of the round settings: the corners' radius and the edges' fade, which of them, and
+// the background. False for a bad value, and for a name that is not among them.
+bool ParseRoundValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
     static const std::map<std::wstring, u32> cornerNames{{L"tl", cornerbit::kTopLeft},
                                                          {L"bl", cornerbit::kBottomLeft},
                                                          {L"br", cornerbit::kBottomRight},
@@ -100,8 +102,6 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
                                                        {L"top", edgebit::kTop},
                                                        {L"right", edgebit::kRight},
                                                        {L"bottom", edgebit::kBottom}};
-    if (name == L"shrink")
-        return ParseShrink(value, out);
     if (name == L"radius" || name == L"blur") {
         LengthValue length{};
         if (!ParseLength(value, length))
@@ -124,6 +124,15 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
         out.backgroundColor = color;
         return true;
     }
+    return false;
+}
+
+bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOptions& out) {
+    if (name == L"shrink")
+        return ParseShrink(value, out);
+    if (name == L"radius" || name == L"blur" || name == L"corners" || name == L"edges" ||
+        name == L"background")
+        return ParseRoundValue(name, value, out);
     if (name == L"format") {
         if (value == L"png")
             out.saveType = savetype::kPng;
@@ -131,6 +140,12 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
             out.saveType = savetype::kJpeg;
         else
             return false;
+        return true;
+    }
+    if (name == L"orientation") {
+        if (value != L"auto" && value != L"stored")
+            return false;
+        out.keepStoredOrientation = value == L"stored";
         return true;
     }
     if (name == L"quality") {
@@ -171,9 +186,10 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 }
 
 bool IsValueOption(const std::wstring& name) {
-    static const wchar_t* names[] = {L"shrink",    L"radius",     L"blur",       L"corners",
-                                     L"edges",     L"background", L"format",     L"quality",
-                                     L"subfolder", L"max-pixels", L"max-memory", L"jobs"};
+    static const wchar_t* names[] = {L"shrink",      L"radius",     L"blur",       L"corners",
+                                     L"edges",       L"background", L"format",     L"quality",
+                                     L"orientation", L"subfolder",  L"max-pixels", L"max-memory",
+                                     L"jobs"};
     for (const wchar_t* n : names) {
         if (name == n)
             return true;
@@ -285,6 +301,8 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
         s.maxPixels = *o.maxPixels;
     if (o.maxMemoryMb)
         s.maxMemoryMb = *o.maxMemoryMb;
+    if (o.keepStoredOrientation)
+        s.keepStoredOrientation = *o.keepStoredOrientation;
 }
 
 std::wstring BatchUsage() {

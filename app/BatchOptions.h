@@ -33,6 +33,7 @@ struct BatchOptions {
     std::optional<std::wstring> subFolder;
     std::optional<u32> maxPixels;   // at least 1
     std::optional<u32> maxMemoryMb; // MiB, at least 1
+    std::optional<bool> keepStoredOrientation;
     // Files converted at once; 0 takes one per processor.
     u32 jobs = 0;
 };

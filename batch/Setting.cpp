@@ -28,6 +28,7 @@ OutputChoice CSetting::Output() const {
     output.jpegQuality = jpegQuality;
     output.keepAlpha = round.transparent && !output.Jpeg();
     output.backgroundColor = round.backgroundColor;
+    output.upright = !keepStoredOrientation;
     return output;
 }
 

@@ -59,8 +59,8 @@ public:
     // What every conversion with these settings writes, decided here once: a JPEG of jpegQuality
     // for savetype::kJpeg, a PNG for any other value (a stored BMP is read back as PNG); the alpha
     // kept where the round settings ask for a transparent background and the format holds alpha,
-    // else the round settings' background colour. The plan takes its extension, the conversion
-    // and the preview the rest.
+    // else the round settings' background colour; the picture upright unless the stored
+    // orientation is kept. The plan takes its extension, the conversion and the preview the rest.
     OutputChoice Output() const;
 
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
@@ -73,6 +73,8 @@ public:
     u32 maxPixels = kDefaultMaxPixels; // a larger source is refused before it is decoded
     // MiB that one file's decoding may need, and that the files converted at once may need together
     u32 maxMemoryMb = kDefaultMaxMemoryMb;
+    // The picture is written as it is stored, not turned upright as its orientation tag says.
+    bool keepStoredOrientation = false;
 
     bool operator==(const CSetting&) const = default;
 };

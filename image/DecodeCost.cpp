@@ -7,6 +7,7 @@
 #include "image/BmpReader.h"
 #include "image/JpegScans.h"
 #include "image/Loaders.h"
+#include "image/Orientation.h"
 #include "image/VipsStart.h"
 
 namespace {
@@ -240,6 +241,9 @@ HResult EstimateDecodeCostOf(const u8* data, size_t size, const CDecodeLimits& l
     declared = Size{image->Xsize, image->Ysize};
     cost = EstimateDecodeCost(loader, data, size, declared, image->Bands,
                               static_cast<int>(vips_format_sizeof(image->BandFmt)), scans);
+    // A picture that is turned upright is held whole once shrunk: at most its decoded size.
+    if (NeedsWholePicture(LoadedOrientation(loader, image)))
+        cost.memory += static_cast<u64>(declared.cx) * static_cast<u64>(declared.cy) * 4;
     g_object_unref(image);
     return hr::kOk;
 }

@@ -11,6 +11,7 @@
 #include "image/IccProfileEmbed.h"
 #include "image/JpegScans.h"
 #include "image/Loaders.h"
+#include "image/Orientation.h"
 #include "image/SourceProfile.h"
 #include "image/VipsStart.h"
 
@@ -207,6 +208,10 @@ VImage CDecodeStream::Pixels() const {
         return ToRgba8(impl_->image, true);
     const bool opaque = impl_->bmpRows ? impl_->bmpRows->Opaque() : IsOpaque(*impl_->bmp);
     return opaque ? Rgba().extract_band(0, VImage::option()->set("n", 3)) : Rgba();
+}
+
+u32 CDecodeStream::Orientation() const {
+    return LoadedOrientation(impl_->loader, impl_->image.get_image());
 }
 
 double CDecodeStream::XResolution() const {

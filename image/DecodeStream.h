@@ -45,6 +45,8 @@ public:
     vips::VImage Rgba() const;
     // As Rgba, but only the three colour bands when the decoded form has no alpha band.
     vips::VImage Pixels() const;
+    // The orientation that the file's tag states (LoadedOrientation, image/Orientation.h).
+    u32 Orientation() const;
     // The resolution that the file states, in pixels per millimetre; 0 when it states none.
     double XResolution() const;
     double YResolution() const;

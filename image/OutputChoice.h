@@ -19,6 +19,9 @@ struct OutputChoice {
     // otherwise every pixel that is not opaque is laid over backgroundColor.
     bool keepAlpha = false;
     u32 backgroundColor = 0xFFFFFF; // COLORREF 0x00BBGGRR
+    // The picture is written as its orientation tag says it is meant to be seen, and the shrink,
+    // the corners and the edges are those of that upright picture; otherwise as it is stored.
+    bool upright = true;
     bool operator==(const OutputChoice&) const = default;
 
     bool Jpeg() const { return format == OutputFormat::kJpeg; }

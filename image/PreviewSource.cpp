@@ -14,6 +14,7 @@
 #include "image/BoxRows.h"
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
+#include "image/Orientation.h"
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
@@ -40,6 +41,15 @@ bool FromRight(u32 anchor) {
 
 bool FromBottom(u32 anchor) {
     return anchor == paneanchor::kBottomLeft || anchor == paneanchor::kBottomRight;
+}
+
+// The corner anchor at the right or left, the bottom or top.
+u32 AnchorAt(bool fromRight, bool fromBottom) {
+    for (u32 anchor : kCornerAnchors) {
+        if (FromRight(anchor) == fromRight && FromBottom(anchor) == fromBottom)
+            return anchor;
+    }
+    return paneanchor::kTopLeft;
 }
 
 // Turns an image so that the corner at anchor lies at the top left; the same call turns it back.
@@ -94,25 +104,26 @@ struct Resampled {
     Size size;
     Size fitted;
     u32 anchor = paneanchor::kWhole;
+    u32 turn = orientation::kStored;
     CDibPtr pixels;
-    bool Matches(Size s, Size f, u32 a) const {
+    bool Matches(Size s, Size f, u32 a, u32 t) const {
         return pixels && s.cx == size.cx && s.cy == size.cy && f.cx == fitted.cx &&
-               f.cy == fitted.cy && a == anchor;
+               f.cy == fitted.cy && a == anchor && t == turn;
     }
 };
 
-// A copy of the pixels remembered for that size, fit and anchor, made by `make` and remembered
-// when they are not; the caller draws the edges on the copy.
+// A copy of the pixels remembered for that size, fit, anchor and turn, made by `make` and
+// remembered when they are not; the caller draws the edges on the copy.
 template <typename Make>
-CDibPtr Remembered(std::mutex& lock, Resampled& last, Size size, Size fitted, u32 anchor,
+CDibPtr Remembered(std::mutex& lock, Resampled& last, Size size, Size fitted, u32 anchor, u32 turn,
                    Make make) {
     std::lock_guard<std::mutex> hold(lock);
-    if (!last.Matches(size, fitted, anchor)) {
+    if (!last.Matches(size, fitted, anchor, turn)) {
         last = Resampled();
         CDibPtr made = make();
         if (!made)
             return {};
-        last = Resampled{size, fitted, anchor, made};
+        last = Resampled{size, fitted, anchor, turn, made};
     }
     return CopyOf(*last.pixels);
 }
@@ -152,6 +163,21 @@ struct CPreviewSource::Impl {
     // fade or the background leaves them as they are, and such changes are the common ones.
     Resampled lastWhole;
     Resampled lastCorner;
+
+    // The corner of the picture turned upright by `turn` that lies at `anchor`, turned so that
+    // this corner lies at the top left, from one kept scale.
+    static VImage KeptCorner(const Level& level, u32 anchor, u32 turn) {
+        if (level.whole)
+            return ToTopLeft(Upright(level.corners[0], turn), anchor);
+        if (turn == orientation::kStored)
+            return level.corners[CornerIndex(anchor)];
+        bool fromRight = FromRight(anchor);
+        bool fromBottom = FromBottom(anchor);
+        StoredCorner(turn, fromRight, fromBottom);
+        const u32 stored = AnchorAt(fromRight, fromBottom);
+        return ToTopLeft(Upright(ToTopLeft(level.corners[CornerIndex(stored)], stored), turn),
+                         anchor);
+    }
 };
 
 CPreviewSource::CPreviewSource() : impl_(new Impl) {}
@@ -181,6 +207,7 @@ HResult CPreviewSource::Build(const CDib& source) {
 void CPreviewSource::Begin(Size rows, i32 reduction, Size declared, i32 bands) {
     impl_ = std::make_unique<Impl>();
     profile_.clear();
+    orientation_ = 1;
     impl_->size = declared;
     try {
         impl_->building = std::make_unique<Impl::Building>();
@@ -251,6 +278,14 @@ void CPreviewSource::TakeColourProfile(std::vector<u8> profile) {
     profile_ = std::move(profile);
 }
 
+void CPreviewSource::TakeOrientation(u32 orientation) {
+    orientation_ = KnownOrientation(static_cast<int>(orientation));
+}
+
+u32 CPreviewSource::Turn(const OutputChoice& output) const {
+    return output.upright ? orientation_ : orientation::kStored;
+}
+
 HResult CPreviewSource::End() {
     std::unique_ptr<Impl::Building> b = std::move(impl_->building);
     const Size size = impl_->size;
@@ -307,8 +342,8 @@ HResult CPreviewSource::End() {
     return hr::kOk;
 }
 
-Size CPreviewSource::SourceSize() const {
-    return impl_->size;
+Size CPreviewSource::SourceSize(const OutputChoice& output) const {
+    return UprightSize(impl_->size, Turn(output));
 }
 
 u32 CPreviewSource::RenderWhole(const RoundSettings& round, const OutputChoice& output, Size fitted,
@@ -318,9 +353,10 @@ u32 CPreviewSource::RenderWhole(const RoundSettings& round, const OutputChoice& 
         return 0;
     try {
         // The whole copy does not depend on the shrink: only the size shown is the key.
-        CDibPtr image =
-            Remembered(impl_->lastLock, impl_->lastWhole, size, Size{}, paneanchor::kWhole, [&] {
-                VImage whole = impl_->whole;
+        const u32 turn = Turn(output);
+        CDibPtr image = Remembered(
+            impl_->lastLock, impl_->lastWhole, size, Size{}, paneanchor::kWhole, turn, [&] {
+                VImage whole = Upright(impl_->whole, turn);
                 if (whole.width() != size.cx || whole.height() != size.cy)
                     whole =
                         ResampleRgba(whole, size.cx, size.cy, interp::kHighQuality, impl_->opaque);
@@ -355,18 +391,19 @@ u32 CPreviewSource::RenderCorner(const RoundSettings& round, const OutputChoice&
     if (w <= 0 || h <= 0)
         return 0;
     try {
+        const u32 turn = Turn(output);
         CDibPtr image =
-            Remembered(impl_->lastLock, impl_->lastCorner, Size{w, h}, fitted, anchor, [&] {
+            Remembered(impl_->lastLock, impl_->lastCorner, Size{w, h}, fitted, anchor, turn, [&] {
                 // The coarsest scale that is still as fine as the result.
-                const double perResultX = static_cast<double>(impl_->size.cx) / fitted.cx;
-                const double perResultY = static_cast<double>(impl_->size.cy) / fitted.cy;
+                const Size source = UprightSize(impl_->size, turn);
+                const double perResultX = static_cast<double>(source.cx) / fitted.cx;
+                const double perResultY = static_cast<double>(source.cy) / fitted.cy;
                 const Impl::Level* level = &impl_->levels.front();
                 for (const Impl::Level& candidate : impl_->levels) {
                     if (candidate.scale <= perResultX && candidate.scale <= perResultY)
                         level = &candidate;
                 }
-                const VImage kept = level->whole ? ToTopLeft(level->corners[0], anchor)
-                                                 : level->corners[CornerIndex(anchor)];
+                const VImage kept = Impl::KeptCorner(*level, anchor, turn);
                 const double fx = perResultX / level->scale;
                 const double fy = perResultY / level->scale;
                 VImage corner;

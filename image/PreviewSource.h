@@ -43,8 +43,12 @@ public:
     void Begin(Size rows, i32 reduction, Size declared, i32 bands) override;
     void Row(const u8* pixels) override;
     void TakeColourProfile(std::vector<u8> profile) override;
+    // The orientation of the source's tag: the rows are kept as stored, and a result for an
+    // output that asks for the upright picture (OutputChoice::upright) is turned upright.
+    void TakeOrientation(u32 orientation) override;
     HResult End();
-    Size SourceSize() const;
+    // The size of the source as the output shows it: upright when the output asks for that.
+    Size SourceSize(const OutputChoice& output = {}) const;
     // The profile of the source's colour space, empty for sRGB. The rendered images carry it.
     const std::vector<u8>& ColourProfile() const { return profile_; }
 
@@ -69,7 +73,11 @@ private:
     // A row as the kept scales hold it (blue, green, red, alpha) with its least alpha.
     void TakeRow(const u8* bgra, u8 leastAlpha);
 
+    // The turn of the results for this output: the source's orientation or none.
+    u32 Turn(const OutputChoice& output) const;
+
     struct Impl;
     std::unique_ptr<Impl> impl_;
     std::vector<u8> profile_;
+    u32 orientation_ = 1;
 };

@@ -17,5 +17,8 @@ public:
     // After Begin, before the first row: the ICC profile of the colour space whose numbers the
     // rows keep, as the source embeds it; empty for sRGB.
     virtual void TakeColourProfile(std::vector<u8> profile) { static_cast<void>(profile); }
+    // After Begin, before the first row: the orientation that the source's tag states
+    // (image/Orientation.h); the rows are those of the stored picture.
+    virtual void TakeOrientation(u32 orientation) { static_cast<void>(orientation); }
     virtual void Row(const u8* pixels) = 0;
 };

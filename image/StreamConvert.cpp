@@ -16,6 +16,7 @@
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Loaders.h"
+#include "image/Orientation.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
 #include "image/Shrink.h"
@@ -224,6 +225,24 @@ void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResu
     failure.code = code;
 }
 
+// The shrunk pixels turned upright. A turn that reads the rows in another order holds the shrunk
+// picture in memory, which counts against the memory budget beside the decoder's own needs; a
+// mirror left to right works row by row.
+HResult TurnUpright(VImage& pixels, u32 turn, const CDecodeLimits& limits, StreamFailure& failure) {
+    if (NeedsWholePicture(turn)) {
+        const u64 held = static_cast<u64>(pixels.width()) * static_cast<u64>(pixels.height()) *
+                         static_cast<u64>(pixels.bands());
+        const HResult budget = CheckDecodeCost(failure.cost, limits, held);
+        if (Failed(budget)) {
+            Fail(failure, StreamFailure::kLoad, 0, budget);
+            return budget;
+        }
+        pixels = pixels.copy_memory();
+    }
+    pixels = Upright(pixels, turn);
+    return hr::kOk;
+}
+
 HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
                 const ShrinkSettings& shrink, const RoundSettings& round,
                 const OutputChoice& output, const StreamOptions& options, std::vector<u8>& out,
@@ -234,16 +253,20 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         Fail(failure, StreamFailure::kLoad, 0, code);
         return code;
     }
+    // The shrink fits the upright picture; the stored one is shrunk to the matching size and
+    // then turned.
+    const u32 turn = output.upright ? stream.Orientation() : orientation::kStored;
     const Size full = stream.DeclaredSize();
     Size fitted;
-    const u32 shrinkError = FittedSize(shrink, full, fitted);
+    const u32 shrinkError = FittedSize(shrink, UprightSize(full, turn), fitted);
     if (shrinkError != 0) {
         Fail(failure, StreamFailure::kShrink, shrinkError, 0);
         return hr::kFail;
     }
-    const bool resize = fitted.cx != full.cx || fitted.cy != full.cy;
+    const Size storedFitted = UprightSize(fitted, turn);
+    const bool resize = storedFitted.cx != full.cx || storedFitted.cy != full.cy;
     if (resize && options.reduceWhileDecoding)
-        stream.ReduceFor(fitted.cx, fitted.cy);
+        stream.ReduceFor(storedFitted.cx, storedFitted.cy);
 
     // The pixels keep the numbers of the source's colour space; its profile goes with them, so
     // that a viewer shows the output's colours as the source's.
@@ -253,13 +276,17 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         options.sourceRows->Begin(Size{pixels.width(), pixels.height()}, stream.Reduction(), full,
                                   pixels.bands());
         options.sourceRows->TakeColourProfile(profile);
+        options.sourceRows->TakeOrientation(stream.Orientation());
         pixels = TapRows(pixels, options.sourceRows);
     }
-    if (resize || pixels.width() != fitted.cx || pixels.height() != fitted.cy) {
+    if (resize || pixels.width() != storedFitted.cx || pixels.height() != storedFitted.cy) {
         const double reduction = stream.Reduction();
-        pixels = ResampleRgba(pixels, fitted.cx, fitted.cy, interp::kHighQuality,
+        pixels = ResampleRgba(pixels, storedFitted.cx, storedFitted.cy, interp::kHighQuality,
                               pixels.bands() == 3, full.cx / reduction, full.cy / reduction);
     }
+    code = TurnUpright(pixels, turn, limits, failure);
+    if (Failed(code))
+        return code;
 
     auto job = std::make_unique<CEdgeJob>();
     const double radius = ResolveLength(round.radius, fitted.cx, fitted.cy);
@@ -335,6 +362,7 @@ HResult ReadRows(const u8* data, size_t size, const CDecodeLimits& limits, CRowS
         const VImage pixels = stream.Pixels();
         sink.Begin(Size{pixels.width(), pixels.height()}, 1, stream.DeclaredSize(), pixels.bands());
         sink.TakeColourProfile(stream.ColourProfile());
+        sink.TakeOrientation(stream.Orientation());
         ForEachRow(pixels, [&](i32, const u8* row) { sink.Row(row); });
         vips_error_clear();
         return stream.Damaged() ? hr::kNotImpl : hr::kOk;

@@ -178,6 +178,11 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
     u32 maxMemoryMb = 0;
     if (ReadDwordValue(setting, L"MaxMemory", maxMemoryMb) && maxMemoryMb != 0)
         settings.maxMemoryMb = maxMemoryMb;
+    // Stores from before the choice of orientation lack it; only 0 (upright) and 1 (as stored)
+    // are taken.
+    u32 keepOrientation = 0;
+    if (ReadDwordValue(setting, L"KeepOrientation", keepOrientation) && keepOrientation <= 1)
+        settings.keepStoredOrientation = keepOrientation == 1;
     return ok;
 }
 
@@ -199,6 +204,7 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     ok &= SaveHistory(setting, L"SubFolder", settings.subFolders);
     ok &= WriteDwordValue(setting, L"MaxPixels", settings.maxPixels) == 0;
     ok &= WriteDwordValue(setting, L"MaxMemory", settings.maxMemoryMb) == 0;
+    ok &= WriteDwordValue(setting, L"KeepOrientation", settings.keepStoredOrientation ? 1 : 0) == 0;
     ok &= batch.Commit() == 0;
     return ok;
 }

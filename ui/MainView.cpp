@@ -344,7 +344,7 @@ bool CMainView::ShowPreview() {
     const OutputChoice output = setting.Output();
     // The size of the result, worked out once for both panes.
     Size fitted;
-    if (FittedSize(setting.shrink, source->SourceSize(), fitted) != 0)
+    if (FittedSize(setting.shrink, source->SourceSize(output), fitted) != 0)
         return false;
     // The whole pane shows the result fitted to it; a result smaller than the pane is made at
     // its own size and enlarged by the pane, as the result itself would be.
