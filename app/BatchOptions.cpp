@@ -11,6 +11,7 @@
 #include "foundation/Numbers.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
+#include "image/AvifEncoder.h"
 #include "resources/StringIds.h"
 
 namespace lvx {
@@ -138,6 +139,10 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
             out.saveType = savetype::kPng;
         else if (value == L"jpeg" || value == L"jpg")
             out.saveType = savetype::kJpeg;
+        else if (value == L"webp")
+            out.saveType = savetype::kWebp;
+        else if (value == L"avif" && CanWriteAvif())
+            out.saveType = savetype::kAvif;
         else
             return false;
         return true;

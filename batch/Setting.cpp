@@ -24,9 +24,22 @@ CSetting::CSetting() : outputPath(PicturesFolder()), subFolders(16) {
 
 OutputChoice CSetting::Output() const {
     OutputChoice output;
-    output.format = saveType == savetype::kJpeg ? OutputFormat::kJpeg : OutputFormat::kPng;
-    output.jpegQuality = jpegQuality;
-    output.keepAlpha = round.transparent && !output.Jpeg();
+    switch (saveType) {
+    case savetype::kJpeg:
+        output.format = OutputFormat::kJpeg;
+        break;
+    case savetype::kWebp:
+        output.format = OutputFormat::kWebp;
+        break;
+    case savetype::kAvif:
+        output.format = OutputFormat::kAvif;
+        break;
+    default:
+        output.format = OutputFormat::kPng;
+        break;
+    }
+    output.quality = jpegQuality;
+    output.keepAlpha = round.transparent && output.HoldsAlpha();
     output.backgroundColor = round.backgroundColor;
     output.upright = !keepStoredOrientation;
     return output;

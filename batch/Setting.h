@@ -56,8 +56,9 @@ class CSetting {
 public:
     CSetting();
 
-    // What every conversion with these settings writes, decided here once: a JPEG of jpegQuality
-    // for savetype::kJpeg, a PNG for any other value (a stored BMP is read back as PNG); the alpha
+    // What every conversion with these settings writes, decided here once: a JPEG, WebP or AVIF
+    // of jpegQuality for savetype::kJpeg, kWebp and kAvif, a PNG for any other value (a stored BMP
+    // is read back as PNG); the alpha
     // kept where the round settings ask for a transparent background and the format holds alpha,
     // else the round settings' background colour; the picture upright unless the stored
     // orientation is kept. The plan takes its extension, the conversion and the preview the rest.

@@ -56,6 +56,8 @@ constexpr CodeText kComTexts[] = {
     {hr::kImageTooLarge, strid::kResultImageTooLarge},
     {hr::kTooManyScans, strid::kResultTooManyScans},
     {hr::kTooLargeForJpeg, strid::kResultTooLargeForJpeg},
+    {hr::kTooLargeForWebp, strid::kResultTooLargeForWebp},
+    {hr::kNoAvifEncoder, strid::kResultNoAvifEncoder},
     {hr::kOverMemoryBudget, strid::kResultOverMemoryBudget},
     {hr::kOverWorkBudget, strid::kResultOverWorkBudget},
 };

@@ -28,6 +28,8 @@ constexpr HResult kNotOrdinaryFile = 0xA04C0001;  // a device, pipe or socket gi
 constexpr HResult kImageTooLarge = 0xA04C0002;    // more pixels than the decode limit
 constexpr HResult kTooManyScans = 0xA04C0003;     // a JPEG of more scans than the decode limit
 constexpr HResult kTooLargeForJpeg = 0xA04C0004;  // a side longer than JPEG can hold
+constexpr HResult kTooLargeForWebp = 0xA04C0005;  // a side longer than WebP can hold
+constexpr HResult kNoAvifEncoder = 0xA04C0006;    // libheif has no AV1 encoder on this system
 constexpr HResult kOverMemoryBudget = 0xA04C0010; // decoding would need more than the memory limit
 constexpr HResult kOverWorkBudget = 0xA04C0011;   // a JPEG whose scans are more work than the limit
 } // namespace hr

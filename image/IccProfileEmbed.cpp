@@ -6,6 +6,8 @@
 
 #include <zlib.h>
 
+#include "image/WebpChunks.h"
+
 namespace {
 
 // One APP2 segment holds at most 65535 - 2 (length) - 12 ("ICC_PROFILE\0") - 2 (its number and
@@ -101,4 +103,12 @@ HResult EmbedIccInPng(std::vector<u8>& png, const std::vector<u8>& profile) {
     PutBigEndian32(chunk, static_cast<u32>(crc32(0, body.data(), static_cast<uInt>(body.size()))));
     png.insert(png.begin() + static_cast<std::ptrdiff_t>(kAfterIhdr), chunk.begin(), chunk.end());
     return hr::kOk;
+}
+
+HResult EmbedIccInWebp(std::vector<u8>& webp, const std::vector<u8>& profile) {
+    if (profile.empty())
+        return hr::kInvalidArg;
+    WebpExtras extras;
+    extras.icc = profile;
+    return SetWebpExtras(webp, extras);
 }

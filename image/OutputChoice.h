@@ -10,11 +10,13 @@
 enum class OutputFormat {
     kPng,  // 8-bit RGBA
     kJpeg, // baseline, colour only
+    kWebp, // lossy, with alpha when it is kept
+    kAvif, // lossy AV1 in HEIF, with alpha when it is kept
 };
 
 struct OutputChoice {
     OutputFormat format = OutputFormat::kPng;
-    u32 jpegQuality = kDefaultJpegQuality; // read for a JPEG only
+    u32 quality = kDefaultJpegQuality; // read for the lossy formats: JPEG, WebP, AVIF
     // The rounded and faded alpha stays (a PNG asked to keep its background transparent);
     // otherwise every pixel that is not opaque is laid over backgroundColor.
     bool keepAlpha = false;
@@ -25,6 +27,19 @@ struct OutputChoice {
     bool operator==(const OutputChoice&) const = default;
 
     bool Jpeg() const { return format == OutputFormat::kJpeg; }
-    // The output file's extension, without its dot: "png" or "jpg".
-    const wchar_t* Extension() const { return Jpeg() ? L"jpg" : L"png"; }
+    // Whether the format can keep the alpha: all but JPEG.
+    bool HoldsAlpha() const { return !Jpeg(); }
+    // The output file's extension, without its dot: "png", "jpg", "webp" or "avif".
+    const wchar_t* Extension() const {
+        switch (format) {
+        case OutputFormat::kJpeg:
+            return L"jpg";
+        case OutputFormat::kWebp:
+            return L"webp";
+        case OutputFormat::kAvif:
+            return L"avif";
+        default:
+            return L"png";
+        }
+    }
 };

@@ -8,6 +8,8 @@ namespace savetype {
 constexpr u32 kBmp = 0; // offered by no control; a stored BMP is read back as PNG
 constexpr u32 kPng = 1;
 constexpr u32 kJpeg = 2;
+constexpr u32 kWebp = 3;
+constexpr u32 kAvif = 4;
 } // namespace savetype
 
 // The JPEG quality of a new settings object.

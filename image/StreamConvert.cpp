@@ -226,19 +226,23 @@ void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResu
 }
 
 // The shrunk pixels turned upright. A turn that reads the rows in another order holds the shrunk
-// picture in memory, which counts against the memory budget beside the decoder's own needs; a
-// mirror left to right works row by row.
-HResult TurnUpright(VImage& pixels, u32 turn, const CDecodeLimits& limits, StreamFailure& failure) {
-    if (NeedsWholePicture(turn)) {
-        const u64 held = static_cast<u64>(pixels.width()) * static_cast<u64>(pixels.height()) *
-                         static_cast<u64>(pixels.bands());
-        const HResult budget = CheckDecodeCost(failure.cost, limits, held);
+// picture in memory; a mirror left to right works row by row. What is held, with what the encoder
+// holds (`encoderHeld`), counts against the memory budget beside the decoder's own needs.
+HResult TurnUpright(VImage& pixels, u32 turn, const CDecodeLimits& limits, u64 encoderHeld,
+                    StreamFailure& failure) {
+    const bool whole = NeedsWholePicture(turn);
+    const u64 held = whole ? static_cast<u64>(pixels.width()) * static_cast<u64>(pixels.height()) *
+                                 static_cast<u64>(pixels.bands())
+                           : 0;
+    if (held + encoderHeld > 0) {
+        const HResult budget = CheckDecodeCost(failure.cost, limits, held + encoderHeld);
         if (Failed(budget)) {
             Fail(failure, StreamFailure::kLoad, 0, budget);
             return budget;
         }
-        pixels = pixels.copy_memory();
     }
+    if (whole)
+        pixels = pixels.copy_memory();
     pixels = Upright(pixels, turn);
     return hr::kOk;
 }
@@ -284,7 +288,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         pixels = ResampleRgba(pixels, storedFitted.cx, storedFitted.cy, interp::kHighQuality,
                               pixels.bands() == 3, full.cx / reduction, full.cy / reduction);
     }
-    code = TurnUpright(pixels, turn, limits, failure);
+    code = TurnUpright(pixels, turn, limits, EncoderHeldBytes(output, fitted), failure);
     if (Failed(code))
         return code;
 
@@ -302,12 +306,12 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     job->background[1] = static_cast<u8>(argb >> 8);
     job->background[2] = static_cast<u8>(argb);
     job->inBands = pixels.bands();
-    job->outBands = output.Jpeg() && job->fill ? 3 : 4;
+    // A PNG is written as RGBA whatever its alpha; the others carry alpha only when it is kept.
+    job->outBands = output.format == OutputFormat::kPng || !job->fill ? 4 : 3;
     const CEdgeJob& watched = *job;
     VImage finished = ApplyEdges(pixels, job.release());
 
-    code = output.Jpeg() ? EncodeJpegRows(finished, output.jpegQuality, profile, out)
-                         : EncodePngRows(finished, profile, out);
+    code = EncodeRows(finished, output, profile, out);
     // A damaged source shows while its rows are read, that is, while the encoder runs.
     // Memory that ran out while the rows were decoded is reported as such.
     if (watched.sourceFailed || stream.Damaged()) {

@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <new>
 
+#include "image/AvifEncoder.h"
 #include "image/IccProfileEmbed.h"
 #include "image/Loaders.h"
 #include "image/ProfiledEncode.h"
 #include "image/SaveType.h"
 #include "image/VipsStart.h"
+#include "image/WebpChunks.h"
 
 using vips::VError;
 using vips::VImage;
@@ -17,6 +19,14 @@ namespace {
 
 // The longest side that libjpeg writes; a longer one would only fail inside the encoder.
 constexpr i32 kLargestJpegSide = 65500;
+// The longest side of a WebP picture: its header holds 14 bits.
+constexpr i32 kLargestWebpSide = 16383;
+
+// What the whole-picture encoders hold a pixel, at most: libvips' WebP saver keeps the picture as
+// 32-bit ARGB and libwebp its YUV planes and the output; the AVIF road keeps the RGB(A) image,
+// libheif's YUV planes and libaom's frames.
+constexpr u64 kWebpBytesPerPixel = 8;
+constexpr u64 kAvifBytesPerPixel = 24;
 
 // A new bitmap carries the resolution of the screen it was made for: 96 dots per inch, which is
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
@@ -88,15 +98,46 @@ template <class Save> HResult Encode(std::vector<u8>& out, Save save) {
     }
 }
 
+// The quality as libvips' savers take it: libjpeg reads 0 as 1, libvips asks for 1 to 100.
+int LibvipsQuality(u32 quality) {
+    return quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
+}
+
 } // namespace
+
+u64 EncoderHeldBytes(const OutputChoice& output, Size size) {
+    const u64 pixels =
+        static_cast<u64>(std::max(size.cx, 0)) * static_cast<u64>(std::max(size.cy, 0));
+    switch (output.format) {
+    case OutputFormat::kWebp:
+        return pixels * kWebpBytesPerPixel;
+    case OutputFormat::kAvif:
+        return pixels * kAvifBytesPerPixel;
+    default:
+        return 0;
+    }
+}
+
+HResult EncodeRows(const VImage& pixels, const OutputChoice& output, const std::vector<u8>& profile,
+                   std::vector<u8>& out) {
+    switch (output.format) {
+    case OutputFormat::kJpeg:
+        return EncodeJpegRows(pixels, output.quality, profile, out);
+    case OutputFormat::kWebp:
+        return EncodeWebpRows(pixels, output.quality, profile, out);
+    case OutputFormat::kAvif:
+        return EncodeAvif(pixels, output.quality, profile, out);
+    default:
+        return EncodePngRows(pixels, profile, out);
+    }
+}
 
 HResult EncodeJpegRows(const VImage& rgb, u32 quality, const std::vector<u8>& profile,
                        std::vector<u8>& out) {
     out.clear();
     if (rgb.width() > kLargestJpegSide || rgb.height() > kLargestJpegSide)
         return hr::kTooLargeForJpeg;
-    // libjpeg reads a quality of 0 as 1; libvips asks for 1 to 100.
-    const int q = quality == 0 ? 1 : static_cast<int>(std::min(quality, kBestJpegQuality));
+    const int q = LibvipsQuality(quality);
     // The encoders strip every piece of metadata; the colour profile alone is put in afterwards,
     // so that a file without one carries no metadata at all.
     const auto encode = [&](const VImage& pixels) {
@@ -119,4 +160,29 @@ HResult EncodePngRows(const VImage& rgba, const std::vector<u8>& profile, std::v
     };
     return EncodeUnderProfile(rgba, profile, IccFitsPng(profile.size()), encode, EmbedIccInPng,
                               out);
+}
+
+HResult EncodeWebpRows(const VImage& pixels, u32 quality, const std::vector<u8>& profile,
+                       std::vector<u8>& out) {
+    out.clear();
+    if (pixels.width() > kLargestWebpSide || pixels.height() > kLargestWebpSide)
+        return hr::kTooLargeForWebp;
+    const int q = LibvipsQuality(quality);
+    const auto encode = [&](const VImage& image) {
+        return Encode(out, [&](vips::VTarget target) {
+            Tagged(image).webpsave_target(target,
+                                          VImage::option()->set("Q", q)->set("strip", true));
+        });
+    };
+    // libvips' WebP saver writes an EXIF chunk of its own even when told to strip: the file
+    // keeps no extra but the profile.
+    const auto bare = [&](const VImage& image) {
+        const HResult code = encode(image);
+        if (Succeeded(code) && Failed(SetWebpExtras(out, {}))) {
+            out.clear();
+            return hr::kFail;
+        }
+        return code;
+    };
+    return EncodeUnderProfile(pixels, profile, true, bare, EmbedIccInWebp, out);
 }

@@ -1,4 +1,5 @@
-// The row encoders: JPEG and PNG files written while the rows of a pipeline are worked out.
+// The row encoders: JPEG, PNG, WebP and AVIF files written from the rows of a pipeline, JPEG and
+// PNG while the rows are worked out.
 // Any thread, after EnsureVipsStarted (image/VipsStart.h).
 #pragma once
 
@@ -7,6 +8,16 @@
 #include <vips/vips8>
 
 #include "foundation/Types.h"
+#include "image/OutputChoice.h"
+
+// The bytes that the encoder of the output's format holds for a picture of `size` besides the rows
+// in flight: none for JPEG and PNG, which write row by row; the whole picture and the encoder's
+// own planes for WebP and AVIF.
+u64 EncoderHeldBytes(const OutputChoice& output, Size size);
+
+// The encoder of the output's format with its quality, as the functions below write.
+HResult EncodeRows(const vips::VImage& pixels, const OutputChoice& output,
+                   const std::vector<u8>& profile, std::vector<u8>& out);
 
 // A baseline JPEG of the given quality (0 is taken as 1, anything above 100 as 100) from three
 // 8-bit bands, red, green, blue; colour only, no metadata but the ICC profile of the bands'
@@ -24,3 +35,9 @@ HResult EncodeJpegRows(const vips::VImage& rgb, u32 quality, const std::vector<u
 // the size limit.
 HResult EncodePngRows(const vips::VImage& rgba, const std::vector<u8>& profile,
                       std::vector<u8>& out);
+
+// A lossy WebP of the quality (as EncodeJpegRows takes it) from three 8-bit bands or four, the
+// fourth alpha, with no metadata but the profile (in an ICCP chunk) and the pixels worked out
+// whole. hr::kTooLargeForWebp for a side longer than 16383 pixels; other codes as EncodeJpegRows.
+HResult EncodeWebpRows(const vips::VImage& pixels, u32 quality, const std::vector<u8>& profile,
+                       std::vector<u8>& out);

@@ -39,7 +39,7 @@ FuzzSettings SettingsFrom(const std::uint8_t* bytes) {
     const std::uint8_t flags = bytes[0];
     const std::uint8_t amount = bytes[2];
     s.output.format = (flags & 1) != 0 ? OutputFormat::kJpeg : OutputFormat::kPng;
-    s.output.jpegQuality = 1u + amount % 100u;
+    s.output.quality = 1u + amount % 100u;
     s.output.keepAlpha = !s.output.Jpeg() && (flags & 6) == 6; // a JPEG has no alpha
     s.options.reduceWhileDecoding = (flags & 8) != 0;
     s.shrink.shrinkType = (flags >> 4) & 3; // 3 is no kind at all: the step must refuse it
