@@ -49,6 +49,9 @@ void DropVipsWarning(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
 } // namespace
 
 bool EnsureHeifLoader() {
+    // The module registers its classes with a running libvips.
+    if (!EnsureVipsStarted())
+        return false;
     static std::once_flag once;
     static bool present = false;
     std::call_once(once, [] {

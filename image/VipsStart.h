@@ -12,7 +12,7 @@ bool EnsureVipsStarted();
 void StopVips();
 // Loads libvips' HEIF/AVIF module (its loader and its encoder) once, when it is not loaded yet; it
 // stays for the rest of the process, as libvips' own modules do. True when the HEIF loader is
-// there, loaded now or before, or built into libvips. Any thread, after EnsureVipsStarted.
+// there, loaded now or before, or built into libvips. Any thread; starts libvips when it is not.
 bool EnsureHeifLoader();
 
 // The name that libvips gives the threads of its process-wide pool. They do the pixel work of

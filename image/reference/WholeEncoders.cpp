@@ -49,5 +49,5 @@ HResult EncodePng(const CDib& dib, bool keepAlpha, std::vector<u8>& out) {
 }
 
 HResult EncodeWhole(const CDib& dib, const OutputChoice& output, std::vector<u8>& out) {
-    return output.Jpeg() ? EncodeJpeg(dib, output.jpegQuality, out) : EncodePng(dib, true, out);
+    return output.Jpeg() ? EncodeJpeg(dib, output.quality, out) : EncodePng(dib, true, out);
 }

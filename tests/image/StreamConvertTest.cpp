@@ -411,7 +411,7 @@ TEST(StreamConvertTest, TheSourcesColourProfileGoesIntoTheOutputWithItsNumbersWh
             SCOPED_TRACE(std::string(c.from.name) + " of " + std::to_string(c.profile.size()) +
                          (jpeg ? " to JPEG" : " to PNG"));
             const OutputChoice output{.format = jpeg ? OutputFormat::kJpeg : OutputFormat::kPng,
-                                      .jpegQuality = 100};
+                                      .quality = 100};
             RowRecorder rows;
             std::vector<u8> out, whole;
             ASSERT_TRUE(BothWays(c.from, {}, round, output, out, whole, {.sourceRows = &rows}));
