@@ -46,14 +46,9 @@ void ReadShrink(CMainView& view) {
 }
 
 void ReadSaveType(CMainView& view) {
-    if (view.IsChecked(ctl::kPng)) {
-        TheSetting().saveType = savetype::kPng;
+    TheSetting().keepStoredOrientation = !view.IsChecked(ctl::kUpright);
+    if (view.CheckedSaveType(TheSetting().saveType))
         return;
-    }
-    if (view.IsChecked(ctl::kJpeg)) {
-        TheSetting().saveType = savetype::kJpeg;
-        return;
-    }
     throw my::CCtrlException(view.Control(ctl::kPng), strid::kBadSaveType);
 }
 

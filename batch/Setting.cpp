@@ -22,22 +22,22 @@ CSetting::CSetting() : outputPath(PicturesFolder()), subFolders(16) {
     subFolders.Add(L"round");
 }
 
-OutputChoice CSetting::Output() const {
-    OutputChoice output;
+OutputFormat FormatOfSaveType(u32 saveType) {
     switch (saveType) {
     case savetype::kJpeg:
-        output.format = OutputFormat::kJpeg;
-        break;
+        return OutputFormat::kJpeg;
     case savetype::kWebp:
-        output.format = OutputFormat::kWebp;
-        break;
+        return OutputFormat::kWebp;
     case savetype::kAvif:
-        output.format = OutputFormat::kAvif;
-        break;
+        return OutputFormat::kAvif;
     default:
-        output.format = OutputFormat::kPng;
-        break;
+        return OutputFormat::kPng;
     }
+}
+
+OutputChoice CSetting::Output() const {
+    OutputChoice output;
+    output.format = FormatOfSaveType(saveType);
     output.quality = jpegQuality;
     output.keepAlpha = round.transparent && output.HoldsAlpha();
     output.backgroundColor = round.backgroundColor;

@@ -56,12 +56,11 @@ class CSetting {
 public:
     CSetting();
 
-    // What every conversion with these settings writes, decided here once: a JPEG, WebP or AVIF
-    // of jpegQuality for savetype::kJpeg, kWebp and kAvif, a PNG for any other value (a stored BMP
-    // is read back as PNG); the alpha
-    // kept where the round settings ask for a transparent background and the format holds alpha,
-    // else the round settings' background colour; the picture upright unless the stored
-    // orientation is kept. The plan takes its extension, the conversion and the preview the rest.
+    // What every conversion with these settings writes, decided here once: the format of
+    // saveType (FormatOfSaveType) at jpegQuality; the alpha kept where the round settings ask for
+    // a transparent background and the format holds alpha, else the round settings' background
+    // colour; the picture upright unless the stored orientation is kept. The plan takes its
+    // extension, the conversion and the preview the rest.
     OutputChoice Output() const;
 
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
@@ -79,6 +78,10 @@ public:
 
     bool operator==(const CSetting&) const = default;
 };
+
+// The format that a stored output type writes: JPEG, WebP or AVIF for their own values, PNG for
+// any other (a stored BMP is read back as PNG).
+OutputFormat FormatOfSaveType(u32 saveType);
 
 // The one settings object of the process, built at the first call (so that tests can point the
 // known folders elsewhere before it takes its default output folder). Touched by the main thread

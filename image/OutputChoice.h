@@ -29,6 +29,8 @@ struct OutputChoice {
     bool Jpeg() const { return format == OutputFormat::kJpeg; }
     // Whether the format can keep the alpha: all but JPEG.
     bool HoldsAlpha() const { return !Jpeg(); }
+    // Whether the quality counts: for all but PNG.
+    bool Lossy() const { return format != OutputFormat::kPng; }
     // The output file's extension, without its dot: "png", "jpg", "webp" or "avif".
     const wchar_t* Extension() const {
         switch (format) {

@@ -31,10 +31,6 @@ namespace {
 
 CMainFrame* g_frame = nullptr;
 
-// The view's dialog template: 432 by 308 dialog units.
-constexpr int kViewWidthUnits = 432;
-constexpr int kViewHeightUnits = 308;
-
 QString Text(u32 id) {
     std::wstring text;
     LoadResString(text, id, true);
@@ -130,7 +126,7 @@ void CMainFrame::BuildMenu() {
 // view exactly, and cannot be resized.
 void CMainFrame::SizeAroundView() {
     CDialogUnits du(view_->font());
-    QSize view = du.Size(kViewWidthUnits, kViewHeightUnits);
+    QSize view = du.Size(CMainView::kWidthUnits, CMainView::kHeightUnits);
     view_->setFixedSize(view);
     int menuHeight = window_->menuBar()->heightForWidth(view.width());
     if (menuHeight <= 0)

@@ -19,6 +19,7 @@
 #include "foundation/ResString.h"
 #include "image/ImageIo.h"
 #include "image/NamedShrink.h"
+#include "image/SaveType.h"
 #include "image/Shrink.h"
 #include "resources/StringIds.h"
 #include "ui/ColorWidget.h"
@@ -37,17 +38,28 @@ CMainView* g_view = nullptr;
 
 // The controls that only an idle view enables.
 constexpr i32 kIdleControls[] = {
-    ctl::kShrink,     ctl::kPng,          ctl::kJpeg,        ctl::kColorText,  ctl::kChooseColor,
-    ctl::kTopLeft,    ctl::kBottomLeft,   ctl::kBottomRight, ctl::kTopRight,   ctl::kRadius,
-    ctl::kRadiusUnit, ctl::kRadiusSlider, ctl::kLeft,        ctl::kTop,        ctl::kRight,
-    ctl::kBottom,     ctl::kBlurWidth,    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,
-    ctl::kOpenOutput};
+    ctl::kShrink,      ctl::kPng,        ctl::kJpeg,        ctl::kWebp,       ctl::kAvif,
+    ctl::kUpright,     ctl::kColorText,  ctl::kChooseColor, ctl::kTopLeft,    ctl::kBottomLeft,
+    ctl::kBottomRight, ctl::kTopRight,   ctl::kRadius,      ctl::kRadiusUnit, ctl::kRadiusSlider,
+    ctl::kLeft,        ctl::kTop,        ctl::kRight,       ctl::kBottom,     ctl::kBlurWidth,
+    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,   ctl::kOpenOutput};
 
 // A check control and the bit that it stands for in the stored corners or edges.
 struct CheckBit {
     i32 control;
     u32 bit;
 };
+
+// A format's radio button and the output type that it stands for.
+struct FormatRadio {
+    i32 control;
+    u32 saveType;
+};
+
+constexpr FormatRadio kFormatRadios[] = {{ctl::kPng, savetype::kPng},
+                                         {ctl::kJpeg, savetype::kJpeg},
+                                         {ctl::kWebp, savetype::kWebp},
+                                         {ctl::kAvif, savetype::kAvif}};
 
 constexpr CheckBit kCornerChecks[] = {{ctl::kTopLeft, cornerbit::kTopLeft},
                                       {ctl::kBottomLeft, cornerbit::kBottomLeft},
@@ -190,14 +202,17 @@ void CMainView::ConnectControls() {
                 touched();
         });
     }
-    for (i32 id : {ctl::kPng, ctl::kJpeg}) {
+    for (const FormatRadio& format : kFormatRadios) {
+        const i32 id = format.control;
         connect(button(id), &QAbstractButton::clicked, this, [this, id] { OnSaveTypeClicked(id); });
         // Tab enters the format group at the chosen format, as in every dialog; the arrow keys
         // move within the group whatever the focus policy.
-        connect(button(id), &QAbstractButton::toggled, this, [this, button] {
-            const bool anyChecked =
-                button(ctl::kPng)->isChecked() || button(ctl::kJpeg)->isChecked();
-            for (i32 radio : {ctl::kPng, ctl::kJpeg}) {
+        connect(button(id), &QAbstractButton::toggled, this, [button] {
+            bool anyChecked = false;
+            for (const FormatRadio& radio : kFormatRadios)
+                anyChecked |= button(radio.control)->isChecked();
+            for (const FormatRadio& other : kFormatRadios) {
+                const i32 radio = other.control;
                 QAbstractButton* b = button(radio);
                 b->setFocusPolicy(b->isChecked() || !anyChecked ? Qt::StrongFocus : Qt::ClickFocus);
             }
@@ -205,7 +220,8 @@ void CMainView::ConnectControls() {
     }
     connect(button(ctl::kChooseColor), &QAbstractButton::clicked, this,
             [this] { OnChooseColor(); });
-    connect(button(ctl::kTransparent), &QAbstractButton::clicked, this, [this] { RunUpdate(); });
+    for (i32 id : {ctl::kTransparent, ctl::kUpright})
+        connect(button(id), &QAbstractButton::clicked, this, [this] { RunUpdate(); });
     for (const CheckBit& check : kCornerChecks)
         connect(button(check.control), &QAbstractButton::clicked, this,
                 [this] { OnAnchorCheck(); });
@@ -310,10 +326,40 @@ void CMainView::UpdateControlStates(bool running) {
     bool custom = !running && setting.shrink.shrinkType == shrinktype::kCustom;
     Enable(ctl::kCustomWidth, custom);
     Enable(ctl::kCustomHeight, custom);
-    Enable(ctl::kTransparent, !running && setting.saveType == savetype::kPng);
-    bool jpeg = !running && setting.saveType == savetype::kJpeg;
-    Enable(ctl::kQualityNumber, jpeg);
-    Enable(ctl::kQualityName, jpeg);
+    EnableFormatControls(setting.saveType, running);
+}
+
+void CMainView::EnableFormatControls(u32 saveType, bool running) {
+    const OutputChoice output{.format = FormatOfSaveType(saveType)};
+    Enable(ctl::kTransparent, !running && output.HoldsAlpha());
+    Enable(ctl::kQualityNumber, !running && output.Lossy());
+    Enable(ctl::kQualityName, !running && output.Lossy());
+}
+
+u32 CMainView::SaveTypeOf(i32 radio) {
+    for (const FormatRadio& format : kFormatRadios) {
+        if (format.control == radio)
+            return format.saveType;
+    }
+    return savetype::kPng;
+}
+
+bool CMainView::CheckedSaveType(u32& saveType) const {
+    for (const FormatRadio& format : kFormatRadios) {
+        if (IsChecked(format.control)) {
+            saveType = format.saveType;
+            return true;
+        }
+    }
+    return false;
+}
+
+i32 CMainView::RadioOf(u32 saveType) {
+    for (const FormatRadio& format : kFormatRadios) {
+        if (format.saveType == saveType)
+            return format.control;
+    }
+    return ctl::kPng;
 }
 
 void CMainView::StartTimer() {

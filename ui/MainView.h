@@ -39,13 +39,17 @@ constexpr i32 kShrink = 141, kCustomWidth = 142, kCustomHeight = 143, kQualityNu
               kTopRight = 158, kLeft = 159, kTop = 160, kRight = 161, kBottom = 162, kStop = 163,
               kOpenOutput = 164, kSubFolder = kSubFolderControl, kRadiusSlider = 166,
               kBlurSlider = 167, kSwatch = 168, kDetailPane = 169, kWholePane = 170, kStatus = 171,
-              kProgress = 172;
+              kProgress = 172, kWebp = 173, kAvif = 174, kUpright = 175;
 } // namespace ctl
 
 class CMainView : public QWidget {
     Q_OBJECT
 
 public:
+    // The size of the control template, in dialog units of the view's font.
+    static constexpr int kWidthUnits = 432;
+    static constexpr int kHeightUnits = 359;
+
     // Builds the controls of dialog 139 (sizes from dialog units of the view's font) and runs
     // the start sequence: lists filled, settings written into the controls, panes made, sample
     // loaded, first preview.
@@ -87,6 +91,8 @@ public:
 
     // A check or radio control is on.
     bool IsChecked(i32 id) const;
+    // The output type of the format radio that is on; false when none is.
+    bool CheckedSaveType(u32& saveType) const;
     // The corner checks and the edge checks as RoundSettings stores them (cornerbit::, edgebit::).
     u32 CheckedCorners() const;
     u32 CheckedEdges() const;
@@ -132,6 +138,11 @@ private:
     void OnQualityNumberChanged();
     void OnQualityNameChanged();
     void OnSaveTypeClicked(i32 id);
+    // Transparent for the formats that hold alpha, the quality for the lossy ones.
+    void EnableFormatControls(u32 saveType, bool running);
+    // The output type of a format radio, and the radio of an output type (PNG for any other).
+    static u32 SaveTypeOf(i32 radio);
+    static i32 RadioOf(u32 saveType);
     void PostToFrame(i32 id);
     void CreatePane(boost::shared_ptr<CSimpleDibWidget>& pane, i32 id);
     Rect ControlRect(i32 id) const;

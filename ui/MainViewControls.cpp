@@ -1,4 +1,4 @@
-// The control template of the main view: the 45 controls of dialog 139 built as child widgets,
+// The control template of the main view: the 49 controls of dialog 139 built as child widgets,
 // in tab order, at their rectangles in the dialog units of the view's font.
 #include "ui/MainView.h"
 
@@ -49,53 +49,57 @@ struct ControlDef {
     int x, y, width, height;
 };
 
-// The 45 controls in tab order.
+// The 49 controls in tab order.
 constexpr ControlDef kControls[] = {
     {0, Kind::kGroup, strid::kShrinkGroup, 7, 7, 275, 33},
     {ctl::kShrink, Kind::kDropList, 0, 16, 20, 138, 290},
     {ctl::kCustomWidth, Kind::kEditCombo, 0, 162, 20, 48, 289},
     {0, Kind::kLabel, strid::kSizeTimes, 216, 22, 8, 8},
     {ctl::kCustomHeight, Kind::kEditCombo, 0, 228, 20, 48, 290},
-    {0, Kind::kGroup, strid::kSaveTypeGroup, 7, 44, 275, 47},
+    {0, Kind::kGroup, strid::kSaveTypeGroup, 7, 44, 275, 61},
     {ctl::kPng, Kind::kRadio, strid::kPngChoice, 16, 59, 195, 10},
     {ctl::kJpeg, Kind::kRadio, strid::kJpegChoice, 16, 74, 117, 10},
     {0, Kind::kLabel, strid::kQualityLabel, 140, 75, 30, 8},
     {ctl::kQualityNumber, Kind::kDigitsEdit, 0, 174, 73, 21, 13},
     {ctl::kQualityName, Kind::kDropList, 0, 200, 73, 76, 30},
-    {0, Kind::kGroup, strid::kBackgroundGroup, 7, 95, 275, 33},
-    {ctl::kSwatch, Kind::kFrame, 0, 16, 109, 39, 11},
-    {0, Kind::kLabel, strid::kColorHash, 61, 110, 8, 8},
-    {ctl::kColorText, Kind::kEdit, 0, 70, 108, 43, 13},
-    {ctl::kChooseColor, Kind::kButton, strid::kChooseColorButton, 119, 107, 55, 14},
-    {ctl::kTransparent, Kind::kCheck, strid::kTransparentCheck, 187, 110, 87, 10},
-    {0, Kind::kGroup, strid::kRoundGroup, 7, 132, 275, 47},
-    {ctl::kTopLeft, Kind::kCheck, strid::kTopLeftCheck, 16, 146, 32, 10},
-    {ctl::kTopRight, Kind::kCheck, strid::kTopRightCheck, 53, 146, 32, 10},
-    {ctl::kBottomLeft, Kind::kCheck, strid::kBottomLeftCheck, 16, 158, 32, 10},
-    {ctl::kBottomRight, Kind::kCheck, strid::kBottomRightCheck, 53, 158, 32, 10},
-    {0, Kind::kLabel, strid::kRadiusLabel, 94, 146, 32, 8},
-    {ctl::kRadius, Kind::kEdit, 0, 130, 144, 24, 13},
-    {ctl::kRadiusUnit, Kind::kDropList, 0, 158, 144, 60, 30},
-    {ctl::kRadiusSlider, Kind::kSlider, 0, 94, 162, 180, 11},
-    {0, Kind::kGroup, strid::kBlurGroup, 7, 183, 275, 47},
-    {ctl::kTop, Kind::kCheck, strid::kTopCheck, 40, 197, 24, 10},
-    {ctl::kLeft, Kind::kCheck, strid::kLeftCheck, 16, 203, 24, 10},
-    {ctl::kRight, Kind::kCheck, strid::kRightCheck, 65, 203, 24, 10},
-    {ctl::kBottom, Kind::kCheck, strid::kBottomCheck, 40, 209, 24, 10},
-    {0, Kind::kLabel, strid::kBlurWidthLabel, 94, 197, 24, 8},
-    {ctl::kBlurWidth, Kind::kEdit, 0, 129, 194, 24, 13},
-    {ctl::kBlurUnit, Kind::kDropList, 0, 157, 194, 60, 30},
-    {ctl::kBlurSlider, Kind::kSlider, 0, 93, 212, 180, 11},
-    {0, Kind::kGroup, strid::kOutputGroup, 7, 233, 276, 33},
-    {0, Kind::kLabel, strid::kSubFolderLabel, 16, 245, 133, 13},
-    {ctl::kSubFolder, Kind::kEditCombo, 0, 152, 245, 70, 30},
-    {0, Kind::kLabel, strid::kSubFolderTail, 226, 245, 51, 13},
-    {ctl::kStatus, Kind::kLabel, strid::kDropHint, 7, 275, 257, 8},
-    {ctl::kStop, Kind::kDefaultButton, strid::kStopButton, 267, 272, 77, 16},
-    {ctl::kOpenOutput, Kind::kButton, strid::kOpenOutputButton, 348, 272, 77, 16},
-    {ctl::kDetailPane, Kind::kFrame, 0, 290, 10, 135, 124},
-    {ctl::kWholePane, Kind::kFrame, 0, 290, 142, 135, 124},
-    {ctl::kProgress, Kind::kProgress, 0, 7, 295, 418, 6},
+    {ctl::kWebp, Kind::kRadio, strid::kWebpChoice, 16, 88, 117, 10},
+    {ctl::kAvif, Kind::kRadio, strid::kAvifChoice, 140, 88, 136, 10},
+    {0, Kind::kGroup, strid::kBackgroundGroup, 7, 109, 275, 33},
+    {ctl::kSwatch, Kind::kFrame, 0, 16, 123, 39, 11},
+    {0, Kind::kLabel, strid::kColorHash, 61, 124, 8, 8},
+    {ctl::kColorText, Kind::kEdit, 0, 70, 122, 43, 13},
+    {ctl::kChooseColor, Kind::kButton, strid::kChooseColorButton, 119, 121, 55, 14},
+    {ctl::kTransparent, Kind::kCheck, strid::kTransparentCheck, 187, 124, 87, 10},
+    {0, Kind::kGroup, strid::kRoundGroup, 7, 146, 275, 47},
+    {ctl::kTopLeft, Kind::kCheck, strid::kTopLeftCheck, 16, 160, 32, 10},
+    {ctl::kTopRight, Kind::kCheck, strid::kTopRightCheck, 53, 160, 32, 10},
+    {ctl::kBottomLeft, Kind::kCheck, strid::kBottomLeftCheck, 16, 172, 32, 10},
+    {ctl::kBottomRight, Kind::kCheck, strid::kBottomRightCheck, 53, 172, 32, 10},
+    {0, Kind::kLabel, strid::kRadiusLabel, 94, 160, 32, 8},
+    {ctl::kRadius, Kind::kEdit, 0, 130, 158, 24, 13},
+    {ctl::kRadiusUnit, Kind::kDropList, 0, 158, 158, 60, 30},
+    {ctl::kRadiusSlider, Kind::kSlider, 0, 94, 176, 180, 11},
+    {0, Kind::kGroup, strid::kBlurGroup, 7, 197, 275, 47},
+    {ctl::kTop, Kind::kCheck, strid::kTopCheck, 40, 211, 24, 10},
+    {ctl::kLeft, Kind::kCheck, strid::kLeftCheck, 16, 217, 24, 10},
+    {ctl::kRight, Kind::kCheck, strid::kRightCheck, 65, 217, 24, 10},
+    {ctl::kBottom, Kind::kCheck, strid::kBottomCheck, 40, 223, 24, 10},
+    {0, Kind::kLabel, strid::kBlurWidthLabel, 94, 211, 24, 8},
+    {ctl::kBlurWidth, Kind::kEdit, 0, 129, 208, 24, 13},
+    {ctl::kBlurUnit, Kind::kDropList, 0, 157, 208, 60, 30},
+    {ctl::kBlurSlider, Kind::kSlider, 0, 93, 226, 180, 11},
+    {0, Kind::kGroup, strid::kOutputGroup, 7, 247, 276, 33},
+    {0, Kind::kLabel, strid::kSubFolderLabel, 16, 259, 133, 13},
+    {ctl::kSubFolder, Kind::kEditCombo, 0, 152, 259, 70, 30},
+    {0, Kind::kLabel, strid::kSubFolderTail, 226, 259, 51, 13},
+    {0, Kind::kGroup, strid::kPhotoGroup, 7, 284, 276, 33},
+    {ctl::kUpright, Kind::kCheck, strid::kUprightCheck, 16, 299, 258, 10},
+    {ctl::kStatus, Kind::kLabel, strid::kDropHint, 7, 326, 257, 8},
+    {ctl::kStop, Kind::kDefaultButton, strid::kStopButton, 267, 323, 77, 16},
+    {ctl::kOpenOutput, Kind::kButton, strid::kOpenOutputButton, 348, 323, 77, 16},
+    {ctl::kDetailPane, Kind::kFrame, 0, 290, 10, 135, 148},
+    {ctl::kWholePane, Kind::kFrame, 0, 290, 166, 135, 148},
+    {ctl::kProgress, Kind::kProgress, 0, 7, 346, 418, 6},
 };
 
 // A closed combo box is as high as an edit of the template.
@@ -227,7 +231,7 @@ void CMainView::BuildControls() {
     // edit or an editable combo would otherwise type the file's address into a setting).
     for (QWidget* child : findChildren<QWidget*>())
         child->setAcceptDrops(false);
-    setFixedSize(du.Size(432, 308));
+    setFixedSize(du.Size(kWidthUnits, kHeightUnits));
 }
 
 } // namespace lvx

@@ -51,12 +51,10 @@ void CMainView::OnQualityNameChanged() {
                    ToText(QualityList()[static_cast<size_t>(index)]->value), true);
 }
 
-// Each format greys the other's controls as well as enabling its own, as the enabling rules say:
-// Transparent only with PNG, the quality only with JPEG.
+// Each format greys the others' controls as well as enabling its own: Transparent for the formats
+// that hold alpha, the quality for the lossy ones.
 void CMainView::OnSaveTypeClicked(i32 id) {
-    Enable(ctl::kTransparent, id == ctl::kPng);
-    Enable(ctl::kQualityNumber, id == ctl::kJpeg);
-    Enable(ctl::kQualityName, id == ctl::kJpeg);
+    EnableFormatControls(SaveTypeOf(id), false);
     RunUpdate();
 }
 

@@ -8,6 +8,7 @@
 
 #include "batch/Setting.h"
 #include "foundation/Numbers.h"
+#include "image/AvifEncoder.h"
 #include "image/NamedShrink.h"
 #include "image/SaveType.h"
 #include "ui/ControlText.h"
@@ -113,7 +114,11 @@ void CMainView::InitShrinkControls(const ShrinkSettings& shrink) {
 
 // The format's radio button, the quality as a number and as the list entry of that value.
 void CMainView::InitSaveTypeControls(const CSetting& setting) {
-    SetChecked(setting.saveType == savetype::kJpeg ? ctl::kJpeg : ctl::kPng, true);
+    // A stored AVIF that this system cannot write shows as PNG, which the conversion then writes.
+    const bool offered = setting.saveType != savetype::kAvif || CanWriteAvif();
+    SetChecked(RadioOf(offered ? setting.saveType : savetype::kPng), true);
+    Control(ctl::kAvif)->setVisible(CanWriteAvif());
+    SetChecked(ctl::kUpright, !setting.keepStoredOrientation);
     SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
     FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
     int qualityIndex = -1;
