@@ -9,10 +9,12 @@
 #include "app/StopSignals.h"
 #include "batch/BatchPlan.h"
 #include "batch/BatchRunner.h"
+#include "batch/FolderScan.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/GuardedCall.h"
+#include "foundation/Numbers.h"
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "resources/StringIds.h"
@@ -128,7 +130,12 @@ int RunChecked(const BatchOptions& options, const CSetting& settings, std::ostre
     }
     std::vector<PlannedFile> planned;
     try {
-        planned = PlanBatch(options.files, settings, nullptr);
+        const SourceScan scan = ExpandFolders(options.files, settings);
+        if (scan.files.empty())
+            throw my::CException(strid::kNoImagesInFolders, options.files.front());
+        if (scan.skipped > 0)
+            Say(err, Text(strid::kSkippedNotImages, ToText(static_cast<i64>(scan.skipped))));
+        planned = PlanBatch(scan.files, settings, nullptr);
     } catch (const my::CException& e) {
         Say(err, e.text);
         return exitcode::kRefused;

@@ -13,6 +13,7 @@
 #include "app/CommandUpdateData.h"
 #include "batch/BatchPlan.h"
 #include "batch/BatchRunner.h"
+#include "batch/FolderScan.h"
 #include "batch/LunavexTask.h"
 #include "batch/Setting.h"
 #include "foundation/GuardedCall.h"
@@ -24,6 +25,12 @@
 #include "ui/MainView.h"
 
 namespace lvx {
+namespace {
+
+// A run out of folders of more files than this is asked about first.
+constexpr std::size_t kFilesAskedAbout = 100;
+
+} // namespace
 
 void CCommandExecData::SetDropData(const CDropData* data) {
     GuardedCall(dropError, [this, data] { GetDroppedItems(data, items); });
@@ -61,8 +68,15 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
     paths.reserve(droppedItems.size());
     for (const CItemIDList& item : droppedItems)
         paths.push_back(item.GetPathOrThrow());
+    const SourceScan scan = ExpandFolders(paths, TheSetting());
+    if (scan.files.empty())
+        throw my::CException(strid::kNoImagesInFolders, paths.front());
+    // A large run out of folders is converted only once the user has seen how large it is.
+    if (scan.folders > 0 && scan.files.size() > kFilesAskedAbout &&
+        !(msg && msg->QueryFolderRun(scan.folders, scan.files.size(), scan.skipped)))
+        return false;
     // Every check runs before anything changes: a refused drop leaves the last batch as it was.
-    std::vector<PlannedFile> planned = PlanBatch(paths, TheSetting(), nullptr);
+    std::vector<PlannedFile> planned = PlanBatch(scan.files, TheSetting(), nullptr);
 
     const std::vector<std::wstring> existing = ExistingOutputs(planned);
     if (!existing.empty() && !(msg && msg->QueryOverwriteFiles(existing)))

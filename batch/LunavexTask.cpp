@@ -264,8 +264,7 @@ void CLunavexTask::Fail(i32 id, HResult code, const std::wstring& text) {
 }
 
 void MakeOutputPath(std::wstring& out, const std::wstring& sourcePath, const CSetting& settings) {
-    std::wstring subFolder =
-        settings.subFolders.empty() ? std::wstring(L"trim") : settings.subFolders.front();
+    const std::wstring subFolder = settings.OutputSubFolder();
     if (const u32 problem = SubFolderProblem(subFolder); problem == strid::kEmptySubFolder)
         throw my::CCtrlException(CtrlForId(kSubFolderControl), strid::kEmptySubFolder);
     else if (problem != 0)

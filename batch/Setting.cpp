@@ -35,6 +35,10 @@ OutputFormat FormatOfSaveType(u32 saveType) {
     }
 }
 
+std::wstring CSetting::OutputSubFolder() const {
+    return subFolders.empty() ? std::wstring(L"trim") : subFolders.front();
+}
+
 OutputChoice CSetting::Output() const {
     OutputChoice output;
     output.format = FormatOfSaveType(saveType);

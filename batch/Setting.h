@@ -62,6 +62,8 @@ public:
     // colour; the picture upright unless the stored orientation is kept. The plan takes its
     // extension, the conversion and the preview the rest.
     OutputChoice Output() const;
+    // The sub-folder that outputs go to: the newest of the history, "trim" when it is empty.
+    std::wstring OutputSubFolder() const;
 
     std::wstring outputPath; // the user's pictures folder; empty when it cannot be had
     CHistoryList subFolders; // limit 16, one entry "round"

@@ -102,6 +102,12 @@ bool CMsg::QueryOverwriteFiles(const std::list<std::wstring>& paths) {
                          {ToText(static_cast<i64>(copy.size())), OverwriteListText(copy)});
 }
 
+bool CMsg::QueryFolderRun(std::size_t folders, std::size_t images, std::size_t skipped) {
+    return QueryOkCancel(strid::kQueryFolderRun,
+                         {ToText(static_cast<i64>(folders)), ToText(static_cast<i64>(images)),
+                          ToText(static_cast<i64>(skipped))});
+}
+
 bool CMsg::QueryResetShortcuts() {
     return QueryOkCancel(strid::kQueryResetShortcuts);
 }

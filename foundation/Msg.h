@@ -38,6 +38,9 @@ public:
     virtual bool QueryOverwriteIfExists(const std::wstring& path);
     virtual bool QueryOverwriteFiles(const std::vector<std::wstring>& paths);
     virtual bool QueryOverwriteFiles(const std::list<std::wstring>& paths);
+    // Before the files of dropped folders are converted: how many folders, images and files that
+    // are not images.
+    virtual bool QueryFolderRun(std::size_t folders, std::size_t images, std::size_t skipped);
     virtual bool QueryResetShortcuts();
     virtual bool QueryReplaceShortcut(const std::wstring& keyDescription);
     virtual bool QueryBadSettings(const CSimpleErr& error);

@@ -76,3 +76,13 @@ HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimi
         return hr::kOutOfMemory;
     }
 }
+
+bool LooksLikeImage(const u8* head, size_t size) {
+    if (IsBmp(head, size))
+        return true;
+    if (!EnsureVipsStarted())
+        return false;
+    const bool claimed = CLoader::For(head, size) != nullptr;
+    vips_error_clear();
+    return claimed;
+}

@@ -29,3 +29,8 @@
 // needs. `out` is only set on success. Any thread.
 HResult DecodeImage(const u8* data, size_t size, CDibPtr& out, const CDecodeLimits& limits = {},
                     Size* declared = nullptr, CDecodeCost* cost = nullptr);
+
+// Whether the first bytes of a file (a few kilobytes are enough) are those of an image that the
+// program reads: BMP for our own reader, or a format of a loader that it lets run
+// (image/Loaders.h). Any thread.
+bool LooksLikeImage(const u8* head, size_t size);
