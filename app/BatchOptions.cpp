@@ -147,6 +147,17 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
             return false;
         return true;
     }
+    if (name == L"metadata") {
+        if (value == L"none")
+            out.metadata = metadatakept::kNone;
+        else if (value == L"keep-without-location")
+            out.metadata = metadatakept::kWithoutLocation;
+        else if (value == L"keep")
+            out.metadata = metadatakept::kAll;
+        else
+            return false;
+        return true;
+    }
     if (name == L"orientation") {
         if (value != L"auto" && value != L"stored")
             return false;
@@ -191,10 +202,10 @@ bool ParseValue(const std::wstring& name, const std::wstring& value, BatchOption
 }
 
 bool IsValueOption(const std::wstring& name) {
-    static const wchar_t* names[] = {L"shrink",      L"radius",     L"blur",       L"corners",
-                                     L"edges",       L"background", L"format",     L"quality",
-                                     L"orientation", L"subfolder",  L"max-pixels", L"max-memory",
-                                     L"jobs"};
+    static const wchar_t* names[] = {L"shrink",      L"radius",     L"blur",      L"corners",
+                                     L"edges",       L"background", L"format",    L"quality",
+                                     L"orientation", L"metadata",   L"subfolder", L"max-pixels",
+                                     L"max-memory",  L"jobs"};
     for (const wchar_t* n : names) {
         if (name == n)
             return true;
@@ -231,11 +242,12 @@ bool ParseBatchOptions(const std::vector<std::string>& args, BatchOptions& out,
             out.version = true;
             continue;
         }
-        if (arg == L"--overwrite" || arg == L"--transparent" || arg == L"--opaque") {
-            if (arg == L"--overwrite")
-                out.overwrite = true;
-            else
-                out.transparent = arg == L"--transparent";
+        if (arg == L"--overwrite" || arg == L"--keep-dates") {
+            (arg == L"--overwrite" ? out.overwrite : out.keepDates) = true;
+            continue;
+        }
+        if (arg == L"--transparent" || arg == L"--opaque") {
+            out.transparent = arg == L"--transparent";
             continue;
         }
         if (arg.compare(0, 2, L"--") != 0) {
@@ -308,6 +320,10 @@ void ApplyBatchOptions(const BatchOptions& o, CSetting& s) {
         s.maxMemoryMb = *o.maxMemoryMb;
     if (o.keepStoredOrientation)
         s.keepStoredOrientation = *o.keepStoredOrientation;
+    if (o.metadata)
+        s.metadata = *o.metadata;
+    if (o.keepDates)
+        s.keepDates = true;
 }
 
 std::wstring BatchUsage() {

@@ -34,6 +34,8 @@ struct BatchOptions {
     std::optional<u32> maxPixels;   // at least 1
     std::optional<u32> maxMemoryMb; // MiB, at least 1
     std::optional<bool> keepStoredOrientation;
+    std::optional<u32> metadata; // a value of metadatakept::
+    bool keepDates = false;
     // Files converted at once; 0 takes one per processor.
     u32 jobs = 0;
 };

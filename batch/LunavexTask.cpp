@@ -3,6 +3,8 @@
 
 #include <new>
 
+#include <sys/stat.h>
+
 #include "batch/Setting.h"
 #include "batch/SubFolderRule.h"
 #include "foundation/ControlLookup.h"
@@ -89,6 +91,11 @@ void CLunavexTask::Run() {
 void CLunavexTask::Convert() {
     if (!OpenOutputFolder())
         return;
+    // The time is taken before the bytes, so that it is never newer than what was converted.
+    sourceModified_.reset();
+    struct stat source {};
+    if (output_.keepDate && ::stat(ToFileSystemPath(inputPath).c_str(), &source) == 0)
+        sourceModified_ = source.st_mtim;
     // The bytes that MemoryEstimate read, when it did; else read here.
     CFileBytes file = std::move(sourceBytes_);
     HResult code = file.data ? hr::kOk : ReadFileToBuffer(file, inputPath, this);
@@ -199,6 +206,7 @@ void CLunavexTask::Save(const std::vector<u8>& bytes) {
     AtomicWriteOptions options;
     options.replaceExisting = replaceExisting;
     options.beforeReplace = beforeReplace;
+    options.modified = sourceModified_;
     const std::string name = ToFileSystemPath(outputFile.substr(AfterLastSeparator(outputFile)));
     const HResult code = ResultFromWin32(WriteFileAtomicallyAt(
         outputDir_.Get(), outputFolder, name, bytes.data(), bytes.size(), options));

@@ -1,7 +1,9 @@
 // lvx::CLunavexTask: one file's road from the source to the output file, and what came of it.
 #pragma once
 
+#include <ctime>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -145,6 +147,8 @@ private:
     CFileDescriptor outputDir_;
 
     CFileBytes sourceBytes_; // read by MemoryEstimate for the conversion that follows
+    // The source's modification time, when the output is to take it.
+    std::optional<timespec> sourceModified_;
 };
 
 // The output file of a source: the folder of the source, the newest sub-folder name, the stem of

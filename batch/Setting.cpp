@@ -46,6 +46,8 @@ OutputChoice CSetting::Output() const {
     output.keepAlpha = round.transparent && output.HoldsAlpha();
     output.backgroundColor = round.backgroundColor;
     output.upright = !keepStoredOrientation;
+    output.metadata = metadata <= metadatakept::kAll ? metadata : metadatakept::kNone;
+    output.keepDate = keepDates;
     return output;
 }
 

@@ -77,6 +77,8 @@ public:
     u32 maxMemoryMb = kDefaultMaxMemoryMb;
     // The picture is written as it is stored, not turned upright as its orientation tag says.
     bool keepStoredOrientation = false;
+    u32 metadata = metadatakept::kNone; // what outputs keep of the source's metadata
+    bool keepDates = false;             // outputs take their sources' modification times
 
     bool operator==(const CSetting&) const = default;
 };

@@ -236,6 +236,11 @@ i32 WriteOnce(int folder, const std::string& name, const u8* data, std::size_t s
     if (::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode))
         ::fchmod(fd.Get(), old.st_mode & 07777);
     i32 code = WriteAll(fd.Get(), data, size);
+    if (code == 0 && options.modified) {
+        const timespec times[2] = {{0, UTIME_OMIT}, *options.modified};
+        if (::futimens(fd.Get(), times) != 0)
+            code = LastWin32Error();
+    }
     if (code == 0 && ::fsync(fd.Get()) != 0)
         code = LastWin32Error();
     if (code == 0 && options.beforeReplace && !options.beforeReplace())

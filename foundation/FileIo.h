@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,6 +74,8 @@ struct AtomicWriteOptions {
     // false: the new file takes the name only where nothing stands under it yet; a file, a link
     // or a folder there is left as it is and the write fails with 80 (ERROR_FILE_EXISTS).
     bool replaceExisting = true;
+    // When set, the new file's modification time, given before it takes the name.
+    std::optional<timespec> modified;
 };
 
 // Replaces the file at path as a whole: the new contents go into a file of the target's folder

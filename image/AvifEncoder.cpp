@@ -80,7 +80,7 @@ bool CanWriteAvif() {
 }
 
 HResult EncodeAvif(const vips::VImage& pixels, u32 quality, const std::vector<u8>& profile,
-                   std::vector<u8>& out) {
+                   const OutputMetadata& metadata, std::vector<u8>& out) {
     out.clear();
     if (!CanWriteAvif())
         return hr::kNoAvifEncoder;
@@ -105,6 +105,13 @@ HResult EncodeAvif(const vips::VImage& pixels, u32 quality, const std::vector<u8
             error = heif_context_encode_image(context.get(), image.get(), encoder.get(),
                                               options.get(), &handle);
         HeifPtr<heif_image_handle> encoded(handle);
+        if (error.code == heif_error_Ok && !metadata.exif.empty())
+            error =
+                heif_context_add_exif_metadata(context.get(), encoded.get(), metadata.exif.data(),
+                                               static_cast<int>(metadata.exif.size()));
+        if (error.code == heif_error_Ok && !metadata.xmp.empty())
+            error = heif_context_add_XMP_metadata(context.get(), encoded.get(), metadata.xmp.data(),
+                                                  static_cast<int>(metadata.xmp.size()));
         heif_writer writer{1, AppendTo};
         if (error.code == heif_error_Ok)
             error = heif_context_write(context.get(), &writer, &out);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/Types.h"
+#include "image/MetadataEmbed.h"
 
 namespace vips {
 class VImage;
@@ -15,8 +16,9 @@ class VImage;
 bool CanWriteAvif();
 
 // A lossy AVIF of the quality (0 to 100, more taken as 100) from three 8-bit bands or four, the
-// fourth alpha, with no metadata but the ICC profile of the bands' colour space when one is given.
+// fourth alpha, with no metadata but the ICC profile of the bands' colour space when one is given
+// and the EXIF and XMP given.
 // hr::kNoAvifEncoder when CanWriteAvif says no, 0x8007000E when memory runs out, 0x80004005 when
 // the pipeline or the encoder fails for another reason. `out` is left empty on every failure.
 HResult EncodeAvif(const vips::VImage& pixels, u32 quality, const std::vector<u8>& profile,
-                   std::vector<u8>& out);
+                   const OutputMetadata& metadata, std::vector<u8>& out);

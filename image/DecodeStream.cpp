@@ -214,6 +214,27 @@ u32 CDecodeStream::Orientation() const {
     return LoadedOrientation(impl_->loader, impl_->image.get_image());
 }
 
+void CDecodeStream::Metadata(std::vector<u8>& exif, std::string& xmp) const {
+    exif.clear();
+    xmp.clear();
+    VipsImage* image = impl_->image.get_image();
+    if (!image)
+        return;
+    const void* data = nullptr;
+    size_t size = 0;
+    if (vips_image_get_typeof(image, VIPS_META_EXIF_NAME) &&
+        vips_image_get_blob(image, VIPS_META_EXIF_NAME, &data, &size) == 0) {
+        const u8* bytes = static_cast<const u8*>(data);
+        // libvips keeps the JPEG segment's "Exif\0\0" head on the block; PNG and WebP may not.
+        constexpr u8 kHead[] = {'E', 'x', 'i', 'f', 0, 0};
+        const size_t skip = size >= 6 && std::memcmp(bytes, kHead, 6) == 0 ? 6 : 0;
+        exif.assign(bytes + skip, bytes + size);
+    }
+    if (vips_image_get_typeof(image, VIPS_META_XMP_NAME) &&
+        vips_image_get_blob(image, VIPS_META_XMP_NAME, &data, &size) == 0)
+        xmp.assign(static_cast<const char*>(data), size);
+}
+
 double CDecodeStream::XResolution() const {
     return impl_->bmp || impl_->bmpRows ? 0.0 : impl_->image.xres();
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <vips/vips8>
@@ -47,6 +48,9 @@ public:
     vips::VImage Pixels() const;
     // The orientation that the file's tag states (LoadedOrientation, image/Orientation.h).
     u32 Orientation() const;
+    // The file's EXIF block as it follows "Exif\0\0" (the byte order mark first) and its XMP
+    // packet, as the loader found them; empty where the file has none, and for a BMP.
+    void Metadata(std::vector<u8>& exif, std::string& xmp) const;
     // The resolution that the file states, in pixels per millimetre; 0 when it states none.
     double XResolution() const;
     double YResolution() const;

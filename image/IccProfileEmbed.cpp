@@ -6,7 +6,7 @@
 
 #include <zlib.h>
 
-#include "image/WebpChunks.h"
+#include "image/MetadataEmbed.h"
 
 namespace {
 
@@ -22,11 +22,6 @@ constexpr u8 kPngSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 // (zlib); the compressed profile follows.
 constexpr u8 kIccpHead[] = {'i', 'C', 'C', 'P', 'I', 'C', 'C', ' ', 'p',
                             'r', 'o', 'f', 'i', 'l', 'e', 0,   0};
-
-void PutBigEndian32(std::vector<u8>& out, u32 value) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<u8>(value >> shift));
-}
 
 u32 BigEndian32(const u8* p) {
     return (u32{p[0]} << 24) | (u32{p[1]} << 16) | (u32{p[2]} << 8) | u32{p[3]};
@@ -92,23 +87,10 @@ HResult EmbedIccInPng(std::vector<u8>& png, const std::vector<u8>& profile) {
         return hr::kOutOfMemory;
     packed.resize(packedSize);
 
-    std::vector<u8> body;
-    body.reserve(sizeof kIccpHead + packed.size());
-    body.insert(body.end(), std::begin(kIccpHead), std::end(kIccpHead));
+    // The profile's name and its terminator, compression method 0 (zlib), the packed profile.
+    std::vector<u8> body(std::begin(kIccpHead) + 4, std::end(kIccpHead));
     body.insert(body.end(), packed.begin(), packed.end());
-    std::vector<u8> chunk;
-    chunk.reserve(body.size() + 8);
-    PutBigEndian32(chunk, static_cast<u32>(body.size() - 4));
-    chunk.insert(chunk.end(), body.begin(), body.end());
-    PutBigEndian32(chunk, static_cast<u32>(crc32(0, body.data(), static_cast<uInt>(body.size()))));
+    const std::vector<u8> chunk = MakePngChunk("iCCP", body);
     png.insert(png.begin() + static_cast<std::ptrdiff_t>(kAfterIhdr), chunk.begin(), chunk.end());
     return hr::kOk;
-}
-
-HResult EmbedIccInWebp(std::vector<u8>& webp, const std::vector<u8>& profile) {
-    if (profile.empty())
-        return hr::kInvalidArg;
-    WebpExtras extras;
-    extras.icc = profile;
-    return SetWebpExtras(webp, extras);
 }

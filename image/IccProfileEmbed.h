@@ -35,8 +35,3 @@ HResult EmbedIccInJpeg(std::vector<u8>& jpeg, const std::vector<u8>& profile);
 // profile is empty or does not fit (IccFitsPng), hr::kOutOfMemory when compressing fails; png is
 // unchanged then. Any thread.
 HResult EmbedIccInPng(std::vector<u8>& png, const std::vector<u8>& profile);
-
-// webp with the profile in an ICCP chunk and no other extra (SetWebpExtras, image/WebpChunks.h).
-// Returns 0, or hr::kInvalidArg when the profile is empty or webp is not a file that
-// SetWebpExtras reads; webp is unchanged then. Any thread.
-HResult EmbedIccInWebp(std::vector<u8>& webp, const std::vector<u8>& profile);

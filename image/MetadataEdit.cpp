@@ -102,7 +102,7 @@ private:
 
 } // namespace
 
-bool EditExif(std::vector<u8>& tiff, bool dropLocation) {
+bool EditExif(std::vector<u8>& tiff, bool dropLocation, bool upright) {
     std::vector<u8> edited = tiff;
     CTiff t(edited);
     if (!t.Open())
@@ -114,8 +114,14 @@ bool EditExif(std::vector<u8>& tiff, bool dropLocation) {
     for (size_t i = 0; i < count; ++i) {
         const size_t entry = first + 2 + i * kEntryBytes;
         const u32 tag = t.Read16(entry);
-        if (tag == kOrientationTag && t.Read16(entry + 2) == 3)
-            t.Write16(entry + 8, 1);
+        if (upright && tag == kOrientationTag) {
+            // SHORT as the standard says; some cameras write a LONG or a signed type.
+            const u32 type = t.Read16(entry + 2);
+            if (type == 3 || type == 8)
+                t.Write16(entry + 8, 1);
+            else if (type == 4 || type == 9)
+                t.Write32(entry + 8, 1);
+        }
         if (tag != kGpsTag || !dropLocation)
             continue;
         if (!t.Wipe(t.Read32(entry + 8)))
@@ -140,13 +146,15 @@ bool EditExif(std::vector<u8>& tiff, bool dropLocation) {
     return true;
 }
 
-void EditXmp(std::string& xmp, bool dropLocation) {
+void EditXmp(std::string& xmp, bool dropLocation, bool upright) {
     // The value of tiff:Orientation, as an attribute or as an element.
     static const std::regex attributeOrientation(R"re((tiff:Orientation\s*=\s*["'])\d+(["']))re");
     static const std::regex elementOrientation(
         R"((<tiff:Orientation>)\s*\d+\s*(</tiff:Orientation>))");
-    xmp = std::regex_replace(xmp, attributeOrientation, "$011$02");
-    xmp = std::regex_replace(xmp, elementOrientation, "$011$02");
+    if (upright) {
+        xmp = std::regex_replace(xmp, attributeOrientation, "$011$02");
+        xmp = std::regex_replace(xmp, elementOrientation, "$011$02");
+    }
     if (!dropLocation)
         return;
     const std::string names = R"((exif:GPS\w*|photoshop:(?:City|State|Country)|)"

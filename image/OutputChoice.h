@@ -6,6 +6,14 @@
 #include "foundation/Types.h"
 #include "image/SaveType.h"
 
+// What an output keeps of its source's metadata besides the colour profile, as the settings
+// store it (CSetting::metadata).
+namespace metadatakept {
+constexpr u32 kNone = 0;            // nothing: the default, right for the web
+constexpr u32 kWithoutLocation = 1; // EXIF and XMP without GPS and location, without thumbnail
+constexpr u32 kAll = 2;             // EXIF and XMP, without thumbnail
+} // namespace metadatakept
+
 // The formats that a conversion writes.
 enum class OutputFormat {
     kPng,  // 8-bit RGBA
@@ -24,6 +32,9 @@ struct OutputChoice {
     // The picture is written as its orientation tag says it is meant to be seen, and the shrink,
     // the corners and the edges are those of that upright picture; otherwise as it is stored.
     bool upright = true;
+    u32 metadata = metadatakept::kNone; // a value of metadatakept::
+    // The output file takes the source's modification time.
+    bool keepDate = false;
     bool operator==(const OutputChoice&) const = default;
 
     bool Jpeg() const { return format == OutputFormat::kJpeg; }

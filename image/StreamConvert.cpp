@@ -16,6 +16,7 @@
 #include "image/Draw.h"
 #include "image/EdgePlan.h"
 #include "image/Loaders.h"
+#include "image/MetadataEdit.h"
 #include "image/Orientation.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
@@ -225,6 +226,21 @@ void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResu
     failure.code = code;
 }
 
+// What the output keeps of the source's EXIF and XMP: nothing, unless the output asks for it; a
+// picture written upright says so. An EXIF block that cannot be edited is left out.
+OutputMetadata KeptMetadata(const CDecodeStream& stream, const OutputChoice& output) {
+    OutputMetadata kept;
+    if (output.metadata == metadatakept::kNone)
+        return kept;
+    stream.Metadata(kept.exif, kept.xmp);
+    const bool dropLocation = output.metadata == metadatakept::kWithoutLocation;
+    const bool upright = output.upright || stream.Orientation() == orientation::kStored;
+    if (!kept.exif.empty() && !EditExif(kept.exif, dropLocation, upright))
+        kept.exif.clear();
+    EditXmp(kept.xmp, dropLocation, upright);
+    return kept;
+}
+
 // The shrunk pixels turned upright. A turn that reads the rows in another order holds the shrunk
 // picture in memory; a mirror left to right works row by row. What is held, with what the encoder
 // holds (`encoderHeld`), counts against the memory budget beside the decoder's own needs.
@@ -311,7 +327,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
     const CEdgeJob& watched = *job;
     VImage finished = ApplyEdges(pixels, job.release());
 
-    code = EncodeRows(finished, output, profile, out);
+    code = EncodeRows(finished, output, profile, KeptMetadata(stream, output), out);
     // A damaged source shows while its rows are read, that is, while the encoder runs.
     // Memory that ran out while the rows were decoded is reported as such.
     if (watched.sourceFailed || stream.Damaged()) {

@@ -7,6 +7,7 @@
 #include "image/AvifEncoder.h"
 #include "image/IccProfileEmbed.h"
 #include "image/Loaders.h"
+#include "image/MetadataEmbed.h"
 #include "image/ProfiledEncode.h"
 #include "image/SaveType.h"
 #include "image/VipsStart.h"
@@ -119,17 +120,27 @@ u64 EncoderHeldBytes(const OutputChoice& output, Size size) {
 }
 
 HResult EncodeRows(const VImage& pixels, const OutputChoice& output, const std::vector<u8>& profile,
-                   std::vector<u8>& out) {
+                   const OutputMetadata& metadata, std::vector<u8>& out) {
+    HResult code = hr::kOk;
     switch (output.format) {
-    case OutputFormat::kJpeg:
-        return EncodeJpegRows(pixels, output.quality, profile, out);
     case OutputFormat::kWebp:
-        return EncodeWebpRows(pixels, output.quality, profile, out);
+        return EncodeWebpRows(pixels, output.quality, profile, metadata, out);
     case OutputFormat::kAvif:
-        return EncodeAvif(pixels, output.quality, profile, out);
+        return EncodeAvif(pixels, output.quality, profile, metadata, out);
+    case OutputFormat::kJpeg:
+        code = EncodeJpegRows(pixels, output.quality, profile, out);
+        if (Succeeded(code) && !metadata.Empty())
+            code = EmbedMetadataInJpeg(out, metadata);
+        break;
     default:
-        return EncodePngRows(pixels, profile, out);
+        code = EncodePngRows(pixels, profile, out);
+        if (Succeeded(code) && !metadata.Empty())
+            code = EmbedMetadataInPng(out, metadata);
+        break;
     }
+    if (Failed(code))
+        out.clear();
+    return code;
 }
 
 HResult EncodeJpegRows(const VImage& rgb, u32 quality, const std::vector<u8>& profile,
@@ -163,26 +174,23 @@ HResult EncodePngRows(const VImage& rgba, const std::vector<u8>& profile, std::v
 }
 
 HResult EncodeWebpRows(const VImage& pixels, u32 quality, const std::vector<u8>& profile,
-                       std::vector<u8>& out) {
+                       const OutputMetadata& metadata, std::vector<u8>& out) {
     out.clear();
     if (pixels.width() > kLargestWebpSide || pixels.height() > kLargestWebpSide)
         return hr::kTooLargeForWebp;
     const int q = LibvipsQuality(quality);
-    const auto encode = [&](const VImage& image) {
-        return Encode(out, [&](vips::VTarget target) {
-            Tagged(image).webpsave_target(target,
-                                          VImage::option()->set("Q", q)->set("strip", true));
-        });
-    };
-    // libvips' WebP saver writes an EXIF chunk of its own even when told to strip: the file
-    // keeps no extra but the profile.
-    const auto bare = [&](const VImage& image) {
-        const HResult code = encode(image);
-        if (Succeeded(code) && Failed(SetWebpExtras(out, {}))) {
-            out.clear();
-            return hr::kFail;
-        }
+    const HResult code = Encode(out, [&](vips::VTarget target) {
+        Tagged(pixels).webpsave_target(target, VImage::option()->set("Q", q)->set("strip", true));
+    });
+    if (Failed(code))
         return code;
-    };
-    return EncodeUnderProfile(pixels, profile, true, bare, EmbedIccInWebp, out);
+    // libvips' WebP saver writes an EXIF chunk of its own even when told to strip: the file keeps
+    // the profile (a WebP has room for any) and the metadata given, and nothing else.
+    const WebpExtras extras{profile, metadata.exif,
+                            std::vector<u8>(metadata.xmp.begin(), metadata.xmp.end())};
+    if (Failed(SetWebpExtras(out, extras))) {
+        out.clear();
+        return hr::kFail;
+    }
+    return hr::kOk;
 }

@@ -8,6 +8,7 @@
 #include <vips/vips8>
 
 #include "foundation/Types.h"
+#include "image/MetadataEmbed.h"
 #include "image/OutputChoice.h"
 
 // The bytes that the encoder of the output's format holds for a picture of `size` besides the rows
@@ -15,9 +16,11 @@
 // own planes for WebP and AVIF.
 u64 EncoderHeldBytes(const OutputChoice& output, Size size);
 
-// The encoder of the output's format with its quality, as the functions below write.
+// The encoder of the output's format with its quality, as the functions below write, with the
+// metadata given (none for an empty one).
 HResult EncodeRows(const vips::VImage& pixels, const OutputChoice& output,
-                   const std::vector<u8>& profile, std::vector<u8>& out);
+                   const std::vector<u8>& profile, const OutputMetadata& metadata,
+                   std::vector<u8>& out);
 
 // A baseline JPEG of the given quality (0 is taken as 1, anything above 100 as 100) from three
 // 8-bit bands, red, green, blue; colour only, no metadata but the ICC profile of the bands'
@@ -37,7 +40,8 @@ HResult EncodePngRows(const vips::VImage& rgba, const std::vector<u8>& profile,
                       std::vector<u8>& out);
 
 // A lossy WebP of the quality (as EncodeJpegRows takes it) from three 8-bit bands or four, the
-// fourth alpha, with no metadata but the profile (in an ICCP chunk) and the pixels worked out
-// whole. hr::kTooLargeForWebp for a side longer than 16383 pixels; other codes as EncodeJpegRows.
+// fourth alpha, with no metadata but the profile (in an ICCP chunk) and the metadata given, the
+// pixels worked out whole. hr::kTooLargeForWebp for a side longer than 16383 pixels; other codes as
+// EncodeJpegRows.
 HResult EncodeWebpRows(const vips::VImage& pixels, u32 quality, const std::vector<u8>& profile,
-                       std::vector<u8>& out);
+                       const OutputMetadata& metadata, std::vector<u8>& out);

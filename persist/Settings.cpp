@@ -178,11 +178,17 @@ bool LoadSetting(CSetting& settings, const CRegKey& root) {
     u32 maxMemoryMb = 0;
     if (ReadDwordValue(setting, L"MaxMemory", maxMemoryMb) && maxMemoryMb != 0)
         settings.maxMemoryMb = maxMemoryMb;
-    // Stores from before the choice of orientation lack it; only 0 (upright) and 1 (as stored)
-    // are taken.
+    // Stores from before the choices of orientation, metadata and dates lack them; only the
+    // values that they define are taken.
     u32 keepOrientation = 0;
     if (ReadDwordValue(setting, L"KeepOrientation", keepOrientation) && keepOrientation <= 1)
         settings.keepStoredOrientation = keepOrientation == 1;
+    u32 metadata = 0;
+    if (ReadDwordValue(setting, L"Metadata", metadata) && metadata <= metadatakept::kAll)
+        settings.metadata = metadata;
+    u32 keepDates = 0;
+    if (ReadDwordValue(setting, L"KeepDates", keepDates) && keepDates <= 1)
+        settings.keepDates = keepDates == 1;
     return ok;
 }
 
@@ -205,6 +211,8 @@ bool SaveSetting(const CSetting& settings, const CRegKey& root) {
     ok &= WriteDwordValue(setting, L"MaxPixels", settings.maxPixels) == 0;
     ok &= WriteDwordValue(setting, L"MaxMemory", settings.maxMemoryMb) == 0;
     ok &= WriteDwordValue(setting, L"KeepOrientation", settings.keepStoredOrientation ? 1 : 0) == 0;
+    ok &= WriteDwordValue(setting, L"Metadata", settings.metadata) == 0;
+    ok &= WriteDwordValue(setting, L"KeepDates", settings.keepDates ? 1 : 0) == 0;
     ok &= batch.Commit() == 0;
     return ok;
 }
