@@ -1,11 +1,18 @@
-// Tests of the metadata edits: the orientation set to 1, the thumbnail and, when asked, every byte
-// of the location gone, in EXIF of either byte order and in XMP's two forms of a property.
+// Tests of the metadata that outputs keep: the orientation set to 1, the thumbnail and, when asked,
+// every byte of the location gone, in EXIF of either byte order and in XMP's two forms of a
+// property, and what each format's output carries for each choice.
 #include "image/MetadataEdit.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
+
+#include <vips/vips8>
+
+#include "image/AvifEncoder.h"
+#include "image/StreamConvert.h"
+#include "image/VipsStart.h"
 
 namespace {
 
@@ -114,6 +121,54 @@ TEST(MetadataEdit, XmpLosesItsLocationInEitherFormAndTurnsUpright) {
     std::string element = "<tiff:Orientation> 8 </tiff:Orientation>";
     EditXmp(element, false);
     EXPECT_EQ(element, "<tiff:Orientation>1</tiff:Orientation>");
+}
+
+TEST(MetadataEdit, EachFormatCarriesWhatTheChoiceKeeps) {
+    ASSERT_TRUE(EnsureHeifLoader());
+    std::vector<u8> exif = {'E', 'x', 'i', 'f', 0, 0};
+    const std::vector<u8> block = ExifBlock(true).bytes;
+    exif.insert(exif.end(), block.begin(), block.end());
+    const std::string xmp =
+        R"(<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF><rdf:Description )"
+        R"(exif:GPSLatitude="35,41.1N" dc:format="image/jpeg"/></rdf:RDF></x:xmpmeta>)";
+    vips::VImage picture = vips::VImage::black(32, 24, vips::VImage::option()->set("bands", 3));
+    vips_image_set_blob_copy(picture.get_image(), VIPS_META_EXIF_NAME, exif.data(), exif.size());
+    vips_image_set_blob_copy(picture.get_image(), VIPS_META_XMP_NAME, xmp.data(), xmp.size());
+    void* bytes = nullptr;
+    size_t size = 0;
+    picture.cast(VIPS_FORMAT_UCHAR).write_to_buffer(".jpg", &bytes, &size);
+    const std::vector<u8> source(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
+    g_free(bytes);
+    for (OutputFormat format :
+         {OutputFormat::kJpeg, OutputFormat::kPng, OutputFormat::kWebp, OutputFormat::kAvif}) {
+        if (format == OutputFormat::kAvif && !CanWriteAvif())
+            continue;
+        for (u32 kept : {metadatakept::kNone, metadatakept::kWithoutLocation, metadatakept::kAll}) {
+            const OutputChoice output{.format = format, .metadata = kept};
+            std::vector<u8> out;
+            StreamFailure failure;
+            ASSERT_EQ(ConvertStream(source.data(), source.size(), {}, {},
+                                    {.corners = 0, .edges = 0}, output, {}, out, failure),
+                      hr::kOk);
+            const vips::VImage written = vips::VImage::new_from_buffer(out.data(), out.size(), "");
+            const std::string label =
+                std::to_string(static_cast<int>(format)) + " keeps " + std::to_string(kept);
+            auto has = [&](const char* field) { return written.get_typeof(field) != 0; };
+            EXPECT_EQ(has("exif-ifd0-Make"), kept != metadatakept::kNone) << label;
+            EXPECT_EQ(has("exif-ifd3-GPSLatitude"), kept == metadatakept::kAll) << label;
+            EXPECT_FALSE(has("exif-ifd1-JPEGInterchangeFormat")) << label;
+            std::string readXmp;
+            if (has(VIPS_META_XMP_NAME)) {
+                size_t length = 0;
+                const void* data = written.get_blob(VIPS_META_XMP_NAME, &length);
+                readXmp.assign(static_cast<const char*>(data), length);
+            }
+            EXPECT_EQ(readXmp.find("dc:format") != std::string::npos, kept != metadatakept::kNone)
+                << label;
+            EXPECT_EQ(readXmp.find("GPS") != std::string::npos, kept == metadatakept::kAll)
+                << label;
+        }
+    }
 }
 
 } // namespace
