@@ -45,7 +45,7 @@ double Streamed(const std::string& input, const std::filesystem::path& output, i
     boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
     task->Init(WideFromUtf8(input), WideFromUtf8(output.string()), nullptr);
     task->SetShrink(Fit(box));
-    task->SetOutput(OutputChoice{.format = OutputFormat::kJpeg, .jpegQuality = 80});
+    task->SetOutput(OutputChoice{.format = OutputFormat::kJpeg, .quality = 80});
     task->replaceExisting = true;
     task->keeps = lvx::TaskKeeps::kPreview;
     const auto start = std::chrono::steady_clock::now();
@@ -57,7 +57,7 @@ double Streamed(const std::string& input, const std::filesystem::path& output, i
 }
 
 double Whole(const std::string& input, const std::filesystem::path& output, i32 box) {
-    const OutputChoice jpeg{.format = OutputFormat::kJpeg, .jpegQuality = 80};
+    const OutputChoice jpeg{.format = OutputFormat::kJpeg, .quality = 80};
     const auto start = std::chrono::steady_clock::now();
     CDibPtr source;
     std::vector<u8> bytes;
