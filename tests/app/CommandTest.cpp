@@ -124,13 +124,6 @@ TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
     CScriptedCommand passing(&msg, [](bool) {});
     EXPECT_TRUE(passing.CanExecute());
 
-    // A bare command runs as a no-op.
-    CCommand bare(&msg);
-    EXPECT_TRUE(bare.CanExecute());
-    bare.Execute(true, true);
-    bare.ExecuteQuietly();
-    EXPECT_TRUE(msg.boxes.empty());
-
     // ExecuteQuietly runs the act and drops its failure (the texts of foreign exceptions are the
     // guarded call's test).
     CScriptedCommand quiet(&msg, [](bool) { throw std::runtime_error("disk on fire"); });
