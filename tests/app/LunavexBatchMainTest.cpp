@@ -147,10 +147,8 @@ TEST_F(LunavexBatchMainTest, SignalsAndAClosedOutputStopBetweenFilesAndListEvery
     EXPECT_EQ(FileNames(dir / "round"), std::vector<std::string>{"f00.png"});
 }
 
-// A store that cannot be used is never waited on and leaves the run going with the defaults, one
-// line on standard error saying why: damaged (here too deep to read under a memory limit, which
-// once exhausted memory) and far too large (refused on its size) it is kept aside, and a link to a
-// pipe is left unread. RegistryFileTest pins the line of every other kind of unusable store.
+// A store that cannot be used (too deep to read under a memory limit, 2 GiB, a link to a pipe) is
+// never waited on: the run goes on with the defaults, a file is kept aside, one line says why.
 TEST_F(LunavexBatchMainTest, AnUnusableStoreIsSaidOnStandardErrorAndKeptAsideWhenItIsAFile) {
     LVX_SKIP_UNDER_ADDRESS_LIMIT();
     const auto store = folder / "Lunavex32.reg";

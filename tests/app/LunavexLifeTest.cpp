@@ -171,20 +171,6 @@ TEST_F(LunavexLifeTest, TheSettingsAreReadAtTheStartAndSavedOnEveryWayOut) {
     EXPECT_EQ(XdgSandbox::ReadUtf16File(LogFile()), line + L"\r\n");
 }
 
-TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
-    QProcessEnvironment env = Environment(false);
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":9873"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    const Ran ran = RunProgram(env); // not ended by a signal: not an abort
-    EXPECT_EQ(ran.code, 2);
-    EXPECT_EQ(
-        ran.err,
-        QStringLiteral("lunavex: ディスプレイに接続できないため起動できません (DISPLAY=:9873)\n"));
-    EXPECT_TRUE(ran.out.isEmpty());
-    EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
-}
-
 // Both programs convert files named on the command line alike, every byte of the name left to the
 // kernel: a path of over 300 characters, "lnk/.." (the parent of the link's target) and a
 // name that is not UTF-8.
@@ -233,8 +219,8 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option
-// of Qt's own, is refused before any window opens.
-TEST_F(LunavexLifeTest, OptionsAnswerWithoutAWindow) {
+// of Qt's own, is refused before any window opens; without a display one line says so.
+TEST_F(LunavexLifeTest, OptionsAndAMissingDisplayAnswerWithoutAWindow) {
     const Ran version = RunProgram(Environment(false), {QStringLiteral("--version")});
     EXPECT_EQ(version.code, 0);
     EXPECT_TRUE(version.out.startsWith(QStringLiteral("lunavex ")));
@@ -247,6 +233,17 @@ TEST_F(LunavexLifeTest, OptionsAnswerWithoutAWindow) {
     EXPECT_EQ(wrong.code, 2);
     EXPECT_TRUE(wrong.out.isEmpty());
     EXPECT_EQ(wrong.err, QStringLiteral("不明なオプションです: -platform\n\n") + help.out);
+
+    QProcessEnvironment env = Environment(false);
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":9873"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    const Ran ran = RunProgram(env); // not ended by a signal: not an abort
+    EXPECT_EQ(ran.code, 2);
+    EXPECT_EQ(
+        ran.err,
+        QStringLiteral("lunavex: ディスプレイに接続できないため起動できません (DISPLAY=:9873)\n"));
+    EXPECT_TRUE(ran.out.isEmpty());
     EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
 }
 
