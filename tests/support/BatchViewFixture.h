@@ -55,18 +55,14 @@ protected:
         sandbox_.reset();
     }
 
-    static QList<QUrl> Urls(const std::vector<std::filesystem::path>& files) {
-        QList<QUrl> urls;
-        for (const auto& file : files)
-            urls << QUrl::fromLocalFile(QString::fromStdString(file.string()));
-        return urls;
-    }
-
     // The items of a drag of files taken by the drop command, which then runs as the frame runs
     // it on command 140.
     void Drop(const std::vector<std::filesystem::path>& files) {
+        QList<QUrl> urls;
+        for (const auto& file : files)
+            urls << QUrl::fromLocalFile(QString::fromStdString(file.string()));
         QMimeData data;
-        data.setUrls(Urls(files));
+        data.setUrls(urls);
         Drop(data);
     }
 
