@@ -118,9 +118,8 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndAnOverwriteNeedsConsentAndAWor
     EXPECT_EQ(ReadText(dir / "out" / "b.png").substr(1, 3), "PNG");
 }
 
-// A drag as the platform delivers it: enter, then drop, both to the window's QWindow, which
-// hands them to the widget under the point that takes drops. Returns whether the enter and the
-// drop were taken, and the action of the drop.
+// A drag as the platform delivers it, enter then drop to the window's QWindow, which hands them to
+// the widget under the point; whether the enter and the drop were taken, and the drop's action.
 struct DragAnswer {
     bool entered = false;
     bool dropped = false;

@@ -1,6 +1,5 @@
-// Tests of the batch tick: what it shows of the files that came, the progress, and how it ends
-// the batch as the view's runner ends, by Stop, a failure or a worker that ends early, and the
-// close of the frame during a batch.
+// Tests of the batch tick: what it shows of the files that came, the progress, the ends of a batch
+// by Stop, a failure or a worker that ends early, and the close of the frame during a batch.
 #include "app/CommandTimer.h"
 
 #include <chrono>

@@ -172,8 +172,7 @@ TEST_F(LunavexLifeTest, TheSettingsAreReadAtTheStartAndSavedOnEveryWayOut) {
 }
 
 // Both programs convert files named on the command line alike, every byte of the name left to the
-// kernel: a path of over 300 characters, "lnk/.." (the parent of the link's target) and a
-// name that is not UTF-8.
+// kernel: a path of over 300 characters, "lnk/.." (the link target's parent), a name not UTF-8.
 TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     using namespace std::string_literals;
     std::string deep;
