@@ -74,26 +74,13 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(t.shrink.shrinkHeight, 640);
     EXPECT_EQ(t.saveType, 2u);
 
-    for (const char* bad : {"--quality=101",
-                            "--radius=-1",
-                            "--radius=.5",
-                            "--corners=top",
-                            "--background=FFF",
-                            "--format=gif",
-                            "--shrink=0",
-                            "--frobnicate",
-                            "-x",
-                            "--quality",
-                            "--jobs=0",
-                            "--jobs=1.5",
-                            "--jobs=all",
-                            "--jobs=257",
-                            "--subfolder=../up",
-                            "--max-memory=0",
-                            "--max-pixels=0",
-                            "--max-pixels=1.5",
-                            "--max-pixels=many",
-                            "--max-pixels=4294967296",
+    for (const char* bad : {"--quality=101",     "--radius=-1",       "--radius=.5",
+                            "--corners=top",     "--background=FFF",  "--format=gif",
+                            "--shrink=0",        "--frobnicate",      "-x",
+                            "--quality",         "--jobs=0",          "--jobs=1.5",
+                            "--jobs=all",        "--jobs=257",        "--subfolder=",
+                            "--subfolder=../up", "--max-memory=0",    "--max-pixels=0",
+                            "--max-pixels=1.5",  "--max-pixels=many", "--max-pixels=4294967296",
                             "--max-pixels=-5"}) {
         lvx::BatchOptions options;
         std::wstring error;
