@@ -1,6 +1,5 @@
 // Tests of the batch runner with real files: the order of a run, its stops, its counts, the retry
-// of a file alone, its workers and their priority, synchronised by the tasks' clients, never by
-// time.
+// of a file alone, its workers and their priority, synchronised by the tasks' clients.
 #include "batch/BatchRunner.h"
 
 #include <gtest/gtest.h>
@@ -93,6 +92,12 @@ protected:
         return files;
     }
 
+    // The options of lunavex-batch's runs: a memory budget, and a thrown failure fails its file.
+    static lvx::BatchRunOptions InOrder(u32 jobs) {
+        return {
+            .jobs = jobs, .memoryBudget = u64{1} << 30, .thrown = lvx::ThrownFailure::kFailsFile};
+    }
+
     static std::string Name(const lvx::TaskPtr& task) {
         return task ? fs::path(task->outputFile).filename().string() : "";
     }
@@ -126,14 +131,10 @@ TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEn
         fs::remove_all(dir);
         fs::create_directories(dir);
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = c.jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
         client.stopAfter = c.stopAfter;
         client.refuseAt = c.refuseAt;
-        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), options, client), c.end) << label;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end) << label;
         std::vector<std::string> expected;
         for (size_t i = 0; i < c.written; ++i)
             expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
@@ -177,12 +178,8 @@ TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAl
             return true;
         };
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
-        const BatchEnd end = runner.RunInOrder(tasks, options, client);
+        const BatchEnd end = runner.RunInOrder(tasks, InOrder(jobs), client);
         if (jobs == 1) {
             EXPECT_EQ(end, BatchEnd::kFailed);
             EXPECT_EQ(calls.size(), 1u);

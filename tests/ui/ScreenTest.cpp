@@ -1,5 +1,4 @@
-// Tests of the drawing surface: images drawn with scaling and alpha,
-// copies, blends and fills between surfaces with their own origins.
+// Tests of the drawing surface: images drawn with scaling and alpha, copies, blends and fills.
 #include "ui/Screen.h"
 
 #include <cstring>
