@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -13,8 +14,6 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
-
-#include <vips/vips.h>
 
 #include "batch/BatchPlan.h"
 #include "batch/Setting.h"
@@ -297,36 +296,30 @@ std::vector<int> VipsWorkerPolicies() {
     return policies;
 }
 
-// A thread that libvips' own thread maker starts, on the calling thread's policy, under the name
-// of the pool's workers; it waits until the object goes. libvips' pool only grows when its load
-// asks for it, and a worker that an earlier test of the process has put at idle priority stays
-// there: this one stands for a worker that the main thread has made.
+// A thread under the name of libvips' pool workers, on the calling thread's policy, that waits
+// until the object goes. The pool only grows when its load asks for it, and a worker that an
+// earlier test of the process has put at idle priority stays there: this one stands for a worker
+// that the main thread has made.
 class CMainThreadVipsWorker {
 public:
     CMainThreadVipsWorker() {
-        release_ = released_.get_future().share();
-        thread_ = vips_g_thread_new(kVipsWorkerThreadName, &CMainThreadVipsWorker::Park, this);
+        thread_ = std::thread([this, release = released_.get_future()] {
+            ::pthread_setname_np(::pthread_self(), kVipsWorkerThreadName);
+            started_.set_value(::gettid());
+            release.wait();
+        });
         tid_ = started_.get_future().get();
     }
     ~CMainThreadVipsWorker() {
         released_.set_value();
-        g_thread_join(thread_);
+        thread_.join();
     }
     pid_t Tid() const { return tid_; }
 
 private:
-    static gpointer Park(gpointer self) {
-        auto* worker = static_cast<CMainThreadVipsWorker*>(self);
-        std::shared_future<void> release = worker->release_;
-        worker->started_.set_value(::gettid());
-        release.wait();
-        return nullptr;
-    }
-
     std::promise<pid_t> started_;
     std::promise<void> released_;
-    std::shared_future<void> release_;
-    GThread* thread_ = nullptr;
+    std::thread thread_;
     pid_t tid_ = 0;
 };
 
