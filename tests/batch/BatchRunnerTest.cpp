@@ -1,10 +1,10 @@
 // Tests of the batch runner with real files: the order of a run, its stops, its counts, the retry
-// of a file alone, its workers and their priority, synchronised by the tasks' clients, never by
-// time.
+// of a file alone, its workers and their priority, synchronised by the tasks' clients.
 #include "batch/BatchRunner.h"
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -14,8 +14,6 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
-
-#include <vips/vips.h>
 
 #include "batch/BatchPlan.h"
 #include "batch/Setting.h"
@@ -93,6 +91,12 @@ protected:
         return files;
     }
 
+    // The options of lunavex-batch's runs: a memory budget, and a thrown failure fails its file.
+    static lvx::BatchRunOptions InOrder(u32 jobs) {
+        return {
+            .jobs = jobs, .memoryBudget = u64{1} << 30, .thrown = lvx::ThrownFailure::kFailsFile};
+    }
+
     static std::string Name(const lvx::TaskPtr& task) {
         return task ? fs::path(task->outputFile).filename().string() : "";
     }
@@ -126,14 +130,10 @@ TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEn
         fs::remove_all(dir);
         fs::create_directories(dir);
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = c.jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
         client.stopAfter = c.stopAfter;
         client.refuseAt = c.refuseAt;
-        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), options, client), c.end) << label;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end) << label;
         std::vector<std::string> expected;
         for (size_t i = 0; i < c.written; ++i)
             expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
@@ -177,12 +177,8 @@ TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAl
             return true;
         };
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
-        const BatchEnd end = runner.RunInOrder(tasks, options, client);
+        const BatchEnd end = runner.RunInOrder(tasks, InOrder(jobs), client);
         if (jobs == 1) {
             EXPECT_EQ(end, BatchEnd::kFailed);
             EXPECT_EQ(calls.size(), 1u);
@@ -300,36 +296,30 @@ std::vector<int> VipsWorkerPolicies() {
     return policies;
 }
 
-// A thread that libvips' own thread maker starts, on the calling thread's policy, under the name
-// of the pool's workers; it waits until the object goes. libvips' pool only grows when its load
-// asks for it, and a worker that an earlier test of the process has put at idle priority stays
-// there: this one stands for a worker that the main thread has made.
+// A thread under the name of libvips' pool workers, on the calling thread's policy, that waits
+// until the object goes. The pool only grows when its load asks for it, and a worker that an
+// earlier test of the process has put at idle priority stays there: this one stands for a worker
+// that the main thread has made.
 class CMainThreadVipsWorker {
 public:
     CMainThreadVipsWorker() {
-        release_ = released_.get_future().share();
-        thread_ = vips_g_thread_new(kVipsWorkerThreadName, &CMainThreadVipsWorker::Park, this);
+        thread_ = std::thread([this, release = released_.get_future()] {
+            ::pthread_setname_np(::pthread_self(), kVipsWorkerThreadName);
+            started_.set_value(::gettid());
+            release.wait();
+        });
         tid_ = started_.get_future().get();
     }
     ~CMainThreadVipsWorker() {
         released_.set_value();
-        g_thread_join(thread_);
+        thread_.join();
     }
     pid_t Tid() const { return tid_; }
 
 private:
-    static gpointer Park(gpointer self) {
-        auto* worker = static_cast<CMainThreadVipsWorker*>(self);
-        std::shared_future<void> release = worker->release_;
-        worker->started_.set_value(::gettid());
-        release.wait();
-        return nullptr;
-    }
-
     std::promise<pid_t> started_;
     std::promise<void> released_;
-    std::shared_future<void> release_;
-    GThread* thread_ = nullptr;
+    std::thread thread_;
     pid_t tid_ = 0;
 };
 

@@ -1,5 +1,4 @@
-// Tests of the drawing surface: images drawn with scaling and alpha,
-// copies, blends and fills between surfaces with their own origins.
+// Tests of the drawing surface: images drawn with scaling and alpha, copies, blends and fills.
 #include "ui/Screen.h"
 
 #include <cstring>
@@ -156,8 +155,7 @@ TEST(ScreenTest, DrawDibEdgeCases) {
 TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
     CDCScreen none;
     CDCScreen target;
-    ASSERT_EQ(target.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
-    target.FillRect(kWhite, Rect{0, 0, 20, 20});
+    ASSERT_TRUE(White(target, Rect{0, 0, 20, 20}));
     CDCScreen source;
     ASSERT_EQ(source.Create(target, Rect{5, 5, 15, 15}), hr::kOk);
     source.FillRect(0x00332211, Rect{5, 5, 15, 15});
@@ -176,8 +174,7 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
 
     // Red over white at constant 128: red stays 255, green and blue 255 * 127/255.
     CDCScreen blended;
-    ASSERT_EQ(blended.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
-    blended.FillRect(kWhite, Rect{0, 0, 20, 20});
+    ASSERT_TRUE(White(blended, Rect{0, 0, 20, 20}));
     ASSERT_TRUE(blended.BlendFrom(source, Rect{8, 8, 10, 10}, 128));
     EXPECT_TRUE(Shows(blended, {{8, 8, {127, 127, 255, 255}}, {9, 9, {127, 127, 255, 255}}}, 1));
     EXPECT_TRUE(Shows(blended, {{10, 10, kWhitePixel}, {7, 8, kWhitePixel}}));
