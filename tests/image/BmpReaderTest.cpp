@@ -23,15 +23,6 @@ HResult Read(const std::vector<u8>& file, CDibPtr& out, u64 maxPixels = kDefault
     return ReadBmp(file.data(), file.size(), maxPixels, out, declared);
 }
 
-// The pixels of a decoded image, rows from the top.
-std::vector<Bgra> Pixels(const CDib& dib) {
-    std::vector<Bgra> out;
-    for (i32 y = 0; y < dib.Height(); ++y)
-        for (i32 x = 0; x < dib.Width(); ++x)
-            out.push_back(PixelOf(dib, x, y));
-    return out;
-}
-
 // A file's parts in the order of its header fields, with the masks, palette and pixel data.
 BmpParts Parts(u32 headerSize, i32 width, i32 height, u16 bitCount, u32 compression, u32 colorsUsed,
                std::vector<u32> masks, std::vector<u8> palette, std::vector<u8> pixels) {
@@ -130,7 +121,7 @@ TEST(BmpReader, EveryFormDecodesToItsExactPixels) {
         CDibPtr dib;
         ASSERT_EQ(Read(MakeBmp(c.parts), dib), hr::kOk) << c.what;
         ASSERT_TRUE(dib) << c.what;
-        EXPECT_EQ(Pixels(*dib), c.pixels) << c.what;
+        EXPECT_EQ(PixelsOf(*dib), c.pixels) << c.what;
         EXPECT_GT(dib->Header()->biHeight, 0) << c.what;
         EXPECT_EQ(dib->GetSizeImage(), c.pixels.size() * 4) << c.what;
         EXPECT_EQ(dib->Header()->biXPelsPerMeter, 3780) << c.what;

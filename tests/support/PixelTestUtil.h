@@ -43,6 +43,15 @@ inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
     return {p[0], p[1], p[2], p[3]};
 }
 
+// The pixels of an image, rows from the top.
+inline std::vector<Bgra> PixelsOf(const CDib& dib) {
+    std::vector<Bgra> out;
+    for (i32 y = 0; y < dib.Height(); ++y)
+        for (i32 x = 0; x < dib.Width(); ++x)
+            out.push_back(PixelOf(dib, x, y));
+    return out;
+}
+
 inline u8 AlphaOf(const CDib& dib, i32 x, i32 y) {
     return dib.PixelAt(x, y)[3];
 }
