@@ -64,9 +64,8 @@ std::pair<int, double> Difference(const CDib& a, const CDib& b) {
 }
 
 TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 370, 0};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 55, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 370, 0},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 55, 0}};
     OutputChoice output{.backgroundColor = 0x00203040};
     // Larger than a kept corner, so that the corners are cut from the source; and small enough
     // to be kept whole.
@@ -95,9 +94,8 @@ TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
 }
 
 TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 30, 0}};
     const OutputChoice output;
     CDibPtr source = Picture(3000, 2000, false);
     CPreviewSource preview;
@@ -151,11 +149,10 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     std::vector<u8> firstWholeBytes;
     for (const auto& change : changes) {
         const Size fitted = Fitted(used, change.box > 0 ? Box(change.box) : ShrinkSettings());
-        RoundSettings round;
-        round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};
-        round.blurWidth = LengthValue{lengthunit::kPixels, 25, 0};
-        round.corners = change.corners;
-        round.edges = change.edges;
+        const RoundSettings round{.corners = change.corners,
+                                  .edges = change.edges,
+                                  .radius = LengthValue{lengthunit::kPixels, change.radius, 0},
+                                  .blurWidth = LengthValue{lengthunit::kPixels, 25, 0}};
         const OutputChoice output{.keepAlpha = change.transparent, .backgroundColor = 0x00102030};
         const u32 anchor = change.corners == 8 ? 4u : change.corners == 2 ? 2u : 1u;
         CPreviewSource fresh;
@@ -183,8 +180,7 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
 // profile, whichever way the preview was made, and a source without one renders without one.
 TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
     const std::vector<u8> profile = AdobeRgbProfile();
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     for (bool transparent : {false, true}) {
         const OutputChoice output{.keepAlpha = transparent};
         CDibPtr source = Picture(700, 500, transparent);
@@ -239,8 +235,7 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             std::copy_n("\xFF\x00\xFF\xFF", 4, source->PixelAt(x, y));
     std::vector<u8> jpeg;
     ASSERT_EQ(EncodeJpeg(*source, 90, jpeg), 0u);
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     const OutputChoice output;
     const StreamOptions options{.reduceWhileDecoding = true, .sourceRows = &halved};
     std::vector<u8> out;
