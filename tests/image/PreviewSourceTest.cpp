@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "image/Draw.h"
@@ -47,20 +46,6 @@ CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
     const i32 left = anchor == 3 || anchor == 4 ? whole.Width() - w : 0;
     const i32 top = anchor == 2 || anchor == 3 ? whole.Height() - h : 0;
     return MakeDib(w, h, [&](i32 x, i32 y) { return PixelOf(whole, left + x, top + y); });
-}
-
-// The largest difference of any channel, and the mean over all channels.
-std::pair<int, double> Difference(const CDib& a, const CDib& b) {
-    int largest = 0;
-    double sum = 0;
-    for (i32 y = 0; y < a.Height(); ++y)
-        for (i32 x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 4; ++c) {
-                const int d = std::abs(a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c]);
-                largest = std::max(largest, d);
-                sum += d;
-            }
-    return {largest, sum / (4.0 * a.Width() * a.Height())};
 }
 
 TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
@@ -112,11 +97,11 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
             CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
             ASSERT_EQ(corner->Width(), expected->Width());
             ASSERT_EQ(corner->Height(), expected->Height());
-            const auto [largest, mean] = Difference(*corner, *expected);
+            const PixelDifference d = DifferenceOf(*corner, *expected);
             // The sampling grid of a part lies within a quarter pixel of the whole image's; the
             // kept scales are box averages where the conversion resamples from the source.
-            EXPECT_LT(mean, 1.5) << box << " anchor " << anchor;
-            EXPECT_LE(largest, 64) << box << " anchor " << anchor;
+            EXPECT_LT(d.mean, 1.5) << box << " anchor " << anchor;
+            EXPECT_LE(d.largest, 64) << box << " anchor " << anchor;
         }
         // The whole pane: the result at the pane's size, against the result scaled to it; a
         // result smaller than the pane is made at its own size, which the pane then enlarges.
@@ -127,7 +112,7 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
         ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
                                    pane, interp::kHighQuality),
                   0u);
-        EXPECT_LT(Difference(*shown, scaled).second, 1.5) << box;
+        EXPECT_LT(DifferenceOf(*shown, scaled).mean, 1.5) << box;
     }
 }
 
@@ -267,8 +252,9 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             CDibPtr b = render(full, anchor);
             ASSERT_TRUE(a && b && a->Width() == b->Width() && a->Height() == b->Height());
             // Measured: means of at most 0.26 and no channel more than 5 levels apart.
-            const auto [largest, mean] = Difference(*a, *b);
-            EXPECT_TRUE(mean < 1.0 && largest <= 16) << box << " " << anchor << ": " << largest;
+            const PixelDifference d = DifferenceOf(*a, *b);
+            EXPECT_TRUE(d.mean < 1.0 && d.largest <= 16)
+                << box << " " << anchor << ": " << d.largest;
         }
         // The block's middle, (1848, 1368) of the source, in the bottom right corner pane.
         CDibPtr corner = render(halved, 3);
