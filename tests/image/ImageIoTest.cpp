@@ -42,14 +42,12 @@ TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
 
     CDibPtr dib;
     ASSERT_EQ(LoadPath(dib, path), hr::kOk);
-    ASSERT_TRUE(dib && IsDib32(*dib));
+    ASSERT_TRUE(dib && IsDib32(*dib)); // 32 bits, uncompressed
     const BitmapInfoHeader& h = *dib->Header();
     EXPECT_EQ(h.biSize, 40u);
     EXPECT_EQ(h.biWidth, 61);
     EXPECT_EQ(h.biHeight, 47); // bottom-up
     EXPECT_EQ(h.biPlanes, 1);
-    EXPECT_EQ(h.biBitCount, 32);
-    EXPECT_EQ(h.biCompression, 0u);
 
     const vips::VImage reference = vips::VImage::new_from_buffer(jpeg.data(), jpeg.size(), "");
     for (i32 y = 0; y < 47; ++y) {
