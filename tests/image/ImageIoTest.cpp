@@ -60,7 +60,7 @@ TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
 }
 
 // Straight alpha (colours under partial and zero alpha survive), palette transparency, grey and
-// 16 bits, to exact pixels; the content decides the format, not the name.
+// 16 bits, to exact pixels.
 TEST(ImageIo, EveryFormDecodesToItsExactPixels) {
     const std::vector<u8> palette = {255, 0, 0, 0, 255, 0, 0, 0, 255, 9, 9, 9};
     const std::vector<u8> levels = {0, 1, 77, 128, 200, 255};
@@ -105,8 +105,8 @@ TEST(ImageIo, EveryFormDecodesToItsExactPixels) {
     EXPECT_EQ(dib->Bits()[dib->Stride() + 2], 255);
 }
 
-// Empty, no image, cut in its rows, a damaged checksum; and 19.6 GB of 32-bit pixels, whatever
-// the pixel limit (the limit itself is CodecTest's).
+// Empty, no image, cut in its rows, a damaged checksum; and a header of 70000 x 70000, above the
+// pixel limit and, without it, 19.6 GB of 32-bit pixels.
 TEST(ImageIo, FilesThatCannotBeDecodedFail) {
     const std::string text = "just some words, not a picture\n";
     std::vector<u8> jpeg = EncodedWithVips(TestPictureRgb(200, 150), 200, 150, 3, ".jpg");
@@ -121,6 +121,10 @@ TEST(ImageIo, FilesThatCannotBeDecodedFail) {
     }
     const std::vector<u8> wide = MakePng(70000, 70000, 2, 8, {{0, 0, 0}});
     CDibPtr dib;
+    Size declared;
+    EXPECT_EQ(DecodeImage(wide.data(), wide.size(), dib, CDecodeLimits{}, &declared),
+              hr::kImageTooLarge);
+    EXPECT_EQ(declared, (Size{70000, 70000}));
     EXPECT_EQ(
         DecodeImage(wide.data(), wide.size(), dib, CDecodeLimits{UINT64_MAX, kDefaultMaxScans}),
         hr::kOutOfMemory);
