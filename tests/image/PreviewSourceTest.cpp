@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "image/Draw.h"
@@ -49,24 +48,9 @@ CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
     return MakeDib(w, h, [&](i32 x, i32 y) { return PixelOf(whole, left + x, top + y); });
 }
 
-// The largest difference of any channel, and the mean over all channels.
-std::pair<int, double> Difference(const CDib& a, const CDib& b) {
-    int largest = 0;
-    double sum = 0;
-    for (i32 y = 0; y < a.Height(); ++y)
-        for (i32 x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 4; ++c) {
-                const int d = std::abs(a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c]);
-                largest = std::max(largest, d);
-                sum += d;
-            }
-    return {largest, sum / (4.0 * a.Width() * a.Height())};
-}
-
 TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 370, 0};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 55, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 370, 0},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 55, 0}};
     OutputChoice output{.backgroundColor = 0x00203040};
     // Larger than a kept corner, so that the corners are cut from the source; and small enough
     // to be kept whole.
@@ -95,9 +79,8 @@ TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
 }
 
 TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 30, 0}};
     const OutputChoice output;
     CDibPtr source = Picture(3000, 2000, false);
     CPreviewSource preview;
@@ -114,11 +97,11 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
             CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
             ASSERT_EQ(corner->Width(), expected->Width());
             ASSERT_EQ(corner->Height(), expected->Height());
-            const auto [largest, mean] = Difference(*corner, *expected);
+            const PixelDifference d = DifferenceOf(*corner, *expected);
             // The sampling grid of a part lies within a quarter pixel of the whole image's; the
             // kept scales are box averages where the conversion resamples from the source.
-            EXPECT_LT(mean, 1.5) << box << " anchor " << anchor;
-            EXPECT_LE(largest, 64) << box << " anchor " << anchor;
+            EXPECT_LT(d.mean, 1.5) << box << " anchor " << anchor;
+            EXPECT_LE(d.largest, 64) << box << " anchor " << anchor;
         }
         // The whole pane: the result at the pane's size, against the result scaled to it; a
         // result smaller than the pane is made at its own size, which the pane then enlarges.
@@ -129,7 +112,7 @@ TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
         ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
                                    pane, interp::kHighQuality),
                   0u);
-        EXPECT_LT(Difference(*shown, scaled).second, 1.5) << box;
+        EXPECT_LT(DifferenceOf(*shown, scaled).mean, 1.5) << box;
     }
 }
 
@@ -151,11 +134,10 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     std::vector<u8> firstWholeBytes;
     for (const auto& change : changes) {
         const Size fitted = Fitted(used, change.box > 0 ? Box(change.box) : ShrinkSettings());
-        RoundSettings round;
-        round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};
-        round.blurWidth = LengthValue{lengthunit::kPixels, 25, 0};
-        round.corners = change.corners;
-        round.edges = change.edges;
+        const RoundSettings round{.corners = change.corners,
+                                  .edges = change.edges,
+                                  .radius = LengthValue{lengthunit::kPixels, change.radius, 0},
+                                  .blurWidth = LengthValue{lengthunit::kPixels, 25, 0}};
         const OutputChoice output{.keepAlpha = change.transparent, .backgroundColor = 0x00102030};
         const u32 anchor = change.corners == 8 ? 4u : change.corners == 2 ? 2u : 1u;
         CPreviewSource fresh;
@@ -183,8 +165,7 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
 // profile, whichever way the preview was made, and a source without one renders without one.
 TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
     const std::vector<u8> profile = AdobeRgbProfile();
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     for (bool transparent : {false, true}) {
         const OutputChoice output{.keepAlpha = transparent};
         CDibPtr source = Picture(700, 500, transparent);
@@ -239,8 +220,7 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             std::copy_n("\xFF\x00\xFF\xFF", 4, source->PixelAt(x, y));
     std::vector<u8> jpeg;
     ASSERT_EQ(EncodeJpeg(*source, 90, jpeg), 0u);
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     const OutputChoice output;
     const StreamOptions options{.reduceWhileDecoding = true, .sourceRows = &halved};
     std::vector<u8> out;
@@ -272,8 +252,9 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             CDibPtr b = render(full, anchor);
             ASSERT_TRUE(a && b && a->Width() == b->Width() && a->Height() == b->Height());
             // Measured: means of at most 0.26 and no channel more than 5 levels apart.
-            const auto [largest, mean] = Difference(*a, *b);
-            EXPECT_TRUE(mean < 1.0 && largest <= 16) << box << " " << anchor << ": " << largest;
+            const PixelDifference d = DifferenceOf(*a, *b);
+            EXPECT_TRUE(d.mean < 1.0 && d.largest <= 16)
+                << box << " " << anchor << ": " << d.largest;
         }
         // The block's middle, (1848, 1368) of the source, in the bottom right corner pane.
         CDibPtr corner = render(halved, 3);
