@@ -105,20 +105,19 @@ TEST_F(RegistryFileTest, ABatchIsOneWriteAndOtherProcessesKeysSurvive) {
     EXPECT_EQ(ReadDword(second, L"A", L"two"), 2u);
 }
 
+// The file that a stopped write leaves is FileIoTest's.
 TEST_F(RegistryFileTest, AnInterruptedWriteLeavesThePreviousFile) {
-    const std::vector<u8> before = StoreWithOneValue();
+    StoreWithOneValue();
     // A write stopped before the rename reports the failure; memory keeps the change pending.
     CRegistryFile store(sandbox.StoreFileW());
     store.SetBeforeReplaceHook([] { return false; });
     EXPECT_EQ(store.SetValue(L"K", L"v", Dword(3)), 995);
-    EXPECT_EQ(testutil::ReadBytes(sandbox.StoreFile()), before);
     EXPECT_EQ(Stored(L"K", L"v"), 1u);
     EXPECT_EQ(ReadDword(store, L"K", L"v"), 3u);
 
     store.SetBeforeReplaceHook(nullptr);
     EXPECT_EQ(store.Flush(), 0);
     EXPECT_EQ(Stored(L"K", L"v"), 3u);
-    EXPECT_TRUE(sandbox.FilesStartingWith(".lvx").empty());
 }
 
 // The temporary file of a write is FileIoTest's (a name of its own, never a link's target).
