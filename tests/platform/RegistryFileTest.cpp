@@ -206,15 +206,13 @@ TEST_F(RegistryFileTest, WhatIsNoOrdinaryFileOrTooLargeIsNotReadAndSaidInTheLog)
     }
 }
 
-// A damaged file (what counts as damaged is RegistryExportTest's) is kept aside, said in the log,
-// and reading starts empty; the next write makes a new file and leaves the kept one as it was.
-TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndSaidInTheLogAndReadingStartsEmpty) {
-    const auto log = sandbox.Root() / "state" / "Harrowmere" / "Lunavex32" / "LOG.txt";
+// A damaged file (what counts as damaged is RegistryExportTest's) is kept aside and reading starts
+// empty; the next write makes a new file and leaves the kept one as it was. The kept bytes and the
+// sentence that names them are LunavexBatchMainTest's; the log's line is the test above's.
+TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndReadingStartsEmpty) {
     {
-        const std::string content =
-            "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n";
-        testutil::WriteText(sandbox.StoreFile(), content);
-        StartLog();
+        testutil::WriteText(sandbox.StoreFile(), "Windows Registry Editor Version 5.00\n"
+                                                 "[HKEY_CURRENT_USER\\K]\n\"v\"=dword:zz\n");
         CRegistryFile store(sandbox.StoreFileW());
         EXPECT_FALSE(store.KeyExists(L"K"));
         EXPECT_FALSE(std::filesystem::exists(sandbox.StoreFile()));
@@ -226,16 +224,6 @@ TEST_F(RegistryFileTest, ADamagedFileIsKeptAsideAndSaidInTheLogAndReadingStartsE
         EXPECT_EQ(aside[0].filename().string().size(),
                   std::string("Lunavex32.reg.damaged-").size() + 15);
         const std::vector<u8> kept = testutil::ReadBytes(aside[0]);
-        EXPECT_EQ(std::string(kept.begin(), kept.end()), content);
-
-        // The sentence names the kept file, and the log holds it as one line.
-        const std::wstring line = store.NotReadMessage();
-        std::wstring expected;
-        FormatResString(expected, strid::kSettingsKeptAside, {store.DamagedFileKeptAs()});
-        EXPECT_EQ(line, expected);
-        StopLog();
-        EXPECT_EQ(XdgSandbox::ReadUtf16File(log), line + L"\r\n");
-
         EXPECT_EQ(store.SetValue(L"K", L"v", Dword(4)), 0);
         EXPECT_EQ(Stored(L"K", L"v"), 4u);
         EXPECT_EQ(testutil::ReadBytes(aside[0]), kept);
