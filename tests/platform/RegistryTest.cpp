@@ -2,9 +2,6 @@
 // batch of writes goes out as one write is SettingsTest's (a save).
 #include "platform/Registry.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "support/XdgSandbox.h"
