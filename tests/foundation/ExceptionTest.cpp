@@ -21,7 +21,7 @@ TEST(Exception, ComposeError) {
     EXPECT_EQ(error.text, L"サブフォルダ名が空です");
 }
 
-TEST(Exception, SimpleErrSetters) {
+TEST(Exception, SimpleErrSettersAndTheMessagesOfCastsAndTooLongTexts) {
     CLanguageGuard guard(1033);
     CSimpleErr error;
     EXPECT_FALSE(error.IsError());
@@ -39,10 +39,8 @@ TEST(Exception, SimpleErrSetters) {
     EXPECT_EQ(error.id, 0);
     EXPECT_EQ(error.hr, 0u);
     EXPECT_TRUE(error.text.empty());
-}
 
-TEST(Exception, CastAndTooLongTextsHaveMessagesOfTheirOwn) {
-    CLanguageGuard guard(1033);
+    // A cast and a too long text have messages of their own.
     const auto e =
         testutil::Thrown([&] { ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000)); });
     EXPECT_EQ(e.id, strid::kCastError);

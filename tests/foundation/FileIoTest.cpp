@@ -126,16 +126,17 @@ TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
 }
 
 // Only files that an atomic write left go: named in its form with their own inode, one link, held
-// by no live writer. Files that merely look like them stay; a source of the run stays in
-// BatchRunTest.
+// by no live writer and no source of the run. Files that merely look like them stay.
 TEST(FileIoTest, TheSweepRemovesOnlyWhatAWriterLeft) {
     CTempDir dir;
     const fs::path out = dir / "out";
     fs::create_directories(out);
     const std::string stale = Leftover(out, "s");
     const std::string held = Leftover(out, "h");
+    const std::string source = Leftover(out, "k");
     CFileDescriptor writer(::open((out / held).c_str(), O_RDONLY));
     ASSERT_EQ(::flock(writer.Get(), LOCK_EX), 0) << "as a live writer holds its file";
+    KeepFromSweeps(W(out / source));
     const std::vector<std::string> lookalikes{
         TempName(DeadPid(), 4),        // the form of a dead process's file, the name a user's
         ".lvx-0123456789abcdef-1.tmp", // a wrong inode: a copy, or a user's
@@ -153,7 +154,7 @@ TEST(FileIoTest, TheSweepRemovesOnlyWhatAWriterLeft) {
 
     ASSERT_EQ(WriteAtomically(out / "a.png", "image"), 0);
     std::vector<std::string> kept = lookalikes;
-    kept.insert(kept.end(), {held, linked, link, "a.png"});
+    kept.insert(kept.end(), {held, source, linked, link, "a.png"});
     std::sort(kept.begin(), kept.end());
     EXPECT_EQ(FileNames(out), kept);
     for (const std::string& name : lookalikes)

@@ -34,11 +34,20 @@ TEST(LogTest, LineEndsBecomeCrLfAndCharactersBeyondTheBasicPlaneSurrogatePairs) 
               (std::vector<u8>{0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0x42, 0x30}));
 }
 
-// That StartLog makes the folder and cuts an earlier run's log is RegistryFileTest's (a log for
-// each kind of unread store); here what it leaves when it cannot.
-TEST(LogTest, StartLogLeavesAClosedStreamWhenItCannotMakeTheFolder) {
+TEST(LogTest, StartLogMakesTheFolderAndLeavesOnlyTheMarkOrAClosedStreamWhenItCannot) {
     CHomeSandbox sandbox;
     const auto state = sandbox.Root() / "state";
+    // An earlier run's log is cut.
+    std::filesystem::create_directories(state / "Harrowmere" / "Lunavex32");
+    testutil::WriteText(state / "Harrowmere" / "Lunavex32" / "LOG.txt", "old contents");
+    StartLog();
+    ASSERT_TRUE(TheLog());
+    EXPECT_TRUE(TheLog()->good());
+    StopLog();
+    EXPECT_FALSE(TheLog());
+    std::vector<u8> expected{0xFF, 0xFE};
+    EXPECT_EQ(ReadBytes(state / "Harrowmere" / "Lunavex32" / "LOG.txt"), expected);
+
     testutil::WriteText(state / "file", "x");
     ::setenv("XDG_STATE_HOME", (state / "file").c_str(), 1); // a file where the folder should be
     StartLog();
@@ -46,7 +55,6 @@ TEST(LogTest, StartLogLeavesAClosedStreamWhenItCannotMakeTheFolder) {
     EXPECT_FALSE(TheLog()->good());
     TheLog()->Write(L"ignored");
     StopLog();
-    EXPECT_FALSE(TheLog());
 }
 
 TEST(LogTest, ALinkInTheLogsPlaceIsReplacedAndItsTargetLeftAlone) {

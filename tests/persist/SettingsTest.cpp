@@ -97,6 +97,11 @@ TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
     EXPECT_FALSE(LoadSetting(settings, CRegKey::CurrentUser()));
     EXPECT_EQ(settings, defaults);
     EXPECT_EQ(XdgSandbox::ReadUtf16File(sandbox_.StoreFile()), kStoreHead);
+
+    // The process's own object and store.
+    EXPECT_FALSE(LoadSetting());
+    EXPECT_TRUE(SaveSetting());
+    EXPECT_TRUE(LoadSetting());
 }
 
 TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
