@@ -7,8 +7,6 @@
 #include <functional>
 #include <list>
 
-#include "foundation/ResString.h"
-#include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/RecordingMsg.h"
 
@@ -114,19 +112,11 @@ TEST_F(MsgTest, QueriesAnswerTrueOnlyForTheirPositiveButton) {
     EXPECT_FALSE(bare.QueryNewerSettingsFile());
 }
 
-TEST_F(MsgTest, ErrorAndShowId) {
-    CSimpleErr error;
-    error.id = 192;
-    error.text = L"composed text";
-    msg.Error(error);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"composed text");
-    EXPECT_EQ(msg.boxes[0].flags, 16u);
-
-    msg.ShowId(strid::kQueryOpenNearestFolder, 49);
-    EXPECT_EQ(msg.boxes[1].text, L"ファイルが見つかりません。\n\n近くのフォルダーを開きますか？");
+// Error's box and the text of ShowId reach the boxes of CommandExplorerTest.
+TEST_F(MsgTest, ShowIdOfNoIdShowsAnEmptyText) {
     msg.ShowId(0, 16);
-    EXPECT_EQ(msg.boxes[2].text, L"");
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"");
 }
 
 TEST_F(MsgTest, CreateFolderIfAgreed) {

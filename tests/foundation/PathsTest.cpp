@@ -1,4 +1,5 @@
-// Tests of the path functions.
+// Tests of the path functions. A name that is not UTF-8 is found on disk by its bytes in
+// ShellTest (ShowInExplorer) and BatchPlanTest.
 #include "foundation/Paths.h"
 
 #include <gtest/gtest.h>
@@ -71,17 +72,6 @@ TEST(PathsTest, FoldersAreMadeWithTheirParentsAndExistingOnesCount) {
     std::wstring gone = FromFileSystemPath((dir / "a" / "gone" / "x.png").string());
     EXPECT_EQ(NearestExistingFolder(gone), FromFileSystemPath((dir / "a").string()));
     EXPECT_EQ(NearestExistingFolder(L"/nonexistent-lvx-root/x"), L"/");
-}
-
-// The conversions are Utf8Test's; here a name that is not UTF-8 is found on disk by its bytes.
-TEST(PathsTest, FileSystemNamesAreUtf8) {
-    testutil::CTempDir temp;
-    const auto dir = temp.Path();
-    const std::string latin = (dir / "\xC4rger\xE9.png").string();
-    testutil::WriteText(latin, "x");
-    EXPECT_TRUE(IsExistingFile(FromFileSystemPath(latin)));
-    EXPECT_FALSE(
-        IsExistingFile(FromFileSystemPath((dir / "\xEF\xBF\xBDrger\xEF\xBF\xBD.png").string())));
 }
 
 } // namespace
