@@ -131,11 +131,7 @@ TEST(DibWidgetTest, SmallImagesAreCentredInTheDetailPaneAndEnlargedInTheWholePan
         for (int y : {7, 8, 14, 15, 16})
             EXPECT_EQ(f.At(x, y), kBackgroundPixel) << x << "," << y;
     }
-}
-
-// A wholly transparent image leaves only the background in the whole pane, through its scaled
-// copy; how a pixel blends at real size is ScreenTest's.
-TEST(DibWidgetTest, AWhollyTransparentImageShowsOnlyTheBackground) {
+    // A wholly transparent image leaves only the background, through the scaled copy.
     Fixture whole(paneanchor::kWhole, MakeImage(3, 3, false, {200, 100, 50, 0}));
     for (int y = 7; y < 17; ++y)
         for (int x = 5; x < 15; ++x)
