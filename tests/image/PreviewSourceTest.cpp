@@ -51,8 +51,7 @@ CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
 // Each corner pane against the same corner of the whole conversion, and the whole pane against
 // the result scaled to it. Without a shrink a corner is exact, cut from the source when that is
 // larger than a kept corner and from the kept whole when small. With one, a part's sampling grid
-// lies within a quarter pixel of the whole image's and the kept scales are box averages where the
-// conversion resamples from the source; a result smaller than the pane is made at its own size.
+// lies within a quarter pixel of the whole image's and the kept scales are box averages.
 TEST(PreviewSourceTest, CornersAndTheWholeStayWithTheConversion) {
     const RoundSettings exact{.radius = LengthValue{lengthunit::kPixels, 370, 0},
                               .blurWidth = LengthValue{lengthunit::kPixels, 55, 0}};

@@ -143,10 +143,8 @@ TEST(DibWidgetTest, SmallImagesAreCentredInTheDetailPaneAndEnlargedInTheWholePan
 TEST(DibWidgetTest, AnImageWithAColourProfileShowsInTheScreensColours) {
     const std::vector<u8> profile = AdobeRgbProfile();
     CDibPtr image = MakeImage(2, 2, false, {25, 85, 63, 255});
-    u8* other = image->PixelAt(1, 0);
-    other[0] = 200, other[1] = 30, other[2] = 10;
-    u8* half = image->PixelAt(0, 1);
-    half[0] = 0, half[1] = 0, half[2] = 255, half[3] = 128;
+    SetPixel(*image, 1, 0, {200, 30, 10, 255});
+    SetPixel(*image, 0, 1, {0, 0, 255, 128});
     image->SetColourProfile(profile);
     const std::vector<u8> numbers(image->Bits(), image->Bits() + image->GetSizeImage());
     auto shown = [](Bgra p) {
