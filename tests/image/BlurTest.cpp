@@ -94,7 +94,7 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
     }
 }
 
-TEST(BlurTest, SquareFormWithoutRoundedCorners) {
+TEST(BlurTest, SquareFormWithoutRoundedCornersAndBandsThatStopAtTheMiddle) {
     CDibPtr image = MakeImage(40, 30, 255);
     ASSERT_EQ(BlurEdges(*image, false, false, false, false, true, true, true, true, 8, 8, 4),
               hr::kOk);
@@ -110,17 +110,15 @@ TEST(BlurTest, SquareFormWithoutRoundedCorners) {
     ASSERT_EQ(BlurEdges(*other, false, false, false, false, true, true, true, true, 0, 0, 4),
               hr::kOk);
     EXPECT_TRUE(PixelsNear(*image, *other, 0));
-}
 
-TEST(BlurTest, BandsStopAtTheMiddle) {
     // H = 100, b = 80, top only: row 49 is capped at 157, row 50 and below not at all.
-    CDibPtr image = MakeImage(20, 100, 255);
-    ASSERT_EQ(BlurEdges(*image, false, false, false, false, false, true, false, false, 0, 0, 80),
+    CDibPtr tall = MakeImage(20, 100, 255);
+    ASSERT_EQ(BlurEdges(*tall, false, false, false, false, false, true, false, false, 0, 0, 80),
               hr::kOk);
     for (int x = 0; x < 20; ++x) {
-        EXPECT_EQ(AlphaOf(*image, x, 49), 157);
+        EXPECT_EQ(AlphaOf(*tall, x, 49), 157);
         for (int y = 50; y < 100; ++y) {
-            ASSERT_EQ(AlphaOf(*image, x, y), 255);
+            ASSERT_EQ(AlphaOf(*tall, x, y), 255);
         }
     }
     // Two opposite edges meet at the middle: the fade is the same from either side.

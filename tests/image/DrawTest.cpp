@@ -45,7 +45,7 @@ TEST(Draw, SourceBlendsOverTheTarget) {
     EXPECT_EQ(PixelOf(*target, 1, 0), (Bgra{255, 0, 0, 255})); // nothing drawn at alpha 0
 }
 
-TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
+TEST(Draw, ResamplingGivesTheExactSizeKeepsFlatColourAndTopAndBottomInPlace) {
     CDibPtr flat = Solid(10, 9, Bgra{30, 140, 220, 255});
     for (i32 mode : {interp::kHighQuality, interp::kHighQualityBicubic,
                      interp::kHighQualityBilinear, interp::kNearestNeighbor, interp::kDefault}) {
@@ -62,9 +62,7 @@ TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
                     ASSERT_EQ(PixelOf(out, x, y).a, 255) << "mode " << mode;
         }
     }
-}
 
-TEST(Draw, ResamplingKeepsTopAndBottomInPlace) {
     // Top half red, bottom half blue: halving must keep red on top.
     CDibPtr source = MakeDib(8, 8, [](i32, i32 y) {
         return y < 4 ? Bgra{0, 0, 255, 255} : Bgra{255, 0, 0, 255};

@@ -168,7 +168,7 @@ TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
     }
 }
 
-TEST_F(MainViewTest, QualityNumberAndNameFollowEachOther) {
+TEST_F(MainViewTest, QualityPairColourTextAndAnchorFollowTheirControls) {
     CMainView view;
     QWidget* number = view.Control(ctl::kQualityNumber);
     SetControlText(number, L"30", true);
@@ -188,10 +188,7 @@ TEST_F(MainViewTest, QualityNumberAndNameFollowEachOther) {
     Choose(view, ctl::kQualityName, 0);
     EXPECT_EQ(TextOf(view, ctl::kQualityNumber), L"0");
     EXPECT_EQ(Combo(view, ctl::kQualityName)->currentIndex(), 0);
-}
 
-TEST_F(MainViewTest, ColorTextDrivesTheSwatchAndChecksTheAnchor) {
-    CMainView view;
     QWidget* color = view.Control(ctl::kColorText);
     const std::pair<const wchar_t*, u32> colours[] = {
         {L"FF0000", 0x0000FF}, {L"F", 0x0F0F0F}, {L"FFF", 0}};
