@@ -132,7 +132,7 @@ TEST(BlurTest, SquareFormWithoutRoundedCornersAndBandsThatStopAtTheMiddle) {
     EXPECT_LT(AlphaOf(*both, 0, 0), AlphaOf(*both, 0, 4));
 }
 
-TEST(BlurTest, EdgeCases) {
+TEST(BlurTest, EdgeCasesArcDistanceAndSmallSizeCaps) {
     CDibPtr source = MakeImage(16, 16, 255);
     CDibPtr result;
     // Unchanged: no edge chosen; width 0 with straight edges; width 0 and radius 0.
@@ -179,9 +179,7 @@ TEST(BlurTest, EdgeCases) {
     ASSERT_TRUE(rgb.AllocBits());
     EXPECT_EQ(BlurEdges(rgb, true, true, true, true, true, true, true, true, 2, 2, 2),
               hr::kInvalidArg);
-}
 
-TEST(BlurTest, ArcDistanceAndSmallSizeCaps) {
     // On the straight rim next to a block the distance is the table's index.
     for (int i = 0; i <= 7; ++i) {
         EXPECT_DOUBLE_EQ(ArcDistance(7 - i, 0, 7, 7), i);

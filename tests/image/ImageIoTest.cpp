@@ -133,7 +133,7 @@ TEST(ImageIo, FilesThatCannotBeDecodedFail) {
 
 // Win32 codes of the system's failures; what is no ordinary file, and a file over 4 GiB, are
 // refused before a byte is read.
-TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
+TEST(ImageIo, FileSystemFailuresGiveTheirWin32CodesAndAStopAbortsTheRead) {
     CTempDir dir;
     CDibPtr dib;
     EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u); // ERROR_FILE_NOT_FOUND
@@ -162,10 +162,8 @@ TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
     ::close(fd);
     EXPECT_EQ(LoadPath(dib, big), hr::kOutOfMemory);
     EXPECT_FALSE(dib);
-}
 
-TEST(ImageIo, StopBetweenChunksAbortsTheRead) {
-    CTempDir dir;
+    // A stop between chunks aborts the read.
     WriteBytes(dir.File("a.png"), MakePng(1, 1, 2, 8, {{1, 2, 3}}));
     CFileBytes bytes;
     CStopAlways stop;

@@ -28,7 +28,7 @@ const std::vector<std::vector<int>> kIdealMasks[4] = {
 
 } // namespace
 
-TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
+TEST(RoundTest, CornerMaskIsTheIdealAreaTableAndServesAllFourCorners) {
     for (int radius = 1; radius <= 4; ++radius) {
         CDib mask;
         ASSERT_TRUE(mask.Create32(radius, radius));
@@ -42,9 +42,7 @@ TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
             }
         }
     }
-}
 
-TEST(RoundTest, OneMaskServesAllFourCorners) {
     CDibPtr source = Solid(20, 12, Bgra{10, 20, 30, 255});
     CDibPtr result;
     ASSERT_EQ(RoundImage(result, *source, true, true, true, true, 4, 4), hr::kOk);

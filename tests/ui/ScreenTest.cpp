@@ -149,7 +149,7 @@ TEST(ScreenTest, DrawDibEdgeCases) {
     EXPECT_TRUE(allWhite());
 }
 
-TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
+TEST(ScreenTest, CopyBlendAndAttachedSurfacesKeepTheirOwnOriginsAndOwnersState) {
     CDCScreen none;
     CDCScreen target;
     ASSERT_TRUE(White(target, Rect{0, 0, 20, 20}));
@@ -184,9 +184,7 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
     EXPECT_FALSE(target.CopyFrom(none, Rect{6, 6, 12, 12}));
     EXPECT_FALSE(target.BlendFrom(none, Rect{6, 6, 12, 12}, 255));
     EXPECT_FALSE(none.CopyFrom(source, Rect{6, 6, 12, 12}));
-}
 
-TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
     QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
     image.fill(0xFFFFFFFFu);
     {
@@ -202,7 +200,6 @@ TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
         EXPECT_TRUE(painter.transform().isIdentity());
         EXPECT_TRUE(painter.isActive());
     }
-    const Bgra red{0, 0, 255, 255};
     EXPECT_TRUE(
         PixelsAt(image, {{2, 3, red}, {3, 3, red}, {1, 3, kWhitePixel}, {2, 4, kWhitePixel}}));
 
