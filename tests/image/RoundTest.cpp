@@ -87,7 +87,7 @@ TEST(RoundTest, CornerMaskIsTheIdealAreaTableAndServesAllFourCorners) {
     }
 }
 
-TEST(RoundTest, RadiusEdgeCases) {
+TEST(RoundTest, RadiusEdgeCasesAndClippingToDiscsAndEllipticalCorners) {
     CDibPtr source = Solid(16, 16, Bgra{1, 2, 3, 255});
     CDibPtr result;
     // Unchanged: a radius of 0 or less; a width or height of 1, whose half is 0; no corner chosen.
@@ -113,9 +113,7 @@ TEST(RoundTest, RadiusEdgeCases) {
     EXPECT_EQ(AlphaOf(*result, 0, 0), 0);
     EXPECT_EQ(AlphaOf(*result, 1, 0), 255);
     EXPECT_EQ(AlphaOf(*result, 0, 1), 255);
-}
 
-TEST(RoundTest, ClippingGivesDiscsAndEllipticalCorners) {
     // At half the short edge a square becomes a disc; a larger radius is clipped to that.
     CDibPtr square = Solid(16, 16, Bgra{0, 0, 0, 255});
     CDibPtr disc;

@@ -185,7 +185,7 @@ TEST(DibWidgetTest, AnImageWithAColourProfileShowsInTheScreensColours) {
     EXPECT_EQ(f.At(9, 11), (Bgra{25, 85, 63, 255}));
 }
 
-TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
+TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFitsNoImagePaintsNothingAndOpacityBlends) {
     Fixture f;
     CDibPtr image = MakeImage(5, 5, true);
     f.widget.SetImage(image);
@@ -218,13 +218,10 @@ TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
     f.widget.SetAnchor(2);
     f.Paint();
     EXPECT_FALSE(f.widget.ScaledCopy());
-}
 
-TEST(DibWidgetTest, WithoutAnImageNothingIsPaintedAndOpacityBlendsThePaneOverTheTarget) {
-    Fixture f;
-    f.Paint();
-    f.widget.SetImage(MakeImage(4, 4, true));
+    // An image taken away leaves nothing to paint.
     f.widget.SetImage(CDibPtr());
+    f.target.fill(kMarker);
     f.Paint();
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)

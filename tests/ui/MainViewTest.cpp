@@ -109,7 +109,7 @@ TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
     EXPECT_EQ(view.detailPane->Anchor(), 3u);
 }
 
-TEST_F(MainViewTest, EnablingRules) {
+TEST_F(MainViewTest, EnablingRulesAndTheHandlersThatEnableByChoice) {
     CMainView view;
     const i32 idle[] = {141, 151, 152, 146, 153, 155, 156, 157, 158, 147, 149,
                         166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
@@ -139,10 +139,7 @@ TEST_F(MainViewTest, EnablingRules) {
     EXPECT_FALSE(Enabled(view, ctl::kQualityName));
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
     EXPECT_TRUE(Enabled(view, ctl::kCustomHeight));
-}
 
-TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
-    CMainView view;
     // Shrink kind 1 (the custom size) enables the custom controls, any other kind disables them.
     Choose(view, ctl::kShrink, 1);
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
