@@ -39,7 +39,7 @@ const u8 kWidth4Bytes[5] = {31, 95, 159, 223, 255};
 
 } // namespace
 
-TEST(BlurTest, FadeBytesForEveryListedWidth) {
+TEST(BlurTest, FadeBytesForEveryListedWidthAndTheWorkedCornersCaps) {
     const struct {
         double width;
         std::vector<int> bytes;
@@ -69,9 +69,7 @@ TEST(BlurTest, FadeBytesForEveryListedWidth) {
     EXPECT_TRUE(empty.empty());
     BuildFadeTable(empty, -2);
     EXPECT_TRUE(empty.empty());
-}
 
-TEST(BlurTest, WorkedCornerCapsAlpha) {
     // Blur alone on an opaque image gives the caps themselves, in every corner.
     CDibPtr image = MakeImage(40, 30, 255);
     ASSERT_EQ(BlurEdges(*image, true, true, true, true, true, true, true, true, 8, 8, 4), hr::kOk);

@@ -46,7 +46,7 @@ protected:
 
 // Text that does not read (the forms are NumbersTest's) leaves field and slider; an empty edit
 // stores 0; a negative number is stored, the slider clamps at its ends. The text stays as typed.
-TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
+TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndTheSliderWritesWholeNumbers) {
     const struct {
         const wchar_t* typed;
         i32 tenths;
@@ -60,9 +60,7 @@ TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
         EXPECT_EQ(Text(ctl::kRadius), typed);
     }
     EXPECT_EQ(Radius().thousandths, 50) << "the percent number stays untouched";
-}
 
-TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     Type(ctl::kRadius, L"10.5");
     Slider(ctl::kRadiusSlider)->setValue(3); // a move of the user
     EXPECT_EQ(Text(ctl::kRadius), L"3");
