@@ -130,7 +130,7 @@ TEST(BmpReader, EveryFormDecodesToItsExactPixels) {
     }
 }
 
-TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
+TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocationAndDamagedFilesAreRefused) {
     CDibPtr dib;
     Size declared;
     // 30000 x 30000 in a file of a few bytes: a run-length image that ends at once.
@@ -152,10 +152,8 @@ TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
     CDibPtr none;
     EXPECT_EQ(Read(EmptyRleBmp(70000, 70000), none, UINT64_MAX), hr::kOutOfMemory);
     EXPECT_FALSE(none);
-}
 
-TEST(BmpReader, DamagedFilesAreRefused) {
-    CDibPtr dib;
+    // Damaged files.
     BmpParts good{.width = 2, .height = 2, .bitCount = 24};
     good.pixels.assign(16, 0);
     const std::vector<u8> file = MakeBmp(good);

@@ -90,7 +90,7 @@ TEST(Codec, OnlyTrustedLoadersAndTheHeifModuleRunAndHeifAndAvifDecode) {
     }
 }
 
-TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
+TEST(Codec, ThePixelAndScanLimitsRefuseFromTheHeaderBeforeDecoding) {
     // Each format that libvips reads, 4 x 3: refused at 11 pixels, read at 12. A header of a size
     // far above the limit is the file layer's test (ImageIo).
     for (const char* name : {".jpg", ".png", ".tif", ".webp", ".gif"}) {
@@ -109,9 +109,7 @@ TEST(Codec, ThePixelLimitRefusesEachFormatFromItsHeader) {
         ASSERT_TRUE(out) << name;
         EXPECT_EQ(out->Width(), 4) << name;
     }
-}
 
-TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
     const std::vector<u8> jpeg =
         EncodedWithVips(TestPictureRgb(16, 16), 16, 16, 3, ".jpg[interlace]");
     const u32 scans = CountJpegScans(jpeg.data(), jpeg.size(), kDefaultMaxScans);
@@ -130,7 +128,7 @@ TEST(Codec, AJpegOfTooManyScansIsRefusedBeforeDecoding) {
     EXPECT_FALSE(dib);
 }
 
-TEST(Codec, JpegQualityAboveTheBestIsTheBestWithoutAWarning) {
+TEST(Codec, JpegQualityAboveTheBestIsTheBestAndASideTooLongForJpegSaysSo) {
     CDibPtr dib = MakeDib(32, 16, [](i32 x, i32 y) {
         return Bgra{static_cast<u8>(x * 8), static_cast<u8>(y * 16), static_cast<u8>(x ^ y), 255};
     });
@@ -148,9 +146,7 @@ TEST(Codec, JpegQualityAboveTheBestIsTheBestWithoutAWarning) {
     EXPECT_EQ(warnings, 0);
     EXPECT_EQ(above, best);
     EXPECT_NE(above, usual);
-}
 
-TEST(Codec, ASideLongerThanJpegCanHoldSaysSoAndPngStillWrites) {
     CDibPtr wide = MakeDib(65501, 1, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
     CDibPtr tall = MakeDib(1, 65501, [](i32, i32) { return Bgra{1, 2, 3, 255}; });
     CDibPtr widest = MakeDib(65500, 1, [](i32, i32) { return Bgra{1, 2, 3, 255}; });

@@ -34,7 +34,7 @@ HResult Decode(const std::vector<u8>& bytes, CDibPtr& out) {
 
 } // namespace
 
-TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
+TEST(ImageIo, JpegAndEveryFormOfPngDecodeToTheirExactPixels) {
     CTempDir dir;
     const std::string path = dir.File("scene.jpg");
     const std::vector<u8> jpeg = EncodedWithVips(TestPictureRgb(61, 47), 61, 47, 3, ".jpg[Q=85]");
@@ -57,11 +57,9 @@ TEST(ImageIo, OpaqueJpegLoadsAsTheDecodedPixelsWithFullAlpha) {
                 << "at " << x << ", " << y;
         }
     }
-}
 
-// Straight alpha (colours under partial and zero alpha survive), palette transparency, grey and
-// 16 bits, to exact pixels.
-TEST(ImageIo, EveryFormDecodesToItsExactPixels) {
+    // Straight alpha (colours under partial and zero alpha survive), palette transparency, grey and
+    // 16 bits, to exact pixels.
     const std::vector<u8> palette = {255, 0, 0, 0, 255, 0, 0, 0, 255, 9, 9, 9};
     const std::vector<u8> levels = {0, 1, 77, 128, 200, 255};
     std::vector<u8> rgb, grey, rgb16;
@@ -100,7 +98,6 @@ TEST(ImageIo, EveryFormDecodesToItsExactPixels) {
         EXPECT_EQ(PixelsOf(*dib), c.pixels) << c.what;
     }
     // Row 0 (the top) is the last row in memory.
-    CDibPtr dib;
     ASSERT_EQ(Decode(cases[0].bytes, dib), hr::kOk);
     EXPECT_EQ(dib->Bits()[dib->Stride() + 2], 255);
 }
@@ -133,7 +130,7 @@ TEST(ImageIo, FilesThatCannotBeDecodedFail) {
 
 // Win32 codes of the system's failures; what is no ordinary file, and a file over 4 GiB, are
 // refused before a byte is read.
-TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
+TEST(ImageIo, FileSystemFailuresGiveTheirWin32CodesAndAStopAbortsTheRead) {
     CTempDir dir;
     CDibPtr dib;
     EXPECT_EQ(LoadPath(dib, dir.File("missing.png")), 0x80070002u); // ERROR_FILE_NOT_FOUND
@@ -162,10 +159,8 @@ TEST(ImageIo, FileSystemFailuresGiveTheirWin32Codes) {
     ::close(fd);
     EXPECT_EQ(LoadPath(dib, big), hr::kOutOfMemory);
     EXPECT_FALSE(dib);
-}
 
-TEST(ImageIo, StopBetweenChunksAbortsTheRead) {
-    CTempDir dir;
+    // A stop between chunks aborts the read.
     WriteBytes(dir.File("a.png"), MakePng(1, 1, 2, 8, {{1, 2, 3}}));
     CFileBytes bytes;
     CStopAlways stop;

@@ -48,71 +48,59 @@ CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
     return MakeDib(w, h, [&](i32 x, i32 y) { return PixelOf(whole, left + x, top + y); });
 }
 
-TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
-    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 370, 0},
+// Each corner pane against the same corner of the whole conversion, and the whole pane against
+// the result scaled to it. Without a shrink a corner is exact, cut from the source when that is
+// larger than a kept corner and from the kept whole when small. With one, a part's sampling grid
+// lies within a quarter pixel of the whole image's and the kept scales are box averages.
+TEST(PreviewSourceTest, CornersAndTheWholeStayWithTheConversion) {
+    const RoundSettings exact{.radius = LengthValue{lengthunit::kPixels, 370, 0},
                               .blurWidth = LengthValue{lengthunit::kPixels, 55, 0}};
-    OutputChoice output{.backgroundColor = 0x00203040};
-    // Larger than a kept corner, so that the corners are cut from the source; and small enough
-    // to be kept whole.
-    for (const Size& sourceSize : {Size{1500, 900}, Size{300, 200}}) {
-        for (bool alpha : {false, true}) {
-            CDibPtr source = Picture(sourceSize.cx, sourceSize.cy, alpha);
+    const RoundSettings shrunk{.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100},
+                               .blurWidth = LengthValue{lengthunit::kPixels, 30, 0}};
+    const struct {
+        Size size;
+        i32 box;
+    } cases[] = {{{1500, 900}, 0},    {{300, 200}, 0},     {{3000, 2000}, 1600},
+                 {{3000, 2000}, 700}, {{3000, 2000}, 400}, {{3000, 2000}, 150}};
+    for (const auto& c : cases) {
+        // Without a shrink: opaque and translucent sources, each kept opaque and transparent.
+        for (int variant = 0; variant < (c.box ? 1 : 4); ++variant) {
+            const ShrinkSettings shrink = c.box ? Box(c.box) : ShrinkSettings();
+            const RoundSettings& round = c.box ? shrunk : exact;
+            const OutputChoice output{.keepAlpha = variant >= 2,
+                                      .backgroundColor = c.box ? 0xFFFFFFu : 0x00203040u};
+            CDibPtr source = Picture(c.size.cx, c.size.cy, variant % 2 == 1);
             CPreviewSource preview;
             ASSERT_EQ(preview.Build(*source), 0u);
-            EXPECT_EQ(preview.SourceSize().cx, sourceSize.cx);
-            for (bool keepAlpha : {false, true}) {
-                output.keepAlpha = keepAlpha;
-                CDibPtr whole = ConvertWhole(source, {}, round, output);
-                ASSERT_TRUE(whole);
-                for (u32 anchor = 1; anchor <= 4; ++anchor) {
-                    CDibPtr corner;
-                    ASSERT_EQ(preview.RenderCorner(round, output, sourceSize, anchor,
-                                                   Size{236, 263}, corner),
-                              0u);
-                    ASSERT_TRUE(corner);
-                    EXPECT_TRUE(PixelsNear(*corner, *CornerOf(*whole, anchor, Size{236, 263}), 0))
-                        << sourceSize.cx << " anchor " << anchor << " alpha " << alpha;
-                }
+            EXPECT_EQ(preview.SourceSize(), c.size);
+            const Size fitted = Fitted(preview, shrink);
+            CDibPtr whole = ConvertWhole(source, shrink, round, output);
+            ASSERT_TRUE(whole);
+            for (u32 anchor = 1; anchor <= 4; ++anchor) {
+                CDibPtr corner;
+                ASSERT_EQ(
+                    preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, corner),
+                    0u);
+                ASSERT_TRUE(corner);
+                CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
+                ASSERT_EQ(corner->Width(), expected->Width());
+                ASSERT_EQ(corner->Height(), expected->Height());
+                const PixelDifference d = DifferenceOf(*corner, *expected);
+                EXPECT_LE(d.largest, c.box ? 64 : 0)
+                    << c.size.cx << " " << c.box << " anchor " << anchor << " variant " << variant;
+                EXPECT_LT(d.mean, 1.5) << c.box << " anchor " << anchor;
             }
-        }
-    }
-}
-
-TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
-    const RoundSettings round{.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100},
-                              .blurWidth = LengthValue{lengthunit::kPixels, 30, 0}};
-    const OutputChoice output;
-    CDibPtr source = Picture(3000, 2000, false);
-    CPreviewSource preview;
-    ASSERT_EQ(preview.Build(*source), 0u);
-    for (i32 box : {1600, 700, 400, 150}) {
-        const Size fitted = Fitted(preview, Box(box));
-        CDibPtr whole = ConvertWhole(source, Box(box), round, output);
-        ASSERT_TRUE(whole);
-        for (u32 anchor = 1; anchor <= 4; ++anchor) {
-            CDibPtr corner;
-            ASSERT_EQ(preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, corner),
+            if (c.box == 0)
+                continue;
+            const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
+            CDibPtr shown;
+            ASSERT_EQ(preview.RenderWhole(round, output, fitted, pane, shown), 0u);
+            CDib scaled;
+            ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
+                                       pane, interp::kHighQuality),
                       0u);
-            ASSERT_TRUE(corner);
-            CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
-            ASSERT_EQ(corner->Width(), expected->Width());
-            ASSERT_EQ(corner->Height(), expected->Height());
-            const PixelDifference d = DifferenceOf(*corner, *expected);
-            // The sampling grid of a part lies within a quarter pixel of the whole image's; the
-            // kept scales are box averages where the conversion resamples from the source.
-            EXPECT_LT(d.mean, 1.5) << box << " anchor " << anchor;
-            EXPECT_LE(d.largest, 64) << box << " anchor " << anchor;
+            EXPECT_LT(DifferenceOf(*shown, scaled).mean, 1.5) << c.box;
         }
-        // The whole pane: the result at the pane's size, against the result scaled to it; a
-        // result smaller than the pane is made at its own size, which the pane then enlarges.
-        const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
-        CDibPtr shown;
-        ASSERT_EQ(preview.RenderWhole(round, output, fitted, pane, shown), 0u);
-        CDib scaled;
-        ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
-                                   pane, interp::kHighQuality),
-                  0u);
-        EXPECT_LT(DifferenceOf(*shown, scaled).mean, 1.5) << box;
     }
 }
 

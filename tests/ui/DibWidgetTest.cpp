@@ -131,11 +131,7 @@ TEST(DibWidgetTest, SmallImagesAreCentredInTheDetailPaneAndEnlargedInTheWholePan
         for (int y : {7, 8, 14, 15, 16})
             EXPECT_EQ(f.At(x, y), kBackgroundPixel) << x << "," << y;
     }
-}
-
-// A wholly transparent image leaves only the background in the whole pane, through its scaled
-// copy; how a pixel blends at real size is ScreenTest's.
-TEST(DibWidgetTest, AWhollyTransparentImageShowsOnlyTheBackground) {
+    // A wholly transparent image leaves only the background, through the scaled copy.
     Fixture whole(paneanchor::kWhole, MakeImage(3, 3, false, {200, 100, 50, 0}));
     for (int y = 7; y < 17; ++y)
         for (int x = 5; x < 15; ++x)
@@ -147,10 +143,8 @@ TEST(DibWidgetTest, AWhollyTransparentImageShowsOnlyTheBackground) {
 TEST(DibWidgetTest, AnImageWithAColourProfileShowsInTheScreensColours) {
     const std::vector<u8> profile = AdobeRgbProfile();
     CDibPtr image = MakeImage(2, 2, false, {25, 85, 63, 255});
-    u8* other = image->PixelAt(1, 0);
-    other[0] = 200, other[1] = 30, other[2] = 10;
-    u8* half = image->PixelAt(0, 1);
-    half[0] = 0, half[1] = 0, half[2] = 255, half[3] = 128;
+    SetPixel(*image, 1, 0, {200, 30, 10, 255});
+    SetPixel(*image, 0, 1, {0, 0, 255, 128});
     image->SetColourProfile(profile);
     const std::vector<u8> numbers(image->Bits(), image->Bits() + image->GetSizeImage());
     auto shown = [](Bgra p) {
@@ -191,7 +185,7 @@ TEST(DibWidgetTest, AnImageWithAColourProfileShowsInTheScreensColours) {
     EXPECT_EQ(f.At(9, 11), (Bgra{25, 85, 63, 255}));
 }
 
-TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
+TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFitsNoImagePaintsNothingAndOpacityBlends) {
     Fixture f;
     CDibPtr image = MakeImage(5, 5, true);
     f.widget.SetImage(image);
@@ -224,13 +218,10 @@ TEST(DibWidgetTest, TheScaledCopyIsKeptWhileItsSizeFits) {
     f.widget.SetAnchor(2);
     f.Paint();
     EXPECT_FALSE(f.widget.ScaledCopy());
-}
 
-TEST(DibWidgetTest, WithoutAnImageNothingIsPaintedAndOpacityBlendsThePaneOverTheTarget) {
-    Fixture f;
-    f.Paint();
-    f.widget.SetImage(MakeImage(4, 4, true));
+    // An image taken away leaves nothing to paint.
     f.widget.SetImage(CDibPtr());
+    f.target.fill(kMarker);
     f.Paint();
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)

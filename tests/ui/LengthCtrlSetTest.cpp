@@ -46,7 +46,7 @@ protected:
 
 // Text that does not read (the forms are NumbersTest's) leaves field and slider; an empty edit
 // stores 0; a negative number is stored, the slider clamps at its ends. The text stays as typed.
-TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
+TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndTheSliderWritesWholeNumbers) {
     const struct {
         const wchar_t* typed;
         i32 tenths;
@@ -60,9 +60,7 @@ TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
         EXPECT_EQ(Text(ctl::kRadius), typed);
     }
     EXPECT_EQ(Radius().thousandths, 50) << "the percent number stays untouched";
-}
 
-TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     Type(ctl::kRadius, L"10.5");
     Slider(ctl::kRadiusSlider)->setValue(3); // a move of the user
     EXPECT_EQ(Text(ctl::kRadius), L"3");
@@ -98,7 +96,7 @@ TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     EXPECT_EQ(Radius().tenths, 20);
 }
 
-TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
+TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumberAndReadingFailsWithTheControl) {
     ChooseUnit(ctl::kRadiusUnit, 1);
     EXPECT_EQ(Radius().unit, 1u);
     EXPECT_EQ(Text(ctl::kRadius), L"5");
@@ -110,19 +108,15 @@ TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
     EXPECT_EQ(Radius().unit, 0u);
     EXPECT_EQ(Text(ctl::kRadius), L"10");
     EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 10);
-    // No selection: dropped without a word.
-    ChooseUnit(ctl::kRadiusUnit, -1);
-    EXPECT_EQ(Radius().unit, 0u);
-}
-
-TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
     auto radius = view->lengthSets[0];
     Type(ctl::kRadius, L"12.5");
     radius->ReadLength();
     EXPECT_EQ(Radius().tenths, 125);
 
-    // A unit list without a choice names its own control (a bad number: CommandUpdateDataTest).
-    qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
+    // No selection: dropped without a word; reading the unit then fails naming its own control
+    // (a bad number: CommandUpdateDataTest).
+    ChooseUnit(ctl::kRadiusUnit, -1);
+    EXPECT_EQ(Radius().unit, 0u);
     const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
     EXPECT_EQ(e.id, strid::kComboValueUnreadable);
     EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");

@@ -75,7 +75,7 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalves
         Pixels(2, 2, {{50, 100, 200, 128}, {30, 20, 10, 0}, {3, 2, 1, 255}, {240, 120, 60, 64}});
     const std::vector<u8> before(image->Bits(), image->Bits() + image->GetSizeImage());
     CDCScreen screen;
-    ASSERT_TRUE(White(screen, Rect{10, 20, 14, 24}));
+    ASSERT_TRUE(White(screen, Rect{10, 20, 112, 58}));
     ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, *image, Rect{0, 0, 2, 2}, 255, 2));
 
     // Colour * alpha / 255 plus the white through, 255 * (255 - alpha) / 255: at 128, + 127.
@@ -100,14 +100,11 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalves
     // Alpha 128 at constant 128: the premultiplied (100,50,25) scaled by 128/255 (50.2, 25.1,
     // 12.5) and the white through 1 - 64.25/255 of it (190.75).
     EXPECT_TRUE(Near(At(half, 1, 0), Bgra{203, 216, 241, 255}, 1));
-}
 
-TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
+    // Source rows count from the top.
     const Bgra red{0, 0, 255, 255};
     const Bgra blue{255, 0, 0, 255};
-    CDibPtr image = MakeDib(4, 4, [&](i32, i32 y) { return y < 2 ? red : blue; });
-    CDCScreen screen;
-    ASSERT_TRUE(White(screen, Rect{100, 50, 112, 58}));
+    image = MakeDib(4, 4, [&](i32, i32 y) { return y < 2 ? red : blue; });
     ASSERT_TRUE(screen.DrawDib(Rect{100, 50, 104, 52}, *image, Rect{0, 0, 4, 2}, 255, 2));
     ASSERT_TRUE(screen.DrawDib(Rect{100, 52, 104, 54}, *image, Rect{0, 2, 4, 4}, 255, 2));
     for (int x = 100; x < 104; ++x)
@@ -152,7 +149,7 @@ TEST(ScreenTest, DrawDibEdgeCases) {
     EXPECT_TRUE(allWhite());
 }
 
-TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
+TEST(ScreenTest, CopyBlendAndAttachedSurfacesKeepTheirOwnOriginsAndOwnersState) {
     CDCScreen none;
     CDCScreen target;
     ASSERT_TRUE(White(target, Rect{0, 0, 20, 20}));
@@ -187,9 +184,7 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
     EXPECT_FALSE(target.CopyFrom(none, Rect{6, 6, 12, 12}));
     EXPECT_FALSE(target.BlendFrom(none, Rect{6, 6, 12, 12}, 255));
     EXPECT_FALSE(none.CopyFrom(source, Rect{6, 6, 12, 12}));
-}
 
-TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
     QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
     image.fill(0xFFFFFFFFu);
     {
@@ -205,7 +200,6 @@ TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
         EXPECT_TRUE(painter.transform().isIdentity());
         EXPECT_TRUE(painter.isActive());
     }
-    const Bgra red{0, 0, 255, 255};
     EXPECT_TRUE(
         PixelsAt(image, {{2, 3, red}, {3, 3, red}, {1, 3, kWhitePixel}, {2, 4, kWhitePixel}}));
 
