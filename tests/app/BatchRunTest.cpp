@@ -6,12 +6,8 @@
 #include <sstream>
 
 #include "app/BatchOptions.h"
-#include "batch/LunavexTask.h"
 #include "batch/Setting.h"
-#include "foundation/ResString.h"
 #include "foundation/Utf8.h"
-#include "image/reference/WholeConversion.h"
-#include "support/DeclaredBombs.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
 #include "support/ShellCommand.h"
@@ -112,18 +108,6 @@ TEST_F(BatchRunTest, ProducesWhatTheTaskProducesAndRefusesToReplaceOutputs) {
     EXPECT_EQ(out.str(), (dir / "round" / "on\xE9.jpg").string() + "\n" +
                              (dir / "round" / "two.jpg").string() + "\n");
 
-    // The same conversion through a task, as the window runs it, gives the same bytes.
-    CTempDir referenceTemp;
-    const auto reference = referenceTemp.Path();
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(W(dir / "two.png"), W(reference / "two.jpg"), nullptr);
-    task->SetShrink(settings.shrink);
-    task->SetRound(settings.round);
-    task->SetOutput(settings.Output());
-    task->Run();
-    ASSERT_EQ(task->errorId, 0);
-    EXPECT_EQ(ReadText(dir / "round" / "two.jpg"), ReadText(reference / "two.jpg"));
-
     // A second run without --overwrite lists the outputs and changes nothing.
     auto before = std::filesystem::last_write_time(dir / "round" / "on\xE9.jpg");
     EXPECT_EQ(Run(options, settings), lvx::exitcode::kRefused);
@@ -152,19 +136,6 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
 }
 
-// A source of the run in the output folder, named as the write's own temporary files, stays
-// when the write sweeps that folder (which files a sweep takes is the file writer's test).
-TEST_F(BatchRunTest, ASweepLeavesTheSourcesOfTheRun) {
-    const std::filesystem::path round = dir / "round";
-    std::filesystem::create_directories(round);
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-    const std::string current = Leftover(round, "s.png", ReadText(dir / "a.png"));
-    EXPECT_EQ(Run(Parse({(round / current).string(), (dir / "a.png").string()}), CSetting()),
-              lvx::exitcode::kConverted)
-        << err.str();
-    EXPECT_TRUE(std::filesystem::exists(round / current));
-}
-
 // The pixel limit of the command line reaches every task; on many workers the files before the
 // first failure are written and listed in their order, and none after it.
 TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
@@ -189,30 +160,6 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
     lvx::ApplyBatchOptions(enough, settings);
     EXPECT_EQ(Run(enough, settings), lvx::exitcode::kConverted);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
-}
-
-// Files that declare far more than they hold are refused from their header, each budget with its
-// own message, which names the figures and the option that raises the limit.
-TEST_F(BatchRunTest, TheBudgetsRefuseWithTheirOwnMessages) {
-    const struct {
-        const char* name;
-        std::vector<u8> bytes;
-        std::wstring message;
-    } cases[] = {
-        {"rle.bmp", EmptyRleBmp(16383, 16383),
-         L"復号に必要なメモリーが上限を超えます: 16,383 × 16,383 ピクセルで約 1,080 MB が必要、"
-         L"上限は 1,000 MB です (--max-memory、または設定の MaxMemory で変えられます)"},
-        {"scans.jpg", EmptyProgressiveJpeg(10000, 10000, 3, 946),
-         L"JPEG ファイルのスキャンの処理量が上限を超えます: 10,000 × 10,000 ピクセルを 946 スキャ"
-         L"ン、上限は 268,402,689 ピクセルの 20 回分です (--max-pixels、または設定の MaxPixels で"
-         L"変えられます)"},
-    };
-    for (const auto& c : cases) {
-        WriteBytes(dir / c.name, c.bytes);
-        EXPECT_EQ(Run(Parse({(dir / c.name).string()}), CSetting()), lvx::exitcode::kTaskFailed);
-        EXPECT_EQ(err.str(), Utf8FromWide(L"画像の読み込みに失敗しました - " + c.message) + "\n\n" +
-                                 (dir / c.name).string() + "\n");
-    }
 }
 
 // The real program: help, version, and an exit code seen by the shell.

@@ -11,6 +11,7 @@
 #include "batch/Setting.h"
 #include "foundation/Exception.h"
 #include "foundation/ResString.h"
+#include "image/reference/WholeConversion.h"
 #include "resources/StringIds.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
@@ -65,11 +66,14 @@ protected:
 TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     const fs::path a = Image("a.png");
     const fs::path b = Image("b.png");
-    fs::create_directories(dir / "round");
     testutil::WriteText(dir / "round" / "b.jpg", "old");
+    // A source named as a temporary file that a write left: the write's sweep leaves it.
+    const fs::path kept = dir / "round" / Leftover(dir / "round", "k.png");
     settings.maxMemoryMb = 123; // the window's batch and lunavex-batch take the limits from here
-    EXPECT_EQ(Refusal({a, b}), L"");
-    ASSERT_EQ(planned.size(), 2u);
+    settings.shrink = {.shrinkType = 1, .customWidth = 4, .customHeight = 3};
+    settings.round.corners = 0;
+    EXPECT_EQ(Refusal({a, b, kept}), L"");
+    ASSERT_EQ(planned.size(), 3u);
     EXPECT_EQ(planned[0].task->inputPath, W(a));
     EXPECT_EQ(planned[0].task->outputFile, W(dir / "round" / "a.jpg"));
     EXPECT_FALSE(planned[0].outputExists);
@@ -77,6 +81,15 @@ TEST_F(BatchPlanTest, MakesOneTaskPerSourceInOrderAndSeesWhichOutputsExist) {
     EXPECT_TRUE(planned[1].outputExists);
     EXPECT_EQ(planned[1].task->output(), settings.Output()) << "each task has its output";
     EXPECT_EQ(planned[1].task->limits.maxMemoryMb, 123u);
+    // Each task converts with the shrink and the round of the settings.
+    planned[0].task->Run();
+    const std::vector<u8> source = ReadBytes(a);
+    std::vector<u8> reference;
+    ASSERT_EQ(ConvertWholeFile(source.data(), source.size(), settings.shrink, settings.round,
+                               settings.Output(), reference),
+              0u);
+    EXPECT_EQ(ReadBytes(dir / "round" / "a.jpg"), reference);
+    EXPECT_TRUE(fs::exists(kept));
 }
 
 TEST_F(BatchPlanTest, RefusesEveryOutputThatWouldReplaceASourceAndChangesNothing) {
