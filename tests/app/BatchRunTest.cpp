@@ -43,16 +43,9 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
                     "--max-memory=2000", "--jobs=3", "a.jpg", "--", "--b.jpg"});
     CSetting s;
     lvx::ApplyBatchOptions(o, s);
-    EXPECT_EQ(s.shrink.shrinkType, 1u);
-    EXPECT_EQ(s.shrink.customWidth, 800);
-    EXPECT_EQ(s.shrink.customHeight, 600);
-    EXPECT_EQ(s.round.radius, (LengthValue{1, 100, 50}))
-        << "5 % is 50 thousandths; the pixel number stays";
-    EXPECT_EQ(s.round.blurWidth, (LengthValue{0, 25, 10}));
-    EXPECT_EQ(s.round.corners, 1u | 4u);
-    EXPECT_EQ(s.round.edges, 0u);
-    EXPECT_EQ(s.round.backgroundColor, 0x0080FFu);
-    EXPECT_TRUE(s.round.transparent);
+    EXPECT_EQ(s.shrink, (ShrinkSettings{.shrinkType = 1, .customWidth = 800, .customHeight = 600}));
+    // 5 % is 50 thousandths; the pixel number stays.
+    EXPECT_EQ(s.round, (RoundSettings{0x0080FF, true, 1 | 4, 0, {1, 100, 50}, {0, 25, 10}}));
     EXPECT_EQ(s.saveType, 1u);
     EXPECT_EQ(s.jpegQuality, 55u);
     EXPECT_EQ(s.subFolders.front(), L"web");
@@ -65,9 +58,7 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     auto named = Parse({"--shrink=640", "--format", "jpg"});
     CSetting t;
     lvx::ApplyBatchOptions(named, t);
-    EXPECT_EQ(t.shrink.shrinkType, 2u);
-    EXPECT_EQ(t.shrink.shrinkWidth, 640);
-    EXPECT_EQ(t.shrink.shrinkHeight, 640);
+    EXPECT_EQ(t.shrink, (ShrinkSettings{.shrinkType = 2, .shrinkWidth = 640, .shrinkHeight = 640}));
     EXPECT_EQ(t.saveType, 2u);
 
     for (const char* bad : {"--quality=101",     "--radius=-1",       "--radius=.5",

@@ -99,8 +99,6 @@ protected:
     }
 
     CGateClient gate;
-    testutil::CTempDir temp;
-    const std::filesystem::path dir = temp.Path();
 };
 
 TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane) {
@@ -121,17 +119,15 @@ TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane
     EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled()) << "also during the run";
 
     // Of two files only the newer is shown.
-    TaskPtr second = Finished(L"/src/out2/b.png", 0, 92);
     TaskPtr third = Finished(L"/src/out3/c.png", 0, 93);
-    Timer().ShowResults({second, third});
+    Timer().ShowResults({Finished(L"/src/out2/b.png", 0, 92), third});
     EXPECT_EQ(view->lastSource, third->preview);
     EXPECT_EQ(WholePaneBlue(), 93);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
 
     // A failure among them: no pane changes.
-    TaskPtr good = Finished(L"/src/out4/d.png", 0, 94);
-    TaskPtr failed = Finished(L"/src/out5/e.png", 201, 95);
-    Timer().ShowResults({good, failed});
+    Timer().ShowResults(
+        {Finished(L"/src/out4/d.png", 0, 94), Finished(L"/src/out5/e.png", 201, 95)});
     EXPECT_EQ(view->lastSource, third->preview);
     EXPECT_EQ(WholePaneBlue(), 93);
     EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
