@@ -124,41 +124,40 @@ TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEn
     };
     std::map<std::string, std::string> alone; // the outputs of one worker, all files good
     for (const auto& c : cases) {
-        const std::string label = "jobs " + std::to_string(c.jobs) + ", bad " +
-                                  std::to_string(c.bad) + ", stop after " +
-                                  std::to_string(c.stopAfter);
+        SCOPED_TRACE(testing::Message()
+                     << "jobs " << c.jobs << ", bad " << c.bad << ", stop after " << c.stopAfter);
         fs::remove_all(dir);
         fs::create_directories(dir);
         lvx::CBatchRunner runner;
         CRecordingClient client;
         client.stopAfter = c.stopAfter;
         client.refuseAt = c.refuseAt;
-        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end) << label;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end);
         std::vector<std::string> expected;
         for (size_t i = 0; i < c.written; ++i)
             expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
-        EXPECT_EQ(client.written, expected) << label;
-        EXPECT_EQ(runner.FileCount(), 5) << label;
-        EXPECT_EQ(runner.DoneCount(), c.done) << label;
-        EXPECT_FALSE(runner.Running()) << label;
+        EXPECT_EQ(client.written, expected);
+        EXPECT_EQ(runner.FileCount(), 5);
+        EXPECT_EQ(runner.DoneCount(), c.done);
+        EXPECT_FALSE(runner.Running());
         const std::map<std::string, std::string> outputs = Outputs();
         std::vector<std::string> names;
         for (const auto& [name, bytes] : outputs) {
             names.push_back(name);
             if (!alone.empty()) {
-                EXPECT_EQ(bytes, alone[name]) << label << ": " << name;
+                EXPECT_EQ(bytes, alone[name]) << name;
             }
         }
-        EXPECT_EQ(names, expected) << label << ": no file after the end is written";
+        EXPECT_EQ(names, expected) << "no file after the end is written";
         if (alone.empty())
             alone = outputs;
         if (c.bad < 0) {
-            EXPECT_EQ(client.failure, L"") << label;
-            EXPECT_FALSE(runner.FailedTask()) << label;
+            EXPECT_EQ(client.failure, L"");
+            EXPECT_FALSE(runner.FailedTask());
             continue;
         }
-        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u) << label;
-        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png")) << label;
+        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u);
+        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png"));
     }
 }
 
