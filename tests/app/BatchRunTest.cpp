@@ -10,7 +10,6 @@
 #include "foundation/Utf8.h"
 #include "support/Files.h"
 #include "support/PixelTestUtil.h"
-#include "support/ShellCommand.h"
 
 using namespace testutil;
 
@@ -151,28 +150,6 @@ TEST_F(BatchRunTest, ThePixelLimitOfTheCommandLineReachesEveryTask) {
     lvx::ApplyBatchOptions(enough, settings);
     EXPECT_EQ(Run(enough, settings), lvx::exitcode::kConverted);
     EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.jpg"));
-}
-
-// The real program: help, version, and an exit code seen by the shell.
-TEST_F(BatchRunTest, TheProgramAnswersWithItsExitCodes) {
-    auto config = dir / "config";
-    std::string env = "XDG_CONFIG_HOME=" + config.string() + " LANG=C.UTF-8 LC_ALL= ";
-    auto run = [&](const std::string& args, std::string& output) {
-        return RunShellCommand(env + LVX_BATCH_EXE + std::string(" ") + args + " 2>&1", output);
-    };
-    std::string output;
-    EXPECT_EQ(run("--help", output), 0);
-    EXPECT_NE(output.find("--overwrite"), std::string::npos);
-    EXPECT_NE(output.find("--max-pixels=N"), std::string::npos);
-    EXPECT_NE(output.find("Exit status"), std::string::npos) << "English outside a Japanese locale";
-    EXPECT_EQ(run("--bogus", output), 2);
-    EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
-    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "a.png"));
-    EXPECT_EQ(run("--format=png " + (dir / "a.png").string(), output), 0);
-    EXPECT_EQ(output, (dir / "round" / "a.png").string() + "\n");
-    // Reading the store may create the application's key, but no option of the run is stored.
-    std::string store = ReadText(config / "Harrowmere" / "Lunavex32.reg");
-    EXPECT_EQ(store.find(std::string("S\0a\0v\0e\0T\0", 10)), std::string::npos);
 }
 
 } // namespace

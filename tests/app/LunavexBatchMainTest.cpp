@@ -25,14 +25,13 @@ using namespace testutil;
 
 namespace {
 
-// Runs lunavex-batch with a shell prefix (such as a ulimit) and the given arguments, English
-// texts, the store below config; standard error only goes to errors.
+// Runs lunavex-batch with a shell prefix (such as a ulimit) and the given arguments and
+// redirections, English texts, the store below config; what the shell captured goes to output.
 int RunBatchExe(const std::filesystem::path& config, const std::string& prefix,
-                const std::string& args, std::string& errors) {
-    std::string command = prefix + "XDG_CONFIG_HOME=" + config.string() +
-                          " LANG=C.UTF-8 LC_ALL= " + LVX_BATCH_EXE + " " + args +
-                          " 2>&1 >/dev/null";
-    return RunShellCommand(command, errors);
+                const std::string& args, std::string& output) {
+    return RunShellCommand(prefix + "XDG_CONFIG_HOME=" + config.string() +
+                               " LANG=C.UTF-8 LC_ALL= " + LVX_BATCH_EXE + " " + args,
+                           output);
 }
 
 // Starts lunavex-batch as RunBatchExe does, with standard output on out, standard error into
@@ -92,6 +91,26 @@ protected:
 };
 
 } // namespace
+
+// The program's help, in English outside a Japanese locale, and its exit codes as the shell sees
+// them; no option of a run is stored.
+TEST_F(LunavexBatchMainTest, TheProgramAnswersWithItsExitCodes) {
+    auto run = [&](const std::string& args, std::string& output) {
+        return RunBatchExe(dir / "config", "", args + " 2>&1", output);
+    };
+    std::string output;
+    EXPECT_EQ(run("--help", output), 0);
+    EXPECT_NE(output.find("--overwrite"), std::string::npos);
+    EXPECT_NE(output.find("--max-pixels=N"), std::string::npos);
+    EXPECT_NE(output.find("Exit status"), std::string::npos);
+    EXPECT_EQ(run("--bogus", output), 2);
+    EXPECT_EQ(run((dir / "nothing.png").string(), output), 3);
+    EXPECT_EQ(run("--format=png " + (dir / "a.png").string(), output), 0);
+    EXPECT_EQ(output, (dir / "round" / "a.png").string() + "\n");
+    // Reading the store may create the application's key, but no option of the run is stored.
+    const std::string store = ReadText(folder / "Lunavex32.reg");
+    EXPECT_EQ(store.find(std::string("S\0a\0v\0e\0T\0", 10)), std::string::npos);
+}
 
 // SIGTERM or SIGINT once the first path has arrived ends the run between two files: every file in
 // the output folder has been listed, in whole lines, and the exit status and a line on standard
@@ -167,7 +186,8 @@ TEST_F(LunavexBatchMainTest, AnUnusableStoreIsKeptAsideAndSaidOnStandardError) {
         const std::string before = kind == "damaged" ? ReadText(store) : "";
         std::string errors;
         EXPECT_EQ(RunBatchExe(dir / "config", "ulimit -v 1048576; ",
-                              "--format=png " + (dir / "a.png").string(), errors),
+                              "--format=png " + (dir / "a.png").string() + " 2>&1 >/dev/null",
+                              errors),
                   0)
             << kind << ": " << errors;
         EXPECT_TRUE(std::filesystem::exists(dir / "round" / "a.png")) << kind;
