@@ -14,13 +14,8 @@ namespace {
 using namespace testutil;
 
 namespace fs = std::filesystem;
-using testutil::W;
 
-class CommandExecDataTest : public BatchViewFixture {
-protected:
-    testutil::CTempDir temp;
-    const fs::path dir = temp.Path();
-};
+using CommandExecDataTest = BatchViewFixture;
 
 TEST_F(CommandExecDataTest, ARefusalStopsTheDropBeforeAnythingChanges) {
     // The sub-folder typed into the view counts: a link to "." makes the output of a PNG its own

@@ -99,8 +99,6 @@ protected:
     }
 
     CGateClient gate;
-    testutil::CTempDir temp;
-    const std::filesystem::path dir = temp.Path();
 };
 
 TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane) {
@@ -120,21 +118,16 @@ TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane
     EXPECT_EQ(TheSetting().outputPath, L"/src/out1/");
     EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled()) << "also during the run";
 
-    // Of two files only the newer is shown.
-    TaskPtr second = Finished(L"/src/out2/b.png", 0, 92);
+    // Of two files only the newer is shown; then a failure among them changes no pane.
     TaskPtr third = Finished(L"/src/out3/c.png", 0, 93);
-    Timer().ShowResults({second, third});
-    EXPECT_EQ(view->lastSource, third->preview);
-    EXPECT_EQ(WholePaneBlue(), 93);
-    EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
-
-    // A failure among them: no pane changes.
-    TaskPtr good = Finished(L"/src/out4/d.png", 0, 94);
-    TaskPtr failed = Finished(L"/src/out5/e.png", 201, 95);
-    Timer().ShowResults({good, failed});
-    EXPECT_EQ(view->lastSource, third->preview);
-    EXPECT_EQ(WholePaneBlue(), 93);
-    EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
+    for (const std::vector<TaskPtr>& tick :
+         {std::vector<TaskPtr>{Finished(L"/src/out2/b.png", 0, 92), third},
+          {Finished(L"/src/out4/d.png", 0, 94), Finished(L"/src/out5/e.png", 201, 95)}}) {
+        Timer().ShowResults(tick);
+        EXPECT_EQ(view->lastSource, third->preview);
+        EXPECT_EQ(WholePaneBlue(), 93);
+        EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
+    }
 }
 
 TEST_F(CommandTimerTest, TheProgressShowsTheRunnersCountsWithMovingDots) {

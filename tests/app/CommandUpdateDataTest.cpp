@@ -128,17 +128,10 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
     Type(ctl::kBlurWidth, L"2");
     EXPECT_EQ(Strict().id, 0);
     const CSetting& s = TheSetting();
-    EXPECT_EQ(s.shrink.shrinkType, 1u);
-    EXPECT_EQ(s.shrink.customWidth, 640);
-    EXPECT_EQ(s.shrink.customHeight, 480);
+    EXPECT_EQ(s.shrink, (ShrinkSettings{.shrinkType = 1, .customWidth = 640, .customHeight = 480}));
     EXPECT_EQ(s.saveType, 1u);
     EXPECT_EQ(s.jpegQuality, 0u); // an empty quality reads as 0
-    EXPECT_EQ(s.round.backgroundColor, 0x0C0B0Au);
-    EXPECT_TRUE(s.round.transparent);
-    EXPECT_EQ(s.round.corners, 15u - 2u);
-    EXPECT_EQ(s.round.edges, 15u - 2u);
-    EXPECT_EQ(s.round.radius.tenths, 45);
-    EXPECT_EQ(s.round.blurWidth.tenths, 20);
+    EXPECT_EQ(s.round, (RoundSettings{0x0C0B0A, true, 15 - 2, 15 - 2, {0, 45, 50}, {0, 20, 10}}));
     EXPECT_EQ(s.subFolders.front(), L"round");
 }
 

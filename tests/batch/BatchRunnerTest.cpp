@@ -124,41 +124,40 @@ TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEn
     };
     std::map<std::string, std::string> alone; // the outputs of one worker, all files good
     for (const auto& c : cases) {
-        const std::string label = "jobs " + std::to_string(c.jobs) + ", bad " +
-                                  std::to_string(c.bad) + ", stop after " +
-                                  std::to_string(c.stopAfter);
+        SCOPED_TRACE(testing::Message()
+                     << "jobs " << c.jobs << ", bad " << c.bad << ", stop after " << c.stopAfter);
         fs::remove_all(dir);
         fs::create_directories(dir);
         lvx::CBatchRunner runner;
         CRecordingClient client;
         client.stopAfter = c.stopAfter;
         client.refuseAt = c.refuseAt;
-        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end) << label;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end);
         std::vector<std::string> expected;
         for (size_t i = 0; i < c.written; ++i)
             expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
-        EXPECT_EQ(client.written, expected) << label;
-        EXPECT_EQ(runner.FileCount(), 5) << label;
-        EXPECT_EQ(runner.DoneCount(), c.done) << label;
-        EXPECT_FALSE(runner.Running()) << label;
+        EXPECT_EQ(client.written, expected);
+        EXPECT_EQ(runner.FileCount(), 5);
+        EXPECT_EQ(runner.DoneCount(), c.done);
+        EXPECT_FALSE(runner.Running());
         const std::map<std::string, std::string> outputs = Outputs();
         std::vector<std::string> names;
         for (const auto& [name, bytes] : outputs) {
             names.push_back(name);
             if (!alone.empty()) {
-                EXPECT_EQ(bytes, alone[name]) << label << ": " << name;
+                EXPECT_EQ(bytes, alone[name]) << name;
             }
         }
-        EXPECT_EQ(names, expected) << label << ": no file after the end is written";
+        EXPECT_EQ(names, expected) << "no file after the end is written";
         if (alone.empty())
             alone = outputs;
         if (c.bad < 0) {
-            EXPECT_EQ(client.failure, L"") << label;
-            EXPECT_FALSE(runner.FailedTask()) << label;
+            EXPECT_EQ(client.failure, L"");
+            EXPECT_FALSE(runner.FailedTask());
             continue;
         }
-        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u) << label;
-        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png")) << label;
+        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u);
+        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png"));
     }
 }
 
@@ -236,7 +235,7 @@ TEST_F(BatchRunnerTest, APolledRunHandsOverEveryFileAndSaysHowItEnded) {
 }
 
 // A stop takes effect between files: the file in work sees it, the others never start and keep
-// their old outputs. A failure thrown out of a task ends the worker, or fails only its file.
+// their old outputs.
 TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     fs::create_directories(dir / "out");
     for (int i = 0; i < 4; ++i)
@@ -262,30 +261,23 @@ TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     for (int i = 1; i < 4; ++i)
         EXPECT_EQ(outputs.at(Numbered("f", i, ".png")), "old") << i;
 
-    for (lvx::ThrownFailure thrown :
-         {lvx::ThrownFailure::kEndsWorker, lvx::ThrownFailure::kFailsFile}) {
-        fs::remove_all(dir / "out");
-        tasks = Plan(3, -1, false);
-        tasks[1]->beforeReplace = []() -> bool { throw std::runtime_error("thrown"); };
-        lvx::BatchRunOptions options;
-        options.thrown = thrown;
-        ASSERT_TRUE(runner.Start(tasks, options));
-        runner.Wait();
-        poll = runner.Poll();
-        if (thrown == lvx::ThrownFailure::kEndsWorker) {
-            EXPECT_EQ(poll.finished.size(), 1u);
-            EXPECT_EQ(poll.end, BatchEnd::kWorkerEnded);
-            EXPECT_FALSE(fs::exists(dir / "out" / "f2.png"));
-            continue;
-        }
-        EXPECT_EQ(poll.finished.size(), 3u);
-        EXPECT_EQ(poll.end, BatchEnd::kFailed);
-        EXPECT_EQ(runner.FailedTask(), tasks[1]);
-        std::wstring text;
-        FormatResString(text, strid::kStdException, {L"thrown"});
-        EXPECT_EQ(tasks[1]->errorText, text);
-        EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
-    }
+    // A failure thrown out of a task fails only its file; one that ends the worker is the
+    // window's (CommandTimerTest).
+    fs::remove_all(dir / "out");
+    tasks = Plan(3, -1, false);
+    tasks[1]->beforeReplace = []() -> bool { throw std::runtime_error("thrown"); };
+    lvx::BatchRunOptions options;
+    options.thrown = lvx::ThrownFailure::kFailsFile;
+    ASSERT_TRUE(runner.Start(tasks, options));
+    runner.Wait();
+    poll = runner.Poll();
+    EXPECT_EQ(poll.finished.size(), 3u);
+    EXPECT_EQ(poll.end, BatchEnd::kFailed);
+    EXPECT_EQ(runner.FailedTask(), tasks[1]);
+    std::wstring text;
+    FormatResString(text, strid::kStdException, {L"thrown"});
+    EXPECT_EQ(tasks[1]->errorText, text);
+    EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
 }
 
 // The policies of libvips' worker threads, in no particular order.
