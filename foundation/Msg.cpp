@@ -1,9 +1,7 @@
 // The questions of the program: which text, which flags, which answer counts.
 #include "foundation/Msg.h"
 
-#include "foundation/GuardedCall.h"
 #include "foundation/Numbers.h"
-#include "foundation/Paths.h"
 #include "foundation/ResString.h"
 #include "resources/StringIds.h"
 
@@ -45,40 +43,6 @@ bool CMsg::QueryOkCancel(u32 id, std::initializer_list<FormatArg> args) {
     return Show(text, mb::kOkCancel) == mb::kIdOk;
 }
 
-bool CMsg::QueryLoseWork() {
-    return QueryOkCancel(strid::kQueryLoseWork);
-}
-
-bool CMsg::QueryCreateFolder(const std::wstring& path) {
-    return QueryOkCancel(strid::kQueryCreateFolder, {path});
-}
-
-bool CMsg::CreateFolderIfAgreed(const std::wstring& path) {
-    if (!QueryCreateFolder(path))
-        return false;
-    my::CCtrlException holder;
-    GuardedCall(holder, [&path] {
-        i32 code = CreateFolderTree(path);
-        if (code != 0)
-            throw my::CException(strid::kCreateFolderFailed, ResultFromWin32(code), path);
-    });
-    if (holder.id == 0)
-        return true;
-    FocusControl(holder.ctrl);
-    Error(holder);
-    return false;
-}
-
-bool CMsg::QueryOverwrite(const std::wstring& path) {
-    return QueryOkCancel(strid::kQueryOverwrite, {path});
-}
-
-bool CMsg::QueryOverwriteIfExists(const std::wstring& path) {
-    if (!FileExists(path))
-        return true;
-    return QueryOverwrite(path);
-}
-
 std::wstring OverwriteListText(const std::vector<std::wstring>& paths) {
     std::wstring list;
     for (std::size_t i = 0; i < paths.size() && i < kListedPaths; ++i) {
@@ -96,40 +60,8 @@ bool CMsg::QueryOverwriteFiles(const std::vector<std::wstring>& paths) {
                          {ToText(static_cast<i64>(paths.size())), OverwriteListText(paths)});
 }
 
-bool CMsg::QueryOverwriteFiles(const std::list<std::wstring>& paths) {
-    std::vector<std::wstring> copy(paths.begin(), paths.end());
-    return QueryOkCancel(strid::kQueryOverwriteFiles,
-                         {ToText(static_cast<i64>(copy.size())), OverwriteListText(copy)});
-}
-
 bool CMsg::QueryFolderRun(std::size_t folders, std::size_t images, std::size_t skipped) {
     return QueryOkCancel(strid::kQueryFolderRun,
                          {ToText(static_cast<i64>(folders)), ToText(static_cast<i64>(images)),
                           ToText(static_cast<i64>(skipped))});
-}
-
-bool CMsg::QueryResetShortcuts() {
-    return QueryOkCancel(strid::kQueryResetShortcuts);
-}
-
-bool CMsg::QueryReplaceShortcut(const std::wstring& keyDescription) {
-    return QueryOkCancel(strid::kQueryReplaceShortcut, {keyDescription});
-}
-
-bool CMsg::QueryBadSettings(const CSimpleErr& error) {
-    return QueryOkCancel(strid::kQueryBadSettings, {error.text});
-}
-
-bool CMsg::QueryBadSettingsFile(const std::wstring& path, const CSimpleErr& error) {
-    return QueryOkCancel(strid::kQueryBadSettingsFile, {path, error.text});
-}
-
-bool CMsg::QueryNewerSettingsFile() {
-    return QueryOkCancel(strid::kQueryNewerSettingsFile);
-}
-
-bool CMsg::QueryStopPrinting() {
-    std::wstring text;
-    LoadResString(text, strid::kQueryStopPrinting, true);
-    return Show(text, mb::kYesNo) == mb::kIdYes;
 }

@@ -1,7 +1,6 @@
 // The one way to a box: the questions and failures that the program puts to the user.
 #pragma once
 
-#include <list>
 #include <string>
 #include <vector>
 
@@ -12,11 +11,8 @@
 namespace mb {
 constexpr u32 kError = 16;    // OK with the error icon
 constexpr u32 kOkCancel = 49; // OK and Cancel with the warning icon
-constexpr u32 kYesNo = 52;    // Yes and No with the warning icon
 constexpr i32 kIdOk = 1;
 constexpr i32 kIdCancel = 2;
-constexpr i32 kIdYes = 6;
-constexpr i32 kIdNo = 7;
 } // namespace mb
 
 // The base decides what is asked; a derived class decides how the box looks and who owns it.
@@ -29,24 +25,10 @@ public:
     virtual i32 Error(const CSimpleErr& error);
     // Shows text with flags and returns the answer; the base class has no box and answers 0.
     virtual i32 Show(const std::wstring& text, u32 flags);
-    virtual bool QueryLoseWork();
-    virtual bool QueryCreateFolder(const std::wstring& path);
-    // Asks, then makes the folder with its parents; a failure is shown and gives false.
-    virtual bool CreateFolderIfAgreed(const std::wstring& path);
-    virtual bool QueryOverwrite(const std::wstring& path);
-    // True with no box when nothing is at path; otherwise QueryOverwrite.
-    virtual bool QueryOverwriteIfExists(const std::wstring& path);
     virtual bool QueryOverwriteFiles(const std::vector<std::wstring>& paths);
-    virtual bool QueryOverwriteFiles(const std::list<std::wstring>& paths);
     // Before the files of dropped folders are converted: how many folders, images and files that
     // are not images.
     virtual bool QueryFolderRun(std::size_t folders, std::size_t images, std::size_t skipped);
-    virtual bool QueryResetShortcuts();
-    virtual bool QueryReplaceShortcut(const std::wstring& keyDescription);
-    virtual bool QueryBadSettings(const CSimpleErr& error);
-    virtual bool QueryBadSettingsFile(const std::wstring& path, const CSimpleErr& error);
-    virtual bool QueryNewerSettingsFile();
-    virtual bool QueryStopPrinting();
 
     // Shows string id (0: an empty text) with flags.
     i32 ShowId(u32 id, u32 flags);

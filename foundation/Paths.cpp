@@ -87,11 +87,6 @@ bool IsDirectory(const std::wstring& path) {
     return StatPath(path, st) && S_ISDIR(st.st_mode);
 }
 
-bool IsExistingFile(const std::wstring& path) {
-    struct stat st;
-    return StatPath(path, st) && !S_ISDIR(st.st_mode);
-}
-
 bool IsRootLike(const std::wstring& path) {
     if (path.empty())
         return false;

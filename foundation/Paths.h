@@ -25,7 +25,6 @@ std::wstring ParentPath(const std::wstring& path);
 
 bool FileExists(const std::wstring& path); // files and folders
 bool IsDirectory(const std::wstring& path);
-bool IsExistingFile(const std::wstring& path);
 bool IsRootLike(const std::wstring& path);
 
 // Makes the folder with all missing parents. Returns a Win32 code, 0 for success; a folder that

@@ -48,7 +48,9 @@ protected:
 
 } // namespace
 
-TEST_F(CommandExplorerTest, NeitherPathNorItemFailsEvenWithoutRun) {
+TEST_F(CommandExplorerTest, AnItemAloneGivesTheTargetAndNeitherFailsEvenWithoutRun) {
+    ASSERT_FALSE(
+        std::filesystem::exists(std::filesystem::temp_directory_path() / "lvx no such folder"));
     CRecordingMsg msg;
     CCommandExplorer command(&msg);
     EXPECT_FALSE(command.CanExecute());
@@ -57,60 +59,44 @@ TEST_F(CommandExplorerTest, NeitherPathNorItemFailsEvenWithoutRun) {
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"ID リストが空です");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
-}
 
-TEST_F(CommandExplorerTest, AnItemAloneGivesTheTarget) {
-    ASSERT_FALSE(
-        std::filesystem::exists(std::filesystem::temp_directory_path() / "lvx no such folder"));
-    CRecordingMsg msg;
-    CCommandExplorer command(&msg);
     command.item = ItemOf(MissingFileUri());
     EXPECT_TRUE(command.CanExecute());
-    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_EQ(msg.boxes.size(), 1u);
 
     // The item's path is tested and found missing: the question, answered with Cancel.
     msg.answers = {mb::kIdCancel};
     command.Execute(true, false);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, kNotFoundQuestion);
-    EXPECT_EQ(msg.boxes[0].flags, 49u);
+    ASSERT_EQ(msg.boxes.size(), 2u);
+    EXPECT_EQ(msg.boxes[1].text, kNotFoundQuestion);
+    EXPECT_EQ(msg.boxes[1].flags, 49u);
     EXPECT_TRUE(command.path.empty());
 
     // An item with no file-system path fails with its code's text.
     command.item = ItemOf("trash:///photo.png");
     command.Execute(true, false);
-    ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[1].text, L"ID リストからパスの変換に失敗しました: エラーを特定できません");
-    EXPECT_EQ(msg.boxes[1].flags, 16u);
+    ASSERT_EQ(msg.boxes.size(), 3u);
+    EXPECT_EQ(msg.boxes[2].text, L"ID リストからパスの変換に失敗しました: エラーを特定できません");
 
     // A path has priority over the item.
     command.path = std::filesystem::temp_directory_path().wstring() + L"/lvx no such file.png";
     msg.answers = {mb::kIdCancel};
     command.Execute(true, false);
-    ASSERT_EQ(msg.boxes.size(), 3u);
-    EXPECT_EQ(msg.boxes[2].text, kNotFoundQuestion);
+    ASSERT_EQ(msg.boxes.size(), 4u);
+    EXPECT_EQ(msg.boxes[3].text, kNotFoundQuestion);
 }
 
-TEST_F(CommandExplorerTest, OutputFolderCommandDropsTheItem) {
-    TheSetting().outputPath = std::filesystem::temp_directory_path().wstring() + L"/lvx no such";
+// Where the output folder goes, and that it opens as a folder, is the next test's.
+TEST_F(CommandExplorerTest, WithoutAnOutputFolderTheChecksPassAndRunningSaysSo) {
+    TheSetting().outputPath.clear();
     CRecordingMsg msg;
     lvx::CCommandExplorerOutputPath command(&msg);
     command.item = ItemOf("trash:///photo.png");
-    msg.answers = {mb::kIdCancel};
-    command.Execute(true, false);
-    ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, kNotFoundQuestion);
-    EXPECT_TRUE(command.item.IsEmpty());
-    EXPECT_EQ(command.path, TheSetting().outputPath);
-    EXPECT_TRUE(command.openFolder);
-
-    // No output folder yet: the command's checks pass, and running it says so.
-    TheSetting().outputPath.clear();
     EXPECT_TRUE(command.CanExecute());
     command.Execute(true, false);
-    ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[1].text, L"出力先フォルダーが、未設定です");
-    EXPECT_EQ(msg.boxes[1].flags, 16u);
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, L"出力先フォルダーが、未設定です");
+    EXPECT_EQ(msg.boxes[0].flags, 16u);
 }
 
 TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverAndALateFailureIsShown) {

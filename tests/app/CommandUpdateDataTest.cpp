@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cwchar>
 #include <memory>
 #include <vector>
 
@@ -129,17 +128,10 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
     Type(ctl::kBlurWidth, L"2");
     EXPECT_EQ(Strict().id, 0);
     const CSetting& s = TheSetting();
-    EXPECT_EQ(s.shrink.shrinkType, 1u);
-    EXPECT_EQ(s.shrink.customWidth, 640);
-    EXPECT_EQ(s.shrink.customHeight, 480);
+    EXPECT_EQ(s.shrink, (ShrinkSettings{.shrinkType = 1, .customWidth = 640, .customHeight = 480}));
     EXPECT_EQ(s.saveType, 1u);
     EXPECT_EQ(s.jpegQuality, 0u); // an empty quality reads as 0
-    EXPECT_EQ(s.round.backgroundColor, 0x0C0B0Au);
-    EXPECT_TRUE(s.round.transparent);
-    EXPECT_EQ(s.round.corners, 15u - 2u);
-    EXPECT_EQ(s.round.edges, 15u - 2u);
-    EXPECT_EQ(s.round.radius.tenths, 45);
-    EXPECT_EQ(s.round.blurWidth.tenths, 20);
+    EXPECT_EQ(s.round, (RoundSettings{0x0C0B0A, true, 15 - 2, 15 - 2, {0, 45, 50}, {0, 20, 10}}));
     EXPECT_EQ(s.subFolders.front(), L"round");
 }
 
@@ -197,15 +189,13 @@ TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
     EXPECT_EQ(e.id, strid::kEmptySubFolder);
     EXPECT_EQ(e.text, L"サブフォルダ名が空です");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kSubFolder));
-    // So does one that would leave the source's folder, with its reason.
-    for (const wchar_t* escape : {L"/", L"/tmp/out", L"../out", L"round/../.."}) {
-        folder->setEditText(QString::fromWCharArray(escape));
-        e = Strict();
-        EXPECT_EQ(e.id,
-                  escape[0] == L'/' ? strid::kSubFolderNotRelative : strid::kSubFolderDotName);
-        EXPECT_EQ(e.text.substr(e.text.size() - std::wcslen(escape)), escape);
-        EXPECT_EQ(e.ctrl, view->Control(ctl::kSubFolder));
-    }
+    // So does one that would leave the source's folder, with its reason (every reason is the
+    // plan's test).
+    folder->setEditText(QStringLiteral("../out"));
+    e = Strict();
+    EXPECT_EQ(e.id, strid::kSubFolderDotName);
+    EXPECT_TRUE(e.text.ends_with(L"\n\n../out")) << e.text;
+    EXPECT_EQ(e.ctrl, view->Control(ctl::kSubFolder));
     ASSERT_EQ(TheSetting().subFolders.size(), 1u);
     EXPECT_EQ(TheSetting().subFolders.front(), L"round");
 }
@@ -214,7 +204,6 @@ TEST_F(CommandUpdateDataTest, TolerantUpdateKeepsTheLastGoodValues) {
     Type(ctl::kColorText, L"00FF00");
     EXPECT_EQ(TheSetting().round.backgroundColor, 0x00FF00u);
     Type(ctl::kColorText, L"zz");
-    EXPECT_EQ(view->swatch->Color(), 0u);
     EXPECT_EQ(TheSetting().round.backgroundColor, 0x00FF00u);
     // The other stages still run: the quality is read.
     Type(ctl::kQualityNumber, L"33");
@@ -239,18 +228,11 @@ TEST_F(CommandUpdateDataTest, SubFolderHistory) {
         Tolerant();
     }
     // The list's own rules are the settings' test; the combo box shows the list.
-    const CHistoryList& history = TheSetting().subFolders;
-    EXPECT_EQ(history.front(), L"f17");
+    EXPECT_EQ(TheSetting().subFolders.front(), L"f17");
     EXPECT_EQ(folder->count(), 16);
     EXPECT_EQ(folder->itemText(0), QStringLiteral("f17"));
     EXPECT_EQ(folder->itemText(15), QStringLiteral("f2"));
     EXPECT_EQ(folder->currentIndex(), 0);
-    // Choosing an older name moves it to the front without a duplicate.
-    folder->setCurrentIndex(5);
-    Tolerant();
-    EXPECT_EQ(history.front(), L"f12");
-    EXPECT_EQ(folder->itemText(1), QStringLiteral("f17"));
-    EXPECT_EQ(folder->currentText(), QStringLiteral("f12"));
 }
 
 } // namespace

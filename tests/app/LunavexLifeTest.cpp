@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <utility>
 #include <vector>
 
 #include <QProcess>
@@ -67,12 +64,20 @@ protected:
         return env;
     }
 
-    // Runs the program until it ends by itself; a box or a hang fails by the timeout.
-    int RunProgram() {
+    // What a run of the program said: its exit code, standard output and standard error.
+    struct Ran {
+        int code;
+        QString out, err;
+    };
+
+    // Runs the program with args until it ends by itself; a box or a hang fails by the timeout.
+    Ran RunProgram(const QProcessEnvironment& env, const QStringList& args = {}) {
         QProcess process;
-        process.setProcessEnvironment(Environment(true));
-        process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
-        return Finish(process, "lunavex did not end by itself: a box may be waiting");
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(LVX_GUI_EXE), args);
+        const int code = Finish(process, "lunavex did not end by itself: a box may be waiting");
+        return {code, QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
     }
 
     // Starts the program with no test hook and args in folder, waits until it has read its
@@ -131,34 +136,25 @@ protected:
     const fs::path home = temp.Path();
 };
 
-// The program saves its settings on its way out and reads them at the next start.
-TEST_F(LunavexLifeTest, FirstStartSavesTheDefaultsAndTheSecondReadsThem) {
-    ASSERT_FALSE(fs::exists(SettingsFile()));
-    EXPECT_EQ(RunProgram(), 1);
-    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
-    const CRegTree first = ReadStore(SettingsFile());
-    EXPECT_EQ(ValueOf(first, kSetting, L"OutputPath"),
-              testutil::Text(1, (home / "Pictures").wstring()));
-
-    std::wstring text = XdgSandbox::ReadUtf16File(SettingsFile());
-    const std::wstring from = L"\"JpegQuality\"=dword:00000050";
-    ASSERT_NE(text.find(from), std::wstring::npos);
-    text.replace(text.find(from), from.size(), L"\"JpegQuality\"=dword:0000005a");
-    const std::vector<u8> body = Utf16LeFromWide(text);
-    testutil::WriteText(SettingsFile(), "\xFF\xFE" + std::string(body.begin(), body.end()));
-    EXPECT_EQ(RunProgram(), 1);
-    const CRegTree second = ReadStore(SettingsFile());
-    EXPECT_EQ(ValueOf(second, kSetting, L"JpegQuality"), Dword(90));
-    EXPECT_EQ(ValueOf(second, kSetting, L"OutputPath"), ValueOf(first, kSetting, L"OutputPath"));
-    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
-}
-
-// SIGTERM saves the settings; a save that fails (its lock made a folder) waits on no box but logs.
-TEST_F(LunavexLifeTest, SigtermSavesTheSettingsOrSaysInTheLogThatItCouldNot) {
+// The settings are read at the start and saved on the way out, by the window's close and by
+// SIGTERM; a save that fails at SIGTERM (its lock made a folder) waits on no box but logs.
+TEST_F(LunavexLifeTest, TheSettingsAreReadAtTheStartAndSavedOnEveryWayOut) {
     EXPECT_EQ(RunAndTerminate(), 1);
     const CRegTree store = ReadStore(SettingsFile());
     EXPECT_EQ(ValueOf(store, kSetting, L"SaveType"), Dword(2));
     EXPECT_EQ(ValueOf(store, kSetting + L"\\SubFolder\\00", L""), testutil::Text(1, L"round"));
+
+    // A store that holds the quality alone: it is read, and the close saves the rest.
+    const std::vector<u8> body =
+        Utf16LeFromWide(L"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\" +
+                        kSetting + L"]\r\n\"JpegQuality\"=dword:0000005a\r\n");
+    testutil::WriteText(SettingsFile(), "\xFF\xFE" + std::string(body.begin(), body.end()));
+    EXPECT_EQ(RunProgram(Environment(true)).code, 1);
+    const CRegTree closed = ReadStore(SettingsFile());
+    EXPECT_EQ(ValueOf(closed, kSetting, L"JpegQuality"), Dword(90));
+    EXPECT_EQ(ValueOf(closed, kSetting, L"OutputPath"),
+              testutil::Text(1, (home / "Pictures").wstring()));
+    EXPECT_EQ(testutil::ReadText(LogFile()), std::string("\xFF\xFE"));
 
     fs::remove_all(home / "config");
     fs::remove_all(home / "state");
@@ -175,27 +171,8 @@ TEST_F(LunavexLifeTest, SigtermSavesTheSettingsOrSaysInTheLogThatItCouldNot) {
     EXPECT_EQ(XdgSandbox::ReadUtf16File(LogFile()), line + L"\r\n");
 }
 
-TEST_F(LunavexLifeTest, WithoutADisplayOneLineSaysSoAndTheExitCodeIsTwo) {
-    QProcessEnvironment env = Environment(false);
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":9873"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    QProcess process;
-    process.setProcessEnvironment(env);
-    process.start(QStringLiteral(LVX_GUI_EXE), QStringList{});
-    ASSERT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "not an abort";
-    EXPECT_EQ(process.exitCode(), 2);
-    EXPECT_EQ(
-        QString::fromUtf8(process.readAllStandardError()),
-        QStringLiteral("lunavex: ディスプレイに接続できないため起動できません (DISPLAY=:9873)\n"));
-    EXPECT_TRUE(process.readAllStandardOutput().isEmpty());
-    EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
-}
-
 // Both programs convert files named on the command line alike, every byte of the name left to the
-// kernel: a path of over 300 characters, "lnk/.." (the parent of the link's target) and a
-// name that is not UTF-8.
+// kernel: a path of over 300 characters, "lnk/.." (the link target's parent), a name not UTF-8.
 TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     using namespace std::string_literals;
     std::string deep;
@@ -241,25 +218,31 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option
-// of Qt's own, is refused before any window opens.
-TEST_F(LunavexLifeTest, OptionsAnswerWithoutAWindow) {
-    auto run = [&](const QStringList& args, int code) {
-        QProcess process;
-        process.setProcessEnvironment(Environment(false));
-        process.start(QStringLiteral(LVX_GUI_EXE), args);
-        EXPECT_TRUE(process.waitForFinished(60000)) << args.join(QLatin1Char(' ')).toStdString();
-        EXPECT_EQ(process.exitCode(), code) << args.join(QLatin1Char(' ')).toStdString();
-        return std::make_pair(QString::fromUtf8(process.readAllStandardOutput()),
-                              QString::fromUtf8(process.readAllStandardError()));
-    };
-    const auto version = run({QStringLiteral("--version")}, 0);
-    EXPECT_TRUE(version.first.startsWith(QStringLiteral("lunavex ")));
-    EXPECT_TRUE(version.second.isEmpty());
-    const auto help = run({QStringLiteral("--help")}, 0);
-    EXPECT_TRUE(help.first.startsWith(QStringLiteral("使い方: lunavex ")));
-    const auto wrong = run({QStringLiteral("-platform"), QStringLiteral("xcb")}, 2);
-    EXPECT_TRUE(wrong.first.isEmpty());
-    EXPECT_EQ(wrong.second, QStringLiteral("不明なオプションです: -platform\n\n") + help.first);
+// of Qt's own, is refused before any window opens; without a display one line says so.
+TEST_F(LunavexLifeTest, OptionsAndAMissingDisplayAnswerWithoutAWindow) {
+    const Ran version = RunProgram(Environment(false), {QStringLiteral("--version")});
+    EXPECT_EQ(version.code, 0);
+    EXPECT_TRUE(version.out.startsWith(QStringLiteral("lunavex ")));
+    EXPECT_TRUE(version.err.isEmpty());
+    const Ran help = RunProgram(Environment(false), {QStringLiteral("--help")});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_TRUE(help.out.startsWith(QStringLiteral("使い方: lunavex ")));
+    const Ran wrong =
+        RunProgram(Environment(false), {QStringLiteral("-platform"), QStringLiteral("xcb")});
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_TRUE(wrong.out.isEmpty());
+    EXPECT_EQ(wrong.err, QStringLiteral("不明なオプションです: -platform\n\n") + help.out);
+
+    QProcessEnvironment env = Environment(false);
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    env.insert(QStringLiteral("DISPLAY"), QStringLiteral(":9873"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    const Ran ran = RunProgram(env); // not ended by a signal: not an abort
+    EXPECT_EQ(ran.code, 2);
+    EXPECT_EQ(
+        ran.err,
+        QStringLiteral("lunavex: ディスプレイに接続できないため起動できません (DISPLAY=:9873)\n"));
+    EXPECT_TRUE(ran.out.isEmpty());
     EXPECT_FALSE(fs::exists(SettingsFile())) << "nothing was read or saved";
 }
 

@@ -1,10 +1,10 @@
 // Tests of the batch runner with real files: the order of a run, its stops, its counts, the retry
-// of a file alone, its workers and their priority, synchronised by the tasks' clients, never by
-// time.
+// of a file alone, its workers and their priority, synchronised by the tasks' clients.
 #include "batch/BatchRunner.h"
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -14,8 +14,6 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
-
-#include <vips/vips.h>
 
 #include "batch/BatchPlan.h"
 #include "batch/Setting.h"
@@ -93,6 +91,12 @@ protected:
         return files;
     }
 
+    // The options of lunavex-batch's runs: a memory budget, and a thrown failure fails its file.
+    static lvx::BatchRunOptions InOrder(u32 jobs) {
+        return {
+            .jobs = jobs, .memoryBudget = u64{1} << 30, .thrown = lvx::ThrownFailure::kFailsFile};
+    }
+
     static std::string Name(const lvx::TaskPtr& task) {
         return task ? fs::path(task->outputFile).filename().string() : "";
     }
@@ -120,45 +124,40 @@ TEST_F(BatchRunnerTest, ARunInOrderWritesAndReportsTheFilesInTheirOrderUntilItEn
     };
     std::map<std::string, std::string> alone; // the outputs of one worker, all files good
     for (const auto& c : cases) {
-        const std::string label = "jobs " + std::to_string(c.jobs) + ", bad " +
-                                  std::to_string(c.bad) + ", stop after " +
-                                  std::to_string(c.stopAfter);
+        SCOPED_TRACE(testing::Message()
+                     << "jobs " << c.jobs << ", bad " << c.bad << ", stop after " << c.stopAfter);
         fs::remove_all(dir);
         fs::create_directories(dir);
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = c.jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
         client.stopAfter = c.stopAfter;
         client.refuseAt = c.refuseAt;
-        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), options, client), c.end) << label;
+        EXPECT_EQ(runner.RunInOrder(Plan(5, c.bad, true), InOrder(c.jobs), client), c.end);
         std::vector<std::string> expected;
         for (size_t i = 0; i < c.written; ++i)
             expected.push_back(Numbered("f", static_cast<long long>(i), ".png"));
-        EXPECT_EQ(client.written, expected) << label;
-        EXPECT_EQ(runner.FileCount(), 5) << label;
-        EXPECT_EQ(runner.DoneCount(), c.done) << label;
-        EXPECT_FALSE(runner.Running()) << label;
+        EXPECT_EQ(client.written, expected);
+        EXPECT_EQ(runner.FileCount(), 5);
+        EXPECT_EQ(runner.DoneCount(), c.done);
+        EXPECT_FALSE(runner.Running());
         const std::map<std::string, std::string> outputs = Outputs();
         std::vector<std::string> names;
         for (const auto& [name, bytes] : outputs) {
             names.push_back(name);
             if (!alone.empty()) {
-                EXPECT_EQ(bytes, alone[name]) << label << ": " << name;
+                EXPECT_EQ(bytes, alone[name]) << name;
             }
         }
-        EXPECT_EQ(names, expected) << label << ": no file after the end is written";
+        EXPECT_EQ(names, expected) << "no file after the end is written";
         if (alone.empty())
             alone = outputs;
         if (c.bad < 0) {
-            EXPECT_EQ(client.failure, L"") << label;
-            EXPECT_FALSE(runner.FailedTask()) << label;
+            EXPECT_EQ(client.failure, L"");
+            EXPECT_FALSE(runner.FailedTask());
             continue;
         }
-        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u) << label;
-        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png")) << label;
+        EXPECT_EQ(client.failure.rfind(L"画像の読み込みに失敗しました - ", 0), 0u);
+        EXPECT_EQ(Name(runner.FailedTask()), Numbered("f", c.bad, ".png"));
     }
 }
 
@@ -177,12 +176,8 @@ TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAl
             return true;
         };
         lvx::CBatchRunner runner;
-        lvx::BatchRunOptions options;
-        options.jobs = jobs;
-        options.memoryBudget = u64{1} << 30;
-        options.thrown = lvx::ThrownFailure::kFailsFile;
         CRecordingClient client;
-        const BatchEnd end = runner.RunInOrder(tasks, options, client);
+        const BatchEnd end = runner.RunInOrder(tasks, InOrder(jobs), client);
         if (jobs == 1) {
             EXPECT_EQ(end, BatchEnd::kFailed);
             EXPECT_EQ(calls.size(), 1u);
@@ -240,7 +235,7 @@ TEST_F(BatchRunnerTest, APolledRunHandsOverEveryFileAndSaysHowItEnded) {
 }
 
 // A stop takes effect between files: the file in work sees it, the others never start and keep
-// their old outputs. A failure thrown out of a task ends the worker, or fails only its file.
+// their old outputs.
 TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     fs::create_directories(dir / "out");
     for (int i = 0; i < 4; ++i)
@@ -266,30 +261,23 @@ TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     for (int i = 1; i < 4; ++i)
         EXPECT_EQ(outputs.at(Numbered("f", i, ".png")), "old") << i;
 
-    for (lvx::ThrownFailure thrown :
-         {lvx::ThrownFailure::kEndsWorker, lvx::ThrownFailure::kFailsFile}) {
-        fs::remove_all(dir / "out");
-        tasks = Plan(3, -1, false);
-        tasks[1]->beforeReplace = []() -> bool { throw std::runtime_error("thrown"); };
-        lvx::BatchRunOptions options;
-        options.thrown = thrown;
-        ASSERT_TRUE(runner.Start(tasks, options));
-        runner.Wait();
-        poll = runner.Poll();
-        if (thrown == lvx::ThrownFailure::kEndsWorker) {
-            EXPECT_EQ(poll.finished.size(), 1u);
-            EXPECT_EQ(poll.end, BatchEnd::kWorkerEnded);
-            EXPECT_FALSE(fs::exists(dir / "out" / "f2.png"));
-            continue;
-        }
-        EXPECT_EQ(poll.finished.size(), 3u);
-        EXPECT_EQ(poll.end, BatchEnd::kFailed);
-        EXPECT_EQ(runner.FailedTask(), tasks[1]);
-        std::wstring text;
-        FormatResString(text, strid::kStdException, {L"thrown"});
-        EXPECT_EQ(tasks[1]->errorText, text);
-        EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
-    }
+    // A failure thrown out of a task fails only its file; one that ends the worker is the
+    // window's (CommandTimerTest).
+    fs::remove_all(dir / "out");
+    tasks = Plan(3, -1, false);
+    tasks[1]->beforeReplace = []() -> bool { throw std::runtime_error("thrown"); };
+    lvx::BatchRunOptions options;
+    options.thrown = lvx::ThrownFailure::kFailsFile;
+    ASSERT_TRUE(runner.Start(tasks, options));
+    runner.Wait();
+    poll = runner.Poll();
+    EXPECT_EQ(poll.finished.size(), 3u);
+    EXPECT_EQ(poll.end, BatchEnd::kFailed);
+    EXPECT_EQ(runner.FailedTask(), tasks[1]);
+    std::wstring text;
+    FormatResString(text, strid::kStdException, {L"thrown"});
+    EXPECT_EQ(tasks[1]->errorText, text);
+    EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
 }
 
 // The policies of libvips' worker threads, in no particular order.
@@ -300,36 +288,30 @@ std::vector<int> VipsWorkerPolicies() {
     return policies;
 }
 
-// A thread that libvips' own thread maker starts, on the calling thread's policy, under the name
-// of the pool's workers; it waits until the object goes. libvips' pool only grows when its load
-// asks for it, and a worker that an earlier test of the process has put at idle priority stays
-// there: this one stands for a worker that the main thread has made.
+// A thread under the name of libvips' pool workers, on the calling thread's policy, that waits
+// until the object goes. The pool only grows when its load asks for it, and a worker that an
+// earlier test of the process has put at idle priority stays there: this one stands for a worker
+// that the main thread has made.
 class CMainThreadVipsWorker {
 public:
     CMainThreadVipsWorker() {
-        release_ = released_.get_future().share();
-        thread_ = vips_g_thread_new(kVipsWorkerThreadName, &CMainThreadVipsWorker::Park, this);
+        thread_ = std::thread([this, release = released_.get_future()] {
+            ::pthread_setname_np(::pthread_self(), kVipsWorkerThreadName);
+            started_.set_value(::gettid());
+            release.wait();
+        });
         tid_ = started_.get_future().get();
     }
     ~CMainThreadVipsWorker() {
         released_.set_value();
-        g_thread_join(thread_);
+        thread_.join();
     }
     pid_t Tid() const { return tid_; }
 
 private:
-    static gpointer Park(gpointer self) {
-        auto* worker = static_cast<CMainThreadVipsWorker*>(self);
-        std::shared_future<void> release = worker->release_;
-        worker->started_.set_value(::gettid());
-        release.wait();
-        return nullptr;
-    }
-
     std::promise<pid_t> started_;
     std::promise<void> released_;
-    std::shared_future<void> release_;
-    GThread* thread_ = nullptr;
+    std::thread thread_;
     pid_t tid_ = 0;
 };
 

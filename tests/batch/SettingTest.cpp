@@ -21,8 +21,8 @@ TEST(SettingTest, DefaultsFollowTheTable) {
     CHomeSandbox sandbox;
     CSetting settings;
     EXPECT_EQ(settings.outputPath, (sandbox.Home() / "Pictures").wstring());
-    // The other defaults are the settings table's; the saved file of the defaults is checked
-    // value by value by the settings tests.
+    EXPECT_EQ(settings.maxPixels, 268402689u);
+    EXPECT_EQ(settings.maxMemoryMb, 1000u);
     // The pictures folder of the user's xdg-user-dirs file.
     testutil::WriteText(sandbox.Root() / "config" / "user-dirs.dirs",
                         "# written by xdg-user-dirs-update\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");

@@ -9,14 +9,8 @@
 #include "support/Thrown.h"
 
 TEST(Exception, ComposeError) {
+    // Texts of none to two arguments are composed through the exceptions in GuardedCallTest.
     CLanguageGuard guard(1041);
-    EXPECT_EQ(ComposeError(strid::kLoadFailed, ResultText(0x80070002)),
-              L"画像の読み込みに失敗しました - " + ResultText(0x80070002));
-    EXPECT_EQ(ComposeError(strid::kUnknownException), L"不明な例外が発生しました");
-    EXPECT_EQ(ComposeError(strid::kBadFilePath, std::wstring(L"/a/b.png")),
-              L"ファイルパスが不正です\n\n/a/b.png");
-    EXPECT_EQ(ComposeError(strid::kQueryCreateFolder, L"/x", L"ignored"),
-              L"指定のフォルダーは存在しません。作成しますか？\n\n/x");
     EXPECT_EQ(ComposeError(strid::kVersionValueMissing, L"1", L"2", L"3", L"4", L"5", L"6"),
               L"バージョン情報が見つかりません\n\n1\n2");
     EXPECT_THROW(ComposeError(60999), my::CException);
@@ -27,7 +21,7 @@ TEST(Exception, ComposeError) {
     EXPECT_EQ(error.text, L"サブフォルダ名が空です");
 }
 
-TEST(Exception, SimpleErrSetters) {
+TEST(Exception, SimpleErrSettersAndTheMessagesOfCastsAndTooLongTexts) {
     CLanguageGuard guard(1033);
     CSimpleErr error;
     EXPECT_FALSE(error.IsError());
@@ -45,10 +39,8 @@ TEST(Exception, SimpleErrSetters) {
     EXPECT_EQ(error.id, 0);
     EXPECT_EQ(error.hr, 0u);
     EXPECT_TRUE(error.text.empty());
-}
 
-TEST(Exception, CastAndTooLongTextsHaveMessagesOfTheirOwn) {
-    CLanguageGuard guard(1033);
+    // A cast and a too long text have messages of their own.
     const auto e =
         testutil::Thrown([&] { ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000)); });
     EXPECT_EQ(e.id, strid::kCastError);

@@ -113,9 +113,8 @@ TEST(FileIoTest, AWriteThatMayNotReplaceTakesOnlyAFreeName) {
     ASSERT_EQ(WriteAtomically(dir / "new.bin", "made", onlyNew), 0);
     EXPECT_EQ(ReadText(dir / "new.bin"), "made");
 
-    // A file, a link (even to nowhere) and a folder under the name stay, with nothing beside them.
-    EXPECT_EQ(WriteAtomically(dir / "new.bin", "again", onlyNew), win32::kFileExists);
-    EXPECT_EQ(ReadText(dir / "new.bin"), "made");
+    // A link (even to nowhere) and a folder under the name stay, with nothing beside them; a file
+    // that stays is LunavexTaskTest's (an output that appeared after the check).
     fs::create_symlink(dir / "nowhere", dir / "link");
     EXPECT_EQ(WriteAtomically(dir / "link", "x", onlyNew), win32::kFileExists);
     EXPECT_TRUE(fs::is_symlink(dir / "link"));

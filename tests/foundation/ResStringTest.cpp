@@ -95,9 +95,6 @@ TEST(ResString, FormatFillsTextAndNumbers) {
         EXPECT_EQ(out, L"3 / 12 ファイル処理中 ");
         ASSERT_TRUE(FormatResString(out, strid::kShrinkToNamedSize, {-160, 160}));
         EXPECT_EQ(out, L"-160 × 160 以内に縮小する");
-        ASSERT_TRUE(
-            FormatResString(out, strid::kCastError, {L"i64", std::wstring(L"i32"), L"5000000000"}));
-        EXPECT_EQ(out, L"i64 から i32 へのキャストはできません: 5000000000");
         // A template with fewer placeholders than arguments ignores the rest.
         ASSERT_TRUE(FormatResString(out, strid::kEmptySubFolder, {L"unused"}));
         EXPECT_EQ(out, L"サブフォルダ名が空です");

@@ -3,15 +3,13 @@
 
 #include <gtest/gtest.h>
 
-TEST(Utf8, RoundTrip) {
+TEST(Utf8, TextRoundTripsAndBytesThatAreNotUtf8BecomeEscapesButOtherSurrogatesDoNot) {
     const std::wstring text = L"a/画像 é \U0001F600";
     std::string utf8 = Utf8FromWide(text);
     EXPECT_EQ(utf8, "a/\xE7\x94\xBB\xE5\x83\x8F \xC3\xA9 \xF0\x9F\x98\x80");
     EXPECT_EQ(WideFromUtf8(utf8), text);
     EXPECT_EQ(WideFromUtf8(""), L"");
-}
 
-TEST(Utf8, BytesThatAreNotUtf8BecomeEscapesAndComeBackButOtherSurrogatesDoNot) {
     EXPECT_EQ(WideFromUtf8("a\xFF"
                            "b"),
               L"a\xDCFF"

@@ -39,7 +39,7 @@ const u8 kWidth4Bytes[5] = {31, 95, 159, 223, 255};
 
 } // namespace
 
-TEST(BlurTest, FadeBytesForEveryListedWidth) {
+TEST(BlurTest, FadeBytesForEveryListedWidthAndTheWorkedCornersCaps) {
     const struct {
         double width;
         std::vector<int> bytes;
@@ -69,9 +69,7 @@ TEST(BlurTest, FadeBytesForEveryListedWidth) {
     EXPECT_TRUE(empty.empty());
     BuildFadeTable(empty, -2);
     EXPECT_TRUE(empty.empty());
-}
 
-TEST(BlurTest, WorkedCornerCapsAlpha) {
     // Blur alone on an opaque image gives the caps themselves, in every corner.
     CDibPtr image = MakeImage(40, 30, 255);
     ASSERT_EQ(BlurEdges(*image, true, true, true, true, true, true, true, true, 8, 8, 4), hr::kOk);
@@ -94,7 +92,7 @@ TEST(BlurTest, WorkedCornerCapsAlpha) {
     }
 }
 
-TEST(BlurTest, SquareFormWithoutRoundedCorners) {
+TEST(BlurTest, SquareFormWithoutRoundedCornersAndBandsThatStopAtTheMiddle) {
     CDibPtr image = MakeImage(40, 30, 255);
     ASSERT_EQ(BlurEdges(*image, false, false, false, false, true, true, true, true, 8, 8, 4),
               hr::kOk);
@@ -110,17 +108,15 @@ TEST(BlurTest, SquareFormWithoutRoundedCorners) {
     ASSERT_EQ(BlurEdges(*other, false, false, false, false, true, true, true, true, 0, 0, 4),
               hr::kOk);
     EXPECT_TRUE(PixelsNear(*image, *other, 0));
-}
 
-TEST(BlurTest, BandsStopAtTheMiddle) {
     // H = 100, b = 80, top only: row 49 is capped at 157, row 50 and below not at all.
-    CDibPtr image = MakeImage(20, 100, 255);
-    ASSERT_EQ(BlurEdges(*image, false, false, false, false, false, true, false, false, 0, 0, 80),
+    CDibPtr tall = MakeImage(20, 100, 255);
+    ASSERT_EQ(BlurEdges(*tall, false, false, false, false, false, true, false, false, 0, 0, 80),
               hr::kOk);
     for (int x = 0; x < 20; ++x) {
-        EXPECT_EQ(AlphaOf(*image, x, 49), 157);
+        EXPECT_EQ(AlphaOf(*tall, x, 49), 157);
         for (int y = 50; y < 100; ++y) {
-            ASSERT_EQ(AlphaOf(*image, x, y), 255);
+            ASSERT_EQ(AlphaOf(*tall, x, y), 255);
         }
     }
     // Two opposite edges meet at the middle: the fade is the same from either side.
@@ -134,7 +130,7 @@ TEST(BlurTest, BandsStopAtTheMiddle) {
     EXPECT_LT(AlphaOf(*both, 0, 0), AlphaOf(*both, 0, 4));
 }
 
-TEST(BlurTest, EdgeCases) {
+TEST(BlurTest, EdgeCasesArcDistanceAndSmallSizeCaps) {
     CDibPtr source = MakeImage(16, 16, 255);
     CDibPtr result;
     // Unchanged: no edge chosen; width 0 with straight edges; width 0 and radius 0.
@@ -181,9 +177,7 @@ TEST(BlurTest, EdgeCases) {
     ASSERT_TRUE(rgb.AllocBits());
     EXPECT_EQ(BlurEdges(rgb, true, true, true, true, true, true, true, true, 2, 2, 2),
               hr::kInvalidArg);
-}
 
-TEST(BlurTest, ArcDistanceAndSmallSizeCaps) {
     // On the straight rim next to a block the distance is the table's index.
     for (int i = 0; i <= 7; ++i) {
         EXPECT_DOUBLE_EQ(ArcDistance(7 - i, 0, 7, 7), i);

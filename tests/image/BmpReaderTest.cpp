@@ -3,6 +3,7 @@
 #include "image/BmpReader.h"
 
 #include "image/Decode.h"
+#include "support/DeclaredBombs.h"
 #include "support/ImageFiles.h"
 #include "support/PixelTestUtil.h"
 
@@ -21,15 +22,6 @@ std::vector<u8> Palette(const std::vector<Bgra>& colours) {
 HResult Read(const std::vector<u8>& file, CDibPtr& out, u64 maxPixels = kDefaultMaxPixels,
              Size* declared = nullptr) {
     return ReadBmp(file.data(), file.size(), maxPixels, out, declared);
-}
-
-// The pixels of a decoded image, rows from the top.
-std::vector<Bgra> Pixels(const CDib& dib) {
-    std::vector<Bgra> out;
-    for (i32 y = 0; y < dib.Height(); ++y)
-        for (i32 x = 0; x < dib.Width(); ++x)
-            out.push_back(PixelOf(dib, x, y));
-    return out;
 }
 
 // A file's parts in the order of its header fields, with the masks, palette and pixel data.
@@ -130,7 +122,7 @@ TEST(BmpReader, EveryFormDecodesToItsExactPixels) {
         CDibPtr dib;
         ASSERT_EQ(Read(MakeBmp(c.parts), dib), hr::kOk) << c.what;
         ASSERT_TRUE(dib) << c.what;
-        EXPECT_EQ(Pixels(*dib), c.pixels) << c.what;
+        EXPECT_EQ(PixelsOf(*dib), c.pixels) << c.what;
         EXPECT_GT(dib->Header()->biHeight, 0) << c.what;
         EXPECT_EQ(dib->GetSizeImage(), c.pixels.size() * 4) << c.what;
         EXPECT_EQ(dib->Header()->biXPelsPerMeter, 3780) << c.what;
@@ -138,15 +130,12 @@ TEST(BmpReader, EveryFormDecodesToItsExactPixels) {
     }
 }
 
-TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
+TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocationAndDamagedFilesAreRefused) {
     CDibPtr dib;
     Size declared;
     // 30000 x 30000 in a file of a few bytes: a run-length image that ends at once.
-    BmpParts huge{.width = 30000, .height = 30000, .bitCount = 8, .compression = kBmpRle8};
-    huge.palette = Palette({kGrey});
-    huge.colorsUsed = 1;
-    huge.pixels = {0, 1};
-    EXPECT_EQ(Read(MakeBmp(huge), dib, kDefaultMaxPixels, &declared), hr::kImageTooLarge);
+    EXPECT_EQ(Read(EmptyRleBmp(30000, 30000), dib, kDefaultMaxPixels, &declared),
+              hr::kImageTooLarge);
     EXPECT_EQ(declared, (Size{30000, 30000}));
     EXPECT_FALSE(dib);
 
@@ -160,17 +149,11 @@ TEST(BmpReader, ThePixelLimitIsCheckedBeforeAnyAllocation) {
     EXPECT_EQ(dib->Width(), 3);
 
     // Within the limit but beyond a 32-bit buffer.
-    BmpParts wide{.width = 70000, .height = 70000, .bitCount = 8, .compression = kBmpRle8};
-    wide.palette = Palette({kGrey});
-    wide.colorsUsed = 1;
-    wide.pixels = {0, 1};
     CDibPtr none;
-    EXPECT_EQ(Read(MakeBmp(wide), none, UINT64_MAX), hr::kOutOfMemory);
+    EXPECT_EQ(Read(EmptyRleBmp(70000, 70000), none, UINT64_MAX), hr::kOutOfMemory);
     EXPECT_FALSE(none);
-}
 
-TEST(BmpReader, DamagedFilesAreRefused) {
-    CDibPtr dib;
+    // Damaged files.
     BmpParts good{.width = 2, .height = 2, .bitCount = 24};
     good.pixels.assign(16, 0);
     const std::vector<u8> file = MakeBmp(good);
@@ -187,10 +170,9 @@ TEST(BmpReader, DamagedFilesAreRefused) {
     EXPECT_EQ(Read(unpadded, dib), hr::kOk);
     dib.reset();
 
-    auto refused = [&](BmpParts parts) {
+    auto refused = [&](const std::vector<u8>& bytes) {
         CDibPtr out;
-        const HResult result = Read(MakeBmp(parts), out);
-        return result == hr::kNotImpl && !out;
+        return Read(bytes, out) == hr::kNotImpl && !out;
     };
     // A header of no known size, no width or height, a bit count of no format, run-length
     // coding of 24 bits, and JPEG inside.
@@ -202,22 +184,19 @@ TEST(BmpReader, DamagedFilesAreRefused) {
              [](BmpParts& p) { p.compression = 4; }}) {
         BmpParts parts = good;
         damage(parts);
-        EXPECT_TRUE(refused(parts)) << "damage " << damageNumber++;
+        EXPECT_TRUE(refused(MakeBmp(parts))) << "damage " << damageNumber++;
     }
 
     // Run-length data is bottom-up only, and must not end before its end-of-bitmap mark.
-    BmpParts topDownRle{.width = 2, .height = -2, .bitCount = 8, .compression = kBmpRle8};
-    topDownRle.palette = Palette({kGrey});
-    topDownRle.pixels = {0, 1};
-    EXPECT_TRUE(refused(topDownRle));
+    EXPECT_TRUE(refused(EmptyRleBmp(2, -2)));
     BmpParts cutRle{.width = 2, .height = 2, .bitCount = 8, .compression = kBmpRle8};
     cutRle.palette = Palette({kGrey});
     cutRle.pixels = {2, 0, 0, 5, 1};
-    EXPECT_TRUE(refused(cutRle));
+    EXPECT_TRUE(refused(MakeBmp(cutRle)));
     // A palette that runs past the end of the file.
     BmpParts shortPalette{.width = 1, .height = 1, .bitCount = 8, .colorsUsed = 200};
     shortPalette.palette = Palette({kGrey});
-    EXPECT_TRUE(refused(shortPalette));
+    EXPECT_TRUE(refused(MakeBmp(shortPalette)));
 }
 
 TEST(BmpReader, TheDecoderEntryPointReadsBmpWithItsResolution) {

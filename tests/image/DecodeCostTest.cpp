@@ -55,7 +55,8 @@ TEST(DecodeCost, FilesThatDeclareFarMoreThanTheyHoldAreRefusedFromTheirHeader) {
 
 // 12000 x 8400 pixels, the costliest kinds: the estimate counts what their decoders keep and
 // still fits the default budget.
-TEST(DecodeCost, AHundredMegapixelPhotoFitsTheDefaultBudget) {
+TEST(DecodeCost,
+     AHundredMegapixelPhotoFitsTheDefaultBudgetAndAnUncompressedBmpCostsItsRowsInFlight) {
     const Declared photos[] = {
         {"progressive YCbCr", EmptyProgressiveJpeg(12000, 8400, 3, 10), 0, 12000ull * 8400 * 6},
         {"progressive CMYK", EmptyProgressiveJpeg(12000, 8400, 4, 10), 0, 12000ull * 8400 * 8},
@@ -69,12 +70,10 @@ TEST(DecodeCost, AHundredMegapixelPhotoFitsTheDefaultBudget) {
         EXPECT_GE(cost.memory, photo.leastMemory) << photo.name;
         EXPECT_EQ(CheckDecodeCost(cost, {}), hr::kOk) << photo.name << ": " << cost.MemoryMb();
     }
-}
 
-// An uncompressed BMP's rows are read from the file as they are asked for: it costs only its rows
-// in flight and converts within a budget that its whole 32-bit image (2 MiB) would exceed, where
-// a run-length BMP of the same size, decoded whole, costs 4 bytes a pixel and is refused.
-TEST(DecodeCost, AnUncompressedBmpCostsOnlyItsRowsInFlight) {
+    // An uncompressed BMP's rows are read from the file as they are asked for: it costs only its
+    // rows in flight and converts within a budget that its whole 32-bit image (2 MiB) would exceed,
+    // where a run-length BMP of the same size, decoded whole, costs 4 bytes a pixel and is refused.
     const i32 width = 8;
     const i32 height = 65536;
     const u64 pixels = static_cast<u64>(width) * height;

@@ -5,7 +5,7 @@
 
 using namespace testutil;
 
-TEST(Dib, SizeOfTheBits) {
+TEST(Dib, SizeOfTheBitsAndTheHeaderOfACopy) {
     CDib dib;
     EXPECT_EQ(dib.GetSizeImage(), 0u); // no header
     EXPECT_FALSE(dib.AllocBits());
@@ -21,15 +21,13 @@ TEST(Dib, SizeOfTheBits) {
     ASSERT_TRUE(dib.Create(40, 4, 4, 32, 0, 3, 0));
     dib.Header()->biSizeImage = 1234;
     EXPECT_EQ(dib.GetSizeImage(), 1234u); // a compressed image states its own size
-}
 
-TEST(Dib, ClearAndCreateFromHeader) {
-    CDib dib;
-    ASSERT_TRUE(dib.Create32(4, 3));
-    dib.Header()->biXPelsPerMeter = 11811;
-    dib.Header()->biYPelsPerMeter = 11811;
+    CDib original;
+    ASSERT_TRUE(original.Create32(4, 3));
+    original.Header()->biXPelsPerMeter = 11811;
+    original.Header()->biYPelsPerMeter = 11811;
     CDib copy;
-    ASSERT_TRUE(copy.CreateFromHeader(dib.Header()));
+    ASSERT_TRUE(copy.CreateFromHeader(original.Header()));
     EXPECT_EQ(copy.Width(), 4);
     EXPECT_EQ(copy.Height(), 3);
     EXPECT_EQ(copy.Header()->biBitCount, 32);

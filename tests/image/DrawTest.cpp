@@ -16,7 +16,7 @@ CDibPtr Pattern(i32 w, i32 h) {
 
 } // namespace
 
-TEST(Draw, SameSizeDrawIntoANewImageCopiesEveryByte) {
+TEST(Draw, SameSizeDrawIntoANewImageCopiesEveryByteAndIntoAnImageBlendsOverIt) {
     CDibPtr source = Pattern(6, 5);
     SetPixel(*source, 2, 2, Bgra{11, 22, 33, 0}); // colour under zero alpha survives too
     for (i32 mode : {interp::kHighQualityBicubic, interp::kHighQuality, interp::kDefault}) {
@@ -31,21 +31,19 @@ TEST(Draw, SameSizeDrawIntoANewImageCopiesEveryByte) {
     for (i32 y = 0; y < 3; ++y)
         for (i32 x = 0; x < 3; ++x)
             EXPECT_EQ(PixelOf(part, x, y), PixelOf(*source, x + 2, y + 1));
-}
 
-TEST(Draw, SourceBlendsOverTheTarget) {
     CDibPtr target = Solid(2, 1, Bgra{255, 0, 0, 255});
-    CDibPtr source = MakeDib(2, 1, [](i32 x, i32) {
+    CDibPtr over = MakeDib(2, 1, [](i32 x, i32) {
         return x == 0 ? Bgra{0, 0, 255, 128} : Bgra{0, 0, 255, 0};
     });
     ASSERT_TRUE(
-        DrawImageRect(*source, Rect{0, 0, 2, 1}, *target, Rect{0, 0, 2, 1}, interp::kDefault));
+        DrawImageRect(*over, Rect{0, 0, 2, 1}, *target, Rect{0, 0, 2, 1}, interp::kDefault));
     // red 255 * 128/255 = 128 over blue 255 * 127/255 = 127; opaque stays opaque
     EXPECT_EQ(PixelOf(*target, 0, 0), (Bgra{127, 0, 128, 255}));
     EXPECT_EQ(PixelOf(*target, 1, 0), (Bgra{255, 0, 0, 255})); // nothing drawn at alpha 0
 }
 
-TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
+TEST(Draw, ResamplingGivesTheExactSizeKeepsFlatColourAndTopAndBottomInPlace) {
     CDibPtr flat = Solid(10, 9, Bgra{30, 140, 220, 255});
     for (i32 mode : {interp::kHighQuality, interp::kHighQualityBicubic,
                      interp::kHighQualityBilinear, interp::kNearestNeighbor, interp::kDefault}) {
@@ -62,9 +60,7 @@ TEST(Draw, ResamplingGivesTheExactSizeAndKeepsFlatColour) {
                     ASSERT_EQ(PixelOf(out, x, y).a, 255) << "mode " << mode;
         }
     }
-}
 
-TEST(Draw, ResamplingKeepsTopAndBottomInPlace) {
     // Top half red, bottom half blue: halving must keep red on top.
     CDibPtr source = MakeDib(8, 8, [](i32, i32 y) {
         return y < 4 ? Bgra{0, 0, 255, 255} : Bgra{255, 0, 0, 255};
@@ -100,7 +96,7 @@ TEST(Draw, HiddenColourDoesNotBleedIntoVisiblePixels) {
     }
 }
 
-TEST(Draw, BadRectanglesAndSizesFail) {
+TEST(Draw, BadRectanglesAndSizesFailAndScaleDibTakesTheSourceHeaderWithTheNewSize) {
     CDibPtr source = Pattern(4, 4);
     CDib out;
     for (auto [rect, size] : {std::pair{Rect{0, 0, 4, 4}, Size{0, 3}},
@@ -114,13 +110,11 @@ TEST(Draw, BadRectanglesAndSizesFail) {
     EXPECT_FALSE(DrawImageRect(*source, Rect{0, 0, 4, 4}, *target, Rect{1, 1, 4, 4}, 0));
     CDib empty;
     EXPECT_FALSE(DrawImageRect(empty, Rect{0, 0, 1, 1}, *target, Rect{0, 0, 1, 1}, 0));
-}
 
-TEST(Draw, ScaleDibTakesTheSourceHeaderWithTheNewSize) {
-    CDibPtr source = Pattern(6, 4);
-    source->Header()->biXPelsPerMeter = 3780;
+    CDibPtr wide = Pattern(6, 4);
+    wide->Header()->biXPelsPerMeter = 3780;
     CDib scaled;
-    ASSERT_EQ(ScaleDib(*source, Rect{0, 0, 6, 4}, scaled, Size{3, 2}, 32, interp::kHighQuality),
+    ASSERT_EQ(ScaleDib(*wide, Rect{0, 0, 6, 4}, scaled, Size{3, 2}, 32, interp::kHighQuality),
               hr::kOk);
     EXPECT_EQ(scaled.Width(), 3);
     EXPECT_EQ(scaled.Height(), 2);
@@ -128,11 +122,11 @@ TEST(Draw, ScaleDibTakesTheSourceHeaderWithTheNewSize) {
     EXPECT_EQ(scaled.Header()->biXPelsPerMeter, 0);
 
     CDib same;
-    ASSERT_EQ(ScaleDib(*source, Rect{0, 0, 6, 4}, same, Size{6, 4}, 32, interp::kHighQuality),
+    ASSERT_EQ(ScaleDib(*wide, Rect{0, 0, 6, 4}, same, Size{6, 4}, 32, interp::kHighQuality),
               hr::kOk);
-    EXPECT_TRUE(PixelsNear(same, *source, 0));
+    EXPECT_TRUE(PixelsNear(same, *wide, 0));
 
     CDib wrongDepth;
-    EXPECT_EQ(ScaleDib(*source, Rect{0, 0, 6, 4}, wrongDepth, Size{3, 2}, 24, interp::kHighQuality),
+    EXPECT_EQ(ScaleDib(*wide, Rect{0, 0, 6, 4}, wrongDepth, Size{3, 2}, 24, interp::kHighQuality),
               hr::kInvalidArg);
 }

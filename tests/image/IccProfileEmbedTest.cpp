@@ -26,7 +26,7 @@ std::vector<u8> PixelsOf(const std::vector<u8>& bytes) {
     return pixels;
 }
 
-TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
+TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndWhatIsNoneIsRefusedAsItWas) {
     ASSERT_TRUE(EnsureVipsStarted());
     const CDibPtr picture = testutil::MakeDib(37, 21, [](i32 x, i32 y) {
         return testutil::Bgra{static_cast<u8>(x * 6), static_cast<u8>(y * 11),
@@ -65,9 +65,7 @@ TEST(IccProfileEmbed, JpegAndPngCarryTheProfileAloneAndTheSamePixels) {
         EXPECT_EQ(std::string(pngWith.begin() + 37, pngWith.begin() + 53),
                   std::string("iCCPICC profile\0", 16));
     }
-}
 
-TEST(IccProfileEmbed, WhatIsNoJpegOrPngOrNoProfileIsRefusedAndLeftAsItWas) {
     std::vector<u8> bytes = {0x89, 'P', 'N', 'G'};
     const std::vector<u8> profile(200, 1);
     EXPECT_EQ(EmbedIccInJpeg(bytes, profile), hr::kInvalidArg);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "image/Draw.h"
@@ -49,87 +48,59 @@ CDibPtr CornerOf(const CDib& whole, u32 anchor, Size size) {
     return MakeDib(w, h, [&](i32 x, i32 y) { return PixelOf(whole, left + x, top + y); });
 }
 
-// The largest difference of any channel, and the mean over all channels.
-std::pair<int, double> Difference(const CDib& a, const CDib& b) {
-    int largest = 0;
-    double sum = 0;
-    for (i32 y = 0; y < a.Height(); ++y)
-        for (i32 x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 4; ++c) {
-                const int d = std::abs(a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c]);
-                largest = std::max(largest, d);
-                sum += d;
-            }
-    return {largest, sum / (4.0 * a.Width() * a.Height())};
-}
-
-TEST(PreviewSourceTest, WithoutAShrinkEachCornerIsTheConversionsOwn) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 370, 0};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 55, 0};
-    OutputChoice output{.backgroundColor = 0x00203040};
-    // Larger than a kept corner, so that the corners are cut from the source; and small enough
-    // to be kept whole.
-    for (const Size& sourceSize : {Size{1500, 900}, Size{300, 200}}) {
-        for (bool alpha : {false, true}) {
-            CDibPtr source = Picture(sourceSize.cx, sourceSize.cy, alpha);
+// Each corner pane against the same corner of the whole conversion, and the whole pane against
+// the result scaled to it. Without a shrink a corner is exact, cut from the source when that is
+// larger than a kept corner and from the kept whole when small. With one, a part's sampling grid
+// lies within a quarter pixel of the whole image's and the kept scales are box averages.
+TEST(PreviewSourceTest, CornersAndTheWholeStayWithTheConversion) {
+    const RoundSettings exact{.radius = LengthValue{lengthunit::kPixels, 370, 0},
+                              .blurWidth = LengthValue{lengthunit::kPixels, 55, 0}};
+    const RoundSettings shrunk{.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100},
+                               .blurWidth = LengthValue{lengthunit::kPixels, 30, 0}};
+    const struct {
+        Size size;
+        i32 box;
+    } cases[] = {{{1500, 900}, 0},    {{300, 200}, 0},     {{3000, 2000}, 1600},
+                 {{3000, 2000}, 700}, {{3000, 2000}, 400}, {{3000, 2000}, 150}};
+    for (const auto& c : cases) {
+        // Without a shrink: opaque and translucent sources, each kept opaque and transparent.
+        for (int variant = 0; variant < (c.box ? 1 : 4); ++variant) {
+            const ShrinkSettings shrink = c.box ? Box(c.box) : ShrinkSettings();
+            const RoundSettings& round = c.box ? shrunk : exact;
+            const OutputChoice output{.keepAlpha = variant >= 2,
+                                      .backgroundColor = c.box ? 0xFFFFFFu : 0x00203040u};
+            CDibPtr source = Picture(c.size.cx, c.size.cy, variant % 2 == 1);
             CPreviewSource preview;
             ASSERT_EQ(preview.Build(*source), 0u);
-            EXPECT_EQ(preview.SourceSize().cx, sourceSize.cx);
-            for (bool keepAlpha : {false, true}) {
-                output.keepAlpha = keepAlpha;
-                CDibPtr whole = ConvertWhole(source, {}, round, output);
-                ASSERT_TRUE(whole);
-                for (u32 anchor = 1; anchor <= 4; ++anchor) {
-                    CDibPtr corner;
-                    ASSERT_EQ(preview.RenderCorner(round, output, sourceSize, anchor,
-                                                   Size{236, 263}, corner),
-                              0u);
-                    ASSERT_TRUE(corner);
-                    EXPECT_TRUE(PixelsNear(*corner, *CornerOf(*whole, anchor, Size{236, 263}), 0))
-                        << sourceSize.cx << " anchor " << anchor << " alpha " << alpha;
-                }
+            EXPECT_EQ(preview.SourceSize(), c.size);
+            const Size fitted = Fitted(preview, shrink);
+            CDibPtr whole = ConvertWhole(source, shrink, round, output);
+            ASSERT_TRUE(whole);
+            for (u32 anchor = 1; anchor <= 4; ++anchor) {
+                CDibPtr corner;
+                ASSERT_EQ(
+                    preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, corner),
+                    0u);
+                ASSERT_TRUE(corner);
+                CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
+                ASSERT_EQ(corner->Width(), expected->Width());
+                ASSERT_EQ(corner->Height(), expected->Height());
+                const PixelDifference d = DifferenceOf(*corner, *expected);
+                EXPECT_LE(d.largest, c.box ? 64 : 0)
+                    << c.size.cx << " " << c.box << " anchor " << anchor << " variant " << variant;
+                EXPECT_LT(d.mean, 1.5) << c.box << " anchor " << anchor;
             }
-        }
-    }
-}
-
-TEST(PreviewSourceTest, WithAShrinkCornersAndTheWholeStayCloseToTheConversion) {
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kShortEdgeShare, 0, 100};
-    round.blurWidth = LengthValue{lengthunit::kPixels, 30, 0};
-    const OutputChoice output;
-    CDibPtr source = Picture(3000, 2000, false);
-    CPreviewSource preview;
-    ASSERT_EQ(preview.Build(*source), 0u);
-    for (i32 box : {1600, 700, 400, 150}) {
-        const Size fitted = Fitted(preview, Box(box));
-        CDibPtr whole = ConvertWhole(source, Box(box), round, output);
-        ASSERT_TRUE(whole);
-        for (u32 anchor = 1; anchor <= 4; ++anchor) {
-            CDibPtr corner;
-            ASSERT_EQ(preview.RenderCorner(round, output, fitted, anchor, Size{236, 263}, corner),
+            if (c.box == 0)
+                continue;
+            const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
+            CDibPtr shown;
+            ASSERT_EQ(preview.RenderWhole(round, output, fitted, pane, shown), 0u);
+            CDib scaled;
+            ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
+                                       pane, interp::kHighQuality),
                       0u);
-            ASSERT_TRUE(corner);
-            CDibPtr expected = CornerOf(*whole, anchor, Size{236, 263});
-            ASSERT_EQ(corner->Width(), expected->Width());
-            ASSERT_EQ(corner->Height(), expected->Height());
-            const auto [largest, mean] = Difference(*corner, *expected);
-            // The sampling grid of a part lies within a quarter pixel of the whole image's; the
-            // kept scales are box averages where the conversion resamples from the source.
-            EXPECT_LT(mean, 1.5) << box << " anchor " << anchor;
-            EXPECT_LE(largest, 64) << box << " anchor " << anchor;
+            EXPECT_LT(DifferenceOf(*shown, scaled).mean, 1.5) << c.box;
         }
-        // The whole pane: the result at the pane's size, against the result scaled to it; a
-        // result smaller than the pane is made at its own size, which the pane then enlarges.
-        const Size pane{std::min(200, whole->Width()), std::min(133, whole->Height())};
-        CDibPtr shown;
-        ASSERT_EQ(preview.RenderWhole(round, output, fitted, pane, shown), 0u);
-        CDib scaled;
-        ASSERT_EQ(DrawImageIntoDib(*whole, Rect{0, 0, whole->Width(), whole->Height()}, scaled,
-                                   pane, interp::kHighQuality),
-                  0u);
-        EXPECT_LT(Difference(*shown, scaled).second, 1.5) << box;
     }
 }
 
@@ -151,11 +122,10 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
     std::vector<u8> firstWholeBytes;
     for (const auto& change : changes) {
         const Size fitted = Fitted(used, change.box > 0 ? Box(change.box) : ShrinkSettings());
-        RoundSettings round;
-        round.radius = LengthValue{lengthunit::kPixels, change.radius, 0};
-        round.blurWidth = LengthValue{lengthunit::kPixels, 25, 0};
-        round.corners = change.corners;
-        round.edges = change.edges;
+        const RoundSettings round{.corners = change.corners,
+                                  .edges = change.edges,
+                                  .radius = LengthValue{lengthunit::kPixels, change.radius, 0},
+                                  .blurWidth = LengthValue{lengthunit::kPixels, 25, 0}};
         const OutputChoice output{.keepAlpha = change.transparent, .backgroundColor = 0x00102030};
         const u32 anchor = change.corners == 8 ? 4u : change.corners == 2 ? 2u : 1u;
         CPreviewSource fresh;
@@ -183,8 +153,7 @@ TEST(PreviewSourceTest, EachRenderIsTheSameWhateverCameBefore) {
 // profile, whichever way the preview was made, and a source without one renders without one.
 TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
     const std::vector<u8> profile = AdobeRgbProfile();
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     for (bool transparent : {false, true}) {
         const OutputChoice output{.keepAlpha = transparent};
         CDibPtr source = Picture(700, 500, transparent);
@@ -239,8 +208,7 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             std::copy_n("\xFF\x00\xFF\xFF", 4, source->PixelAt(x, y));
     std::vector<u8> jpeg;
     ASSERT_EQ(EncodeJpeg(*source, 90, jpeg), 0u);
-    RoundSettings round;
-    round.radius = LengthValue{lengthunit::kPixels, 30, 0};
+    const RoundSettings round{.radius = LengthValue{lengthunit::kPixels, 30, 0}};
     const OutputChoice output;
     const StreamOptions options{.reduceWhileDecoding = true, .sourceRows = &halved};
     std::vector<u8> out;
@@ -272,8 +240,9 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
             CDibPtr b = render(full, anchor);
             ASSERT_TRUE(a && b && a->Width() == b->Width() && a->Height() == b->Height());
             // Measured: means of at most 0.26 and no channel more than 5 levels apart.
-            const auto [largest, mean] = Difference(*a, *b);
-            EXPECT_TRUE(mean < 1.0 && largest <= 16) << box << " " << anchor << ": " << largest;
+            const PixelDifference d = DifferenceOf(*a, *b);
+            EXPECT_TRUE(d.mean < 1.0 && d.largest <= 16)
+                << box << " " << anchor << ": " << d.largest;
         }
         // The block's middle, (1848, 1368) of the source, in the bottom right corner pane.
         CDibPtr corner = render(halved, 3);

@@ -28,7 +28,7 @@ const std::vector<std::vector<int>> kIdealMasks[4] = {
 
 } // namespace
 
-TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
+TEST(RoundTest, CornerMaskIsTheIdealAreaTableAndServesAllFourCorners) {
     for (int radius = 1; radius <= 4; ++radius) {
         CDib mask;
         ASSERT_TRUE(mask.Create32(radius, radius));
@@ -42,9 +42,7 @@ TEST(RoundTest, CornerMaskIsTheIdealAreaTable) {
             }
         }
     }
-}
 
-TEST(RoundTest, OneMaskServesAllFourCorners) {
     CDibPtr source = Solid(20, 12, Bgra{10, 20, 30, 255});
     CDibPtr result;
     ASSERT_EQ(RoundImage(result, *source, true, true, true, true, 4, 4), hr::kOk);
@@ -89,7 +87,7 @@ TEST(RoundTest, OneMaskServesAllFourCorners) {
     }
 }
 
-TEST(RoundTest, RadiusEdgeCases) {
+TEST(RoundTest, RadiusEdgeCasesAndClippingToDiscsAndEllipticalCorners) {
     CDibPtr source = Solid(16, 16, Bgra{1, 2, 3, 255});
     CDibPtr result;
     // Unchanged: a radius of 0 or less; a width or height of 1, whose half is 0; no corner chosen.
@@ -115,9 +113,7 @@ TEST(RoundTest, RadiusEdgeCases) {
     EXPECT_EQ(AlphaOf(*result, 0, 0), 0);
     EXPECT_EQ(AlphaOf(*result, 1, 0), 255);
     EXPECT_EQ(AlphaOf(*result, 0, 1), 255);
-}
 
-TEST(RoundTest, ClippingGivesDiscsAndEllipticalCorners) {
     // At half the short edge a square becomes a disc; a larger radius is clipped to that.
     CDibPtr square = Solid(16, 16, Bgra{0, 0, 0, 255});
     CDibPtr disc;

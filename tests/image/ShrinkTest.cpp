@@ -24,7 +24,7 @@ ShrinkSettings Custom(i32 width, i32 height) {
 
 } // namespace
 
-TEST(ShrinkTest, MulDivRoundsToNearest) {
+TEST(ShrinkTest, MulDivRoundsToNearestAndFitsKeepAspectNeverEnlargeAndWorkAtTinySizes) {
     EXPECT_EQ(MulDiv(100, 333, 1000), 33); // 1000 x 333 at width 100
     EXPECT_EQ(MulDiv(299, 200, 300), 199); // 199.33 down
     EXPECT_EQ(MulDiv(500, 800, 600), 667); // 666.67 up
@@ -40,12 +40,10 @@ TEST(ShrinkTest, MulDivRoundsToNearest) {
     EXPECT_EQ(MulDiv(100000, 100000, 100000), 100000); // the product needs 64 bits
     EXPECT_EQ(MulDiv(12, 34, 0), -1);
     EXPECT_EQ(MulDiv(INT_MAX, 2, 1), -1);
-}
 
-// The fitted size keeps the aspect, never enlarges and refuses what cannot work; any size of at
-// least one pixel each way works: a thin image keeps one pixel across, and shrinks by factors of
-// hundreds keep the colour and the alpha of the source.
-TEST(ShrinkTest, FitsKeepingAspectNeverEnlargingAndTinySizesWork) {
+    // The fitted size keeps the aspect, never enlarges and refuses what cannot work; any size of at
+    // least one pixel each way works: a thin image keeps one pixel across, and shrinks by factors
+    // of hundreds keep the colour and the alpha of the source.
     const struct {
         ShrinkSettings shrink;
         Size image;

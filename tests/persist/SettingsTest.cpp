@@ -107,7 +107,13 @@ TEST_F(SettingsTest, AFirstRunCreatesTheApplicationKeyAndKeepsTheDefaults) {
 TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
     CSetting settings;
     settings.outputPath = L"/home/u/Pictures";
+    int writes = 0;
+    TheRegistryFile()->SetBeforeReplaceHook([&writes] {
+        ++writes;
+        return true;
+    });
     ASSERT_TRUE(SaveSetting(settings, CRegKey::CurrentUser()));
+    EXPECT_EQ(writes, 2) << "the application's key, then the whole record in one write";
     EXPECT_EQ(
         XdgSandbox::ReadUtf16File(sandbox_.StoreFile()),
         kStoreHead +

@@ -1,5 +1,5 @@
-// A window program for the batch tests: private settings folders, the command table with a
-// recording message object, and a shown frame with its main view; files dropped by URL.
+// A window program for the batch tests: private settings folders and a temporary folder, the
+// command table with a recording message object, a shown frame with its view; drops by URL.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -55,18 +55,14 @@ protected:
         sandbox_.reset();
     }
 
-    static QList<QUrl> Urls(const std::vector<std::filesystem::path>& files) {
-        QList<QUrl> urls;
-        for (const auto& file : files)
-            urls << QUrl::fromLocalFile(QString::fromStdString(file.string()));
-        return urls;
-    }
-
     // The items of a drag of files taken by the drop command, which then runs as the frame runs
     // it on command 140.
     void Drop(const std::vector<std::filesystem::path>& files) {
+        QList<QUrl> urls;
+        for (const auto& file : files)
+            urls << QUrl::fromLocalFile(QString::fromStdString(file.string()));
         QMimeData data;
-        data.setUrls(Urls(files));
+        data.setUrls(urls);
         Drop(data);
     }
 
@@ -94,6 +90,8 @@ protected:
     }
 
     CRecordingMsg msg;
+    testutil::CTempDir temp;
+    const std::filesystem::path dir = temp.Path();
     lvx::CMainView* view = nullptr;
     std::unique_ptr<CCommandTable> table_;
     std::unique_ptr<lvx::CMainFrame> frame_;

@@ -124,15 +124,7 @@ inline std::vector<u8> LosslessWebpHeader(u32 width, u32 height) {
 
 // The header of a 16-bit RGB PNG of the given size, with one row of zeros as its data.
 inline std::vector<u8> Png16Header(u32 width, u32 height, bool interlaced = false) {
-    std::vector<u8> png = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-    std::vector<u8> ihdr;
-    PutBigEndian(ihdr, width);
-    PutBigEndian(ihdr, height);
-    ihdr.insert(ihdr.end(), {16, 2, 0, 0, static_cast<u8>(interlaced ? 1 : 0)});
-    AppendChunk(png, "IHDR", ihdr);
-    AppendChunk(png, "IDAT", ZlibStored(std::vector<u8>(16, 0)));
-    AppendChunk(png, "IEND", {});
-    return png;
+    return MakePng(width, height, 2, 16, {std::vector<u8>(15, 0)}, {}, interlaced);
 }
 
 } // namespace testutil

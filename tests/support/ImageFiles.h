@@ -1,6 +1,5 @@
-// Image files for the tests: a picture of gradients and edges, files written and read back through
-// libvips, and PNG and GIF files built byte by byte so that every field is under the test's
-// control.
+// Image files for the tests: a picture of gradients and edges, files written through libvips, and
+// PNG and BMP files built byte by byte so that every field is under the test's control.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +14,7 @@
 
 namespace testutil {
 
-// Numbers written least significant byte first, as GIF, BMP and WebP files hold them.
+// Numbers written least significant byte first, as BMP and WebP files hold them.
 inline void Put16(std::vector<u8>& out, u32 v) {
     out.push_back(static_cast<u8>(v));
     out.push_back(static_cast<u8>(v >> 8));
@@ -63,21 +62,6 @@ inline std::vector<u8> EncodedWithVips(const std::vector<u8>& pixels, i32 width,
     std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + size);
     g_free(bytes);
     return encoded;
-}
-
-// Reads a file with libvips as 8-bit RGBA rows from the top, the reference decode.
-inline std::vector<u8> DecodeWithVips(const std::string& path, i32& width, i32& height) {
-    EnsureVipsStarted();
-    vips::VImage image = vips::VImage::new_from_file(path.c_str());
-    if (image.bands() == 3)
-        image = image.bandjoin(255.0);
-    width = image.width();
-    height = image.height();
-    size_t size = 0;
-    void* memory = image.write_to_memory(&size);
-    std::vector<u8> bytes(static_cast<u8*>(memory), static_cast<u8*>(memory) + size);
-    g_free(memory);
-    return bytes;
 }
 
 // The ICC profile that libvips reads from encoded bytes; empty for none.
@@ -142,12 +126,12 @@ struct PngChunk {
 // Extra chunks go between the header and the image data.
 inline std::vector<u8> MakePng(u32 width, u32 height, u8 colourType, u8 bitDepth,
                                const std::vector<std::vector<u8>>& rows,
-                               const std::vector<PngChunk>& extra = {}) {
+                               const std::vector<PngChunk>& extra = {}, bool interlaced = false) {
     std::vector<u8> png = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
     std::vector<u8> ihdr;
     PutBigEndian(ihdr, width);
     PutBigEndian(ihdr, height);
-    ihdr.insert(ihdr.end(), {bitDepth, colourType, 0, 0, 0});
+    ihdr.insert(ihdr.end(), {bitDepth, colourType, 0, 0, static_cast<u8>(interlaced ? 1 : 0)});
     AppendChunk(png, "IHDR", ihdr);
     for (const PngChunk& chunk : extra)
         AppendChunk(png, chunk.type, chunk.data);
@@ -168,52 +152,6 @@ inline PngChunk PhysChunk(u32 pixelsPerMetre) {
     PutBigEndian(phys.data, pixelsPerMetre);
     phys.data.push_back(1);
     return phys;
-}
-
-// A GIF of up to four palette colours (R, G, B each) with one transparent index. The image data
-// sends a clear code before every pixel, so that each code stays 3 bits wide.
-inline std::vector<u8> MakeGif(u16 width, u16 height, const std::vector<u8>& palette,
-                               u8 transparentIndex, const std::vector<u8>& indices) {
-    std::vector<u8> gif = {'G', 'I', 'F', '8', '9', 'a'};
-    Put16(gif, width);
-    Put16(gif, height);
-    gif.insert(gif.end(), {0xF1, 0, 0}); // global table of 4 entries
-    std::vector<u8> table = palette;
-    table.resize(12, 0);
-    gif.insert(gif.end(), table.begin(), table.end());
-    gif.insert(gif.end(), {0x21, 0xF9, 4, 0x01, 0, 0, transparentIndex, 0});
-    gif.push_back(0x2C);
-    for (u32 v : {0u, 0u, u32{width}, u32{height}})
-        Put16(gif, v);
-    gif.push_back(0);
-    gif.push_back(2); // LZW minimum code size: clear 4, end 5
-    std::vector<u8> data;
-    u32 bits = 0, count = 0;
-    auto code = [&](u32 c) {
-        bits |= c << count;
-        count += 3;
-        while (count >= 8) {
-            data.push_back(static_cast<u8>(bits));
-            bits >>= 8;
-            count -= 8;
-        }
-    };
-    for (u8 index : indices) {
-        code(4);
-        code(index);
-    }
-    code(5);
-    if (count > 0)
-        data.push_back(static_cast<u8>(bits));
-    for (size_t pos = 0; pos < data.size(); pos += 255) {
-        const size_t n = std::min<size_t>(255, data.size() - pos);
-        gif.push_back(static_cast<u8>(n));
-        gif.insert(gif.end(), data.begin() + static_cast<long>(pos),
-                   data.begin() + static_cast<long>(pos + n));
-    }
-    gif.push_back(0);
-    gif.push_back(0x3B);
-    return gif;
 }
 
 // --- BMP files built byte by byte. ---

@@ -2,6 +2,7 @@
 // comparison within a tolerance, and an image written through the reference's encoders.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <ostream>
@@ -43,6 +44,15 @@ inline Bgra PixelOf(const CDib& dib, i32 x, i32 y) {
     return {p[0], p[1], p[2], p[3]};
 }
 
+// The pixels of an image, rows from the top.
+inline std::vector<Bgra> PixelsOf(const CDib& dib) {
+    std::vector<Bgra> out;
+    for (i32 y = 0; y < dib.Height(); ++y)
+        for (i32 x = 0; x < dib.Width(); ++x)
+            out.push_back(PixelOf(dib, x, y));
+    return out;
+}
+
 inline u8 AlphaOf(const CDib& dib, i32 x, i32 y) {
     return dib.PixelAt(x, y)[3];
 }
@@ -74,6 +84,28 @@ inline CDibPtr Solid(i32 width, i32 height, Bgra colour) {
 // An opaque image of one colour.
 inline CDibPtr Solid(i32 width, i32 height, u8 b, u8 g, u8 r) {
     return Solid(width, height, Bgra{b, g, r, 255});
+}
+
+// How far apart two images of one size are over the first `channels` bytes of each pixel.
+struct PixelDifference {
+    int largest = 0;
+    double mean = 0;
+    double meanSquare = 0;
+};
+inline PixelDifference DifferenceOf(const CDib& a, const CDib& b, int channels = 4) {
+    PixelDifference out;
+    for (i32 y = 0; y < a.Height(); ++y)
+        for (i32 x = 0; x < a.Width(); ++x)
+            for (int c = 0; c < channels; ++c) {
+                const int d = std::abs(a.PixelAt(x, y)[c] - b.PixelAt(x, y)[c]);
+                out.largest = std::max(out.largest, d);
+                out.mean += d;
+                out.meanSquare += d * d;
+            }
+    const double count = static_cast<double>(channels) * a.Width() * a.Height();
+    out.mean /= count;
+    out.meanSquare /= count;
+    return out;
 }
 
 // Same size and every channel of every pixel within `tolerance`.

@@ -1,16 +1,21 @@
-// Tests of the About box's link: handed to the desktop's opener, a stand-in on PATH, and a beep
-// when the opener's failure arrives.
+// Tests of the About box: what it shows, and its link handed to the desktop's opener, a stand-in on
+// PATH, with a beep when the opener's failure arrives.
 #include "ui/AboutDlg.h"
 
 #include <gtest/gtest.h>
 
+#include <QLabel>
+#include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
 #include "persist/AppInfo.h"
 #include "platform/qt/QtChildWatch.h"
+#include "resources/Version.h"
 #include "support/StandInShell.h"
+#include "ui/ControlId.h"
 
 namespace {
 
@@ -58,6 +63,34 @@ TEST_F(AboutDlgTest, ALinkThatOpensMakesNoSoundAndAnOpenerThatCannotStartBeepsAt
     about.OpenLink();
     EXPECT_EQ(beeps, 1);
     EXPECT_EQ(watch.Watching(), 0u);
+}
+
+TEST_F(AboutDlgTest, TheBoxShowsIdentityAndTheHomeAddressAndOkAccepts) {
+    CAboutDlg about(nullptr);
+
+    auto* title = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kTitle));
+    auto* copyright = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kCopyright));
+    auto* link = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kLink));
+    auto* icon = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kIcon));
+    auto* ok = qobject_cast<QPushButton*>(FindControl(&about, 1));
+    ASSERT_TRUE(title && copyright && link && icon && ok);
+    // The product's name from the string table, two blanks, and the version of the build.
+    EXPECT_EQ(title->text().toStdWString(), std::wstring(L"Lunavex  ") + LVX_VERSION_WTEXT);
+    EXPECT_EQ(copyright->text().toStdWString(), LVX_COPYRIGHT_WTEXT);
+    EXPECT_EQ(link->text(), QStringLiteral("https://harrowmere.example/lunavex/"));
+    EXPECT_FALSE(icon->pixmap().isNull());
+    EXPECT_TRUE(ok->isDefault());
+
+    // No label cuts its text.
+    for (QLabel* label : about.findChildren<QLabel*>()) {
+        if (!label->text().isEmpty()) {
+            EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
+        }
+    }
+
+    // OK closes with the accepting answer.
+    QTimer::singleShot(0, ok, &QPushButton::click);
+    EXPECT_EQ(about.exec(), QDialog::Accepted);
 }
 
 } // namespace

@@ -15,7 +15,7 @@
 
 namespace {
 
-TEST(ControlTextTest, EqualTextIsNotWrittenAgainAndATrimmedReadTakesBlanksOff) {
+TEST(ControlTextTest, EqualTextIsNotWrittenAgainTrimmedReadsAndKindsOfControls) {
     QLineEdit edit;
     QSignalSpy changes(&edit, &QLineEdit::textChanged);
     EXPECT_TRUE(SetControlText(&edit, L"10.5", true));
@@ -41,11 +41,7 @@ TEST(ControlTextTest, EqualTextIsNotWrittenAgainAndATrimmedReadTakesBlanksOff) {
     QLabel label(QStringLiteral("\r\n丸 め\n"));
     EXPECT_TRUE(GetControlTextTrimmed(&label, out, true));
     EXPECT_EQ(out, L"丸 め");
-}
 
-TEST(ControlTextTest, KindsOfControls) {
-    std::wstring out;
-    QLabel label;
     EXPECT_TRUE(SetControlText(&label, L"状態", true));
     EXPECT_TRUE(GetControlText(&label, out));
     EXPECT_EQ(out, L"状態");

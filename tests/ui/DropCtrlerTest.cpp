@@ -113,7 +113,7 @@ protected:
     CRecordingMsg msg;
 };
 
-TEST_F(DropCtrlerFrameTest, TheGenericTargetAndASourceThatOffersNoCopyAreRefused) {
+TEST_F(DropCtrlerFrameTest, TheGenericTargetNoCopyOutsideTheViewAndWhileAWorkerRunsAreRefused) {
     CRecordingTarget target;
     ASSERT_TRUE(target.Register(frame.Window()));
     EXPECT_TRUE(frame.Window()->acceptDrops());
@@ -136,15 +136,10 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetAndASourceThatOffersNoCopyAreRefused
     drop.eventFilter(frame.Window(), &moveOnly);
     EXPECT_FALSE(moveOnly.isAccepted());
     EXPECT_NE(moveOnly.dropAction(), Qt::MoveAction);
-}
-
-TEST_F(DropCtrlerFrameTest, OutsideTheViewAndWhileAWorkerRunsTheDropIsRefused) {
-    CTestDropCtrler drop;
     drop.messageSink = &msg;
-    ASSERT_TRUE(drop.Register(frame.Window()));
 
     // Over the menu bar: refused, and a drop there names id 195.
-    Qt::DropAction action = Qt::CopyAction;
+    action = Qt::CopyAction;
     EXPECT_FALSE(Send<QDragEnterEvent>(frame.Window(), QPoint(3, 3), action));
     EXPECT_NE(action, Qt::MoveAction);
     EXPECT_FALSE(Send<QDropEvent>(&drop, QPoint(3, 3), action));

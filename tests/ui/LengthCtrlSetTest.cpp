@@ -5,7 +5,6 @@
 
 #include <QComboBox>
 #include <QSlider>
-#include <QStyleOptionSlider>
 #include <QtTest/QTest>
 
 #include "batch/Setting.h"
@@ -45,45 +44,23 @@ protected:
     std::unique_ptr<CMainView> view;
 };
 
-// The handle's centre, where the style draws it.
-QPoint HandleCentre(QSlider* slider) {
-    QStyleOptionSlider option;
-    option.initFrom(slider);
-    option.orientation = slider->orientation();
-    option.minimum = slider->minimum();
-    option.maximum = slider->maximum();
-    option.sliderPosition = slider->sliderPosition();
-    option.sliderValue = slider->value();
-    option.tickPosition = slider->tickPosition();
-    option.subControls = QStyle::SC_All;
-    return slider->style()
-        ->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, slider)
-        .center();
-}
+// Text that does not read (the forms are NumbersTest's) leaves field and slider; an empty edit
+// stores 0; a negative number is stored, the slider clamps at its ends. The text stays as typed.
+TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndTheSliderWritesWholeNumbers) {
+    const struct {
+        const wchar_t* typed;
+        i32 tenths;
+        int slider;
+    } cases[] = {
+        {L"10.5", 105, 10}, {L"25", 250, 20}, {L"1,5", 250, 20}, {L"", 0, 0}, {L"-1", -10, 0}};
+    for (const auto& [typed, tenths, slider] : cases) {
+        Type(ctl::kRadius, typed);
+        EXPECT_EQ(Radius().tenths, tenths) << typed;
+        EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), slider) << typed;
+        EXPECT_EQ(Text(ctl::kRadius), typed);
+    }
+    EXPECT_EQ(Radius().thousandths, 50) << "the percent number stays untouched";
 
-TEST_F(LengthCtrlSetTest, TypingStoresTheNumberAndMovesOnlyTheSlider) {
-    Type(ctl::kRadius, L"10.5");
-    EXPECT_EQ(Radius().tenths, 105);
-    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 10);
-    EXPECT_EQ(Text(ctl::kRadius), L"10.5"); // not rounded by the slider
-    Type(ctl::kRadius, L"25");
-    EXPECT_EQ(Radius().tenths, 250);
-    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 20);
-    // Text that does not read (the forms are NumbersTest's) leaves field and slider.
-    Type(ctl::kRadius, L"1,5");
-    EXPECT_EQ(Radius().tenths, 250);
-    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 20);
-    // An empty edit stores 0; a negative number is stored, the slider clamps at 0.
-    Type(ctl::kRadius, L"");
-    EXPECT_EQ(Radius().tenths, 0);
-    Type(ctl::kRadius, L"-1");
-    EXPECT_EQ(Radius().tenths, -10);
-    EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 0);
-    // The percent number stays untouched.
-    EXPECT_EQ(Radius().thousandths, 50);
-}
-
-TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     Type(ctl::kRadius, L"10.5");
     Slider(ctl::kRadiusSlider)->setValue(3); // a move of the user
     EXPECT_EQ(Text(ctl::kRadius), L"3");
@@ -96,9 +73,8 @@ TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     QSlider* slider = Slider(ctl::kRadiusSlider);
     // A press and release of the handle that moves nothing.
     Type(ctl::kRadius, L"10.5");
-    const QPoint handle = HandleCentre(slider);
-    QTest::mousePress(slider, Qt::LeftButton, {}, handle);
-    QTest::mouseRelease(slider, Qt::LeftButton, {}, handle);
+    slider->setSliderDown(true);
+    slider->setSliderDown(false);
     EXPECT_EQ(slider->value(), 10);
     EXPECT_EQ(Text(ctl::kRadius), L"10");
     EXPECT_EQ(Radius().tenths, 100);
@@ -120,7 +96,7 @@ TEST_F(LengthCtrlSetTest, TheSliderAndAnyTouchOfItWriteWholeNumbers) {
     EXPECT_EQ(Radius().tenths, 20);
 }
 
-TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
+TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumberAndReadingFailsWithTheControl) {
     ChooseUnit(ctl::kRadiusUnit, 1);
     EXPECT_EQ(Radius().unit, 1u);
     EXPECT_EQ(Text(ctl::kRadius), L"5");
@@ -132,19 +108,15 @@ TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumber) {
     EXPECT_EQ(Radius().unit, 0u);
     EXPECT_EQ(Text(ctl::kRadius), L"10");
     EXPECT_EQ(Slider(ctl::kRadiusSlider)->value(), 10);
-    // No selection: dropped without a word.
-    ChooseUnit(ctl::kRadiusUnit, -1);
-    EXPECT_EQ(Radius().unit, 0u);
-}
-
-TEST_F(LengthCtrlSetTest, ReadingFailsWithTheControl) {
     auto radius = view->lengthSets[0];
     Type(ctl::kRadius, L"12.5");
     radius->ReadLength();
     EXPECT_EQ(Radius().tenths, 125);
 
-    // A unit list without a choice names its own control (a bad number: CommandUpdateDataTest).
-    qobject_cast<QComboBox*>(view->Control(ctl::kRadiusUnit))->setCurrentIndex(-1);
+    // No selection: dropped without a word; reading the unit then fails naming its own control
+    // (a bad number: CommandUpdateDataTest).
+    ChooseUnit(ctl::kRadiusUnit, -1);
+    EXPECT_EQ(Radius().unit, 0u);
     const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
     EXPECT_EQ(e.id, strid::kComboValueUnreadable);
     EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");

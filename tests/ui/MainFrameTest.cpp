@@ -1,19 +1,14 @@
-// Tests of the frame: fixed size around the view, title, About box, control lookup.
+// Tests of the frame: fixed size around the view, title, closing, control lookup.
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
 #include <gtest/gtest.h>
 
-#include <QLabel>
 #include <QMenuBar>
-#include <QPushButton>
 #include <QTimer>
 #include <QtTest/QTest>
 
 #include "foundation/ControlLookup.h"
-#include "persist/AppInfo.h"
-#include "resources/Version.h"
-#include "ui/AboutDlg.h"
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"
 
@@ -71,37 +66,6 @@ TEST(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
     QTimer::singleShot(0, [&frame] { frame.Window()->close(); });
     EXPECT_EQ(QCoreApplication::exec(), 1);
     EXPECT_EQ(frame.Window(), nullptr);
-}
-
-TEST(MainFrameTest, AboutBoxShowsIdentityAndTheHomeAddress) {
-    CAppInfo& info = TheAppInfo();
-    info.Init(130, 131, 137, 137);
-    info.SetHomeAddress(134);
-    CAboutDlg about(nullptr);
-
-    auto* title = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kTitle));
-    auto* copyright = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kCopyright));
-    auto* link = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kLink));
-    auto* icon = qobject_cast<QLabel*>(FindControl(&about, aboutctl::kIcon));
-    auto* ok = qobject_cast<QPushButton*>(FindControl(&about, 1));
-    ASSERT_TRUE(title && copyright && link && icon && ok);
-    // The product's name from the string table, two blanks, and the version of the build.
-    EXPECT_EQ(title->text().toStdWString(), std::wstring(L"Lunavex  ") + LVX_VERSION_WTEXT);
-    EXPECT_EQ(copyright->text().toStdWString(), LVX_COPYRIGHT_WTEXT);
-    EXPECT_EQ(link->text(), QStringLiteral("https://harrowmere.example/lunavex/"));
-    EXPECT_FALSE(icon->pixmap().isNull());
-    EXPECT_TRUE(ok->isDefault());
-
-    // No label cuts its text.
-    for (QLabel* label : about.findChildren<QLabel*>()) {
-        if (!label->text().isEmpty()) {
-            EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
-        }
-    }
-
-    // OK closes with the accepting answer.
-    QTimer::singleShot(0, ok, &QPushButton::click);
-    EXPECT_EQ(about.exec(), QDialog::Accepted);
 }
 
 } // namespace

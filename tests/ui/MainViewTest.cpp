@@ -109,7 +109,7 @@ TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
     EXPECT_EQ(view.detailPane->Anchor(), 3u);
 }
 
-TEST_F(MainViewTest, EnablingRules) {
+TEST_F(MainViewTest, EnablingRulesAndTheHandlersThatEnableByChoice) {
     CMainView view;
     const i32 idle[] = {141, 151, 152, 146, 153, 155, 156, 157, 158, 147, 149,
                         166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
@@ -139,10 +139,7 @@ TEST_F(MainViewTest, EnablingRules) {
     EXPECT_FALSE(Enabled(view, ctl::kQualityName));
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
     EXPECT_TRUE(Enabled(view, ctl::kCustomHeight));
-}
 
-TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
-    CMainView view;
     // Shrink kind 1 (the custom size) enables the custom controls, any other kind disables them.
     Choose(view, ctl::kShrink, 1);
     EXPECT_TRUE(Enabled(view, ctl::kCustomWidth));
@@ -168,7 +165,7 @@ TEST_F(MainViewTest, ControlHandlersEnableByChoice) {
     }
 }
 
-TEST_F(MainViewTest, QualityNumberAndNameFollowEachOther) {
+TEST_F(MainViewTest, QualityPairColourTextAndAnchorFollowTheirControls) {
     CMainView view;
     QWidget* number = view.Control(ctl::kQualityNumber);
     SetControlText(number, L"30", true);
@@ -188,10 +185,7 @@ TEST_F(MainViewTest, QualityNumberAndNameFollowEachOther) {
     Choose(view, ctl::kQualityName, 0);
     EXPECT_EQ(TextOf(view, ctl::kQualityNumber), L"0");
     EXPECT_EQ(Combo(view, ctl::kQualityName)->currentIndex(), 0);
-}
 
-TEST_F(MainViewTest, ColorTextDrivesTheSwatchAndChecksTheAnchor) {
-    CMainView view;
     QWidget* color = view.Control(ctl::kColorText);
     const std::pair<const wchar_t*, u32> colours[] = {
         {L"FF0000", 0x0000FF}, {L"F", 0x0F0F0F}, {L"FFF", 0}};

@@ -1,5 +1,4 @@
-// Tests of the drawing surface: images drawn with scaling and alpha,
-// copies, blends and fills between surfaces with their own origins.
+// Tests of the drawing surface: images drawn with scaling and alpha, copies, blends and fills.
 #include "ui/Screen.h"
 
 #include <cstring>
@@ -76,7 +75,7 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalves
         Pixels(2, 2, {{50, 100, 200, 128}, {30, 20, 10, 0}, {3, 2, 1, 255}, {240, 120, 60, 64}});
     const std::vector<u8> before(image->Bits(), image->Bits() + image->GetSizeImage());
     CDCScreen screen;
-    ASSERT_TRUE(White(screen, Rect{10, 20, 14, 24}));
+    ASSERT_TRUE(White(screen, Rect{10, 20, 112, 58}));
     ASSERT_TRUE(screen.DrawDib(Rect{11, 21, 13, 23}, *image, Rect{0, 0, 2, 2}, 255, 2));
 
     // Colour * alpha / 255 plus the white through, 255 * (255 - alpha) / 255: at 128, + 127.
@@ -101,14 +100,11 @@ TEST(ScreenTest, DrawDibBlendsStraightPixelsAtTheSameSizeAndAConstantAlphaHalves
     // Alpha 128 at constant 128: the premultiplied (100,50,25) scaled by 128/255 (50.2, 25.1,
     // 12.5) and the white through 1 - 64.25/255 of it (190.75).
     EXPECT_TRUE(Near(At(half, 1, 0), Bgra{203, 216, 241, 255}, 1));
-}
 
-TEST(ScreenTest, DrawDibSourceRowsCountFromTheTop) {
+    // Source rows count from the top.
     const Bgra red{0, 0, 255, 255};
     const Bgra blue{255, 0, 0, 255};
-    CDibPtr image = MakeDib(4, 4, [&](i32, i32 y) { return y < 2 ? red : blue; });
-    CDCScreen screen;
-    ASSERT_TRUE(White(screen, Rect{100, 50, 112, 58}));
+    image = MakeDib(4, 4, [&](i32, i32 y) { return y < 2 ? red : blue; });
     ASSERT_TRUE(screen.DrawDib(Rect{100, 50, 104, 52}, *image, Rect{0, 0, 4, 2}, 255, 2));
     ASSERT_TRUE(screen.DrawDib(Rect{100, 52, 104, 54}, *image, Rect{0, 2, 4, 4}, 255, 2));
     for (int x = 100; x < 104; ++x)
@@ -153,11 +149,10 @@ TEST(ScreenTest, DrawDibEdgeCases) {
     EXPECT_TRUE(allWhite());
 }
 
-TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
+TEST(ScreenTest, CopyBlendAndAttachedSurfacesKeepTheirOwnOriginsAndOwnersState) {
     CDCScreen none;
     CDCScreen target;
-    ASSERT_EQ(target.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
-    target.FillRect(kWhite, Rect{0, 0, 20, 20});
+    ASSERT_TRUE(White(target, Rect{0, 0, 20, 20}));
     CDCScreen source;
     ASSERT_EQ(source.Create(target, Rect{5, 5, 15, 15}), hr::kOk);
     source.FillRect(0x00332211, Rect{5, 5, 15, 15});
@@ -176,8 +171,7 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
 
     // Red over white at constant 128: red stays 255, green and blue 255 * 127/255.
     CDCScreen blended;
-    ASSERT_EQ(blended.Create(none, Rect{0, 0, 20, 20}), hr::kOk);
-    blended.FillRect(kWhite, Rect{0, 0, 20, 20});
+    ASSERT_TRUE(White(blended, Rect{0, 0, 20, 20}));
     ASSERT_TRUE(blended.BlendFrom(source, Rect{8, 8, 10, 10}, 128));
     EXPECT_TRUE(Shows(blended, {{8, 8, {127, 127, 255, 255}}, {9, 9, {127, 127, 255, 255}}}, 1));
     EXPECT_TRUE(Shows(blended, {{10, 10, kWhitePixel}, {7, 8, kWhitePixel}}));
@@ -190,9 +184,7 @@ TEST(ScreenTest, CopyAndBlendBetweenSurfacesWithTheirOwnOrigins) {
     EXPECT_FALSE(target.CopyFrom(none, Rect{6, 6, 12, 12}));
     EXPECT_FALSE(target.BlendFrom(none, Rect{6, 6, 12, 12}, 255));
     EXPECT_FALSE(none.CopyFrom(source, Rect{6, 6, 12, 12}));
-}
 
-TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
     QImage image(10, 10, QImage::Format_ARGB32_Premultiplied);
     image.fill(0xFFFFFFFFu);
     {
@@ -208,7 +200,6 @@ TEST(ScreenTest, AttachedPaintersAndImagesKeepTheirOwnersState) {
         EXPECT_TRUE(painter.transform().isIdentity());
         EXPECT_TRUE(painter.isActive());
     }
-    const Bgra red{0, 0, 255, 255};
     EXPECT_TRUE(
         PixelsAt(image, {{2, 3, red}, {3, 3, red}, {1, 3, kWhitePixel}, {2, 4, kWhitePixel}}));
 
