@@ -1,6 +1,7 @@
 // The one way to a box: the questions and failures that the program puts to the user.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <sstream>
 
@@ -37,10 +38,27 @@ protected:
 };
 
 TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
-    auto o = Parse({"--shrink=800x600", "--radius", "5%", "--blur=2.5px", "--corners=tl,br",
-                    "--edges=none", "--background=#FF8000", "--transparent", "--format=png",
-                    "--quality=55", "--subfolder=web", "--max-pixels", "4294967295",
-                    "--max-memory=2000", "--jobs=3", "a.jpg", "--", "--b.jpg"});
+    auto o = Parse({"--shrink=800x600",
+                    "--radius",
+                    "5%",
+                    "--blur=2.5px",
+                    "--corners=tl,br",
+                    "--edges=none",
+                    "--background=#FF8000",
+                    "--transparent",
+                    "--format=png",
+                    "--quality=55",
+                    "--subfolder=web",
+                    "--max-pixels",
+                    "4294967295",
+                    "--max-memory=2000",
+                    "--jobs=3",
+                    "--orientation=stored",
+                    "--metadata=keep-without-location",
+                    "--keep-dates",
+                    "a.jpg",
+                    "--",
+                    "--b.jpg"});
     CSetting s;
     lvx::ApplyBatchOptions(o, s);
     EXPECT_EQ(s.shrink, (ShrinkSettings{.shrinkType = 1, .customWidth = 800, .customHeight = 600}));
@@ -51,15 +69,28 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
     EXPECT_EQ(s.subFolders.front(), L"web");
     EXPECT_EQ(s.maxPixels, 4294967295u);
     EXPECT_EQ(s.maxMemoryMb, 2000u);
+    EXPECT_TRUE(s.keepStoredOrientation);
+    EXPECT_EQ(s.metadata, metadatakept::kWithoutLocation);
+    EXPECT_TRUE(s.keepDates);
     EXPECT_EQ(o.jobs, 3u);
     EXPECT_EQ(o.files, (std::vector<std::wstring>{L"a.jpg", L"--b.jpg"}));
     EXPECT_EQ(Parse({}).jobs, 0u) << "one per processor unless asked";
 
-    auto named = Parse({"--shrink=640", "--format", "jpg"});
+    auto named =
+        Parse({"--shrink=640", "--format", "jpg", "--orientation=auto", "--metadata=keep"});
     CSetting t;
+    t.keepStoredOrientation = true;
     lvx::ApplyBatchOptions(named, t);
     EXPECT_EQ(t.shrink, (ShrinkSettings{.shrinkType = 2, .shrinkWidth = 640, .shrinkHeight = 640}));
     EXPECT_EQ(t.saveType, 2u);
+    EXPECT_FALSE(t.keepStoredOrientation);
+    EXPECT_EQ(t.metadata, metadatakept::kAll);
+    EXPECT_FALSE(t.keepDates);
+    for (auto [format, saveType] :
+         {std::pair{"webp", savetype::kWebp}, {"avif", savetype::kAvif}}) {
+        lvx::ApplyBatchOptions(Parse({std::string("--format=") + format}), t);
+        EXPECT_EQ(t.saveType, saveType);
+    }
 
     std::map<std::string, std::wstring> errors;
     for (const char* bad : {"--quality=101",     "--radius=-1",       "--radius=.5",
@@ -69,7 +100,7 @@ TEST_F(BatchRunTest, OptionsOverrideSettingsForTheRun) {
                             "--jobs=all",        "--jobs=257",        "--subfolder=",
                             "--subfolder=../up", "--max-memory=0",    "--max-pixels=0",
                             "--max-pixels=1.5",  "--max-pixels=many", "--max-pixels=4294967296",
-                            "--max-pixels=-5"}) {
+                            "--max-pixels=-5",   "--orientation=up",  "--metadata=all"}) {
         lvx::BatchOptions options;
         EXPECT_FALSE(lvx::ParseBatchOptions({bad}, options, errors[bad])) << bad;
         EXPECT_FALSE(errors[bad].empty());
@@ -121,6 +152,29 @@ TEST_F(BatchRunTest, ChecksComeBeforeAnyChange) {
     EXPECT_EQ(err.str(),
               Utf8FromWide(L"ファイルが見つかりません\n\n" + W(dir) + L"/gone\\xE9.png\n"));
     EXPECT_FALSE(std::filesystem::exists(dir / "round"));
+}
+
+// A folder converts its images, says how many files it left alone, and gives the outputs their
+// sources' times when asked; a folder without images is refused before anything changes.
+TEST_F(BatchRunTest, AFolderConvertsItsImagesAndTheirDatesStayWhenAsked) {
+    std::filesystem::create_directories(dir / "f" / "sub");
+    ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "f" / "sub" / "a.png"));
+    WriteText(dir / "f" / "notes.txt", "x");
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(9000);
+    std::filesystem::last_write_time(dir / "f" / "sub" / "a.png", old);
+    CSetting settings;
+    const lvx::BatchOptions options = Parse({"--keep-dates", (dir / "f").string()});
+    lvx::ApplyBatchOptions(options, settings);
+    ASSERT_EQ(Run(options, settings), lvx::exitcode::kConverted) << err.str();
+    EXPECT_EQ(out.str(), (dir / "f" / "sub" / "round" / "a.jpg").string() + "\n");
+    EXPECT_EQ(err.str(),
+              Utf8FromWide(L"フォルダーの中の画像ではないファイル 1 個は変換しません\n"));
+    EXPECT_EQ(std::filesystem::last_write_time(dir / "f" / "sub" / "round" / "a.jpg"), old);
+
+    std::filesystem::create_directories(dir / "empty");
+    EXPECT_EQ(Run(Parse({(dir / "empty").string()}), settings), lvx::exitcode::kRefused);
+    EXPECT_EQ(err.str(), Utf8FromWide(L"フォルダーの中に変換できる画像ファイルがありません\n\n" +
+                                      W(dir / "empty") + L"\n"));
 }
 
 // The pixel limit of the command line reaches every task; on many workers the files before the

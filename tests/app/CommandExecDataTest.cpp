@@ -50,6 +50,28 @@ TEST_F(CommandExecDataTest, ARefusalStopsTheDropBeforeAnythingChanges) {
     EXPECT_TRUE(view->Control(lvx::ctl::kShrink)->isEnabled());
 }
 
+// More than 100 files out of folders are converted only once the user has seen the counts.
+TEST_F(CommandExecDataTest, ALargeRunOutOfFoldersIsAskedAboutFirst) {
+    fs::create_directories(dir / "many" / "deep");
+    for (int i = 0; i < 101; ++i)
+        Png(dir / "many" / (i % 2 ? "deep" : ""), ("p" + std::to_string(i) + ".png").c_str(), 9);
+    WriteText(dir / "many" / "notes.txt", "x");
+    msg.answers = {2};
+    Drop({dir / "many"});
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text,
+              L"2 個のフォルダーにある画像ファイル 101 個を変換します (画像ではない"
+              L"ファイル 1 個は変換しません)。\n\n続けますか？");
+    EXPECT_FALSE(view->TimerRunning());
+    EXPECT_FALSE(fs::exists(dir / "many" / "out"));
+    msg.answers = {1};
+    Drop({dir / "many"});
+    EXPECT_TRUE(view->TimerRunning());
+    EXPECT_EQ(view->Batch().FileCount(), 101);
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(fs::is_regular_file(dir / "many" / "deep" / "out" / "p1.png"));
+}
+
 TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndAnOverwriteNeedsConsentAndAWorker) {
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);

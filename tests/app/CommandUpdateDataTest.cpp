@@ -133,6 +133,17 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
     EXPECT_EQ(s.jpegQuality, 0u); // an empty quality reads as 0
     EXPECT_EQ(s.round, (RoundSettings{0x0C0B0A, true, 15 - 2, 15 - 2, {0, 45, 50}, {0, 20, 10}}));
     EXPECT_EQ(s.subFolders.front(), L"round");
+    EXPECT_FALSE(s.keepStoredOrientation) << "the upright check starts ticked";
+
+    // The other formats' radios, and the upright check taken off.
+    view->SetChecked(ctl::kWebp, true);
+    view->SetChecked(ctl::kUpright, false);
+    EXPECT_EQ(Strict().id, 0);
+    EXPECT_EQ(s.saveType, savetype::kWebp);
+    EXPECT_TRUE(s.keepStoredOrientation);
+    view->SetChecked(ctl::kAvif, true);
+    EXPECT_EQ(Strict().id, 0);
+    EXPECT_EQ(s.saveType, savetype::kAvif);
 }
 
 TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {

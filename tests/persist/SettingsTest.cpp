@@ -119,7 +119,8 @@ TEST_F(SettingsTest, ASaveWritesEveryValueWithItsType) {
         kStoreHead +
             Section(L"", {L"\"OutputPath\"=\"/home/u/Pictures\"", L"\"SaveType\"=dword:00000002",
                           L"\"JpegQuality\"=dword:00000050", L"\"MaxPixels\"=dword:0fff8001",
-                          L"\"MaxMemory\"=dword:000003e8"}) +
+                          L"\"MaxMemory\"=dword:000003e8", L"\"KeepOrientation\"=dword:00000000",
+                          L"\"Metadata\"=dword:00000000", L"\"KeepDates\"=dword:00000000"}) +
             Section(L"\\Round", {L"\"BkColor\"=dword:00ffffff", L"\"Transparent\"=dword:00000000",
                                  L"\"EdgeType\"=dword:0000000f", L"\"BlurType\"=dword:0000000f"}) +
             Section(L"\\Round\\Blur",
@@ -204,6 +205,30 @@ TEST_F(SettingsTest, AHandWrittenFileLoadsValueByValue) {
     EXPECT_FALSE(
         Loaded(Replace(ValidFile(), "\"FullScreen\"=dword:00000001", "\"FullScreen\"=\"1\""))
             .window.fullScreen);
+}
+
+TEST_F(SettingsTest, ThePhotoChoicesAreReadOnlyWithinTheirValues) {
+    // Absent (a store of an earlier version) or out of range: the defaults, upright, no metadata,
+    // new dates; the store still loads as complete.
+    const auto with = [](const char* values) {
+        return Replace(ValidFile(), "\"JpegQuality\"=dword:0000005a\n",
+                       std::string("\"JpegQuality\"=dword:0000005a\n") + values);
+    };
+    const CSetting chosen =
+        Loaded(with("\"KeepOrientation\"=dword:00000001\n"
+                    "\"Metadata\"=dword:00000001\n\"KeepDates\"=dword:00000001\n"));
+    EXPECT_TRUE(chosen.keepStoredOrientation);
+    EXPECT_EQ(chosen.metadata, metadatakept::kWithoutLocation);
+    EXPECT_TRUE(chosen.keepDates);
+    EXPECT_EQ(Loaded(with("\"Metadata\"=dword:00000002\n")).metadata, metadatakept::kAll);
+    for (const CSetting& loaded :
+         {Loaded(ValidFile()),
+          Loaded(with("\"KeepOrientation\"=dword:00000002\n"
+                      "\"Metadata\"=dword:00000003\n\"KeepDates\"=\"1\"\n"))}) {
+        EXPECT_FALSE(loaded.keepStoredOrientation);
+        EXPECT_EQ(loaded.metadata, metadatakept::kNone);
+        EXPECT_FALSE(loaded.keepDates);
+    }
 }
 
 TEST_F(SettingsTest, QualityAndPixelLimitAreReadWithinTheirRange) {

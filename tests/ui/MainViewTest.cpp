@@ -76,11 +76,10 @@ TEST_F(MainViewTest, EditableCombosKeepExactlyWhatWasTyped) {
 }
 
 TEST_F(MainViewTest, TabReachesTheChosenFormat) {
-    for (u32 saveType : {2u, 1u}) {
+    for (auto [saveType, chosen] : {std::pair{2u, ctl::kJpeg}, {1u, ctl::kPng}, {3u, ctl::kWebp}}) {
         TheSetting().saveType = saveType;
         CMainView view;
         ASSERT_TRUE(Activate(view));
-        const i32 chosen = saveType == 2 ? ctl::kJpeg : ctl::kPng;
         ASSERT_TRUE(view.IsChecked(chosen));
         // Tab from the control before the group, and Shift+Tab from the one after it.
         view.Control(ctl::kCustomHeight)->setEnabled(true);
@@ -111,8 +110,8 @@ TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
 
 TEST_F(MainViewTest, EnablingRulesAndTheHandlersThatEnableByChoice) {
     CMainView view;
-    const i32 idle[] = {141, 151, 152, 146, 153, 155, 156, 157, 158, 147, 149,
-                        166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
+    const i32 idle[] = {141, 151, 152, 173, 174, 175, 146, 153, 155, 156, 157, 158,
+                        147, 149, 166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
     for (i32 id : idle)
         EXPECT_TRUE(Enabled(view, id)) << id;
     EXPECT_FALSE(Enabled(view, ctl::kStop));
@@ -163,6 +162,11 @@ TEST_F(MainViewTest, EnablingRulesAndTheHandlersThatEnableByChoice) {
         EXPECT_EQ(Enabled(view, ctl::kQualityNumber), chosen == ctl::kJpeg);
         EXPECT_EQ(Enabled(view, ctl::kQualityName), chosen == ctl::kJpeg);
     }
+    // WebP below JPEG holds alpha and takes the quality: both enabled.
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    ASSERT_TRUE(view.IsChecked(ctl::kWebp));
+    EXPECT_TRUE(Enabled(view, ctl::kTransparent));
+    EXPECT_TRUE(Enabled(view, ctl::kQualityName));
 }
 
 TEST_F(MainViewTest, QualityPairColourTextAndAnchorFollowTheirControls) {
