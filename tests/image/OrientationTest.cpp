@@ -117,7 +117,8 @@ TEST(Orientation, EveryTagGivesAnUprightOutputWithNoTagLeftInFileAndPreview) {
     const struct {
         const char* suffix;
         int tolerance;
-    } formats[] = {{".png", 2}, {".jpg[Q=98,strip=false]", 12}, {".webp[lossless]", 2}};
+    } formats[] = {
+        {".png", 2}, {".jpg[Q=98,strip=false]", 12}, {".webp[lossless]", 2}, {".tif", 2}};
     const Conversion c;
     const Size fitted{32, 24};
     for (const auto& format : formats) {
