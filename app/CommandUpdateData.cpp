@@ -47,6 +47,11 @@ void ReadShrink(CMainView& view) {
 
 void ReadSaveType(CMainView& view) {
     TheSetting().keepStoredOrientation = !view.IsChecked(ctl::kUpright);
+    TheSetting().keepDates = view.IsChecked(ctl::kKeepDates);
+    auto* kept = qobject_cast<QComboBox*>(view.Control(ctl::kMetadata));
+    TheSetting().metadata = kept && kept->currentIndex() > 0
+                                ? static_cast<u32>(kept->currentIndex())
+                                : metadatakept::kNone;
     if (view.CheckedSaveType(TheSetting().saveType))
         return;
     throw my::CCtrlException(view.Control(ctl::kPng), strid::kBadSaveType);

@@ -38,11 +38,12 @@ CMainView* g_view = nullptr;
 
 // The controls that only an idle view enables.
 constexpr i32 kIdleControls[] = {
-    ctl::kShrink,      ctl::kPng,        ctl::kJpeg,        ctl::kWebp,       ctl::kAvif,
-    ctl::kUpright,     ctl::kColorText,  ctl::kChooseColor, ctl::kTopLeft,    ctl::kBottomLeft,
-    ctl::kBottomRight, ctl::kTopRight,   ctl::kRadius,      ctl::kRadiusUnit, ctl::kRadiusSlider,
-    ctl::kLeft,        ctl::kTop,        ctl::kRight,       ctl::kBottom,     ctl::kBlurWidth,
-    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,   ctl::kOpenOutput};
+    ctl::kShrink,     ctl::kPng,          ctl::kJpeg,        ctl::kWebp,       ctl::kAvif,
+    ctl::kUpright,    ctl::kMetadata,     ctl::kKeepDates,   ctl::kColorText,  ctl::kChooseColor,
+    ctl::kTopLeft,    ctl::kBottomLeft,   ctl::kBottomRight, ctl::kTopRight,   ctl::kRadius,
+    ctl::kRadiusUnit, ctl::kRadiusSlider, ctl::kLeft,        ctl::kTop,        ctl::kRight,
+    ctl::kBottom,     ctl::kBlurWidth,    ctl::kBlurUnit,    ctl::kBlurSlider, ctl::kSubFolder,
+    ctl::kOpenOutput};
 
 // A check control and the bit that it stands for in the stored corners or edges.
 struct CheckBit {
@@ -220,8 +221,9 @@ void CMainView::ConnectControls() {
     }
     connect(button(ctl::kChooseColor), &QAbstractButton::clicked, this,
             [this] { OnChooseColor(); });
-    for (i32 id : {ctl::kTransparent, ctl::kUpright})
+    for (i32 id : {ctl::kTransparent, ctl::kUpright, ctl::kKeepDates})
         connect(button(id), &QAbstractButton::clicked, this, [this] { RunUpdate(); });
+    connect(combo(ctl::kMetadata), &QComboBox::activated, this, [this] { RunUpdate(); });
     for (const CheckBit& check : kCornerChecks)
         connect(button(check.control), &QAbstractButton::clicked, this,
                 [this] { OnAnchorCheck(); });

@@ -39,7 +39,8 @@ constexpr i32 kShrink = 141, kCustomWidth = 142, kCustomHeight = 143, kQualityNu
               kTopRight = 158, kLeft = 159, kTop = 160, kRight = 161, kBottom = 162, kStop = 163,
               kOpenOutput = 164, kSubFolder = kSubFolderControl, kRadiusSlider = 166,
               kBlurSlider = 167, kSwatch = 168, kDetailPane = 169, kWholePane = 170, kStatus = 171,
-              kProgress = 172, kWebp = 173, kAvif = 174, kUpright = 175;
+              kProgress = 172, kWebp = 173, kAvif = 174, kUpright = 175, kMetadata = 176,
+              kKeepDates = 177;
 } // namespace ctl
 
 class CMainView : public QWidget {
@@ -48,7 +49,7 @@ class CMainView : public QWidget {
 public:
     // The size of the control template, in dialog units of the view's font.
     static constexpr int kWidthUnits = 432;
-    static constexpr int kHeightUnits = 359;
+    static constexpr int kHeightUnits = 373;
 
     // Builds the controls of dialog 139 (sizes from dialog units of the view's font) and runs
     // the start sequence: lists filled, settings written into the controls, panes made, sample

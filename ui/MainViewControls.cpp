@@ -1,4 +1,4 @@
-// The control template of the main view: the 49 controls of dialog 139 built as child widgets,
+// The control template of the main view: the 52 controls of dialog 139 built as child widgets,
 // in tab order, at their rectangles in the dialog units of the view's font.
 #include "ui/MainView.h"
 
@@ -49,7 +49,7 @@ struct ControlDef {
     int x, y, width, height;
 };
 
-// The 49 controls in tab order.
+// The 52 controls in tab order.
 constexpr ControlDef kControls[] = {
     {0, Kind::kGroup, strid::kShrinkGroup, 7, 7, 275, 33},
     {ctl::kShrink, Kind::kDropList, 0, 16, 20, 138, 290},
@@ -92,14 +92,17 @@ constexpr ControlDef kControls[] = {
     {0, Kind::kLabel, strid::kSubFolderLabel, 16, 259, 133, 13},
     {ctl::kSubFolder, Kind::kEditCombo, 0, 152, 259, 70, 30},
     {0, Kind::kLabel, strid::kSubFolderTail, 226, 259, 51, 13},
-    {0, Kind::kGroup, strid::kPhotoGroup, 7, 284, 276, 33},
+    {0, Kind::kGroup, strid::kPhotoGroup, 7, 284, 276, 47},
     {ctl::kUpright, Kind::kCheck, strid::kUprightCheck, 16, 299, 258, 10},
-    {ctl::kStatus, Kind::kLabel, strid::kDropHint, 7, 326, 257, 8},
-    {ctl::kStop, Kind::kDefaultButton, strid::kStopButton, 267, 323, 77, 16},
-    {ctl::kOpenOutput, Kind::kButton, strid::kOpenOutputButton, 348, 323, 77, 16},
-    {ctl::kDetailPane, Kind::kFrame, 0, 290, 10, 135, 148},
-    {ctl::kWholePane, Kind::kFrame, 0, 290, 166, 135, 148},
-    {ctl::kProgress, Kind::kProgress, 0, 7, 346, 418, 6},
+    {0, Kind::kLabel, strid::kMetadataLabel, 16, 315, 46, 8},
+    {ctl::kMetadata, Kind::kDropList, 0, 64, 313, 92, 40},
+    {ctl::kKeepDates, Kind::kCheck, strid::kKeepDatesCheck, 162, 314, 114, 10},
+    {ctl::kStatus, Kind::kLabel, strid::kDropHint, 7, 340, 257, 8},
+    {ctl::kStop, Kind::kDefaultButton, strid::kStopButton, 267, 337, 77, 16},
+    {ctl::kOpenOutput, Kind::kButton, strid::kOpenOutputButton, 348, 337, 77, 16},
+    {ctl::kDetailPane, Kind::kFrame, 0, 290, 10, 135, 155},
+    {ctl::kWholePane, Kind::kFrame, 0, 290, 173, 135, 155},
+    {ctl::kProgress, Kind::kProgress, 0, 7, 360, 418, 6},
 };
 
 // A closed combo box is as high as an edit of the template.

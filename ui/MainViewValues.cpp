@@ -8,9 +8,11 @@
 
 #include "batch/Setting.h"
 #include "foundation/Numbers.h"
+#include "foundation/ResString.h"
 #include "image/AvifEncoder.h"
 #include "image/NamedShrink.h"
 #include "image/SaveType.h"
+#include "resources/StringIds.h"
 #include "ui/ControlText.h"
 #include "ui/NamedInt.h"
 
@@ -119,6 +121,16 @@ void CMainView::InitSaveTypeControls(const CSetting& setting) {
     SetChecked(RadioOf(offered ? setting.saveType : savetype::kPng), true);
     Control(ctl::kAvif)->setVisible(CanWriteAvif());
     SetChecked(ctl::kUpright, !setting.keepStoredOrientation);
+    // What the outputs keep of the sources, in the order of metadatakept::.
+    std::vector<std::wstring> kept;
+    for (u32 id : {strid::kMetadataNone, strid::kMetadataWithoutLocation, strid::kMetadataAll}) {
+        kept.emplace_back();
+        LoadResString(kept.back(), id, true);
+    }
+    FillCombo(Control(ctl::kMetadata), kept);
+    qobject_cast<QComboBox*>(Control(ctl::kMetadata))
+        ->setCurrentIndex(static_cast<int>(setting.Output().metadata));
+    SetChecked(ctl::kKeepDates, setting.keepDates);
     SetControlText(Control(ctl::kQualityNumber), ToText(setting.jpegQuality), true);
     FillCombo(Control(ctl::kQualityName), NamesOf(QualityList()));
     int qualityIndex = -1;

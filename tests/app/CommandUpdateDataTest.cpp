@@ -134,11 +134,17 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
     EXPECT_EQ(s.round, (RoundSettings{0x0C0B0A, true, 15 - 2, 15 - 2, {0, 45, 50}, {0, 20, 10}}));
     EXPECT_EQ(s.subFolders.front(), L"round");
     EXPECT_FALSE(s.keepStoredOrientation) << "the upright check starts ticked";
+    EXPECT_FALSE(s.keepDates);
+    EXPECT_EQ(s.metadata, metadatakept::kNone) << "the list starts at nothing kept";
 
     // The other formats' radios, and the upright check taken off.
     view->SetChecked(ctl::kWebp, true);
     view->SetChecked(ctl::kUpright, false);
+    view->SetChecked(ctl::kKeepDates, true);
+    qobject_cast<QComboBox*>(view->Control(ctl::kMetadata))->setCurrentIndex(1);
     EXPECT_EQ(Strict().id, 0);
+    EXPECT_TRUE(s.keepDates);
+    EXPECT_EQ(s.metadata, metadatakept::kWithoutLocation);
     EXPECT_EQ(s.saveType, savetype::kWebp);
     EXPECT_TRUE(s.keepStoredOrientation);
     view->SetChecked(ctl::kAvif, true);

@@ -33,7 +33,7 @@ std::set<u16> LanguagesOf(u32 id) {
 bool IsJapaneseOnly(u32 id) {
     return (id >= strid::kMakerName && id <= strid::kSaveFailed) ||
            (id >= strid::kHelpMenu && id <= strid::kAboutMenuItem) ||
-           (id >= strid::kShrinkGroup && id <= strid::kUprightCheck);
+           (id >= strid::kShrinkGroup && id <= strid::kMetadataAll);
 }
 
 // The arguments that a template uses, in the order it shows them, as the formatter expands it.

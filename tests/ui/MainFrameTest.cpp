@@ -28,9 +28,9 @@ TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeViewWhoseControlsAreFound
     QWidget* view = frame.View();
     ASSERT_NE(view, nullptr);
     EXPECT_EQ(view->objectName(), QStringLiteral("view"));
-    // The view is 432 by 359 dialog units of its font.
+    // The view is 432 by 373 dialog units of its font.
     CDialogUnits du(view->font());
-    EXPECT_EQ(view->size(), QSize(du.X(432), du.Y(359)));
+    EXPECT_EQ(view->size(), QSize(du.X(432), du.Y(373)));
 
     // The client area is the menu bar above the view, nothing cut off.
     QMenuBar* menu = window->menuBar();

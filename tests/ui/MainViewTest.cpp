@@ -110,8 +110,8 @@ TEST_F(MainViewTest, StoredValuesOutsideTheListsShowNoSelection) {
 
 TEST_F(MainViewTest, EnablingRulesAndTheHandlersThatEnableByChoice) {
     CMainView view;
-    const i32 idle[] = {141, 151, 152, 173, 174, 175, 146, 153, 155, 156, 157, 158,
-                        147, 149, 166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
+    const i32 idle[] = {141, 151, 152, 173, 174, 175, 176, 177, 146, 153, 155, 156, 157,
+                        158, 147, 149, 166, 159, 160, 161, 162, 148, 150, 167, 165, 164};
     for (i32 id : idle)
         EXPECT_TRUE(Enabled(view, id)) << id;
     EXPECT_FALSE(Enabled(view, ctl::kStop));
