@@ -9,6 +9,7 @@
 #include "image/Loaders.h"
 #include "image/Orientation.h"
 #include "image/VipsStart.h"
+#include "image/WebpChunks.h"
 
 namespace {
 
@@ -110,38 +111,6 @@ bool Is(const char* loader, const char* name) {
     return loader && std::strcmp(loader, name) == 0;
 }
 
-u32 Little24(const u8* at) {
-    return at[0] | (static_cast<u32>(at[1]) << 8) | (static_cast<u32>(at[2]) << 16);
-}
-
-// The canvas size in a WebP file's first chunk: VP8 (lossy) keeps 14 bits a side behind its frame
-// tag and start code, VP8L (lossless) 14 bits each less one behind its signature byte, VP8X
-// (extended) 24 bits each less one.
-bool WebpSize(const u8* data, size_t size, Size& declared) {
-    if (size < 30 || std::memcmp(data, "RIFF", 4) != 0 || std::memcmp(data + 8, "WEBP", 4) != 0)
-        return false;
-    const u8* chunk = data + 12;
-    const u8* body = chunk + 8;
-    if (std::memcmp(chunk, "VP8 ", 4) == 0 && body[3] == 0x9D && body[4] == 0x01 &&
-        body[5] == 0x2A) {
-        declared = Size{static_cast<i32>((body[6] | (body[7] << 8)) & 0x3FFF),
-                        static_cast<i32>((body[8] | (body[9] << 8)) & 0x3FFF)};
-        return true;
-    }
-    if (std::memcmp(chunk, "VP8L", 4) == 0 && body[0] == 0x2F) {
-        const u32 bits = Little24(body + 1) | (static_cast<u32>(body[4]) << 24);
-        declared = Size{static_cast<i32>((bits & 0x3FFF) + 1),
-                        static_cast<i32>(((bits >> 14) & 0x3FFF) + 1)};
-        return true;
-    }
-    if (std::memcmp(chunk, "VP8X", 4) == 0) {
-        declared = Size{static_cast<i32>(Little24(body + 4) + 1),
-                        static_cast<i32>(Little24(body + 7) + 1)};
-        return true;
-    }
-    return false;
-}
-
 } // namespace
 
 CDecodeCost EstimateDecodeCost(const char* loader, const u8* data, size_t size, Size declared,
@@ -179,7 +148,8 @@ CDecodeCost EstimateDecodeCost(const char* loader, const u8* data, size_t size, 
 bool EstimateBeforeOpening(const char* loader, const u8* data, size_t size, Size& declared,
                            CDecodeCost& cost) {
     Size header;
-    if (!Is(loader, "webpload_buffer") || !WebpSize(data, size, header))
+    bool alpha = false;
+    if (!Is(loader, "webpload_buffer") || !WebpCanvas(data, size, header, alpha))
         return false;
     declared = header;
     cost = EstimateDecodeCost(loader, data, size, header, 4, 1, 0);

@@ -18,10 +18,6 @@ constexpr size_t kRiffHead = 12;
 constexpr size_t kChunkHead = 8;
 constexpr size_t kVp8xPayload = 10;
 
-u32 Little32(const u8* p) {
-    return u32{p[0]} | (u32{p[1]} << 8) | (u32{p[2]} << 16) | (u32{p[3]} << 24);
-}
-
 void PutLittle(std::vector<u8>& out, u32 value, int bytes) {
     for (int i = 0; i < bytes; ++i)
         out.push_back(static_cast<u8>(value >> (8 * i)));
@@ -41,35 +37,46 @@ void PutChunk(std::vector<u8>& out, const char type[4], const std::vector<u8>& p
         out.push_back(0);
 }
 
-// The canvas size and the alpha of a simple file's one picture chunk at `chunk`, read from its
-// bitstream's header; false when it is none of the two kinds or too short.
-bool SimplePicture(const std::vector<u8>& webp, size_t chunk, u32& width, u32& height,
-                   bool& alpha) {
-    const u8* payload = webp.data() + chunk + kChunkHead;
-    const size_t size = webp.size() - chunk - kChunkHead;
-    if (std::memcmp(webp.data() + chunk, "VP8L", 4) == 0) {
-        if (size < 5 || payload[0] != 0x2F)
-            return false;
-        const u32 bits = Little32(payload + 1);
-        width = (bits & 0x3FFF) + 1;
-        height = ((bits >> 14) & 0x3FFF) + 1;
-        alpha = ((bits >> 28) & 1) != 0;
-        return true;
-    }
-    // A lossy key frame: three bytes of frame tag, the start code, then the sizes in 14 bits.
-    if (size < 10 || payload[3] != 0x9D || payload[4] != 0x01 || payload[5] != 0x2A)
-        return false;
-    width = (payload[6] | (payload[7] << 8)) & 0x3FFF;
-    height = (payload[8] | (payload[9] << 8)) & 0x3FFF;
-    alpha = false;
-    return true;
-}
-
 bool TooLarge(const std::vector<u8>& extra) {
     return extra.size() >= std::numeric_limits<u32>::max() - 1;
 }
 
+u32 Little24(const u8* at) {
+    return at[0] | (static_cast<u32>(at[1]) << 8) | (static_cast<u32>(at[2]) << 16);
+}
+
+u32 Little32(const u8* at) {
+    return Little24(at) | (static_cast<u32>(at[3]) << 24);
+}
+
 } // namespace
+
+bool WebpCanvas(const u8* data, size_t size, Size& canvas, bool& alpha) {
+    if (size < 30 || std::memcmp(data, "RIFF", 4) != 0 || std::memcmp(data + 8, "WEBP", 4) != 0)
+        return false;
+    const u8* chunk = data + kRiffHead;
+    const u8* body = chunk + kChunkHead;
+    alpha = false;
+    if (std::memcmp(chunk, "VP8 ", 4) == 0 && body[3] == 0x9D && body[4] == 0x01 &&
+        body[5] == 0x2A) {
+        canvas = Size{static_cast<i32>((body[6] | (body[7] << 8)) & 0x3FFF),
+                      static_cast<i32>((body[8] | (body[9] << 8)) & 0x3FFF)};
+        return true;
+    }
+    if (std::memcmp(chunk, "VP8L", 4) == 0 && body[0] == 0x2F) {
+        const u32 bits = Little32(body + 1);
+        canvas = Size{static_cast<i32>((bits & 0x3FFF) + 1),
+                      static_cast<i32>(((bits >> 14) & 0x3FFF) + 1)};
+        alpha = ((bits >> 28) & 1) != 0;
+        return true;
+    }
+    if (std::memcmp(chunk, "VP8X", 4) == 0) {
+        canvas = Size{static_cast<i32>(Little24(body + 4) + 1),
+                      static_cast<i32>(Little24(body + 7) + 1)};
+        return true;
+    }
+    return false;
+}
 
 HResult SetWebpExtras(std::vector<u8>& webp, const WebpExtras& extras) {
     if (webp.size() < kRiffHead + kChunkHead || std::memcmp(webp.data(), "RIFF", 4) != 0 ||
@@ -84,18 +91,15 @@ HResult SetWebpExtras(std::vector<u8>& webp, const WebpExtras& extras) {
     // The chunks of the picture: every chunk after VP8X but the extras, which are put anew.
     std::vector<u8> picture;
     u8 kept = 0; // the flags of VP8X that stay
-    u32 width = 0, height = 0;
+    Size canvas;
     bool alpha = false;
+    if (!WebpCanvas(webp.data(), webp.size(), canvas, alpha) || canvas.cx <= 0 || canvas.cy <= 0)
+        return hr::kInvalidArg;
+    // An extended file keeps its own flags but the extras'; a simple one states its alpha.
     size_t at = kRiffHead;
     if (extended) {
-        if (webp.size() < kRiffHead + kChunkHead + kVp8xPayload)
-            return hr::kInvalidArg;
         kept = webp[at + kChunkHead] & static_cast<u8>(~(kIccFlag | kExifFlag | kXmpFlag));
-        width = (Little32(webp.data() + at + kChunkHead + 4) & 0xFFFFFF) + 1;
-        height = (Little32(webp.data() + at + kChunkHead + 7) & 0xFFFFFF) + 1;
         at += kChunkHead + kVp8xPayload;
-    } else if (!SimplePicture(webp, at, width, height, alpha) || width == 0 || height == 0) {
-        return hr::kInvalidArg;
     } else {
         kept = alpha ? kAlphaFlag : 0;
     }
@@ -111,8 +115,8 @@ HResult SetWebpExtras(std::vector<u8>& webp, const WebpExtras& extras) {
         at = end;
     }
     std::vector<u8> vp8x{static_cast<u8>(kept | flags), 0, 0, 0};
-    PutLittle(vp8x, width - 1, 3);
-    PutLittle(vp8x, height - 1, 3);
+    PutLittle(vp8x, static_cast<u32>(canvas.cx) - 1, 3);
+    PutLittle(vp8x, static_cast<u32>(canvas.cy) - 1, 3);
     std::vector<u8> out(webp.begin(), webp.begin() + kRiffHead);
     PutChunk(out, "VP8X", vp8x);
     if (!extras.icc.empty())

@@ -3,6 +3,7 @@
 // Any thread: works on bytes only.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "foundation/Types.h"
@@ -12,6 +13,12 @@ struct WebpExtras {
     std::vector<u8> exif; // a TIFF-structured EXIF block without the "Exif\0\0" head, EXIF
     std::vector<u8> xmp;  // an XMP packet, XMP
 };
+
+// The canvas of a WebP file from its first chunk: VP8 (lossy) keeps 14 bits a side behind its
+// frame tag and start code, VP8L (lossless) 14 bits each less one behind its signature byte, VP8X
+// (extended) 24 bits each less one. `alpha` says whether a lossless picture uses its alpha (false
+// for the other kinds). False, nothing set, for bytes that are none of the three.
+bool WebpCanvas(const u8* data, size_t size, Size& canvas, bool& alpha);
 
 // webp with exactly these extras, each that is not empty where readers look for it: ICCP right
 // after the VP8X header, EXIF and XMP at the end; any that webp held before are dropped. A simple
