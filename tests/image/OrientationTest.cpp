@@ -4,7 +4,9 @@
 #include "image/Orientation.h"
 
 #include <gtest/gtest.h>
+#include <libheif/heif.h>
 
+#include <algorithm>
 #include <string>
 
 #include "image/Decode.h"
@@ -62,10 +64,9 @@ std::vector<u8> ExifWithOrientation(u32 tag) {
             0,   0};
 }
 
-// The stored picture of a tag, encoded with the tag by libvips with the saver's options.
-std::vector<u8> Stored(u32 tag, const char* suffix, Size upright = kUpright) {
-    EnsureVipsStarted();
-    const Size size = tag >= 5 ? Size{upright.cy, upright.cx} : upright;
+// The stored rows of the upright picture under a tag, as 8-bit RGB of the stored `size`.
+std::vector<u8> StoredRgb(u32 tag, Size upright, Size& size) {
+    size = tag >= 5 ? Size{upright.cy, upright.cx} : upright;
     std::vector<u8> rgb;
     for (i32 j = 0; j < size.cy; ++j) {
         for (i32 i = 0; i < size.cx; ++i) {
@@ -75,6 +76,14 @@ std::vector<u8> Stored(u32 tag, const char* suffix, Size upright = kUpright) {
             rgb.insert(rgb.end(), {c.r, c.g, c.b});
         }
     }
+    return rgb;
+}
+
+// The stored picture of a tag, encoded with the tag by libvips with the saver's options.
+std::vector<u8> Stored(u32 tag, const char* suffix, Size upright = kUpright) {
+    EnsureVipsStarted();
+    Size size;
+    std::vector<u8> rgb = StoredRgb(tag, upright, size);
     vips::VImage image =
         vips::VImage::new_from_memory(rgb.data(), rgb.size(), size.cx, size.cy, 3,
                                       VIPS_FORMAT_UCHAR)
@@ -88,6 +97,44 @@ std::vector<u8> Stored(u32 tag, const char* suffix, Size upright = kUpright) {
     std::vector<u8> encoded(static_cast<u8*>(bytes), static_cast<u8*>(bytes) + length);
     g_free(bytes);
     return encoded;
+}
+
+// The stored picture of a tag as an AVIF whose rotation and mirror boxes carry the tag, written by
+// libheif itself, with the same tag in an EXIF block beside them.
+std::vector<u8> StoredAvifWithBoxes(u32 tag) {
+    Size size;
+    const std::vector<u8> rgb = StoredRgb(tag, kUpright, size);
+    heif_image* image = nullptr;
+    heif_image_create(size.cx, size.cy, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image);
+    heif_image_add_plane(image, heif_channel_interleaved, size.cx, size.cy, 8);
+    int stride = 0;
+    u8* plane = heif_image_get_plane(image, heif_channel_interleaved, &stride);
+    for (i32 y = 0; y < size.cy; ++y)
+        std::copy_n(rgb.data() + y * size.cx * 3, size.cx * 3, plane + y * stride);
+    heif_context* context = heif_context_alloc();
+    heif_encoder* encoder = nullptr;
+    heif_context_get_encoder_for_format(context, heif_compression_AV1, &encoder);
+    heif_encoder_set_lossy_quality(encoder, 95);
+    heif_encoding_options* options = heif_encoding_options_alloc();
+    options->image_orientation = static_cast<heif_orientation>(tag);
+    heif_image_handle* handle = nullptr;
+    heif_context_encode_image(context, image, encoder, options, &handle);
+    const std::vector<u8> exif = ExifWithOrientation(tag);
+    heif_context_add_exif_metadata(context, handle, exif.data() + 6,
+                                   static_cast<int>(exif.size()) - 6);
+    std::vector<u8> file;
+    heif_writer writer{1, [](heif_context*, const void* data, size_t length, void* out) {
+                           auto* bytes = static_cast<const u8*>(data);
+                           static_cast<std::vector<u8>*>(out)->assign(bytes, bytes + length);
+                           return heif_error{heif_error_Ok, heif_suberror_Unspecified, ""};
+                       }};
+    heif_context_write(context, &writer, &file);
+    heif_image_handle_release(handle);
+    heif_encoding_options_free(options);
+    heif_encoder_release(encoder);
+    heif_context_free(context);
+    heif_image_release(image);
+    return file;
 }
 
 // A shrink into 32 x 32, the top left corner rounded, nothing faded, the alpha kept.
@@ -161,7 +208,7 @@ TEST(Orientation, EveryTagGivesAnUprightOutputWithNoTagLeftInFileAndPreview) {
     }
 }
 
-TEST(Orientation, TheStoredChoiceAndHeifKeepThePictureAsStored) {
+TEST(Orientation, TheStoredChoiceKeepsTheStoredSidesAndHeifIsTurnedOnce) {
     // A quarter turn kept as stored: the sides stay those of the file, and its first pixel is the
     // upright picture's top right.
     Conversion c;
@@ -178,16 +225,20 @@ TEST(Orientation, TheStoredChoiceAndHeifKeepThePictureAsStored) {
     ASSERT_EQ(image->Height(), 32);
     EXPECT_TRUE(testutil::Near(testutil::PixelOf(*image, 6, 8), kQuadrants[1], 2));
 
-    // HEIF's decoder applies the file's own turn; the EXIF tag beside it is never applied again.
+    // HEIF's decoder applies the file's own rotation box; the EXIF tag beside it is never applied
+    // again, whichever orientation is chosen.
     ASSERT_TRUE(EnsureHeifLoader());
-    const std::vector<u8> heif = Stored(orientation::kQuarterRight, ".heic");
-    c.output.upright = true;
-    ASSERT_EQ(
-        ConvertStream(heif.data(), heif.size(), {}, c.shrink, c.round, c.output, {}, out, failure),
-        hr::kOk);
-    ASSERT_EQ(DecodeImage(out.data(), out.size(), image), hr::kOk);
-    EXPECT_EQ(image->Width(), 24);
-    EXPECT_EQ(image->Height(), 32);
+    const std::vector<u8> heif = StoredAvifWithBoxes(orientation::kQuarterRight);
+    const std::string box = "irot";
+    ASSERT_NE(std::search(heif.begin(), heif.end(), box.begin(), box.end()), heif.end());
+    for (bool upright : {true, false}) {
+        c.output.upright = upright;
+        ASSERT_EQ(ConvertStream(heif.data(), heif.size(), {}, c.shrink, c.round, c.output, {}, out,
+                                failure),
+                  hr::kOk);
+        ASSERT_EQ(DecodeImage(out.data(), out.size(), image), hr::kOk);
+        ExpectUpright(*image, Size{32, 24}, 12, upright ? "HEIF upright" : "HEIF stored");
+    }
 }
 
 TEST(Orientation, AQuarterTurnHoldsTheShrunkPictureWithinTheMemoryBudget) {
