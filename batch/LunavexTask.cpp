@@ -1,6 +1,7 @@
 // One file's road: folder, the streamed conversion, save or keep.
 #include "batch/LunavexTask.h"
 
+#include <algorithm>
 #include <new>
 
 #include <sys/stat.h>
@@ -13,6 +14,7 @@
 #include "foundation/ResString.h"
 #include "foundation/ResultText.h"
 #include "foundation/Win32Error.h"
+#include "image/Shrink.h"
 #include "resources/StringIds.h"
 
 namespace lvx {
@@ -155,8 +157,19 @@ u64 CLunavexTask::MemoryEstimate() {
     if (Failed(ReadFileToBuffer(sourceBytes_, inputPath, this)))
         return 0;
     CDecodeCost cost;
-    EstimateDecodeCostOf(sourceBytes_.data.get(), sourceBytes_.size, limits, cost);
-    return sourceBytes_.size + cost.memory;
+    Size declared;
+    if (Failed(EstimateDecodeCostOf(sourceBytes_.data.get(), sourceBytes_.size, limits, cost,
+                                    &declared)))
+        return sourceBytes_.size;
+    // A WebP or AVIF encoder holds the fitted picture whole. The header does not say here which
+    // way up it will be written, so the larger of the two fits counts.
+    u64 encoderHeld = 0;
+    for (const Size side : {declared, Size{declared.cy, declared.cx}}) {
+        Size fitted;
+        if (FittedSize(shrink_, side, fitted) == 0)
+            encoderHeld = std::max(encoderHeld, output_.EncoderHeldBytes(fitted));
+    }
+    return sourceBytes_.size + cost.memory + encoderHeld;
 }
 
 void CLunavexTask::ForgetOutcome() {

@@ -79,8 +79,9 @@ public:
     // Convert, then hand the task to the client (also on failure). Worker thread.
     void Run();
 
-    // What converting the file will hold in memory, as far as its header tells: the file's bytes
-    // and the decoder's cost (image/DecodeCost.h). 0 when the file cannot be read; nothing is
+    // What converting the file will hold in memory, as far as its header tells: the file's bytes,
+    // the decoder's cost (image/DecodeCost.h) and what a WebP or AVIF encoder holds of the fitted
+    // picture. 0 when the file cannot be read, its bytes when no loader knows them; nothing is
     // decoded. The bytes read stay for the conversion, which then reads no more. The thread that
     // runs the task, before Run.
     u64 MemoryEstimate();

@@ -185,9 +185,11 @@ HResult CheckBmpCost(const u8* data, size_t size, const CDecodeLimits& limits, b
 }
 
 HResult EstimateDecodeCostOf(const u8* data, size_t size, const CDecodeLimits& limits,
-                             CDecodeCost& cost) {
+                             CDecodeCost& cost, Size* declaredOut) {
     cost = CDecodeCost();
-    Size declared;
+    Size unused;
+    Size& declared = declaredOut ? *declaredOut : unused;
+    declared = Size{};
     if (IsBmp(data, size)) {
         if (Failed(ReadBmpSize(data, size, declared)))
             return hr::kNotImpl;

@@ -52,7 +52,8 @@ HResult CheckBmpCost(const u8* data, size_t size, const CDecodeLimits& limits, b
                      Size* declared, CDecodeCost* cost, bool& runLength);
 
 // The cost of decoding the encoded image in `data`, from its header alone: the loader is opened
-// for the header and our BMP reader reads only its headers. 0x80004001 (cost left at zero) for
-// bytes that no allowed loader reads; the pixel and scan limits are not checked here. Any thread.
+// for the header and our BMP reader reads only its headers; `declared`, when given, gets the
+// stored size. 0x80004001 (cost left at zero) for bytes that no allowed loader reads; the pixel
+// and scan limits are not checked here. Any thread.
 HResult EstimateDecodeCostOf(const u8* data, size_t size, const CDecodeLimits& limits,
-                             CDecodeCost& cost);
+                             CDecodeCost& cost, Size* declared = nullptr);

@@ -42,6 +42,10 @@ struct OutputChoice {
     bool HoldsAlpha() const { return !Jpeg(); }
     // Whether the quality counts: for all but PNG.
     bool Lossy() const { return format != OutputFormat::kPng; }
+    // The bytes that the encoder of the format holds for a picture of `size` besides the rows in
+    // flight: none for JPEG and PNG, which write row by row; the whole picture and the encoder's
+    // own planes for WebP and AVIF.
+    u64 EncoderHeldBytes(Size size) const;
     // The output file's extension, without its dot: "png", "jpg", "webp" or "avif".
     const wchar_t* Extension() const {
         switch (format) {

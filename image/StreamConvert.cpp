@@ -304,7 +304,7 @@ HResult Convert(const u8* data, size_t size, const CDecodeLimits& limits,
         pixels = ResampleRgba(pixels, storedFitted.cx, storedFitted.cy, interp::kHighQuality,
                               pixels.bands() == 3, full.cx / reduction, full.cy / reduction);
     }
-    code = TurnUpright(pixels, turn, limits, EncoderHeldBytes(output, fitted), failure);
+    code = TurnUpright(pixels, turn, limits, output.EncoderHeldBytes(fitted), failure);
     if (Failed(code))
         return code;
 

@@ -23,12 +23,6 @@ constexpr i32 kLargestJpegSide = 65500;
 // The longest side of a WebP picture: its header holds 14 bits.
 constexpr i32 kLargestWebpSide = 16383;
 
-// What the whole-picture encoders hold a pixel, at most: libvips' WebP saver keeps the picture as
-// 32-bit ARGB and libwebp its YUV planes and the output; the AVIF road keeps the RGB(A) image,
-// libheif's YUV planes and libaom's frames.
-constexpr u64 kWebpBytesPerPixel = 8;
-constexpr u64 kAvifBytesPerPixel = 24;
-
 // A new bitmap carries the resolution of the screen it was made for: 96 dots per inch, which is
 // what an encoder writes for an image that states none. libvips counts pixels per millimetre.
 constexpr double kNewBitmapPixelsPerMm = 96.0 / 25.4;
@@ -105,19 +99,6 @@ int LibvipsQuality(u32 quality) {
 }
 
 } // namespace
-
-u64 EncoderHeldBytes(const OutputChoice& output, Size size) {
-    const u64 pixels =
-        static_cast<u64>(std::max(size.cx, 0)) * static_cast<u64>(std::max(size.cy, 0));
-    switch (output.format) {
-    case OutputFormat::kWebp:
-        return pixels * kWebpBytesPerPixel;
-    case OutputFormat::kAvif:
-        return pixels * kAvifBytesPerPixel;
-    default:
-        return 0;
-    }
-}
 
 HResult EncodeRows(const VImage& pixels, const OutputChoice& output, const std::vector<u8>& profile,
                    const OutputMetadata& metadata, std::vector<u8>& out) {

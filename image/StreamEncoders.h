@@ -11,11 +11,6 @@
 #include "image/MetadataEmbed.h"
 #include "image/OutputChoice.h"
 
-// The bytes that the encoder of the output's format holds for a picture of `size` besides the rows
-// in flight: none for JPEG and PNG, which write row by row; the whole picture and the encoder's
-// own planes for WebP and AVIF.
-u64 EncoderHeldBytes(const OutputChoice& output, Size size);
-
 // The encoder of the output's format with its quality, as the functions below write, with the
 // metadata given (none for an empty one).
 HResult EncodeRows(const vips::VImage& pixels, const OutputChoice& output,

@@ -100,6 +100,25 @@ TEST_F(LunavexTaskTest, ShrinkAndRadiusAsShareOfTheShrunkImage) {
     EXPECT_EQ(task->outputFolder, W(dir / "round") + L"/");
 }
 
+TEST_F(LunavexTaskTest, TheMemoryEstimateCountsWhatAWholePictureEncoderHolds) {
+    // A 600 x 800 picture fitted into 640 x 320: 240 x 320 as stored, 427 x 320 if a tag turns it;
+    // the tag is not read for the estimate, so the larger counts. The bounds are the least that
+    // each encoder was measured to hold a pixel.
+    ASSERT_TRUE(SaveImage(*Solid(600, 800, 10, 20, 30), L"image/png", dir / "tall.png"));
+    const ShrinkSettings shrink{.shrinkType = 2, .shrinkWidth = 640, .shrinkHeight = 320};
+    auto estimate = [&](u32 saveType, bool transparent) {
+        return MakeTask(W(dir / "tall.png"), W(dir / "out.png"), saveType,
+                        RoundOverGreen(transparent), shrink)
+            ->MemoryEstimate();
+    };
+    const u64 png = estimate(savetype::kPng, true);
+    const u64 turned = 427 * 320;
+    EXPECT_EQ(estimate(savetype::kJpeg, false), png);
+    EXPECT_GE(estimate(savetype::kWebp, false) - png, 3 * turned);
+    EXPECT_GE(estimate(savetype::kWebp, true) - png, 17 * turned);
+    EXPECT_GE(estimate(savetype::kAvif, true) - png, 21 * turned);
+}
+
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
