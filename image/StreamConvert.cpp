@@ -253,6 +253,8 @@ HResult TurnUpright(VImage& pixels, u32 turn, const CDecodeLimits& limits, u64 e
     if (held + encoderHeld > 0) {
         const HResult budget = CheckDecodeCost(failure.cost, limits, held + encoderHeld);
         if (Failed(budget)) {
+            // The message names the whole need, not only the decoder's part of it.
+            failure.cost.memory += held + encoderHeld;
             Fail(failure, StreamFailure::kLoad, 0, budget);
             return budget;
         }

@@ -262,6 +262,7 @@ TEST(Orientation, AQuarterTurnHoldsTheShrunkPictureWithinTheMemoryBudget) {
                             out, failure),
               hr::kOverMemoryBudget);
     EXPECT_EQ(failure.stage, StreamFailure::kLoad);
+    EXPECT_GT(failure.cost.MemoryMb(), limits.maxMemoryMb) << "the message names the whole need";
     c.output.upright = false;
     EXPECT_EQ(ConvertStream(stored.data(), stored.size(), limits, c.shrink, c.round, c.output, {},
                             out, failure),
