@@ -173,8 +173,8 @@ TEST_F(CommandUpdateDataTest, ABadValueNamesItsFieldAndIsSelectedForTyping) {
          L"The value of \"Radius\" cannot be read. Type a number."},
         {1041, ctl::kBlurWidth, L"x", L"1",
          L"「ぼかす幅」の値を読み取れません。数値を入力してください"},
-        {1041, ctl::kCustomHeight, L"h", L"200",
-         L"「縮小する高さ」の値を読み取れません。一覧から選ぶか、数値を入力してください"},
+        {1041, ctl::kCustomWidth, L"w", L"200",
+         L"「縮小する幅」の値を読み取れません。一覧から選ぶか、数値を入力してください"},
     };
     for (const auto& c : cases) {
         CLanguageGuard language(c.language);
@@ -203,12 +203,10 @@ TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
         i32 id;
         const wchar_t* text; // null: the text is the template's, tested with the string table
     } cases[] = {
-        {ctl::kRadius, L"abc", L"10", strid::kEditValueUnreadable, nullptr},
         {ctl::kRadius, L"-1", L"10", strid::kBadLengthRange, nullptr},
         {ctl::kQualityNumber, L"101", L"80", strid::kJpegQualityOutOfRange,
          L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100"},
         {ctl::kCustomWidth, L"0", L"200", strid::kValueNotPositive, nullptr},
-        {ctl::kCustomWidth, L"w", L"200", strid::kComboValueUnreadable, nullptr},
     };
     for (const auto& c : cases) {
         Type(c.control, c.bad);
