@@ -81,7 +81,7 @@ TEST_F(CommandExplorerTest, AnItemAloneGivesTheTargetAndNeitherFailsEvenWithoutR
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 3u);
     EXPECT_EQ(msg.boxes[2].text,
-              L"ファイルの場所を持たない項目 (ウェブのリンクなど) は変換できません。ファイル"
+              L"ファイルの場所を持たない項目 (ウェブのリンクなど) は変換できません。\nファイル"
               L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n"
               L"詳細: 原因を特定できないエラーです");
 

@@ -124,7 +124,7 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     const auto e = testutil::Thrown([&] { GetDroppedItems(&text, items); });
     EXPECT_EQ(e.id, strid::kGetDataFailed);
     EXPECT_EQ(e.hr, kBadFormat);
-    EXPECT_EQ(e.text, L"ドロップされたものはファイルではないため、変換できません。ファイル"
+    EXPECT_EQ(e.text, L"ドロップされたものはファイルではないため、変換できません。\nファイル"
                       L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n"
                       L"詳細: ファイルの一覧が含まれていません");
     EXPECT_TRUE(items.empty());
@@ -141,7 +141,7 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     const auto e3 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
     EXPECT_EQ(e3.id, strid::kNoPathsInData);
     EXPECT_EQ(e3.hr, kNoAccess);
-    EXPECT_EQ(e3.text, L"ドロップされたファイルの場所を読み取れないため、変換できません。ファイル"
+    EXPECT_EQ(e3.text, L"ドロップされたファイルの場所を読み取れないため、変換できません。\nファイル"
                        L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n詳細: " +
                            ResultText(kNoAccess));
     EXPECT_TRUE(items.empty());
