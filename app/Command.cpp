@@ -5,26 +5,15 @@
 
 #include "foundation/GuardedCall.h"
 #include "foundation/Msg.h"
-
-namespace {
-
-// The control at fault takes the keyboard focus, its window first.
-void FocusControl(CtrlHandle control) {
-    auto* widget = static_cast<QWidget*>(control);
-    if (!widget)
-        return;
-    widget->activateWindow();
-    widget->setFocus(Qt::OtherFocusReason);
-}
-
-} // namespace
+#include "ui/FieldAtFault.h"
 
 void CCommand::Execute(bool run, bool rethrow) {
     my::CCtrlException holder;
     GuardedCall(holder, [this, run] { OnExecute(run); });
     if (holder.id == 0)
         return;
-    FocusControl(holder.ctrl);
+    // The control at fault takes the focus with its text selected: typing replaces the bad value.
+    lvx::FocusFieldAtFault(static_cast<QWidget*>(holder.ctrl));
     if (msg)
         msg->Error(holder);
     if (rethrow)

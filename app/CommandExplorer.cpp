@@ -4,6 +4,7 @@
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
 #include "foundation/Paths.h"
+#include "foundation/ResString.h"
 #include "platform/Shell.h"
 #include "resources/StringIds.h"
 
@@ -16,9 +17,13 @@ void CCommandExplorer::OnExecute(bool run) {
     if (target.empty())
         target = item.GetPathOrThrow();
     if (!FileExists(target)) {
-        if (msg->ShowId(strid::kQueryOpenNearestFolder, mb::kOkCancel) != mb::kIdOk)
+        // The question names both places: the one that is missing and the one that would open.
+        const std::wstring nearest = NearestExistingFolder(target);
+        std::wstring question;
+        FormatResString(question, strid::kQueryOpenNearestFolder, {target, nearest});
+        if (msg->Show(question, mb::kOkCancel) != mb::kIdOk)
             return;
-        target = NearestExistingFolder(target);
+        target = nearest;
     }
     if (openFolder && IsDirectory(target)) {
         ShellOpen(target, L"", LateFailureHandler());

@@ -13,6 +13,7 @@
 #include "image/NamedShrink.h"
 #include "resources/StringIds.h"
 #include "ui/ControlText.h"
+#include "ui/FieldAtFault.h"
 #include "ui/LengthCtrlSet.h"
 #include "ui/MainView.h"
 
@@ -24,7 +25,7 @@ i32 ReadCustomSize(CMainView& view, i32 id) {
     QWidget* control = view.Control(id);
     i32 value = 0;
     if (!control || !CMainView::ReadComboNumber(control, 0, value))
-        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(id));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, FieldName(id));
     if (value <= 0)
         throw my::CCtrlException(control, strid::kValueNotPositive);
     return value;
@@ -61,7 +62,8 @@ void ReadJpegQuality(CMainView& view) {
     QWidget* control = view.Control(ctl::kQualityNumber);
     i32 value = 0;
     if (!control || !CMainView::ReadNumber(control, 0, value))
-        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(ctl::kQualityNumber));
+        throw my::CCtrlException(control, strid::kEditValueUnreadable,
+                                 FieldName(ctl::kQualityNumber));
     if (static_cast<u32>(value) > 100)
         throw my::CCtrlException(control, strid::kJpegQualityOutOfRange, L"0", L"100");
     TheSetting().jpegQuality = static_cast<u32>(value);
@@ -70,10 +72,8 @@ void ReadJpegQuality(CMainView& view) {
 void ReadBackground(CMainView& view) {
     QWidget* control = view.Control(ctl::kColorText);
     std::wstring text;
-    if (!control || !GetControlTextTrimmed(control, text, true))
-        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(ctl::kColorText));
     u32 color = 0;
-    if (!ParseHexColor(color, text))
+    if (!control || !GetControlTextTrimmed(control, text, true) || !ParseHexColor(color, text))
         throw my::CCtrlException(control, strid::kBadColorFormat);
     RoundSettings& round = TheSetting().round;
     round.backgroundColor = color;
@@ -86,7 +86,7 @@ void ReadSubFolder(CMainView& view) {
     QWidget* control = view.Control(ctl::kSubFolder);
     std::wstring text;
     if (!control || !CMainView::ReadComboText(control, text))
-        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(ctl::kSubFolder));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, FieldName(ctl::kSubFolder));
     // Refused here, before it is stored: the same value would send every later batch there.
     if (const u32 problem = SubFolderProblem(text); problem == strid::kEmptySubFolder)
         throw my::CCtrlException(control, strid::kEmptySubFolder);

@@ -97,7 +97,9 @@ std::wstring ErrnoText(int error) {
 std::wstring UnknownText(HResult code) {
     char hex[16];
     std::snprintf(hex, sizeof hex, "%x", code);
-    return L"Unknown HRESULT: " + WideFromUtf8(hex);
+    std::wstring text;
+    FormatResString(text, strid::kResultUnknown, {WideFromUtf8(hex)});
+    return text;
 }
 
 std::wstring RawText(HResult code) {

@@ -13,5 +13,5 @@
 //   UI language (the C locale's English when the Japanese locale is not installed);
 // - the COM codes of our own table (E_FAIL, E_NOTIMPL, E_ABORT, ...) and the program's own codes
 //   (hr::kNotOrdinaryFile, hr::kImageTooLarge, hr::kTooManyScans) come from the string table;
-// - anything else is "Unknown HRESULT: " and the code in lower-case hexadecimal without prefix.
+// - anything else is strid::kResultUnknown with the code in lower-case hexadecimal.
 std::wstring ResultText(HResult code);

@@ -85,8 +85,11 @@ void GetDroppedItems(const CDropData* data, std::vector<CItemIDList>& out) {
     if (Failed(code))
         throw my::CException(strid::kGetDataFailed, code);
     code = ReadItemIDLists(block.data(), block.size(), out);
-    if (Failed(code) || out.empty()) {
+    if (Failed(code)) {
         out.clear();
         throw my::CException(strid::kNoPathsInData, code);
     }
+    // A list without an item holds no file, as data without a list does.
+    if (out.empty())
+        throw my::CException(strid::kGetDataFailed, hr::kFormatNotAvailable);
 }

@@ -36,7 +36,7 @@ public:
 };
 
 // The dropped items of data, in the block's order. out is emptied first; null data leaves it
-// empty. A failed GetData throws my::CException strid::kGetDataFailed with its code; a block that
-// cannot be read, or that holds no item, throws strid::kNoPathsInData with the code of the reading
-// (0 for no item).
+// empty. A failed GetData throws my::CException strid::kGetDataFailed with its code, and so does a
+// block that holds no item (with hr::kFormatNotAvailable): neither holds a file. A block that
+// cannot be read throws strid::kNoPathsInData with the code of the reading.
 void GetDroppedItems(const CDropData* data, std::vector<CItemIDList>& out);

@@ -9,6 +9,7 @@
 #include "foundation/Numbers.h"
 #include "resources/StringIds.h"
 #include "ui/ControlText.h"
+#include "ui/FieldAtFault.h"
 #include "ui/MainView.h"
 
 namespace lvx {
@@ -117,7 +118,7 @@ u32 CLengthCtrlSet::ReadUnit() const {
     auto* combo = qobject_cast<QComboBox*>(control);
     int index = combo ? combo->currentIndex() : -1;
     if (index < 0)
-        throw my::CCtrlException(control, strid::kComboValueUnreadable, ToText(unitList));
+        throw my::CCtrlException(control, strid::kComboValueUnreadable, FieldName(unitList));
     auto it = LengthUnits().begin();
     for (int i = 0; i < index && it != LengthUnits().end(); ++i)
         ++it;
@@ -131,7 +132,7 @@ i32 CLengthCtrlSet::ReadValue() const {
     QWidget* control = view->Control(edit);
     i32 value = 0;
     if (!control || !CMainView::ReadNumber(control, kDigits, value))
-        throw my::CCtrlException(control, strid::kEditValueUnreadable, ToText(edit));
+        throw my::CCtrlException(control, strid::kEditValueUnreadable, FieldName(edit));
     if (value < 0)
         throw my::CCtrlException(control, strid::kBadLengthRange);
     return value;

@@ -35,11 +35,11 @@ public:
     // The user moved the slider: its position times 10 is stored and written into the edit.
     void OnSliderMoved();
 
-    // The selected unit; throws my::CCtrlException strid::kComboValueUnreadable (no selection) or
-    // strid::kBadLengthUnit (no valid unit).
+    // The selected unit; throws my::CCtrlException strid::kComboValueUnreadable with the unit's
+    // field name (no selection) or strid::kBadLengthUnit (no valid unit).
     u32 ReadUnit() const;
-    // The number in the edit; throws my::CCtrlException strid::kEditValueUnreadable (unreadable)
-    // or strid::kBadLengthRange (below 0).
+    // The number in the edit; throws my::CCtrlException strid::kEditValueUnreadable with the
+    // field's name (unreadable) or strid::kBadLengthRange (below 0).
     i32 ReadValue() const;
     // Reads unit and number and only then stores both.
     void ReadLength();

@@ -183,9 +183,9 @@ TEST_F(CommandExecDataTest, ADropOnAnyControlStartsTheBatchOrShowsWhyNot) {
         const QMimeData* data;
         i32 control;
         std::wstring box; // the start of the box's text; empty: the batch runs
-    } cases[] = {{&text, lvx::ctl::kStatus, L"IDataObject->GetData に失敗しました: "},
+    } cases[] = {{&text, lvx::ctl::kStatus, L"ドロップされたものはファイルではないため"},
                  {&files, lvx::ctl::kRadius, L""},
-                 {&empty, lvx::ctl::kStatus, L"パスが取得できませんでした: "},
+                 {&empty, lvx::ctl::kStatus, L"ドロップされたものはファイルではないため"},
                  {&files, lvx::ctl::kSubFolder, L""}};
     for (const auto& c : cases) {
         msg.boxes.clear();

@@ -19,8 +19,11 @@
 
 namespace {
 
-const std::wstring kNotFoundQuestion =
-    L"ファイルが見つかりません。\n\n近くのフォルダーを開きますか？";
+// The question about a missing target: the target, then the nearest folder that exists.
+std::wstring NotFoundQuestion(const std::wstring& target, const std::wstring& nearest) {
+    return L"開く場所が見つかりません\n\n" + target +
+           L"\n\n近くにある次のフォルダーを開きますか？\n\n" + nearest;
+}
 
 // An owned list with one item holding uri.
 CItemIDList ItemOf(const std::string& uri) {
@@ -57,7 +60,7 @@ TEST_F(CommandExplorerTest, AnItemAloneGivesTheTargetAndNeitherFailsEvenWithoutR
     EXPECT_TRUE(msg.boxes.empty());
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"ID リストが空です");
+    EXPECT_EQ(msg.boxes[0].text, L"開く場所が指定されていません");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
 
     command.item = ItemOf(MissingFileUri());
@@ -68,7 +71,8 @@ TEST_F(CommandExplorerTest, AnItemAloneGivesTheTargetAndNeitherFailsEvenWithoutR
     msg.answers = {mb::kIdCancel};
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[1].text, kNotFoundQuestion);
+    const std::wstring temp = std::filesystem::temp_directory_path().wstring();
+    EXPECT_EQ(msg.boxes[1].text, NotFoundQuestion(temp + L"/lvx no such folder/写.png", temp));
     EXPECT_EQ(msg.boxes[1].flags, 49u);
     EXPECT_TRUE(command.path.empty());
 
@@ -76,14 +80,17 @@ TEST_F(CommandExplorerTest, AnItemAloneGivesTheTargetAndNeitherFailsEvenWithoutR
     command.item = ItemOf("trash:///photo.png");
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 3u);
-    EXPECT_EQ(msg.boxes[2].text, L"ID リストからパスの変換に失敗しました: エラーを特定できません");
+    EXPECT_EQ(msg.boxes[2].text,
+              L"ファイルの場所を持たない項目 (ウェブのリンクなど) は変換できません。\nファイル"
+              L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n"
+              L"詳細: 原因を特定できないエラーです");
 
     // A path has priority over the item.
     command.path = std::filesystem::temp_directory_path().wstring() + L"/lvx no such file.png";
     msg.answers = {mb::kIdCancel};
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 4u);
-    EXPECT_EQ(msg.boxes[3].text, kNotFoundQuestion);
+    EXPECT_EQ(msg.boxes[3].text, NotFoundQuestion(command.path, temp));
 }
 
 // Where the output folder goes, and that it opens as a folder, is the next test's.

@@ -34,7 +34,7 @@ TEST(CommandOpenUrlTest, TheAddressIsHandedOverAndAMissingOneIsReportedWhenRun) 
     EXPECT_TRUE(command.CanExecute());
     command.Execute(true, false);
     ASSERT_EQ(msg.boxes.size(), 2u);
-    EXPECT_EQ(msg.boxes[1].text.rfind(L"文字列リソースが見つかりません - ", 0), 0u);
+    EXPECT_EQ(msg.boxes[1].text.rfind(L"プログラムの文章が見つかりません - ", 0), 0u);
 }
 
 } // namespace

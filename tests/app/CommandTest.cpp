@@ -67,10 +67,13 @@ TEST_F(CommandTest, FailingExecuteShowsOneBoxAndMovesTheFocusFirst) {
     CFocusRecordingMsg msg;
     CScriptedCommand command(
         &msg, [fault = atFault](bool) { throw my::CCtrlException(fault, strid::kEmptyIdList); });
+    atFault->setText(QStringLiteral("bad value"));
     command.Execute(true, false);
     QCoreApplication::processEvents();
+    // Its text is selected: typing replaces it.
+    EXPECT_EQ(atFault->selectedText(), QStringLiteral("bad value"));
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"ID リストが空です");
+    EXPECT_EQ(msg.boxes[0].text, L"開く場所が指定されていません");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_EQ(msg.focusAtBox, atFault);
     EXPECT_TRUE(atFault->hasFocus());

@@ -11,12 +11,15 @@
 
 #include <QComboBox>
 #include <QImage>
+#include <QLineEdit>
 #include <QSlider>
 
 #include "app/CommandTable.h"
 #include "batch/Setting.h"
 #include "foundation/ResString.h"
 #include "resources/StringIds.h"
+#include "support/LanguageGuard.h"
+#include "support/RecordingMsg.h"
 #include "support/Thrown.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
@@ -152,6 +155,44 @@ TEST_F(CommandUpdateDataTest, ReadsEveryControlIntoTheSettings) {
     EXPECT_EQ(s.saveType, savetype::kAvif);
 }
 
+// A value that does not read is named by its field's caption in the box, and its text is
+// selected, so that what the user types next replaces it.
+TEST_F(CommandUpdateDataTest, ABadValueNamesItsFieldAndIsSelectedForTyping) {
+    CRecordingMsg msg;
+    table->updateDataStrict->msg = &msg;
+    const struct {
+        u16 language;
+        i32 control;
+        const wchar_t* bad;
+        const wchar_t* good;
+        const wchar_t* box;
+    } cases[] = {
+        {1041, ctl::kRadius, L"abc", L"10",
+         L"「半径」の値を読み取れません。数値を入力してください"},
+        {1033, ctl::kRadius, L"ten", L"10",
+         L"The value of \"Radius\" cannot be read. Type a number."},
+        {1041, ctl::kBlurWidth, L"x", L"1",
+         L"「ぼかす幅」の値を読み取れません。数値を入力してください"},
+        {1041, ctl::kCustomWidth, L"w", L"200",
+         L"「縮小する幅」の値を読み取れません。一覧から選ぶか、数値を入力してください"},
+    };
+    for (const auto& c : cases) {
+        CLanguageGuard language(c.language);
+        Type(c.control, c.bad);
+        msg.boxes.clear();
+        table->updateDataStrict->Execute(true, false);
+        ASSERT_EQ(msg.boxes.size(), 1u) << c.control;
+        EXPECT_EQ(msg.boxes[0].text, c.box);
+        QWidget* control = view->Control(c.control);
+        auto* edit = qobject_cast<QLineEdit*>(control);
+        if (auto* combo = qobject_cast<QComboBox*>(control))
+            edit = combo->lineEdit();
+        ASSERT_NE(edit, nullptr) << c.control;
+        EXPECT_EQ(edit->selectedText().toStdWString(), c.bad) << c.control;
+        Type(c.control, c.good);
+    }
+}
+
 TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
     // One bad value at a time, then its good value back; a custom size is read even when no
     // custom shrink is chosen.
@@ -162,14 +203,10 @@ TEST_F(CommandUpdateDataTest, StrictUpdateNamesTheFirstBadControl) {
         i32 id;
         const wchar_t* text; // null: the text is the template's, tested with the string table
     } cases[] = {
-        {ctl::kRadius, L"abc", L"10", strid::kEditValueUnreadable,
-         L"エディットコントロールからの値の取得に失敗しました ID: 147"},
         {ctl::kRadius, L"-1", L"10", strid::kBadLengthRange, nullptr},
         {ctl::kQualityNumber, L"101", L"80", strid::kJpegQualityOutOfRange,
          L"ジェイペグの画質の値が設定可能な範囲を超えています 0 ～ 100"},
         {ctl::kCustomWidth, L"0", L"200", strid::kValueNotPositive, nullptr},
-        {ctl::kCustomWidth, L"w", L"200", strid::kComboValueUnreadable,
-         L"コンボボックスからの値の取得に失敗しました ID: 142"},
     };
     for (const auto& c : cases) {
         Type(c.control, c.bad);

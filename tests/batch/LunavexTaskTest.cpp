@@ -122,14 +122,19 @@ TEST_F(LunavexTaskTest, TheMemoryEstimateCountsWhatAWholePictureEncoderHolds) {
 TEST_F(LunavexTaskTest, EveryFailureHasItsFinishedText) {
     ASSERT_TRUE(SaveImage(*Solid(8, 8, 1, 2, 3), L"image/png", dir / "ok.png"));
     testutil::WriteText(dir / "notes.txt", "this is no image");
+    ASSERT_TRUE(SaveImage(*Solid(64, 64, 1, 2, 3), L"image/jpeg", dir / "cut.jpg"));
+    std::filesystem::resize_file(dir / "cut.jpg", std::filesystem::file_size(dir / "cut.jpg") / 2);
 
-    // A text file and a file that is gone: the decoder's or the system's text and the path; the
-    // sub-folder made first stays.
-    for (auto [name, code] : {std::pair{"notes.txt", 0x80004001u}, {"gone.png", 0x80070002u}}) {
+    // A text file, a cut JPEG and a file that is gone: a damaged or unsupported file says so, a
+    // missing one gives the system's text; the path follows. The sub-folder made first stays.
+    const std::wstring damaged = L"ファイルが壊れているか、対応していない形式です";
+    for (auto [name, reason] : {std::pair{"notes.txt", damaged},
+                                {"cut.jpg", damaged},
+                                {"gone.png", ResultText(0x80070002u)}}) {
         auto task = RunTask(W(dir / name), W(dir / "sub" / name) + L".png", 1, RoundSettings{});
         EXPECT_EQ(task->errorId, strid::kLoadFailed);
         EXPECT_EQ(task->errorText,
-                  L"画像の読み込みに失敗しました - " + ResultText(code) + L"\n\n" + W(dir / name));
+                  L"画像の読み込みに失敗しました - " + reason + L"\n\n" + W(dir / name));
         EXPECT_TRUE(std::filesystem::is_directory(dir / "sub"));
         EXPECT_FALSE(std::filesystem::exists(dir / "sub" / (std::string(name) + ".png")));
     }

@@ -44,8 +44,8 @@ TEST(Exception, SimpleErrSettersAndTheMessagesOfCastsAndTooLongTexts) {
     const auto e =
         testutil::Thrown([&] { ThrowCastError(L"i64", L"i32", static_cast<i64>(-5000000000)); });
     EXPECT_EQ(e.id, strid::kCastError);
-    EXPECT_EQ(e.text, L"Cast error i64 to i32: -5000000000");
+    EXPECT_EQ(e.text, L"A value is too large to handle (i64 to i32): -5000000000");
 
     my::CException tooLong(strid::kStringTooLong, L"12345");
-    EXPECT_EQ(tooLong.text, L"Resource string data is too long\n\nID: 12345");
+    EXPECT_EQ(tooLong.text, L"A text of the program is too long\n\nID: 12345");
 }

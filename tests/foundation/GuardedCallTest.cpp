@@ -69,17 +69,19 @@ TEST(GuardedCall, StandardAtlAndUnknownExceptions) {
     EXPECT_EQ(holder.id, strid::kStdException);
     EXPECT_EQ(holder.hr, 0u);
     std::string what = std::bad_alloc().what();
-    EXPECT_EQ(holder.text, L"標準エラーが発生しました: " + std::wstring(what.begin(), what.end()));
+    EXPECT_EQ(holder.text,
+              L"予期しないエラーが発生しました: " + std::wstring(what.begin(), what.end()));
 
     GuardedCall(holder, [] { throw ATL::CAtlException(0x80004005); });
     EXPECT_EQ(holder.id, strid::kAtlException);
     EXPECT_EQ(holder.hr, 0x80004005u);
-    EXPECT_EQ(holder.text, L"ATLの例外が発生しました: " + ResultText(0x80004005));
+    EXPECT_EQ(holder.text,
+              L"予期しないエラーが発生しました (エラー コード): " + ResultText(0x80004005));
 
     GuardedCall(holder, [] { throw 42; });
     EXPECT_EQ(holder.id, strid::kUnknownException);
     EXPECT_EQ(holder.hr, 0u);
-    EXPECT_EQ(holder.text, L"不明な例外が発生しました");
+    EXPECT_EQ(holder.text, L"予期しないエラーが発生しました");
 }
 
 TEST(GuardedCall, WhatIsCutAt255BytesAndSignExtended) {
@@ -89,7 +91,7 @@ TEST(GuardedCall, WhatIsCutAt255BytesAndSignExtended) {
     CSimpleErr holder;
     GuardedCall(holder, [&] { throw std::runtime_error(longWhat); });
     EXPECT_EQ(holder.id, strid::kStdException);
-    EXPECT_EQ(holder.text, L"std exception is occurred: " + std::wstring(254, L'a') + L"z");
+    EXPECT_EQ(holder.text, L"An unexpected error occurred: " + std::wstring(254, L'a') + L"z");
 
     // "é" in UTF-8 is the bytes C3 A9; each becomes one character, sign-extended to 16 bits.
     std::wstring wide = WideFromWhat(std::runtime_error("\xC3\xA9!"));

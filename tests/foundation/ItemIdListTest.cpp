@@ -65,7 +65,7 @@ TEST(ItemIdListTest, SizesCountLengthsAndTheTerminator) {
     CLanguageGuard japanese(1041);
     const auto e = testutil::Thrown([&] { ListSizeAsInt(0x80000000u); });
     EXPECT_EQ(e.id, strid::kCastError);
-    EXPECT_EQ(e.text, L"size_t から int へのキャストはできません: 2147483648");
+    EXPECT_EQ(e.text, L"値が大きすぎて扱えません (size_t から int へ): 2147483648");
 }
 
 TEST(ItemIdListTest, JoinPutsTheItemsOfBothBehindEachOther) {

@@ -83,7 +83,7 @@ TEST(ResString, MissingStrings) {
     // ERROR_RESOURCE_NAME_NOT_FOUND (1814) as a result code.
     EXPECT_EQ(e.hr, 0x80070716u);
     EXPECT_EQ(e.text,
-              L"文字列リソースが見つかりません - " + ResultText(0x80070716u) + L"\n\nID: 60999");
+              L"プログラムの文章が見つかりません - " + ResultText(0x80070716u) + L"\n\nID: 60999");
     EXPECT_THROW(CResString{kMissing}, my::CException);
 }
 

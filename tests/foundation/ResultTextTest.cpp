@@ -38,14 +38,14 @@ TEST(ResultText, FacilityEightUsesTheLowWordAndUnknownCodesSaySo) {
     EXPECT_EQ(ResultText(0x00080005), ResultText(5));
     // Facility 7 is looked up whole; another facility with the same low word is unknown.
     EXPECT_EQ(ResultText(0x80070005), ResultText(5));
-    EXPECT_EQ(ResultText(0x80090005), L"Unknown HRESULT: 80090005");
+    EXPECT_EQ(ResultText(0x80090005), L"Unknown error (code 0x80090005)");
     // An unknown low word in facility 8 is reported by that low word.
-    EXPECT_EQ(ResultText(0x8008ABCD), L"Unknown HRESULT: abcd");
+    EXPECT_EQ(ResultText(0x8008ABCD), L"Unknown error (code 0xabcd)");
     // Unknown codes say so in every language.
     CLanguageGuard japanese(1041);
-    EXPECT_EQ(ResultText(0x8004DEAD), L"Unknown HRESULT: 8004dead");
-    EXPECT_EQ(ResultText(0xC00000FF), L"Unknown HRESULT: c00000ff");
-    EXPECT_EQ(ResultText(0x8007FFFF), L"Unknown HRESULT: 8007ffff");
+    EXPECT_EQ(ResultText(0x8004DEAD), L"不明なエラーです (コード 0x8004dead)");
+    EXPECT_EQ(ResultText(0xC00000FF), L"不明なエラーです (コード 0xc00000ff)");
+    EXPECT_EQ(ResultText(0x8007FFFF), L"不明なエラーです (コード 0x8007ffff)");
 }
 
 TEST(ResultText, TextsAreTrimmed) {

@@ -117,21 +117,23 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     // The items of a good block, in its order, are WindowArgumentsTest's.
     items.resize(2);
     CFakeDropData data;
-    // A drag without the format: kGetDataFailed with the text of the source's code.
+    // A drag without the format (a text): kGetDataFailed, which says that no file came and what
+    // to drop instead, with the text of the source's code as its detail.
     CFakeDropData text;
     text.formats[L"text/plain"] = {'h', 'i'};
     const auto e = testutil::Thrown([&] { GetDroppedItems(&text, items); });
     EXPECT_EQ(e.id, strid::kGetDataFailed);
     EXPECT_EQ(e.hr, kBadFormat);
-    EXPECT_EQ(e.text, L"IDataObject->GetData に失敗しました: FORMATETC 構造体が無効です");
+    EXPECT_EQ(e.text, L"ドロップされたものはファイルではないため、変換できません。\nファイル"
+                      L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n"
+                      L"詳細: ファイルの一覧が含まれていません");
     EXPECT_TRUE(items.empty());
 
-    // An empty array: kNoPathsInData with the code 0 and the system's text for success.
+    // An empty array holds no file either: the same message.
     data.formats[L"Shell IDList Array"] = BuildShellIdListArray({});
     const auto e2 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
-    EXPECT_EQ(e2.id, strid::kNoPathsInData);
-    EXPECT_EQ(e2.hr, 0u);
-    EXPECT_EQ(e2.text, L"パスが取得できませんでした: この操作を正しく終了しました。");
+    EXPECT_EQ(e2.id, strid::kGetDataFailed);
+    EXPECT_EQ(e2.text, e.text);
     EXPECT_TRUE(items.empty());
 
     // A block that cannot be read: kNoPathsInData with the code of the reading.
@@ -139,6 +141,8 @@ TEST(ShellIdListArrayTest, DroppedItemsComeInTheBlocksOrderOrFailWithTheirMessag
     const auto e3 = testutil::Thrown([&] { GetDroppedItems(&data, items); });
     EXPECT_EQ(e3.id, strid::kNoPathsInData);
     EXPECT_EQ(e3.hr, kNoAccess);
-    EXPECT_EQ(e3.text, L"パスが取得できませんでした: " + ResultText(kNoAccess));
+    EXPECT_EQ(e3.text, L"ドロップされたファイルの場所を読み取れないため、変換できません。\nファイル"
+                       L"マネージャーから画像ファイルかフォルダーをドロップしてください\n\n詳細: " +
+                           ResultText(kNoAccess));
     EXPECT_TRUE(items.empty());
 }

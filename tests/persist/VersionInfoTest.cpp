@@ -31,7 +31,7 @@ TEST(VersionInfoTest, OtherFilesHaveNoVersion) {
     my::CException other = Thrown([] { CVersionInfo info(L"/proc/self/status"); });
     EXPECT_EQ(other.id, strid::kVersionSizeFailed);
     EXPECT_EQ(other.hr, 0x80070716u); // the resource name is not found in the image file
-    EXPECT_EQ(other.text, L"バージョン情報のサイズ取得に失敗しました: " + ResultText(0x80070716) +
+    EXPECT_EQ(other.text, L"バージョン情報を読み取れませんでした: " + ResultText(0x80070716) +
                               L"\n\n/proc/self/status");
     my::CException missing = Thrown([] { CVersionInfo info(L"/no/such/file.exe"); });
     EXPECT_EQ(missing.id, strid::kVersionSizeFailed);
@@ -52,7 +52,7 @@ TEST(VersionInfoTest, TheVersionTextSplitsAtPointsAndCommas) {
     EXPECT_EQ(Thrown([] { Version(L"1.-2"); }).id, strid::kBadVersion);
     my::CException wide = Thrown([] { Version(L"1.65536"); });
     EXPECT_EQ(wide.id, strid::kCastError);
-    EXPECT_EQ(wide.text, L"DWORD から WORD へのキャストはできません: 65536");
+    EXPECT_EQ(wide.text, L"値が大きすぎて扱えません (DWORD から WORD へ): 65536");
 }
 
 TEST(VersionInfoTest, StringsAreFoundThroughTheTranslationTable) {

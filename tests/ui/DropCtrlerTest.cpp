@@ -144,7 +144,8 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetNoCopyOutsideTheViewAndWhileAWorkerR
     EXPECT_NE(action, Qt::MoveAction);
     EXPECT_FALSE(Send<QDropEvent>(&drop, QPoint(3, 3), action));
     ASSERT_EQ(msg.boxes.size(), 1u);
-    EXPECT_EQ(msg.boxes[0].text, L"現在のところ、フレーム部分へのドロップには対応していません");
+    EXPECT_EQ(msg.boxes[0].text, L"ウィンドウの枠やメニューの上にはドロップできません。ウィンドウの"
+                                 L"中にドロップしてください");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
     EXPECT_FALSE(drop.IsDragging());
 

@@ -119,7 +119,8 @@ TEST_F(LengthCtrlSetTest, UnitChangeShowsTheOtherNumberAndReadingFailsWithTheCon
     EXPECT_EQ(Radius().unit, 0u);
     const auto e = testutil::Thrown<my::CCtrlException>([&] { radius->ReadUnit(); });
     EXPECT_EQ(e.id, strid::kComboValueUnreadable);
-    EXPECT_EQ(e.text, L"コンボボックスからの値の取得に失敗しました ID: 149");
+    EXPECT_EQ(e.text,
+              L"「半径の単位」の値を読み取れません。一覧から選ぶか、数値を入力してください");
     EXPECT_EQ(e.ctrl, view->Control(ctl::kRadiusUnit));
     // ReadLength stores nothing when one part fails.
     Type(ctl::kRadius, L"9");
