@@ -28,6 +28,7 @@
 #include "ui/LengthCtrlSet.h"
 #include "ui/MainFrame.h"
 #include "ui/NamedInt.h"
+#include "ui/WidgetHost.h"
 #include "ui/WindowCommands.h"
 
 namespace lvx {
@@ -268,7 +269,8 @@ void CMainView::InitRoundControls(CSetting& setting) {
         set->Init();
 }
 
-// The colour swatch and the two preview panes over their controls' rectangles.
+// The colour swatch and the two preview panes over their controls' rectangles. The swatch lies in
+// a group box and paints in a window of its own above it.
 void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch.reset(new CColorWidget);
     swatch->SetEdge(edge::kSunken, edge::kRect);
@@ -278,7 +280,7 @@ void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch->SetId(ctl::kSwatch);
     swatch->SetColor(setting.round.backgroundColor);
     swatch->SetVisible(true);
-    InvalidateWidget(swatch.get());
+    new CWidgetHost(this, swatch.get());
 
     CreatePane(wholePane, ctl::kWholePane);
     CreatePane(detailPane, ctl::kDetailPane);
@@ -468,8 +470,6 @@ void CMainView::paintEvent(QPaintEvent* /*event*/) {
     CDCScreen screen;
     Rect client{0, 0, width(), height()};
     screen.Attach(&painter, client);
-    if (swatch)
-        swatch->Paint(screen, 1.0);
     if (wholePane)
         wholePane->Paint(screen, 1.0);
     if (detailPane)
