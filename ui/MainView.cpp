@@ -398,16 +398,22 @@ bool CMainView::ShowPreview() {
         return false;
     // The whole pane shows the result fitted to it; a result smaller than the pane is made at
     // its own size and enlarged by the pane, as the result itself would be.
-    const Rect& wholeRect = wholePane->GetRect();
+    // Both are made in device pixels, the sizes at which the panes paint on this screen.
+    const double ratio = devicePixelRatioF();
+    const Rect wholeRect = ToDevicePixels(wholePane->GetRect(), ratio);
     Size shown = FitToPane(Size{wholeRect.Width(), wholeRect.Height()}, fitted, 0.01);
     if (shown.cx > fitted.cx || shown.cy > fitted.cy)
         shown = fitted;
-    const Rect& detailRect = detailPane->GetRect();
+    const Rect detailRect = ToDevicePixels(detailPane->GetRect(), ratio);
+    // A corner beyond what the source keeps (a pane on a screen of more than twice the scale) is
+    // shown at the size kept, centred in the pane.
+    const Size cornerSize{std::min(detailRect.Width(), CPreviewSource::kCornerSide),
+                          std::min(detailRect.Height(), CPreviewSource::kCornerSide)};
     CDibPtr whole;
     CDibPtr corner;
     if (source->RenderWhole(round, output, fitted, shown, whole) != 0 || !whole ||
         source->RenderCorner(round, output, fitted, AnchorFor(round.corners, round.edges),
-                             Size{detailRect.Width(), detailRect.Height()}, corner) != 0 ||
+                             cornerSize, corner) != 0 ||
         !corner)
         return false;
     wholePane->SetImage(whole);

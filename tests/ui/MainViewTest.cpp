@@ -12,6 +12,7 @@
 #include <QtTest/QTest>
 
 #include "batch/Setting.h"
+#include "support/QtPixels.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"
@@ -208,6 +209,38 @@ TEST_F(MainViewTest, QualityPairColourTextAndAnchorFollowTheirControls) {
             Click(view, id);
         EXPECT_EQ(view.detailPane->Anchor(), anchor) << ids.front();
     }
+}
+
+// Run by ctest at QT_SCALE_FACTOR=2: the corner pane asks for its size in device pixels and shows
+// each image pixel on one device pixel; the whole pane is made at device resolution too.
+TEST(MainViewScaledTest, ThePanesDrawOneImagePixelOnOneDevicePixel) {
+    if (qApp->devicePixelRatio() != 2.0)
+        GTEST_SKIP() << "needs QT_SCALE_FACTOR=2";
+    TheSetting() = CSetting();
+    CMainView view;
+    // A source whose neighbouring pixels all differ, larger than both panes.
+    CDibPtr image = testutil::MakeDib(1500, 1500, [](i32 x, i32 y) {
+        return testutil::Bgra{static_cast<u8>(x * 7), static_cast<u8>(y * 11),
+                              static_cast<u8>(x + y), 255};
+    });
+    view.lastSource.reset(new CPreviewSource);
+    ASSERT_EQ(view.lastSource->Build(*image), hr::kOk);
+    ASSERT_TRUE(view.ShowPreview());
+    const Rect detail = view.detailPane->GetRect();
+    const CDibPtr& corner = view.detailPane->Shown();
+    ASSERT_EQ(corner->Width(), detail.Width() * 2);
+    ASSERT_EQ(corner->Height(), detail.Height() * 2);
+    EXPECT_GT(view.wholePane->Image()->Height(), view.wholePane->GetRect().Height());
+
+    const QImage shown = view.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+    ASSERT_EQ(shown.devicePixelRatio(), 2.0);
+    // The top-left anchor: the image's pixel (x, y) is the screen's (2 left + x, 2 top + y),
+    // away from the rounded corner and the faded edges.
+    for (int y = 40; y < 44; ++y)
+        for (int x = 40; x < 44; ++x)
+            EXPECT_EQ(testutil::PixelOf(shown, 2 * detail.left + x, 2 * detail.top + y),
+                      testutil::PixelOf(*corner, x, y))
+                << x << "," << y;
 }
 
 } // namespace
