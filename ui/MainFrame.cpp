@@ -156,12 +156,12 @@ void CMainFrame::BuildScroller() {
     // The whole control comes into view: not only the edit inside a combo box that has the focus,
     // nor only its text cursor, which is all that ensureWidgetVisible would show of a combo box.
     QObject::connect(qApp, &QApplication::focusChanged, scroll_.data(),
-                     [this](QWidget* /*old*/, QWidget* now) {
-                         if (!now || !view_ || !view_->isAncestorOf(now))
+                     [this](QWidget* /*old*/, QWidget* focused) {
+                         if (!focused || !view_ || !view_->isAncestorOf(focused))
                              return;
-                         while (now->parentWidget() != view_)
-                             now = now->parentWidget();
-                         const QRect r(now->pos(), now->size());
+                         while (focused->parentWidget() != view_)
+                             focused = focused->parentWidget();
+                         const QRect r(focused->pos(), focused->size());
                          scroll_->ensureVisible(r.center().x(), r.center().y(), r.width() / 2 + 1,
                                                 r.height() / 2 + 1);
                      });
