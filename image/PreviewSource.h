@@ -24,9 +24,10 @@
 // that it shows what the conversion writes there. Read only once built: any thread.
 class CPreviewSource : public CRowSink {
 public:
-    // The side of a corner kept at each scale: room for a corner pane of up to 300 pixels and the
-    // reach of the resampling kernel.
-    static constexpr i32 kCornerSide = 640;
+    // The side of a corner kept at each scale: room for a corner pane of up to 380 logical pixels
+    // on a screen of twice the scale, whose pane takes its image in device pixels, and the reach
+    // of the resampling kernel.
+    static constexpr i32 kCornerSide = 768;
     // The longer side of the copy kept for the whole pane.
     static constexpr i32 kWholeSide = 1024;
 

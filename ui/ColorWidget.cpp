@@ -63,13 +63,15 @@ void CColorWidget::Paint(CScreen& screen, double opacity) {
         return;
     if (!screen.IsValid())
         return;
+    // In device pixels: the frame's rings are one screen pixel wide at any scale.
+    const Rect area = ToDevicePixels(rect_, screen.PixelRatio());
     CDCScreen surface;
-    if (Failed(surface.Create(screen, rect_)))
+    if (Failed(surface.Create(screen, area)))
         return;
     // What lies under the swatch first, so that a partial blend shows it; a screen whose pixels
     // cannot be read leaves the buffer as made, and the fill covers it anyway.
-    surface.CopyFrom(screen, rect_);
-    surface.FillRect(color_, rect_);
-    DrawEdge(surface, rect_, edgeKind_, edgeFlags_);
-    screen.BlendFrom(surface, rect_, static_cast<u8>(alpha > 255 ? 255 : alpha));
+    surface.CopyFrom(screen, area);
+    surface.FillRect(color_, area);
+    DrawEdge(surface, area, edgeKind_, edgeFlags_);
+    screen.BlendFrom(surface, area, static_cast<u8>(alpha > 255 ? 255 : alpha));
 }

@@ -87,24 +87,26 @@ void CSimpleDibWidget::Paint(CScreen& screen, double opacity) {
         return;
     if (!screen.IsValid())
         return;
-    // Everything is painted off screen first, so that the pane reaches the screen in one blend.
+    // Everything is painted off screen first, so that the pane reaches the screen in one blend;
+    // in device pixels, so that the corner pane's image pixels are the screen's own.
+    const Rect area = ToDevicePixels(rect_, screen.PixelRatio());
     CDCScreen surface;
-    if (Failed(surface.Create(screen, rect_)))
+    if (Failed(surface.Create(screen, area)))
         return;
-    surface.FillRect(background_, rect_);
+    surface.FillRect(background_, area);
     if (anchor_ == paneanchor::kWhole)
-        PaintWhole(surface);
+        PaintWhole(surface, area);
     else
-        PaintAnchored(surface);
-    screen.BlendFrom(surface, rect_, AlphaOfOpacity(opacity));
+        PaintAnchored(surface, area);
+    screen.BlendFrom(surface, area, AlphaOfOpacity(opacity));
 }
 
-void CSimpleDibWidget::PaintWhole(CScreen& surface) {
-    const i32 width = rect_.Width();
-    const i32 height = rect_.Height();
+void CSimpleDibWidget::PaintWhole(CScreen& surface, const Rect& area) {
+    const i32 width = area.Width();
+    const i32 height = area.Height();
     const Size fit = FitToPane(Size{width, height}, Size{shown_->Width(), shown_->Height()}, 0.01);
-    const i32 left = rect_.left + (width - fit.cx) / 2;
-    const i32 top = rect_.top + (height - fit.cy) / 2;
+    const i32 left = area.left + (width - fit.cx) / 2;
+    const i32 top = area.top + (height - fit.cy) / 2;
     const Rect destination{left, top, left + fit.cx, top + fit.cy};
 
     // The copy at the fit size turns a repaint into a plain blit; only a new size pays for the
@@ -121,13 +123,13 @@ void CSimpleDibWidget::PaintWhole(CScreen& surface) {
     surface.DrawDib(destination, *scaled_, source, 255, kPaintQuality);
 }
 
-void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
-    const i32 width = rect_.Width();
-    const i32 height = rect_.Height();
+void CSimpleDibWidget::PaintAnchored(CScreen& surface, const Rect& area) {
+    const i32 width = area.Width();
+    const i32 height = area.Height();
     const i32 w = shown_->Width();
     const i32 h = shown_->Height();
     Rect source{0, 0, w, h};
-    Rect destination = rect_;
+    Rect destination = area;
 
     // Wider than the pane: cropped to the pane, keeping the anchored side; else centred.
     if (w > width) {
@@ -135,7 +137,7 @@ void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
         source.left = fromLeft ? 0 : w - width;
         source.right = source.left + width;
     } else {
-        destination.left = rect_.left + (width - w) / 2;
+        destination.left = area.left + (width - w) / 2;
         destination.right = destination.left + w;
     }
     // Likewise in height; source rows count from the top of the image.
@@ -144,7 +146,7 @@ void CSimpleDibWidget::PaintAnchored(CScreen& surface) {
         source.top = fromTop ? 0 : h - height;
         source.bottom = source.top + height;
     } else {
-        destination.top = rect_.top + (height - h) / 2;
+        destination.top = area.top + (height - h) / 2;
         destination.bottom = destination.top + h;
     }
     surface.DrawDib(destination, *shown_, source, 255, kPaintQuality);

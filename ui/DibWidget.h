@@ -18,7 +18,8 @@ Size FitToPane(Size pane, Size image, double tolerance);
 u32 AnchorFor(u32 corners, u32 edges);
 
 // A pane over an image. paneanchor::kWhole shows the whole image scaled to fit, centred; the
-// corner anchors show it at real size with that image corner in the matching pane corner. The
+// corner anchors show it at real size, one image pixel to one device pixel whatever the screen's
+// scale, with that image corner in the matching pane corner. The
 // background lies under the image and shows through its transparent pixels. Without an image the
 // pane paints nothing at all. Main thread only.
 class CSimpleDibWidget : public CWidget {
@@ -44,9 +45,10 @@ public:
     void Paint(CScreen& screen, double opacity) override;
 
 private:
-    // Both draw on the widget's own temporary surface, in the parent's coordinates.
-    void PaintWhole(CScreen& surface);
-    void PaintAnchored(CScreen& surface);
+    // Both draw on the widget's own temporary surface over `area`, the widget's rectangle in
+    // device pixels.
+    void PaintWhole(CScreen& surface, const Rect& area);
+    void PaintAnchored(CScreen& surface, const Rect& area);
 
     u32 anchor_ = paneanchor::kWhole;
     ColorRef background_ = 0;

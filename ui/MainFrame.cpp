@@ -3,27 +3,32 @@
 
 #include "ui/DropCtrler.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMetaObject>
+#include <QScreen>
+#include <QScrollArea>
+#include <QStyle>
 
 #include "batch/Setting.h"
 #include "foundation/ControlLookup.h"
 #include "foundation/Msg.h"
 #include "foundation/ResString.h"
+#include "persist/WindowLayoutRect.h"
 #include "resources/StringIds.h"
 #include "ui/AboutDlg.h"
 #include "ui/AcceleratorFilter.h"
 #include "ui/AppIcon.h"
 #include "ui/ControlId.h"
-#include "ui/DialogUnits.h"
 #include "ui/FrameWindow.h"
 #include "ui/LunavexMsg.h"
 #include "ui/MainView.h"
 #include "ui/WindowCommands.h"
+#include "ui/WindowFit.h"
 
 namespace lvx {
 
@@ -55,6 +60,22 @@ void FocusWidget(CtrlHandle control) {
     auto* widget = static_cast<QWidget*>(control);
     widget->activateWindow();
     widget->setFocus(Qt::OtherFocusReason);
+}
+
+// The side borders that a window manager draws at least, in the window's pixels.
+constexpr int kFrameBorder = 4;
+
+// The decoration around a window as its geometry tells it; none before the window manager has
+// framed it.
+QMargins KnownFrame(const QWidget* window) {
+    const QRect outer = window->frameGeometry();
+    const QRect inner = window->geometry();
+    return {inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
+            outer.bottom() - inner.bottom()};
+}
+
+Rect ToRect(const QRect& r) {
+    return {r.x(), r.y(), r.x() + r.width(), r.y() + r.height()};
 }
 
 // Runs act of the installed commands, when there are any.
@@ -100,11 +121,11 @@ bool CMainFrame::Create() {
     BuildMenu();
 
     view_ = new CMainView;
-    window_->setCentralWidget(view_);
+    BuildScroller();
     qApp->installEventFilter(new CAcceleratorFilter(window_.data()));
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.data(),
                      [this] { OnEndSession(); });
-    SizeAroundView();
+    FollowScreen();
     // Files dropped on the window start a batch; without the registration there is no drop.
     drop_ = std::make_unique<CDropCtrler>();
     drop_->Register(window_.data());
@@ -122,16 +143,70 @@ void CMainFrame::BuildMenu() {
                      window_.data(), [this] { OnCommand(cmd::kAbout); });
 }
 
-// The view's size comes from its dialog template; the frame is made to hold the menu bar and the
-// view exactly, and cannot be resized.
-void CMainFrame::SizeAroundView() {
-    CDialogUnits du(view_->font());
-    QSize view = du.Size(CMainView::kWidthUnits, CMainView::kHeightUnits);
-    view_->setFixedSize(view);
-    int menuHeight = window_->menuBar()->heightForWidth(view.width());
+// The view keeps the size of its dialog template; the scroll area around it shows it whole where
+// the window is large enough, with no frame of its own, so that the window on a large screen is
+// the menu bar and the view exactly. Tab and the access keys move the focus into a part scrolled
+// away, and the area scrolls to it.
+void CMainFrame::BuildScroller() {
+    scroll_ = new QScrollArea;
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setFocusPolicy(Qt::NoFocus);
+    scroll_->setWidget(view_);
+    window_->setCentralWidget(scroll_);
+    // The whole control comes into view: not only the edit inside a combo box that has the focus,
+    // nor only its text cursor, which is all that ensureWidgetVisible would show of a combo box.
+    QObject::connect(qApp, &QApplication::focusChanged, scroll_.data(),
+                     [this](QWidget* /*old*/, QWidget* focused) {
+                         if (!focused || !view_ || !view_->isAncestorOf(focused))
+                             return;
+                         while (focused->parentWidget() != view_)
+                             focused = focused->parentWidget();
+                         const QRect r(focused->pos(), focused->size());
+                         scroll_->ensureVisible(r.center().x(), r.center().y(), r.width() / 2 + 1,
+                                                r.height() / 2 + 1);
+                     });
+}
+
+void CMainFrame::FitInto(const QRect& available) {
+    if (!window_ || !view_)
+        return;
+    const QStyle* style = window_->style();
+    const QMargins known = KnownFrame(window_);
+    const QMargins frame =
+        FrameMarginsAtLeast(known, style->pixelMetric(QStyle::PM_TitleBarHeight), kFrameBorder);
+    const QSize room = available.size().shrunkBy(frame);
+    const QSize view = view_->size();
+    QMenuBar* menu = window_->menuBar();
+    int menuHeight = menu->heightForWidth(std::min(view.width(), room.width()));
     if (menuHeight <= 0)
-        menuHeight = window_->menuBar()->sizeHint().height();
-    window_->setFixedSize(view.width(), view.height() + menuHeight);
+        menuHeight = menu->sizeHint().height();
+    const QSize client =
+        FitClientSize(view, menuHeight, room, style->pixelMetric(QStyle::PM_ScrollBarExtent));
+    window_->setFixedSize(client);
+    if (!window_->isVisible())
+        return;
+    const Rect outer = ToRect(window_->geometry().marginsAdded(frame));
+    const Rect inside = ClampRectToBounds(outer, ToRect(available));
+    if (inside.left != outer.left || inside.top != outer.top)
+        window_->move(inside.left + frame.left() - known.left(),
+                      inside.top + frame.top() - known.top());
+}
+
+void CMainFrame::FollowScreen() {
+    QScreen* screen = window_ ? window_->screen() : nullptr;
+    if (!screen)
+        return;
+    const QMargins known = KnownFrame(window_);
+    if (screen == fittedScreen_ && known == fittedFrame_)
+        return;
+    const bool moved = fittedScreen_ && screen != fittedScreen_;
+    fittedScreen_ = screen;
+    fittedFrame_ = known;
+    FitInto(screen->availableGeometry());
+    // Another screen may have another scale: the panes are made again in its device pixels.
+    if (moved)
+        if (CMainView* view = TheView())
+            view->RunUpdate();
 }
 
 void CMainFrame::RestoreLayout() {
@@ -230,6 +305,7 @@ void CMainFrame::OnDestroy() {
 void CMainFrame::OnWindowPosChanged() {
     if (manager_)
         manager_->OnWindowPosChanged();
+    FollowScreen();
 }
 
 void CMainFrame::OnEndSession() {

@@ -28,6 +28,7 @@
 #include "ui/LengthCtrlSet.h"
 #include "ui/MainFrame.h"
 #include "ui/NamedInt.h"
+#include "ui/WidgetHost.h"
 #include "ui/WindowCommands.h"
 
 namespace lvx {
@@ -268,7 +269,8 @@ void CMainView::InitRoundControls(CSetting& setting) {
         set->Init();
 }
 
-// The colour swatch and the two preview panes over their controls' rectangles.
+// The colour swatch and the two preview panes over their controls' rectangles. The swatch lies in
+// a group box and paints in a window of its own above it.
 void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch.reset(new CColorWidget);
     swatch->SetEdge(edge::kSunken, edge::kRect);
@@ -278,7 +280,7 @@ void CMainView::CreateSwatchAndPanes(const CSetting& setting) {
     swatch->SetId(ctl::kSwatch);
     swatch->SetColor(setting.round.backgroundColor);
     swatch->SetVisible(true);
-    InvalidateWidget(swatch.get());
+    new CWidgetHost(this, swatch.get());
 
     CreatePane(wholePane, ctl::kWholePane);
     CreatePane(detailPane, ctl::kDetailPane);
@@ -396,16 +398,22 @@ bool CMainView::ShowPreview() {
         return false;
     // The whole pane shows the result fitted to it; a result smaller than the pane is made at
     // its own size and enlarged by the pane, as the result itself would be.
-    const Rect& wholeRect = wholePane->GetRect();
+    // Both are made in device pixels, the sizes at which the panes paint on this screen.
+    const double ratio = devicePixelRatioF();
+    const Rect wholeRect = ToDevicePixels(wholePane->GetRect(), ratio);
     Size shown = FitToPane(Size{wholeRect.Width(), wholeRect.Height()}, fitted, 0.01);
     if (shown.cx > fitted.cx || shown.cy > fitted.cy)
         shown = fitted;
-    const Rect& detailRect = detailPane->GetRect();
+    const Rect detailRect = ToDevicePixels(detailPane->GetRect(), ratio);
+    // A corner beyond what the source keeps (a pane on a screen of more than twice the scale) is
+    // shown at the size kept, centred in the pane.
+    const Size cornerSize{std::min(detailRect.Width(), CPreviewSource::kCornerSide),
+                          std::min(detailRect.Height(), CPreviewSource::kCornerSide)};
     CDibPtr whole;
     CDibPtr corner;
     if (source->RenderWhole(round, output, fitted, shown, whole) != 0 || !whole ||
         source->RenderCorner(round, output, fitted, AnchorFor(round.corners, round.edges),
-                             Size{detailRect.Width(), detailRect.Height()}, corner) != 0 ||
+                             cornerSize, corner) != 0 ||
         !corner)
         return false;
     wholePane->SetImage(whole);
@@ -468,8 +476,6 @@ void CMainView::paintEvent(QPaintEvent* /*event*/) {
     CDCScreen screen;
     Rect client{0, 0, width(), height()};
     screen.Attach(&painter, client);
-    if (swatch)
-        swatch->Paint(screen, 1.0);
     if (wholePane)
         wholePane->Paint(screen, 1.0);
     if (detailPane)

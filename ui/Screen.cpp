@@ -2,6 +2,7 @@
 // and alpha.
 #include "ui/Screen.h"
 
+#include <cmath>
 #include <cstring>
 
 #include <QColor>
@@ -48,6 +49,13 @@ QImage TopDownImage(const CDib& dib) {
 
 } // namespace
 
+Rect ToDevicePixels(const Rect& r, double ratio) {
+    if (ratio == 1.0)
+        return r;
+    auto scaled = [ratio](i32 v) { return static_cast<i32>(std::lround(v * ratio)); };
+    return Rect{scaled(r.left), scaled(r.top), scaled(r.right), scaled(r.bottom)};
+}
+
 i32 InterpolationFor(i32 quality, i32 change) {
     if (quality >= 2)
         return interp::kHighQualityBicubic;
@@ -60,10 +68,11 @@ CDCScreen::~CDCScreen() {
     Release();
 }
 
-HResult CDCScreen::Create(const CScreen& /*reference*/, const Rect& rect) {
+HResult CDCScreen::Create(const CScreen& reference, const Rect& rect) {
     Release();
     owned_ = true;
     rect_ = rect;
+    ratio_ = reference.PixelRatio();
     if (rect.IsEmpty())
         return hr::kFail;
     buffer_ =
@@ -84,18 +93,20 @@ void CDCScreen::Attach(QPainter* painter, const Rect& rect) {
     if (!painter || !painter->isActive())
         return;
     painter_ = painter;
+    QPaintDevice* device = painter->device();
+    ratio_ = device ? device->devicePixelRatioF() : 1.0;
     // The pixels can be read back only when caller coordinates are image pixels once our own
     // origin is applied: a plain painter on an image of device pixel ratio 1.
-    QPaintDevice* device = painter->device();
     if (device && device->devType() == QInternal::Image &&
-        painter->combinedTransform().isIdentity()) {
-        auto* image = static_cast<QImage*>(device);
-        if (image->devicePixelRatio() == 1.0)
-            image_ = image;
-    }
+        painter->combinedTransform().isIdentity() && ratio_ == 1.0)
+        image_ = static_cast<QImage*>(device);
     painter_->save();
     restoreState_ = true;
-    painter_->translate(-rect.left, -rect.top);
+    if (ratio_ != 1.0) {
+        rect_ = ToDevicePixels(rect, ratio_);
+        painter_->scale(1.0 / ratio_, 1.0 / ratio_);
+    }
+    painter_->translate(-rect_.left, -rect_.top);
 }
 
 void CDCScreen::Attach(QImage* image, const Rect& rect) {
@@ -120,6 +131,7 @@ void CDCScreen::Release() {
     buffer_.reset();
     owned_ = false;
     rect_ = Rect{};
+    ratio_ = 1.0;
 }
 
 void CDCScreen::BeginOwnPainter() {

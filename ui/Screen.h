@@ -21,9 +21,15 @@ inline QRect ToQRect(const Rect& r) {
     return QRect(r.left, r.top, r.Width(), r.Height());
 }
 
+// A rectangle of logical pixels in device pixels, at `ratio` device pixels to a logical one: each
+// side is rounded on its own, so that rectangles that touch keep touching.
+Rect ToDevicePixels(const Rect& r, double ratio);
+
 // A drawing surface. Every operation takes rectangles in the caller's coordinates: a surface
-// maps its own rectangle's top-left corner to the first pixel of what it draws on. Main thread
-// only.
+// maps its own rectangle's top-left corner to the first pixel of what it draws on. Its
+// coordinates are device pixels; a widget turns its rectangle, in the logical pixels of its
+// window, into them with PixelRatio, so that an image drawn at its own size is one image pixel to
+// one device pixel at any scale. Main thread only.
 class CScreen {
 public:
     virtual ~CScreen() = default;
@@ -31,6 +37,8 @@ public:
     // The surface has something to draw on.
     virtual bool IsValid() const = 0;
     virtual const Rect* GetRect() const = 0;
+    // Device pixels to one logical pixel of the window that the surface paints (1 off screen).
+    virtual double PixelRatio() const = 0;
     // The pixels behind the surface, for reading them back; null when they cannot be read (a
     // surface over a window's painter).
     virtual const QImage* GetImage() const = 0;
@@ -59,10 +67,12 @@ public:
 
     // An off-screen buffer of the rectangle's size in premultiplied ARGB, opaque black at first,
     // whose coordinates are the rectangle's. The reference surface is the one that it will be
-    // blended back to; the buffer always has the same pixel form. hr::kFail for an empty
-    // rectangle or when memory runs out.
+    // blended back to; the buffer always has the same pixel form and takes its pixel ratio.
+    // hr::kFail for an empty rectangle or when memory runs out.
     HResult Create(const CScreen& reference, const Rect& rect);
-    // Takes a painter that stays the caller's; its state is put back by Release.
+    // Takes a painter that stays the caller's; its state is put back by Release. The rectangle is
+    // in the painter's own coordinates; on a device of more than one pixel to a logical one
+    // (a scaled screen) the surface's coordinates, its rectangle included, are device pixels.
     void Attach(QPainter* painter, const Rect& rect);
     // Paints on an image that stays the caller's.
     void Attach(QImage* image, const Rect& rect);
@@ -71,6 +81,7 @@ public:
 
     bool IsValid() const override { return painter_ != nullptr; }
     const Rect* GetRect() const override { return &rect_; }
+    double PixelRatio() const override { return ratio_; }
     const QImage* GetImage() const override { return image_; }
     bool CopyFrom(const CScreen& source, const Rect& rect) override;
     bool BlendFrom(const CScreen& source, const Rect& rect, u8 alpha) override;
@@ -84,6 +95,7 @@ private:
 
     bool owned_ = false; // the buffer was made here
     Rect rect_;
+    double ratio_ = 1.0;
     std::unique_ptr<QImage> buffer_;
     std::unique_ptr<QPainter> ownPainter_;
     QImage* image_ = nullptr;     // what the painter draws on, when it is an image

@@ -1,8 +1,6 @@
 // Window placement with Qt: frame geometry, screens, the posted show.
 #include "ui/WindowLayout.h"
 
-#include <vector>
-
 #include <QGuiApplication>
 #include <QMetaObject>
 #include <QScreen>
@@ -18,11 +16,12 @@ Rect FromQRect(const QRect& r) {
 
 } // namespace
 
-Rect VirtualScreenRect() {
-    std::vector<Rect> screens;
-    for (const QScreen* screen : QGuiApplication::screens())
-        screens.push_back(FromQRect(screen->geometry()));
-    return BoundingRect(screens);
+Rect AvailableRectAt(const Rect& rect) {
+    const QPoint centre((rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2);
+    const QScreen* screen = QGuiApplication::screenAt(centre);
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    return screen ? FromQRect(screen->availableGeometry()) : rect;
 }
 
 Rect OuterRect(const QWidget* window) {
@@ -36,7 +35,7 @@ bool WindowLayout::ApplyRect(QWidget* window, u32 flags) const {
         window->showNormal();
     Rect r = rect;
     if (flags & layoutflag::kClamp)
-        r = ClampRectToBounds(r, VirtualScreenRect());
+        r = ClampRectToBounds(r, AvailableRectAt(r));
     if (!(flags & layoutflag::kNoMove))
         window->move(r.left, r.top);
     if (!(flags & layoutflag::kNoSize)) {

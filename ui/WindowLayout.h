@@ -12,11 +12,12 @@ class QWidget;
 namespace layoutflag {
 constexpr u32 kNoMove = 1;
 constexpr u32 kNoSize = 2;
-constexpr u32 kClamp = 4; // move inside the bounding rectangle of all screens first
+constexpr u32 kClamp = 4; // move inside the free area of its screen first
 } // namespace layoutflag
 
-// The bounding rectangle of all screens, in screen coordinates.
-Rect VirtualScreenRect();
+// The free area (without panels and docks) of the screen that holds the centre of `rect`, or of
+// the primary screen when none does, in screen coordinates.
+Rect AvailableRectAt(const Rect& rect);
 // The outer rectangle of a top-level window, its frame included.
 Rect OuterRect(const QWidget* window);
 

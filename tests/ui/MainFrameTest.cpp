@@ -1,10 +1,17 @@
-// Tests of the frame: fixed size around the view, title, closing, control lookup.
+// Tests of the frame: its size on large and small screens, every control reached, title, closing,
+// control lookup.
 #include "ui/MainFrame.h"
 #include "ui/MainView.h"
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
 #include <QMenuBar>
+#include <QRadioButton>
+#include <QScrollBar>
+#include <QStyle>
 #include <QTimer>
 #include <QtTest/QTest>
 
@@ -14,7 +21,31 @@
 
 namespace {
 
-TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeViewWhoseControlsAreFoundById) {
+// Every caption fits its place; every control with an id is reached, by the focus if it takes it.
+void ExpectEveryControlReachable(lvx::CMainFrame& frame, int screenHeight) {
+    QWidget* viewport = frame.Scroller()->viewport();
+    for (QWidget* control :
+         frame.View()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        const std::string name =
+            control->objectName().toStdString() + " " + std::to_string(screenHeight);
+        if (qobject_cast<QLabel*>(control) || qobject_cast<QCheckBox*>(control) ||
+            qobject_cast<QRadioButton*>(control)) {
+            EXPECT_LE(control->sizeHint().width(), control->width()) << name;
+        }
+        if (ControlIdOf(control) == 0 || !control->isVisibleTo(frame.View()))
+            continue;
+        control->setEnabled(true);
+        if (control->focusPolicy() & Qt::TabFocus)
+            control->setFocus(Qt::TabFocusReason);
+        else
+            frame.Scroller()->ensureWidgetVisible(control, 0, 0);
+        EXPECT_TRUE(viewport->rect().contains(
+            QRect(control->mapTo(viewport, QPoint(0, 0)), control->size())))
+            << name;
+    }
+}
+
+TEST(MainFrameTest, FixedSizeFitsEachScreenReachesEveryControlAndFindsThemById) {
     lvx::CMainFrame frame;
     EXPECT_EQ(lvx::TheFrame(), &frame);
     EXPECT_EQ(frame.Window(), nullptr);
@@ -23,7 +54,8 @@ TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeViewWhoseControlsAreFound
     ASSERT_NE(window, nullptr);
     EXPECT_FALSE(window->isVisible());
     window->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+    QApplication::setActiveWindow(window);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
 
     QWidget* view = frame.View();
     ASSERT_NE(view, nullptr);
@@ -32,15 +64,24 @@ TEST(MainFrameTest, FixedSizeHoldsTheMenuBarAndTheWholeViewWhoseControlsAreFound
     CDialogUnits du(view->font());
     EXPECT_EQ(view->size(), QSize(du.X(432), du.Y(373)));
 
-    // The client area is the menu bar above the view, nothing cut off.
+    // Free areas in the window's pixels: a large one holds the menu bar above the whole view; on
+    // 1366 x 768 at 125 % (1092 x 614) and 1280 x 720 the window and its title bar fit, scrolled.
     QMenuBar* menu = window->menuBar();
-    ASSERT_TRUE(menu->isVisible());
-    EXPECT_GT(menu->height(), 0);
-    EXPECT_GE(view->y(), menu->geometry().bottom() + 1);
-    EXPECT_EQ(window->height(), menu->height() + view->height());
-    EXPECT_EQ(window->width(), view->width());
-    EXPECT_LE(view->geometry().bottom(), window->rect().bottom());
-    EXPECT_LE(view->geometry().right(), window->rect().right());
+    const int titleBar = window->style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    for (const QSize screen : {QSize(1920, 1200), QSize(1092, 614), QSize(1280, 720)}) {
+        frame.FitInto(QRect(QPoint(0, 0), screen));
+        QCoreApplication::processEvents();
+        const QSize whole(view->width(), menu->height() + view->height());
+        if (screen.height() == 1200) {
+            EXPECT_EQ(window->size(), whole);
+            EXPECT_EQ(view->mapTo(window, QPoint(0, 0)), QPoint(0, menu->geometry().bottom() + 1));
+        }
+        EXPECT_LE(window->height() + titleBar + 8, screen.height());
+        EXPECT_LE(window->width() + 8, screen.width());
+        EXPECT_EQ(frame.Scroller()->verticalScrollBar()->isVisible(),
+                  window->height() < whole.height());
+        ExpectEveryControlReachable(frame, screen.height());
+    }
 
     // The user cannot resize it: no maximise button, a fixed size; minimising is allowed.
     EXPECT_EQ(window->minimumSize(), window->maximumSize());

@@ -12,6 +12,7 @@
 #include <QtTest/QTest>
 
 #include "batch/Setting.h"
+#include "support/QtPixels.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"
@@ -208,6 +209,48 @@ TEST_F(MainViewTest, QualityPairColourTextAndAnchorFollowTheirControls) {
             Click(view, id);
         EXPECT_EQ(view.detailPane->Anchor(), anchor) << ids.front();
     }
+}
+
+// The swatch lies in a group box, whose frame tints what it covers: the window shows it exactly.
+TEST_F(MainViewTest, TheSwatchShowsItsExactColour) {
+    CMainView view;
+    view.show();
+    const Rect r = view.swatch->GetRect();
+    for (const u8 grey : {u8{255}, u8{192}}) {
+        view.swatch->SetColor(grey * 0x010101u);
+        const QImage image = view.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+        EXPECT_TRUE(
+            testutil::PixelsAt(image, {{r.left, r.top, {0xA0, 0xA0, 0xA0, 255}},
+                                       {r.left + 2, r.top + 2, {grey, grey, grey, 255}},
+                                       {r.right - 3, r.bottom - 3, {grey, grey, grey, 255}}}));
+    }
+}
+
+// Run by ctest at QT_SCALE_FACTOR=2: the panes are made and drawn in device pixels.
+TEST(MainViewScaledTest, ThePanesDrawOneImagePixelOnOneDevicePixel) {
+    if (qApp->devicePixelRatio() != 2.0)
+        GTEST_SKIP() << "needs QT_SCALE_FACTOR=2";
+    TheSetting() = CSetting();
+    CMainView view;
+    // A source larger than both panes whose neighbouring pixels all differ.
+    view.lastSource.reset(new CPreviewSource);
+    ASSERT_EQ(view.lastSource->Build(*testutil::MakeDib(
+                  1500, 1500,
+                  [](i32 x, i32 y) {
+                      return testutil::Bgra{u8(x * 7), u8(y * 11), u8(x + y), 255};
+                  })),
+              hr::kOk);
+    ASSERT_TRUE(view.ShowPreview());
+    const Rect detail = view.detailPane->GetRect();
+    const CDibPtr& corner = view.detailPane->Shown();
+    ASSERT_EQ(corner->Width(), detail.Width() * 2);
+    ASSERT_EQ(corner->Height(), detail.Height() * 2);
+    EXPECT_GT(view.wholePane->Image()->Height(), view.wholePane->GetRect().Height());
+    // Top left: the image's (x, y) is the screen's (2 left + x, 2 top + y), clear of the corner.
+    const QImage shown = view.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+    for (int x = 40; x < 44; ++x)
+        EXPECT_EQ(testutil::PixelOf(shown, 2 * detail.left + x, 2 * detail.top + 40),
+                  testutil::PixelOf(*corner, x, 40));
 }
 
 } // namespace

@@ -25,7 +25,7 @@ TEST(WindowLayoutTest, EmptyRectangleMovesNothing) {
     // A rectangle off the screens is moved inside; its size is the window's own (no sizing).
     layout.rect = Rect{100000, 100000, 100400, 100300};
     EXPECT_TRUE(layout.ApplyRect(&window, layoutflag::kClamp | layoutflag::kNoSize));
-    Rect screens = VirtualScreenRect();
+    Rect screens = AvailableRectAt(layout.rect);
     EXPECT_EQ(window.pos(), QPoint(screens.right - 400, screens.bottom - 300));
     EXPECT_EQ(window.size(), QSize(300, 200));
 }
