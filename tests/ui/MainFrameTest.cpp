@@ -16,22 +16,31 @@
 #include <QtTest/QTest>
 
 #include "foundation/ControlLookup.h"
+#include "support/LanguageGuard.h"
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"
 
 namespace {
 
+// Every caption of the view fits its place.
+void ExpectEveryCaptionFits(QWidget* view, const std::string& label) {
+    for (QWidget* control : view->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (qobject_cast<QLabel*>(control) || qobject_cast<QCheckBox*>(control) ||
+            qobject_cast<QRadioButton*>(control)) {
+            EXPECT_LE(control->sizeHint().width(), control->width())
+                << control->objectName().toStdString() << " " << label;
+        }
+    }
+}
+
 // Every caption fits its place; every control with an id is reached, by the focus if it takes it.
 void ExpectEveryControlReachable(lvx::CMainFrame& frame, int screenHeight) {
     QWidget* viewport = frame.Scroller()->viewport();
+    ExpectEveryCaptionFits(frame.View(), std::to_string(screenHeight));
     for (QWidget* control :
          frame.View()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
         const std::string name =
             control->objectName().toStdString() + " " + std::to_string(screenHeight);
-        if (qobject_cast<QLabel*>(control) || qobject_cast<QCheckBox*>(control) ||
-            qobject_cast<QRadioButton*>(control)) {
-            EXPECT_LE(control->sizeHint().width(), control->width()) << name;
-        }
         if (ControlIdOf(control) == 0 || !control->isVisibleTo(frame.View()))
             continue;
         control->setEnabled(true);
@@ -100,9 +109,11 @@ TEST(MainFrameTest, FixedSizeFitsEachScreenReachesEveryControlAndFindsThemById) 
     EXPECT_EQ(CtrlForId(140), nullptr) << "the dialog has no control 140";
 }
 
-TEST(MainFrameTest, ClosingDestroysTheWindowAndEndsTheLoopWithOne) {
+TEST(MainFrameTest, InEnglishEveryCaptionFitsAndClosingEndsTheLoopWithOne) {
+    CLanguageGuard english(1033);
     lvx::CMainFrame frame;
     ASSERT_TRUE(frame.Create());
+    ExpectEveryCaptionFits(frame.View(), "English");
     frame.RestoreLayout();
     QTimer::singleShot(0, [&frame] { frame.Window()->close(); });
     EXPECT_EQ(QCoreApplication::exec(), 1);
