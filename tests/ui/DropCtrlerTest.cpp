@@ -146,6 +146,7 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetNoCopyOutsideTheViewAndWhileAWorkerR
     ASSERT_EQ(msg.boxes.size(), 1u);
     EXPECT_EQ(msg.boxes[0].text, L"現在のところ、フレーム部分へのドロップには対応していません");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(msg.boxes[0].waited) << "no box waits inside the drop's event";
     EXPECT_FALSE(drop.IsDragging());
 
     // Over the view with no command table: refused without a failure.
