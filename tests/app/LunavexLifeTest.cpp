@@ -2,6 +2,7 @@
 // offscreen platform with its folders in a temporary place, closed by its test hook once shown.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
+#include <QTest>
 
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
@@ -45,6 +47,10 @@ RegValueData ValueOf(const CRegTree& tree, const std::wstring& key, const std::w
 
 using testutil::Dword;
 
+bool OutputThere(const fs::path& output) {
+    return fs::exists(output);
+}
+
 class LunavexLifeTest : public ::testing::Test {
 protected:
     // The program's folders below home, the offscreen platform, Japanese; closed by its test hook
@@ -55,6 +61,8 @@ protected:
         env.insert(QStringLiteral("HOME"), base);
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), base + QStringLiteral("/config"));
         env.insert(QStringLiteral("XDG_STATE_HOME"), base + QStringLiteral("/state"));
+        // The window's socket for later starts: one for each test, whatever runs beside it.
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), base);
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         env.insert(QStringLiteral("LANG"), QStringLiteral("ja_JP.UTF-8"));
         env.remove(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"));
@@ -173,6 +181,7 @@ TEST_F(LunavexLifeTest, TheSettingsAreReadAtTheStartAndSavedOnEveryWayOut) {
 
 // Both programs convert files named on the command line alike, every byte of the name left to the
 // kernel: a path of over 300 characters, "lnk/.." (the link target's parent), a name not UTF-8.
+// So does a later start of the window program, which hands the names to the running window.
 TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     using namespace std::string_literals;
     std::string deep;
@@ -215,6 +224,24 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     for (size_t i = 0; i < outputs.size(); ++i)
         EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
     EXPECT_FALSE(fs::exists(home / "n" / "round"));
+
+    for (const fs::path& output : outputs)
+        fs::remove_all(output.parent_path());
+    auto handOver = [&] {
+        std::string said;
+        EXPECT_EQ(RunShellCommand("cd " + home.string() + " && " + env +
+                                      "XDG_RUNTIME_DIR=" + home.string() +
+                                      " QT_QPA_PLATFORM=offscreen sh -c 'exec " + "\"$0\" " + args +
+                                      "' " LVX_GUI_EXE " '" + names[0] + "' 2>&1",
+                                  said),
+                  0)
+            << said;
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return std::all_of(outputs.begin(), outputs.end(), OutputThere); }, 60000));
+    };
+    EXPECT_EQ(RunAndTerminate({}, {}, {}, handOver), 1);
+    for (size_t i = 0; i < outputs.size(); ++i)
+        EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option

@@ -1,0 +1,97 @@
+// Tests of the hand-over of a later start's files to the running window: the paths arrive byte
+// for byte over the socket and convert as a drop; a socket left behind is replaced.
+#include "app/WindowHandOver.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <future>
+
+#include "app/HandedOverFiles.h"
+#include "resources/StringIds.h"
+#include "support/BatchViewFixture.h"
+#include "support/GateClient.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using WindowHandOverTest = BatchViewFixture;
+
+// Sends paths to name from another thread, as a later start does, while this thread's loop
+// serves; the answer of Send.
+bool SendFromAnotherStart(const QString& name, const std::vector<std::string>& paths) {
+    std::future<bool> sent =
+        std::async(std::launch::async, [&] { return lvx::CWindowHandOver::Send(name, paths); });
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return sent.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+        60000));
+    return sent.get();
+}
+
+TEST_F(WindowHandOverTest, PathsArriveByteForByteAndConvertAsADrop) {
+    Png(dir, "a.png", 200);
+    Png(dir, "b\xE9\x80.png", 50); // not UTF-8
+    const std::vector<std::string> paths = {(dir / "a.png").string(),
+                                            (dir / "b\xE9\x80.png").string()};
+    std::vector<std::vector<std::string>> received;
+    lvx::CWindowHandOver window([&](const std::vector<std::string>& handed) {
+        received.push_back(handed);
+        lvx::DropHandedOverFiles(handed);
+    });
+    const QString name = QString::fromStdString((dir / "socket").string());
+    EXPECT_FALSE(SendFromAnotherStart(name, paths)) << "no window listens yet";
+    ASSERT_TRUE(window.Listen(name));
+    EXPECT_EQ(fs::status(dir / "socket").permissions() & fs::perms::others_all, fs::perms::none);
+
+    ASSERT_TRUE(SendFromAnotherStart(name, paths));
+    ASSERT_EQ(received, std::vector<std::vector<std::string>>{paths});
+    ASSERT_TRUE(view->TimerRunning());
+    ASSERT_TRUE(RunToEnd());
+    EXPECT_TRUE(msg.boxes.empty());
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "a.png"));
+    EXPECT_TRUE(fs::is_regular_file(dir / "out" / "b\xE9\x80.png"));
+
+    // While a batch runs the files are refused as a drop is, with a box that waits for nothing.
+    CGateClient gate;
+    ASSERT_TRUE(view->Batch().Start({FailingTask(&gate, L"held")}, {}));
+    gate.WaitUntilInside();
+    ASSERT_TRUE(SendFromAnotherStart(name, {paths[0]}));
+    ASSERT_EQ(msg.boxes.size(), 1u);
+    EXPECT_EQ(msg.boxes[0].text, my::CException(strid::kNoDropWhileRunning).text);
+    EXPECT_FALSE(msg.boxes[0].waited);
+    gate.Open();
+    view->Batch().Wait();
+}
+
+TEST_F(WindowHandOverTest, ASocketLeftByACrashedWindowIsReplaced) {
+    const std::string path = (dir / "left").string();
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ::close(fd); // bound, never listening: what a crash leaves
+    ASSERT_TRUE(fs::is_socket(path));
+
+    std::vector<std::string> received;
+    lvx::CWindowHandOver window([&](const std::vector<std::string>& handed) { received = handed; });
+    const QString name = QString::fromStdString(path);
+    ASSERT_TRUE(window.Listen(name));
+    ASSERT_TRUE(SendFromAnotherStart(name, {"/x/\xFF.jpg"}));
+    EXPECT_EQ(received, std::vector<std::string>{"/x/\xFF.jpg"});
+    // A second window of the same name hands over instead of listening.
+    lvx::CWindowHandOver second(nullptr);
+    std::future<bool> handed =
+        std::async(std::launch::async, [&] { return second.HandOverOrListen(name, {}); });
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return handed.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+        60000));
+    EXPECT_TRUE(handed.get());
+    EXPECT_TRUE(received.empty());
+}
+
+} // namespace
