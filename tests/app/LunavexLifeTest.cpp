@@ -47,10 +47,6 @@ RegValueData ValueOf(const CRegTree& tree, const std::wstring& key, const std::w
 
 using testutil::Dword;
 
-bool OutputThere(const fs::path& output) {
-    return fs::exists(output);
-}
-
 class LunavexLifeTest : public ::testing::Test {
 protected:
     // The program's folders below home, the offscreen platform, Japanese; closed by its test hook
@@ -206,42 +202,36 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     const std::string args = "\"$1\" " + names[1] + " \"$(printf \"p\\351.png\")\"";
     const std::string env = "HOME=" + home.string() + " XDG_CONFIG_HOME=" + home.string() +
                             "/config XDG_STATE_HOME=" + home.string() + "/state ";
+    auto inHome = [&](const std::string& moreEnv, const char* program) {
+        return "cd " + home.string() + " && " + env + moreEnv + "sh -c 'exec \"$0\" " + args +
+               "' " + program + " '" + names[0] + "' 2>&1";
+    };
     std::string printed;
-    EXPECT_EQ(RunShellCommand("cd " + home.string() + " && " + env + "sh -c 'exec \"$0\" " + args +
-                                  "' " LVX_BATCH_EXE " '" + names[0] + "' 2>&1",
-                              printed),
-              0)
-        << printed;
+    EXPECT_EQ(RunShellCommand(inHome("", LVX_BATCH_EXE), printed), 0) << printed;
     EXPECT_FALSE(fs::exists(home / "n" / "round"));
     std::vector<std::vector<u8>> first;
     for (const fs::path& output : outputs)
         first.push_back(testutil::ReadBytes(output));
-    for (const fs::path& output : outputs)
-        fs::remove_all(output.parent_path());
     const QStringList shell = {QStringLiteral("-c"), QString::fromStdString("exec \"$0\" " + args),
                                QStringLiteral(LVX_GUI_EXE), QString::fromStdString(names[0])};
-    EXPECT_EQ(RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")), 1);
-    for (size_t i = 0; i < outputs.size(); ++i)
-        EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
-    EXPECT_FALSE(fs::exists(home / "n" / "round"));
-
-    for (const fs::path& output : outputs)
-        fs::remove_all(output.parent_path());
     auto handOver = [&] {
-        std::string said;
-        EXPECT_EQ(RunShellCommand("cd " + home.string() + " && " + env +
-                                      "XDG_RUNTIME_DIR=" + home.string() +
-                                      " QT_QPA_PLATFORM=offscreen sh -c 'exec " + "\"$0\" " + args +
-                                      "' " LVX_GUI_EXE " '" + names[0] + "' 2>&1",
-                                  said),
-                  0)
-            << said;
+        const std::string moreEnv =
+            "XDG_RUNTIME_DIR=" + home.string() + " QT_QPA_PLATFORM=offscreen ";
+        EXPECT_EQ(RunShellCommand(inHome(moreEnv, LVX_GUI_EXE), printed), 0) << printed;
         EXPECT_TRUE(QTest::qWaitFor(
-            [&] { return std::all_of(outputs.begin(), outputs.end(), OutputThere); }, 60000));
+            [&] { return std::ranges::all_of(outputs, [](auto& o) { return fs::exists(o); }); },
+            60000));
     };
-    EXPECT_EQ(RunAndTerminate({}, {}, {}, handOver), 1);
-    for (size_t i = 0; i < outputs.size(); ++i)
-        EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
+    for (const bool later : {false, true}) {
+        for (const fs::path& output : outputs)
+            fs::remove_all(output.parent_path());
+        EXPECT_EQ(later ? RunAndTerminate({}, {}, {}, handOver)
+                        : RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")),
+                  1);
+        for (size_t i = 0; i < outputs.size(); ++i)
+            EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i] << later;
+        EXPECT_FALSE(fs::exists(home / "n" / "round"));
+    }
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option
