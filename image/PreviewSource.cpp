@@ -382,7 +382,8 @@ void CPreviewSource::SetSourceFile(const std::wstring& path, const CDecodeLimits
     std::lock_guard<std::mutex> hold(impl_->lastLock);
     impl_->file = path;
     impl_->limits = limits;
-    impl_->fullCorners = Impl::Level();
+    for (VImage& corner : impl_->fullCorners.corners)
+        corner = VImage();
     std::fill(std::begin(impl_->fullTried), std::end(impl_->fullTried), false);
     impl_->lastCorner = Resampled();
 }
