@@ -37,6 +37,6 @@ std::function<void(const my::CException&)> CCommand::LateFailureHandler() const 
     CMsg* target = msg;
     return [target](const my::CException& failure) {
         if (target)
-            target->Error(failure);
+            target->Notify(failure);
     };
 }

@@ -24,9 +24,9 @@ public:
     // The body; the base class does nothing.
     virtual void OnExecute(bool run);
 
-    // Shows a failure that arrives after the body has returned (a helper program's answer) as
-    // Execute shows one that the body throws. The handler holds the message object, not the
-    // command.
+    // Shows a failure that arrives after the body has returned (a helper program's answer) by
+    // the message object's Notify, which waits for no answer. The handler holds the message
+    // object, not the command.
     std::function<void(const my::CException&)> LateFailureHandler() const;
 
     CMsg* msg; // not owned; the program's one message object

@@ -37,8 +37,15 @@ void CCommandExecData::SetDropData(const CDropData* data) {
 }
 
 void CCommandExecData::OnExecute(bool run) {
-    if (dropError.IsError())
+    if (dropError.IsError() && !run)
         throw my::CCtrlException(dropError);
+    // The drop is over when its data turn out unreadable (a text, a source that ended while it
+    // handed them over): the failure waits for no answer, so that the next drop is taken.
+    if (dropError.IsError()) {
+        if (msg)
+            msg->Notify(dropError);
+        return;
+    }
     if (!run)
         return;
     if (CMainFrame* frame = TheFrame())

@@ -19,11 +19,11 @@ class CCommandExecData : public CCommand {
 public:
     explicit CCommandExecData(::CMsg* msg) : CCommand(msg) {}
 
-    // Takes the dropped items of data into items; a failure goes into dropError and is thrown by
-    // the command's check. Throws nothing.
+    // Takes the dropped items of data into items; a failure goes into dropError. Throws nothing.
     void SetDropData(const CDropData* data);
-    // run false: only the check of dropError. run true: the controls into the settings, the
-    // settings saved, then the batch started.
+    // run false: only the check of dropError, which throws it. run true: dropError shown by the
+    // message object's Notify, which waits for no answer; else the controls into the settings,
+    // the settings saved, then the batch started.
     void OnExecute(bool run) override;
     // Checks every item, builds the tasks, asks before overwriting and starts the worker and the
     // timer of the view. True when a run has begun; false when there is no view, the user

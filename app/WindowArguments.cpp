@@ -9,27 +9,31 @@ namespace lvx {
 
 namespace {
 
-// The file: URI of name, absolute against workingFolder. A name is bytes: it goes into the path
-// unchanged and comes back from the URI the same way. A relative name only gets the working folder
-// in front of it: "." and ".." stay for the kernel, so that "lnk/../x" names what the kernel
-// opens (the parent of the link's target), as it does for lunavex-batch.
-std::string UriOf(const std::string& name, const std::string& workingFolder) {
-    std::string path = name;
-    if (path.empty() || path[0] != '/') {
-        const bool separated = !workingFolder.empty() && workingFolder.back() == '/';
-        path = workingFolder + (separated ? "" : "/") + name;
-    }
-    return FileUri(WideFromUtf8(path));
+// Name made absolute against workingFolder. A name is bytes: it goes into the path unchanged. A
+// relative name only gets the working folder in front of it: "." and ".." stay for the kernel,
+// so that "lnk/../x" names what the kernel opens (the parent of the link's target), as it does
+// for lunavex-batch.
+std::string AbsolutePath(const std::string& name, const std::string& workingFolder) {
+    if (!name.empty() && name[0] == '/')
+        return name;
+    const bool separated = !workingFolder.empty() && workingFolder.back() == '/';
+    return workingFolder + (separated ? "" : "/") + name;
 }
 
 } // namespace
+
+// The bytes come back from the URI as they went in.
+std::string FileUriOfPath(const std::string& absolutePath) {
+    return FileUri(WideFromUtf8(absolutePath));
+}
 
 bool ParseWindowArguments(const std::vector<std::string>& args, const std::string& workingFolder,
                           WindowArguments& out, std::wstring& error) {
     bool optionsEnded = false;
     for (const std::string& arg : args) {
         if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
-            out.files.push_back(UriOf(arg, workingFolder));
+            out.paths.push_back(AbsolutePath(arg, workingFolder));
+            out.files.push_back(FileUriOfPath(out.paths.back()));
         } else if (arg == "--") {
             optionsEnded = true;
         } else if (arg == "-h" || arg == "--help") {

@@ -7,11 +7,12 @@
 
 namespace lvx {
 
-// What the command line asks for. files hold file: URIs of absolute paths, in the order given,
-// every byte of each name kept.
+// What the command line asks for. paths hold the absolute paths of the files, in the order given,
+// every byte of each name kept; files the file: URI of each.
 struct WindowArguments {
     bool help = false;
     bool version = false;
+    std::vector<std::string> paths;
     std::vector<std::string> files;
 };
 
@@ -22,6 +23,9 @@ struct WindowArguments {
 // stay in the path for the kernel, which resolves them after any link before them.
 bool ParseWindowArguments(const std::vector<std::string>& args, const std::string& workingFolder,
                           WindowArguments& out, std::wstring& error);
+
+// The file: URI of an absolute path, every byte kept, as a file manager's drag carries it.
+std::string FileUriOfPath(const std::string& absolutePath);
 
 // The usage text that --help prints and an unknown option follows with.
 std::wstring WindowUsage();

@@ -16,7 +16,9 @@
 
 #include "app/CommandTable.h"
 #include "app/FileListDropData.h"
+#include "app/HandedOverFiles.h"
 #include "app/WindowArguments.h"
+#include "app/WindowHandOver.h"
 #include "foundation/GuardedCall.h"
 #include "foundation/Log.h"
 #include "foundation/ResString.h"
@@ -47,6 +49,7 @@ void PrintFailure(u32 id, const std::wstring& argument) noexcept {
 // Builds the objects in their order, runs the start-up command and the event loop, and tears
 // down in the reverse order. Files named on the command line go to the window as one drop once
 // it is up. The exit code of a normal run is 1: the frame's destruction ends the loop with it.
+// A window of the same user and display that runs already takes the files instead: 0.
 int Run(char* programPath, const lvx::WindowArguments& arguments) {
     // Before Qt starts its threads: libvips' start sets the allocator and reads and puts back an
     // environment variable, neither of which may race with another thread.
@@ -64,6 +67,12 @@ int Run(char* programPath, const lvx::WindowArguments& arguments) {
     }
     QApplication application(argc, argv);
     starting.reset();
+    // Before the log, which each window makes anew: a start that hands over leaves it alone.
+    lvx::CWindowHandOver handOver(&lvx::DropHandedOverFiles);
+    if (handOver.HandOverOrListen(lvx::CWindowHandOver::SocketName(), arguments.paths)) {
+        StopVips();
+        return 0;
+    }
     KeepQtSettingsInMemory();
     InstallQtTranslations(UiLanguage());
     application.setQuitOnLastWindowClosed(false);

@@ -149,6 +149,9 @@ void CLunavexTask::TakeOutcome(HResult code, const StreamFailure& failure, std::
         (Failed(ReadRows(file.data.get(), file.size, limits, *collected)) ||
          Failed(collected->End())))
         collected.reset();
+    // A copy decoded at a reduced size reads a corner that needs more detail from the file.
+    if (collected)
+        collected->SetSourceFile(inputPath, limits);
     preview = collected;
 }
 

@@ -26,6 +26,10 @@ i32 CMsg::Error(const CSimpleErr& error) {
     return Show(error.text, mb::kError);
 }
 
+void CMsg::Notify(const CSimpleErr& error) {
+    Error(error);
+}
+
 i32 CMsg::Show(const std::wstring&, u32) {
     return 0;
 }

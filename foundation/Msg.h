@@ -24,6 +24,10 @@ public:
 
     // The text of error with flags 16, by Show.
     virtual i32 Error(const CSimpleErr& error);
+    // A failure that arrives after the act that caused it is over (a helper program's end, the
+    // data of a drop that could not be read): shown without waiting for the user, so that it
+    // holds up nothing the user does next (a drop, a click). The base class shows it by Error.
+    virtual void Notify(const CSimpleErr& error);
     // Shows text with flags and returns the answer; the base class has no box and answers 0.
     virtual i32 Show(const std::wstring& text, u32 flags);
     virtual bool QueryOverwriteFiles(const std::vector<std::wstring>& paths);

@@ -18,6 +18,7 @@
 #include "image/PaneAnchor.h"
 #include "image/Resample.h"
 #include "image/RowsOnThisThread.h"
+#include "image/SourceCorner.h"
 #include "image/VipsStart.h"
 #include "resources/StringIds.h"
 
@@ -158,6 +159,13 @@ struct CPreviewSource::Impl {
     VImage whole;
     std::vector<Level> levels;
     std::unique_ptr<Building> building;
+    // The source file, for corners at full resolution when the copy is reduced, and the corners
+    // read from it (scale 1), each read at most once.
+    std::wstring file;
+    CDecodeLimits limits;
+    Level fullCorners;
+    bool fullTried[4] = {false, false, false, false};
+    // Guards the remembered renders and the corners read from the file.
     std::mutex lastLock;
     // The last resampled pixels of each pane, before the edges: a change of the rounding, the
     // fade or the background leaves them as they are, and such changes are the common ones.
@@ -171,12 +179,40 @@ struct CPreviewSource::Impl {
             return ToTopLeft(Upright(level.corners[0], turn), anchor);
         if (turn == orientation::kStored)
             return level.corners[CornerIndex(anchor)];
-        bool fromRight = FromRight(anchor);
-        bool fromBottom = FromBottom(anchor);
-        StoredCorner(turn, fromRight, fromBottom);
-        const u32 stored = AnchorAt(fromRight, fromBottom);
+        const u32 stored = StoredAnchor(anchor, turn);
         return ToTopLeft(Upright(ToTopLeft(level.corners[CornerIndex(stored)], stored), turn),
                          anchor);
+    }
+
+    // The corner of the stored picture that the turn brings to `anchor`.
+    static u32 StoredAnchor(u32 anchor, u32 turn) {
+        bool fromRight = FromRight(anchor);
+        bool fromBottom = FromBottom(anchor);
+        if (turn != orientation::kStored)
+            StoredCorner(turn, fromRight, fromBottom);
+        return AnchorAt(fromRight, fromBottom);
+    }
+
+    // The coarsest kept scale that is still as fine as `perResult` source pixels a result pixel.
+    // When even the finest is coarser (the copy was decoded reduced), the corner at full
+    // resolution from the file, where it can be read. Called with lastLock held.
+    const Level& LevelFor(double perResultX, double perResultY, u32 anchor, u32 turn) {
+        const Level* level = &levels.front();
+        for (const Level& candidate : levels) {
+            if (candidate.scale <= perResultX && candidate.scale <= perResultY)
+                level = &candidate;
+        }
+        if ((level->scale <= perResultX && level->scale <= perResultY) || file.empty())
+            return *level;
+        const size_t stored = CornerIndex(StoredAnchor(anchor, turn));
+        if (!fullTried[stored]) {
+            fullTried[stored] = true;
+            VImage corner;
+            if (Succeeded(ReadSourceCorner(file, limits, size, kCornerAnchors[stored], kCornerSide,
+                                           corner)))
+                fullCorners.corners[stored] = ToTopLeft(corner, kCornerAnchors[stored]);
+        }
+        return fullCorners.corners[stored].is_null() ? *level : fullCorners;
     }
 };
 
@@ -342,6 +378,16 @@ HResult CPreviewSource::End() {
     return hr::kOk;
 }
 
+void CPreviewSource::SetSourceFile(const std::wstring& path, const CDecodeLimits& limits) {
+    std::lock_guard<std::mutex> hold(impl_->lastLock);
+    impl_->file = path;
+    impl_->limits = limits;
+    for (VImage& corner : impl_->fullCorners.corners)
+        corner = VImage();
+    std::fill(std::begin(impl_->fullTried), std::end(impl_->fullTried), false);
+    impl_->lastCorner = Resampled();
+}
+
 Size CPreviewSource::SourceSize(const OutputChoice& output) const {
     return UprightSize(impl_->size, Turn(output));
 }
@@ -398,11 +444,7 @@ u32 CPreviewSource::RenderCorner(const RoundSettings& round, const OutputChoice&
                 const Size source = UprightSize(impl_->size, turn);
                 const double perResultX = static_cast<double>(source.cx) / fitted.cx;
                 const double perResultY = static_cast<double>(source.cy) / fitted.cy;
-                const Impl::Level* level = &impl_->levels.front();
-                for (const Impl::Level& candidate : impl_->levels) {
-                    if (candidate.scale <= perResultX && candidate.scale <= perResultY)
-                        level = &candidate;
-                }
+                const Impl::Level* level = &impl_->LevelFor(perResultX, perResultY, anchor, turn);
                 const VImage kept = Impl::KeptCorner(*level, anchor, turn);
                 const double fx = perResultX / level->scale;
                 const double fy = perResultY / level->scale;

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "foundation/Types.h"
+#include "image/DecodeLimits.h"
 #include "image/Dib.h"
 #include "image/OutputChoice.h"
 #include "image/PaneAnchor.h"
@@ -48,6 +50,13 @@ public:
     // output that asks for the upright picture (OutputChoice::upright) is turned upright.
     void TakeOrientation(u32 orientation) override;
     HResult End();
+    // The file that the rows came from, after End, before the copy is shared with another thread;
+    // it replaces the one given before.
+    // A corner pane that asks for more detail than a copy decoded at a reduced size holds reads
+    // its corner from the file at full resolution, once for each corner of the file, the first
+    // time that it is shown; a file that cannot be read that way (it changed or went) leaves
+    // the pane enlarged from the copy.
+    void SetSourceFile(const std::wstring& path, const CDecodeLimits& limits);
     // The size of the source as the output shows it: upright when the output asks for that.
     Size SourceSize(const OutputChoice& output = {}) const;
     // The profile of the source's colour space, empty for sRGB. The rendered images carry it.

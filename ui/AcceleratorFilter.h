@@ -1,5 +1,6 @@
 // The frame's accelerator keys: eaten before any control of the frame sees them, so that they do
-// nothing anywhere in the window (no paste, cut or undo in the edits either).
+// nothing in the window, except the editing keys of a text box, which keep their usual meaning
+// there (paste, cut, copy and undo).
 // The main thread only (the window's), as every Qt object of the window.
 #pragma once
 
@@ -12,8 +13,14 @@ class QWidget;
 // Ctrl+Ins, Shift+Ins, Alt+Backspace, F6 and Shift+F6, each with exactly those modifiers.
 bool IsFrameAccelerator(int key, Qt::KeyboardModifiers modifiers);
 
-// An application-wide event filter that swallows those keys for the widgets of one window. Its
-// own meta-object lets the frame find it among the window's children by its type.
+// True for the accelerators that are a text box's editing keys: cut (Ctrl+X, Shift+Del), copy
+// (Ctrl+C, Ctrl+Ins), paste (Ctrl+V, Shift+Ins) and undo (Ctrl+Z, Alt+Backspace).
+bool IsEditingAccelerator(int key, Qt::KeyboardModifiers modifiers);
+
+// An application-wide event filter that swallows those keys for the widgets of one window; a
+// text box of that window (a line edit, an editable list's box, a spin box, a text editor) gets
+// its editing keys. Its own meta-object lets the frame find it among the window's children by
+// its type.
 class CAcceleratorFilter : public QObject {
     Q_OBJECT
 public:

@@ -150,7 +150,7 @@ bool CDropCtrlerImpl::HandleDrop(QWidget* window, QEvent* event) {
     GuardedCall(holder, [&] { OnDrag(KeyState(*drop), at.x(), at.y(), effect, true); });
     if (holder.IsError()) {
         if (messageSink)
-            messageSink->Error(holder);
+            messageSink->Notify(holder);
         effect = dropeffect::kNone;
     }
     ApplyEffect(*drop, effect);

@@ -51,7 +51,8 @@ public:
     // True while a drag is over the window.
     bool IsDragging() const { return data_ != nullptr; }
 
-    // Where the failure of a drop is shown; null shows nothing. Not owned.
+    // Where the failure of a drop is shown, by its Notify, which waits for no answer inside the
+    // drop's event; null shows nothing. Not owned.
     CMsg* messageSink = nullptr;
 
 protected:

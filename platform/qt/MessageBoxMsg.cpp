@@ -97,6 +97,18 @@ i32 CMessageBoxMsg::Error(const CSimpleErr& error) {
     return Show(error.text, mb::kError);
 }
 
+void CMessageBoxMsg::Notify(const CSimpleErr& error) {
+    QWidget* owner = QApplication::activeWindow();
+    if (!owner)
+        owner = static_cast<QWidget*>(owner_);
+    auto* box =
+        new QMessageBox(IconOf(mb::kError), QString::fromStdWString(TitleFor(mb::kError)),
+                        QString::fromStdWString(ReadableText(error.text)), QMessageBox::Ok, owner);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::NonModal);
+    box->show();
+}
+
 i32 CMessageBoxMsg::Show(const std::wstring& text, u32 flags) {
     const std::wstring& title = TitleFor(flags);
     QWidget* owner = QApplication::activeWindow();

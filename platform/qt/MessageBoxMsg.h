@@ -12,6 +12,9 @@ public:
     explicit CMessageBoxMsg(CtrlHandle owner = nullptr) : owner_(owner) {}
 
     i32 Error(const CSimpleErr& error) override;
+    // A box with the error's text and OK that is not modal: it returns at once, the window keeps
+    // taking drops and clicks while the box is up, and the box goes when it is closed.
+    void Notify(const CSimpleErr& error) override;
     // Title strid::kErrorTitle for error flags ((flags & 0xF0) == 0x10), else strid::kQueryTitle;
     // owner: the active window, else the owner given at construction. Returns the Win32 id of the
     // button.

@@ -201,6 +201,7 @@ TEST_F(CommandExecDataTest, ADropOnAnyControlStartsTheBatchOrShowsWhyNot) {
             ASSERT_EQ(msg.boxes.size(), 1u);
             EXPECT_EQ(msg.boxes[0].text.rfind(c.box, 0), 0u) << msg.boxes[0].text;
             EXPECT_EQ(msg.boxes[0].flags, 16u);
+            EXPECT_FALSE(msg.boxes[0].waited) << "the next drop is taken while it shows";
             EXPECT_FALSE(view->TimerRunning());
             EXPECT_FALSE(table_->execData->CanExecute());
             continue;

@@ -124,5 +124,6 @@ TEST_F(CommandExplorerTest, TheOutputFolderIsHandedOverAndALateFailureIsShown) {
                                               TheSetting().outputPath + L" "))
         << "xdg-open's 4 (the action failed) has no program for it";
     EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(msg.boxes[0].waited);
     EXPECT_EQ(shell.Calls(), "xdg-open\n" + folder.string() + "\n--\n");
 }

@@ -8,10 +8,12 @@
 #include <stdexcept>
 
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QVBoxLayout>
 #include <QtTest/QTest>
 
 #include "foundation/ResString.h"
+#include "platform/qt/MessageBoxMsg.h"
 #include "resources/StringIds.h"
 #include "support/RecordingMsg.h"
 #include "support/Thrown.h"
@@ -129,6 +131,19 @@ TEST_F(CommandTest, CanExecuteRunsTheChecksSilently) {
     quiet.ExecuteQuietly();
     EXPECT_EQ(quiet.runs, std::vector<bool>{true});
     EXPECT_TRUE(msg.boxes.empty());
+}
+
+// A failure that comes after its command is over is a box that waits for no answer: the call
+// returns with the box up, and no window is blocked by it, so the next drop is taken.
+TEST_F(CommandTest, ALateFailureIsABoxThatBlocksNoWindow) {
+    CMessageBoxMsg msg;
+    CScriptedCommand command(&msg, [](bool) {});
+    const my::CException failure(strid::kNoDropWhileRunning);
+    command.LateFailureHandler()(failure);
+    QMessageBox* box = window.findChild<QMessageBox*>(); // owned by the active window
+    ASSERT_TRUE(box && box->isVisible());
+    EXPECT_EQ(box->text().toStdWString(), failure.text);
+    EXPECT_TRUE(!QGuiApplication::modalWindow() && !QApplication::activeModalWidget());
 }
 
 } // namespace

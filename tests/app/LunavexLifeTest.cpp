@@ -2,6 +2,7 @@
 // offscreen platform with its folders in a temporary place, closed by its test hook once shown.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
+#include <QTest>
 
 #include "foundation/ResString.h"
 #include "foundation/Utf8.h"
@@ -55,6 +57,8 @@ protected:
         env.insert(QStringLiteral("HOME"), base);
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), base + QStringLiteral("/config"));
         env.insert(QStringLiteral("XDG_STATE_HOME"), base + QStringLiteral("/state"));
+        // The window's socket for later starts: one for each test, whatever runs beside it.
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), base);
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         env.insert(QStringLiteral("LANG"), QStringLiteral("ja_JP.UTF-8"));
         env.remove(QStringLiteral("LVX_TEST_CLOSE_AFTER_SHOW"));
@@ -173,6 +177,7 @@ TEST_F(LunavexLifeTest, TheSettingsAreReadAtTheStartAndSavedOnEveryWayOut) {
 
 // Both programs convert files named on the command line alike, every byte of the name left to the
 // kernel: a path of over 300 characters, "lnk/.." (the link target's parent), a name not UTF-8.
+// So does a later start of the window program, which hands the names to the running window.
 TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     using namespace std::string_literals;
     std::string deep;
@@ -197,24 +202,36 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     const std::string args = "\"$1\" " + names[1] + " \"$(printf \"p\\351.png\")\"";
     const std::string env = "HOME=" + home.string() + " XDG_CONFIG_HOME=" + home.string() +
                             "/config XDG_STATE_HOME=" + home.string() + "/state ";
+    auto inHome = [&](const std::string& moreEnv, const char* program) {
+        return "cd " + home.string() + " && " + env + moreEnv + "sh -c 'exec \"$0\" " + args +
+               "' " + program + " '" + names[0] + "' 2>&1";
+    };
     std::string printed;
-    EXPECT_EQ(RunShellCommand("cd " + home.string() + " && " + env + "sh -c 'exec \"$0\" " + args +
-                                  "' " LVX_BATCH_EXE " '" + names[0] + "' 2>&1",
-                              printed),
-              0)
-        << printed;
+    EXPECT_EQ(RunShellCommand(inHome("", LVX_BATCH_EXE), printed), 0) << printed;
     EXPECT_FALSE(fs::exists(home / "n" / "round"));
     std::vector<std::vector<u8>> first;
     for (const fs::path& output : outputs)
         first.push_back(testutil::ReadBytes(output));
-    for (const fs::path& output : outputs)
-        fs::remove_all(output.parent_path());
     const QStringList shell = {QStringLiteral("-c"), QString::fromStdString("exec \"$0\" " + args),
                                QStringLiteral(LVX_GUI_EXE), QString::fromStdString(names[0])};
-    EXPECT_EQ(RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")), 1);
-    for (size_t i = 0; i < outputs.size(); ++i)
-        EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i];
-    EXPECT_FALSE(fs::exists(home / "n" / "round"));
+    auto handOver = [&] {
+        const std::string moreEnv =
+            "XDG_RUNTIME_DIR=" + home.string() + " QT_QPA_PLATFORM=offscreen ";
+        EXPECT_EQ(RunShellCommand(inHome(moreEnv, LVX_GUI_EXE), printed), 0) << printed;
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return std::ranges::all_of(outputs, [](auto& o) { return fs::exists(o); }); },
+            60000));
+    };
+    for (const bool later : {false, true}) {
+        for (const fs::path& output : outputs)
+            fs::remove_all(output.parent_path());
+        EXPECT_EQ(later ? RunAndTerminate({}, {}, {}, handOver)
+                        : RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")),
+                  1);
+        for (size_t i = 0; i < outputs.size(); ++i)
+            EXPECT_EQ(testutil::ReadBytes(outputs[i]), first[i]) << outputs[i] << later;
+        EXPECT_FALSE(fs::exists(home / "n" / "round"));
+    }
 }
 
 // The window program's own options answer on standard output; an unknown one, such as an option

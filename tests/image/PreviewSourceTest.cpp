@@ -12,6 +12,7 @@
 #include "image/StreamConvert.h"
 #include "image/reference/WholeConversion.h"
 #include "image/reference/WholeEncoders.h"
+#include "support/Files.h"
 #include "support/IccProfiles.h"
 #include "support/PixelTestUtil.h"
 #include "tools/Scene.h"
@@ -193,7 +194,7 @@ TEST(PreviewSourceTest, TheRendersCarryTheSourcesColourProfile) {
 
 // Rows that a streamed conversion halved while decoding a JPEG: the preview keeps the declared
 // size, its panes are those of a preview of the full decode, and a magenta block near the bottom
-// right of the source shows where the corner pane puts it.
+// right of the source shows where the corner pane puts it. With no shrink a corner is exact.
 TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
     struct Halved : CPreviewSource {
         i32 reduction = 0;
@@ -249,6 +250,19 @@ TEST(PreviewSourceTest, RowsHalvedWhileDecodingRenderAsTheFullDecode) {
         const i32 x = 1848 * box / 1920 - (box - corner->Width());
         const i32 y = 1368 * box / 1920 - (box * 3 / 4 - corner->Height());
         EXPECT_TRUE(Near(PixelOf(*corner, x, y), Bgra{255, 0, 255, 255}, 8)) << box;
+    }
+    // No shrink asks for more than the halved copy holds: each corner is the file's own pixels,
+    // read from it again; a file that cannot be read leaves it enlarged from the copy.
+    shrink = ShrinkSettings();
+    CTempDir dir;
+    WriteBytes(dir / "a.jpg", jpeg);
+    for (const char* file : {"a.jpg", "gone.jpg"}) {
+        halved.SetSourceFile(W(dir / file), {});
+        for (u32 anchor = 1; anchor <= 4; ++anchor) {
+            const int largest =
+                DifferenceOf(*render(halved, anchor), *render(full, anchor)).largest;
+            EXPECT_EQ(largest == 0, file == std::string("a.jpg")) << file << anchor << largest;
+        }
     }
 }
 

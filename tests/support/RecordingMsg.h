@@ -12,6 +12,7 @@ public:
     struct Box {
         std::wstring text;
         u32 flags;
+        bool waited = true; // false for a failure shown by Notify, which waits for no answer
     };
 
     i32 Show(const std::wstring& text, u32 flags) override {
@@ -21,6 +22,11 @@ public:
         i32 answer = answers.front();
         answers.pop_front();
         return answer;
+    }
+
+    void Notify(const CSimpleErr& error) override {
+        CMsg::Notify(error);
+        boxes.back().waited = false;
     }
 
     std::vector<Box> boxes;

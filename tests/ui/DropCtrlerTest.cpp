@@ -147,6 +147,7 @@ TEST_F(DropCtrlerFrameTest, TheGenericTargetNoCopyOutsideTheViewAndWhileAWorkerR
     EXPECT_EQ(msg.boxes[0].text, L"ウィンドウの枠やメニューの上にはドロップできません。ウィンドウの"
                                  L"中にドロップしてください");
     EXPECT_EQ(msg.boxes[0].flags, 16u);
+    EXPECT_FALSE(msg.boxes[0].waited) << "no box waits inside the drop's event";
     EXPECT_FALSE(drop.IsDragging());
 
     // Over the view with no command table: refused without a failure.
