@@ -20,11 +20,16 @@ public:
     // stop asked ends the batch with a message that says so.
     void OnExecute(bool run) override;
 
-    // The files that came since the last tick: without a failure among them the newest one is
-    // shown in both panes. Every one of them lets go of its images.
+    // The files that came since the last tick: without a failure among them the newest one that
+    // kept a preview is shown in both panes, and the output folder becomes the newest one's. Once
+    // a file that was to keep a preview has come, the next file to start keeps one. Every one of
+    // them lets go of its images.
     void ShowResults(const std::vector<TaskPtr>& finished);
-    // The progress bar and, while a worker runs, the status line with its moving dots.
+    // The progress bar and, while the batch runs and no stop was asked, the status line with its
+    // moving dots.
     void ShowProgress();
+    // The progress of a batch that has just started: no file done of all its files.
+    void ShowStart();
     // Stops the timer, waits for the worker (stopping it first after a failure or with a
     // message), writes the final status line, enables the controls and shows the failure's text,
     // or the message messageId (filled with the files taken in and the files of the batch) when
