@@ -339,9 +339,9 @@ private:
     pid_t tid_ = 0;
 };
 
-// The workers, the writer and every libvips worker run in the batch class at nice 10 (below
+// The workers, the writer and every libvips worker run in the batch class at nice 3 (below
 // normal, never starved), whichever thread made them; the owner's thread keeps its priority.
-TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceTenInTheBatchClass) {
+TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceThreeInTheBatchClass) {
     // The main thread decodes first, as the window does with its sample: in a fresh process
     // libvips' pool then holds workers that this thread made, at normal priority.
     ASSERT_TRUE(SaveImage(*Solid(640, 480, 10, 120, 230), L"image/jpeg", dir / "photo.jpg"));
@@ -362,12 +362,12 @@ TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceTenInTheBatchClass
     runner.Wait();
     ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone);
 
-    const std::vector<std::pair<int, int>> belowNormal(3, {SCHED_BATCH, 10});
+    const std::vector<std::pair<int, int>> belowNormal(3, {SCHED_BATCH, 3});
     EXPECT_EQ(workers.seen, belowNormal);
     EXPECT_EQ(writer, belowNormal);
-    EXPECT_EQ(PriorityOf(parked.Tid()), std::make_pair(SCHED_BATCH, 10));
+    EXPECT_EQ(PriorityOf(parked.Tid()), std::make_pair(SCHED_BATCH, 3));
     for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
-        EXPECT_EQ(PriorityOf(tid), std::make_pair(SCHED_BATCH, 10)) << tid;
+        EXPECT_EQ(PriorityOf(tid), std::make_pair(SCHED_BATCH, 3)) << tid;
     EXPECT_EQ(PriorityOf(), std::make_pair(SCHED_OTHER, 0)) << "the calling thread keeps its own";
 }
 
