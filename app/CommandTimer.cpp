@@ -61,7 +61,8 @@ void CCommandTimer::ShowResults(const std::vector<TaskPtr>& finished) {
     CMainView* view = TheView();
     if (!view || finished.empty())
         return;
-    // Only the newest good task of a tick is shown; a tick with a failure changes no pane.
+    // The newest task of a tick that kept a preview is shown; a tick with a failure changes no
+    // pane.
     const bool failed = std::any_of(finished.begin(), finished.end(),
                                     [](const TaskPtr& task) { return task->errorId != 0; });
     if (!failed) {
