@@ -348,7 +348,8 @@ TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceThreeInTheBatchCla
     CDibPtr sample;
     ASSERT_EQ(LoadImageFile(sample, W(dir / "photo.jpg")), 0u);
     CMainThreadVipsWorker parked;
-    ASSERT_EQ(PriorityOf(parked.Tid()), std::make_pair(SCHED_OTHER, 0));
+    const std::pair<int, int> normal = PriorityOf(); // the tests may have been started nicer
+    ASSERT_EQ(PriorityOf(parked.Tid()), normal);
 
     CPriorityClient workers;
     std::vector<std::pair<int, int>> writer; // one thread: read once it has ended
@@ -362,13 +363,13 @@ TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceThreeInTheBatchCla
     runner.Wait();
     ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone);
 
-    const std::vector<std::pair<int, int>> belowNormal(3, {SCHED_BATCH, 3});
-    EXPECT_EQ(workers.seen, belowNormal);
-    EXPECT_EQ(writer, belowNormal);
-    EXPECT_EQ(PriorityOf(parked.Tid()), std::make_pair(SCHED_BATCH, 3));
+    const std::pair<int, int> below{SCHED_BATCH, std::max(normal.second, 3)};
+    EXPECT_EQ(workers.seen, std::vector(3, below));
+    EXPECT_EQ(writer, std::vector(3, below));
+    EXPECT_EQ(PriorityOf(parked.Tid()), below);
     for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
-        EXPECT_EQ(PriorityOf(tid), std::make_pair(SCHED_BATCH, 3)) << tid;
-    EXPECT_EQ(PriorityOf(), std::make_pair(SCHED_OTHER, 0)) << "the calling thread keeps its own";
+        EXPECT_EQ(PriorityOf(tid), below) << tid;
+    EXPECT_EQ(PriorityOf(), normal) << "the calling thread keeps its own";
 }
 
 } // namespace
