@@ -8,10 +8,10 @@
 #include <vector>
 
 // The nice value of a thread below normal priority. The scheduler shares a processor by weights
-// that fall by about a fifth a step: at nice 3 a thread gets about a third of a processor that a
-// normal thread also wants (526 against 1024), and all of it when nothing else does. At nice 10
+// that fall by about a fifth a step: at nice 2 a thread gets about two fifths of a processor that
+// a normal thread also wants (655 against 1024), and all of it when nothing else does. At nice 10
 // (110) a batch beside two busy programs took more than three times as long as at nice 0.
-inline constexpr int kBelowNormalNice = 3;
+inline constexpr int kBelowNormalNice = 2;
 
 // Puts thread tid of this process (0: the calling thread) under the batch policy (SCHED_BATCH: it
 // does not preempt others on waking) at nice kBelowNormalNice, or keeps a nicer value that it has

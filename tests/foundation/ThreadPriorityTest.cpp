@@ -61,10 +61,10 @@ TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeNameAndOnlyTheyOrTheCallerGo
     EXPECT_EQ(found, expected);
     EXPECT_TRUE(ThreadsNamed("lvx-absent").empty());
 
-    // Only the threads of the whole name go below normal (nice 3, or the nicer value that the
+    // Only the threads of the whole name go below normal (nice 2, or the nicer value that the
     // tests were started with); one that is nicer already stays so.
     const int started = PriorityOf(::gettid()).second;
-    const int below = std::max(started, 3);
+    const int below = std::max(started, 2);
     ASSERT_EQ(::setpriority(PRIO_PROCESS, static_cast<id_t>(threads.Id(2)), below + 2), 0);
     EXPECT_EQ(SetBelowNormalPriorityOfThreadsNamed("lvx-probe"), 2u);
     EXPECT_EQ(PriorityOf(threads.Id(0)), std::make_pair(SCHED_BATCH, below));
