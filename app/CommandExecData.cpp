@@ -93,19 +93,27 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
 
     std::vector<TaskPtr> tasks;
     for (const PlannedFile& file : planned) {
-        // Each file streams through one pipeline; the panes get what they need of its source.
-        file.task->keeps = TaskKeeps::kPreview;
+        // Each file streams through one pipeline, and its output waits for its turn to be written.
+        file.task->keeps = TaskKeeps::kEncoded;
         tasks.push_back(file.task);
     }
-    // One worker at idle priority: the window and the previews stay quick while it converts.
+    // The panes show the first file as soon as it comes and the last one after the batch; the
+    // ticks ask for the files between (CCommandTimer::ShowResults).
+    tasks.front()->keepPreview = true;
+    tasks.back()->keepPreview = true;
+    // lunavex-batch's engine: one worker per processor within the memory budget, the files
+    // written in their order, below normal priority so that the window stays quick.
     BatchRunOptions options;
-    options.idlePriority = true;
+    options.jobs = 0;
+    options.memoryBudget = static_cast<u64>(TheSetting().maxMemoryMb) << 20;
+    options.belowNormalPriority = true;
     if (!view->Batch().Start(std::move(tasks), options)) {
         // No worker would ever report: the run ends at once, as a run ends, with the reason.
         CCommandTimer(msg).FinishBatch(strid::kWorkerNotStarted);
         return false;
     }
     view->StartTimer();
+    CCommandTimer(msg).ShowStart();
     return true;
 }
 

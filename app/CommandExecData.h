@@ -1,5 +1,5 @@
 // Runs a batch on what was dropped on the window: checks the dropped items, builds one task for
-// each and starts the worker.
+// each and starts the batch's threads.
 #pragma once
 
 #include <vector>
@@ -25,12 +25,13 @@ public:
     // message object's Notify, which waits for no answer; else the controls into the settings,
     // the settings saved, then the batch started.
     void OnExecute(bool run) override;
-    // Checks every item, builds the tasks, asks before overwriting and starts the worker and the
-    // timer of the view. True when a run has begun; false when there is no view, the user
-    // declined the overwrite question, or the worker could not be started (the run has then
-    // ended with a message). Nothing on disk changes before every check has passed and the user
-    // has agreed, and no old output is deleted: a task replaces its output when its new file is
-    // complete, and only an output that the user agreed to replace.
+    // Checks every item, builds the tasks, asks before overwriting and starts the batch's threads
+    // and the timer of the view, with the status line at 0 of all files. True when a run has
+    // begun; false when there is no view, the user declined the overwrite question, or the
+    // threads could not be started (the run has then ended with a message). Nothing on disk
+    // changes before every check has passed and the user has agreed, and no old output is
+    // deleted: a task replaces its output when its new file is complete, and only an output that
+    // the user agreed to replace.
     bool StartBatch(const std::vector<CItemIDList>& droppedItems);
 
     my::CCtrlException dropError; // id 0 when the last SetDropData had no failure

@@ -28,6 +28,16 @@ void SetStatus(CMainView& view, const std::wstring& text) {
     SetControlText(view.Control(ctl::kStatus), text, true);
 }
 
+void SetProgressBar(CMainView& view, i32 done, i32 files) {
+    if (auto* progress = qobject_cast<QProgressBar*>(view.Control(ctl::kProgress))) {
+        // The range takes the low 16 bits of the count, and the position is clamped into it as
+        // the progress control does.
+        const i32 maximum = files & 0xFFFF;
+        progress->setRange(0, maximum);
+        progress->setValue(std::clamp(done, 0, maximum));
+    }
+}
+
 } // namespace
 
 void CCommandTimer::OnExecute(bool run) {
@@ -51,16 +61,24 @@ void CCommandTimer::ShowResults(const std::vector<TaskPtr>& finished) {
     CMainView* view = TheView();
     if (!view || finished.empty())
         return;
-    // Only the newest good task of a tick is shown; a tick with a failure changes no pane.
+    // The newest task of a tick that kept a preview is shown; a tick with a failure changes no
+    // pane.
     const bool failed = std::any_of(finished.begin(), finished.end(),
                                     [](const TaskPtr& task) { return task->errorId != 0; });
     if (!failed) {
-        const TaskPtr& newest = finished.back();
-        TheSetting().outputPath = newest->outputFolder;
-        if (newest->preview)
-            view->lastSource = newest->preview;
-        view->ShowPreview();
+        TheSetting().outputPath = finished.back()->outputFolder;
+        const auto shown = std::find_if(finished.rbegin(), finished.rend(),
+                                        [](const TaskPtr& task) { return task->preview; });
+        if (shown != finished.rend()) {
+            view->lastSource = (*shown)->preview;
+            view->ShowPreview();
+        }
     }
+    // One file at a time keeps a preview for a tick to come: the next to start once the last one
+    // has come. The copy costs a good part of a file's work, and a tick shows one file at most.
+    if (std::any_of(finished.begin(), finished.end(),
+                    [](const TaskPtr& task) { return task->keepPreview; }))
+        view->Batch().AskPreview();
     // The view and the panes hold their own references to what they show.
     for (const TaskPtr& task : finished)
         task->ReleaseImages();
@@ -75,20 +93,26 @@ void CCommandTimer::ShowProgress() {
     const CBatchRunner& batch = view->Batch();
     const i32 files = batch.FileCount();
     const i32 done = batch.DoneCount();
-    if (auto* progress = qobject_cast<QProgressBar*>(view->Control(ctl::kProgress))) {
-        // The range takes the low 16 bits of the count, and the position is clamped into it as
-        // the progress control does.
-        const i32 maximum = files & 0xFFFF;
-        progress->setRange(0, maximum);
-        progress->setValue(std::clamp(done, 0, maximum));
-    }
-    if (!batch.Running())
+    SetProgressBar(*view, done, files);
+    // After Stop the status line keeps saying that the batch is stopping.
+    if (!batch.Running() || batch.StopRequested())
         return;
     std::wstring text;
     FormatResString(text, strid::kBatchProgress, {done + 1, files});
     text.append(static_cast<size_t>(g_dotCounter % 10), L'.');
     SetStatus(*view, text);
     ++g_dotCounter;
+}
+
+void CCommandTimer::ShowStart() {
+    CMainView* view = TheView();
+    if (!view)
+        return;
+    const i32 files = view->Batch().FileCount();
+    SetProgressBar(*view, 0, files);
+    std::wstring text;
+    FormatResString(text, strid::kBatchProgress, {0, files});
+    SetStatus(*view, text);
 }
 
 void CCommandTimer::FinishBatch(u32 messageId) {

@@ -1,4 +1,4 @@
-// One tick of a running batch: takes in what the worker has finished, moves the progress bar, the
+// One tick of a running batch: takes in what the batch has written, moves the progress bar, the
 // status line and the preview panes, and ends the batch.
 #pragma once
 
@@ -14,19 +14,24 @@ namespace lvx {
 class CCommandTimer : public CCommand {
 public:
     explicit CCommandTimer(::CMsg* msg) : CCommand(msg) {}
-    // run true: one tick. The batch ends at the first failure, or when no worker runs and either
-    // Stop was pressed or every task has been taken in. The end is looked for on every tick, also
-    // on one that brought no new result. A worker that has ended with tasks unreported and no
-    // stop asked ends the batch with a message that says so.
+    // run true: one tick. The batch ends at the first failure, or when its threads have ended
+    // after Stop or with every file written. The end is looked for on every tick, also on one
+    // that brought no new result. A worker that a thrown failure ended ends the batch with a
+    // message that says so.
     void OnExecute(bool run) override;
 
-    // The files that came since the last tick: without a failure among them the newest one is
-    // shown in both panes. Every one of them lets go of its images.
+    // The files that came since the last tick: without a failure among them the newest one that
+    // kept a preview is shown in both panes, and the output folder becomes the newest one's. Once
+    // a file that was to keep a preview has come, the next file to start keeps one. Every one of
+    // them lets go of its images.
     void ShowResults(const std::vector<TaskPtr>& finished);
-    // The progress bar and, while a worker runs, the status line with its moving dots.
+    // The progress bar and, while the batch runs and no stop was asked, the status line with its
+    // moving dots.
     void ShowProgress();
-    // Stops the timer, waits for the worker (stopping it first after a failure or with a
-    // message), writes the final status line, enables the controls and shows the failure's text,
+    // The progress of a batch that has just started: no file done of all its files.
+    void ShowStart();
+    // Stops the timer, waits for the batch's threads (stopping them first after a failure or with
+    // a message), writes the final status line, enables the controls and shows the failure's text,
     // or the message messageId (filled with the files taken in and the files of the batch) when
     // the batch could not go on, or draws attention to the window when there was neither.
     void FinishBatch(u32 messageId = 0);

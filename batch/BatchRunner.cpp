@@ -21,6 +21,19 @@ u32 ResolvedJobs(u32 jobs) {
     return jobs != 0 ? jobs : std::max(1u, std::thread::hardware_concurrency());
 }
 
+// The owner's side of a polled run, kept by the runner itself: the writer reports every file into
+// the runner's own list, and stops when the runner is stopped.
+class CPolledRunClient : public CBatchRunClient {
+public:
+    explicit CPolledRunClient(const std::atomic<bool>& stop) : stop_(stop) {}
+    bool StopAsked() const override { return stop_; }
+    bool OnFileWritten(const CLunavexTask& /*task*/) override { return true; }
+    void OnFileFailed(const CLunavexTask& /*task*/) override {}
+
+private:
+    const std::atomic<bool>& stop_;
+};
+
 } // namespace
 
 CBatchRunner::~CBatchRunner() {
@@ -38,9 +51,13 @@ void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& op
     gate_.reset(options.memoryBudget ? new CMemoryGate(*options.memoryBudget) : nullptr);
     failed_.reset();
     next_ = 0;
-    done_ = 0;
+    written_ = 0;
+    taken_ = 0;
     lookahead_ = lookahead;
+    lost_ = SIZE_MAX;
+    end_ = BatchEnd::kWorkerEnded; // until a writer runs and says otherwise
     stop_ = false;
+    previewAsked_ = false;
     stopRequested_ = false;
 }
 
@@ -69,24 +86,67 @@ size_t CBatchRunner::StartWorkers(size_t count) {
 
 bool CBatchRunner::Start(std::vector<TaskPtr> tasks, const BatchRunOptions& options) {
     const size_t files = tasks.size();
-    // The workers write every output themselves: no converted file waits for the owner.
-    Prepare(std::move(tasks), options, files);
-    return StartWorkers(WorkerCount(ResolvedJobs(options.jobs), files)) > 0;
+    const u32 jobs = ResolvedJobs(options.jobs);
+    // At most `jobs` converted files wait in memory for their turn to be written.
+    Prepare(std::move(tasks), options, jobs);
+    if (StartWorkers(WorkerCount(jobs, files)) == 0)
+        return false;
+    {
+        std::lock_guard<std::mutex> guard(lock_);
+        writing_ = true;
+    }
+    try {
+        writer_ = std::thread(&CBatchRunner::WriterMain, this);
+    } catch (const std::system_error&) {
+        {
+            std::lock_guard<std::mutex> guard(lock_);
+            writing_ = false;
+        }
+        StopAndWait();
+        return false;
+    }
+    return true;
+}
+
+void CBatchRunner::WriterMain() {
+    if (options_.belowNormalPriority)
+        SetBelowNormalPriority(); // a refusal leaves the normal priority
+    CPolledRunClient client(stop_);
+    BatchEnd end = BatchEnd::kWorkerEnded;
+    try {
+        end = WriteAll(client);
+    } catch (...) {
+        // A failure thrown out of a file that this thread converted or retried ends the run as
+        // one that ends a worker does.
+    }
+    JoinWorkers();
+    {
+        std::lock_guard<std::mutex> guard(lock_);
+        end_ = end;
+        writing_ = false;
+    }
+    changed_.notify_all();
 }
 
 void CBatchRunner::WorkerMain() {
-    if (options_.idlePriority)
-        SetIdlePriority(); // a refusal leaves the normal priority
+    if (options_.belowNormalPriority)
+        SetBelowNormalPriority(); // a refusal leaves the normal priority
+    size_t current = SIZE_MAX;    // the file in work, none between files
     try {
         while (const std::optional<size_t> i = TakeNext()) {
-            if (!ConvertOnWorker(*i))
+            current = *i;
+            const bool started = ConvertOnWorker(current);
+            current = SIZE_MAX;
+            if (!started)
                 break;
         }
     } catch (...) {
-        // A failure that escapes a task ends this worker; the owner finds it ended.
+        // A failure that escapes a task ends this worker with its file never converted: the run
+        // ends at that file.
     }
     {
         std::lock_guard<std::mutex> guard(lock_);
+        lost_ = std::min(lost_, current);
         --running_;
     }
     changed_.notify_all();
@@ -94,8 +154,8 @@ void CBatchRunner::WorkerMain() {
 
 std::optional<size_t> CBatchRunner::TakeNext() {
     std::unique_lock<std::mutex> guard(lock_);
-    changed_.wait(guard,
-                  [this] { return stop_ || next_ >= tasks_.size() || next_ < done_ + lookahead_; });
+    changed_.wait(
+        guard, [this] { return stop_ || next_ >= tasks_.size() || next_ < written_ + lookahead_; });
     if (stop_ || next_ >= tasks_.size())
         return std::nullopt;
     return next_++;
@@ -123,13 +183,15 @@ bool CBatchRunner::ConvertOnWorker(size_t i) {
     }
     // The pixel work of a file runs on libvips' worker threads, not on this one. Those threads
     // are shared by the whole process and kept between pipelines, and were made by whichever
-    // thread first needed them, often the window's thread for the previews: they do not inherit
-    // this worker's policy. So before each file every one of them goes idle too; threads that
-    // libvips adds during a file are made by idle threads and inherit the policy. No thread comes
-    // back from the idle policy without privileges, so from the first batch on the previews'
-    // pixel work also runs at idle priority.
-    if (options_.idlePriority)
-        SetIdlePriorityOfThreadsNamed(kVipsWorkerThreadName);
+    // thread first needed them, such as the window's thread loading the sample: they do not
+    // inherit this worker's priority. So before each file every one of them goes below normal
+    // too; threads that libvips adds during a file are made by such threads and inherit it. No
+    // thread comes back up without privileges; the window computes its panes on its own thread
+    // (ForEachRow, image/RowsOnThisThread.h), which keeps the normal priority.
+    if (options_.belowNormalPriority)
+        SetBelowNormalPriorityOfThreadsNamed(kVipsWorkerThreadName);
+    if (!task.keepPreview && previewAsked_.exchange(false))
+        task.keepPreview = true;
     RunTask(task);
     MarkConverted(i, estimate);
     return true;
@@ -152,7 +214,6 @@ void CBatchRunner::MarkConverted(size_t i, u64 estimate) {
     {
         std::lock_guard<std::mutex> guard(lock_);
         converted_[i] = 1;
-        finished_.push_back(tasks_[i]);
         if (gate_)
             gate_->Finish(estimate);
     }
@@ -162,28 +223,18 @@ void CBatchRunner::MarkConverted(size_t i, u64 estimate) {
 BatchPoll CBatchRunner::Poll() {
     std::lock_guard<std::mutex> guard(lock_);
     BatchPoll poll;
-    // Read with the finished files under one lock: a worker that has ended has handed over every
-    // file it ever will, so a file missing now is missing for good.
-    const bool running = running_ > 0;
-    poll.finished.assign(finished_.begin() + static_cast<std::ptrdiff_t>(done_), finished_.end());
-    done_ = finished_.size();
-    bool failed = false;
-    for (const TaskPtr& task : poll.finished) {
-        if (task->errorId != 0) {
-            failed_ = task;
-            failed = true;
-        }
-    }
+    // Read with the files under one lock: a writer that has ended has handed over every file it
+    // ever will.
+    poll.finished.assign(finished_.begin() + static_cast<std::ptrdiff_t>(taken_), finished_.end());
+    taken_ = finished_.size();
+    const bool failed = std::any_of(poll.finished.begin(), poll.finished.end(),
+                                    [](const TaskPtr& task) { return task->errorId != 0; });
     if (failed)
         poll.end = BatchEnd::kFailed;
-    else if (running)
+    else if (writing_)
         poll.end = BatchEnd::kRunning;
-    else if (stopRequested_)
-        poll.end = BatchEnd::kStopped;
-    else if (done_ >= tasks_.size())
-        poll.end = BatchEnd::kAllDone;
     else
-        poll.end = BatchEnd::kWorkerEnded;
+        poll.end = end_;
     return poll;
 }
 
@@ -194,10 +245,16 @@ BatchEnd CBatchRunner::RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOpti
     // At most `jobs` converted files wait in memory for their turn to be written.
     Prepare(std::move(tasks), options, jobs);
     StartWorkers(WorkerCount(jobs, files));
-    BatchEnd end = BatchEnd::kAllDone;
-    for (size_t i = 0; i < files && end == BatchEnd::kAllDone; ++i)
-        end = WriteInOrder(i, client);
+    const BatchEnd end = WriteAll(client);
     StopAndWait();
+    return end;
+}
+
+// Writes and reports the files in their order until one ends the run.
+BatchEnd CBatchRunner::WriteAll(CBatchRunClient& client) {
+    BatchEnd end = BatchEnd::kAllDone;
+    for (size_t i = 0; i < tasks_.size() && end == BatchEnd::kAllDone; ++i)
+        end = WriteInOrder(i, client);
     return end;
 }
 
@@ -205,8 +262,8 @@ BatchEnd CBatchRunner::RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOpti
 BatchEnd CBatchRunner::WriteInOrder(size_t i, CBatchRunClient& client) {
     // A request to stop ends the run between two files: every file written so far is whole and
     // reported, and this one is not written at all.
-    if (!WaitForFile(i, client))
-        return BatchEnd::kStopped;
+    if (const BatchEnd waited = WaitForFile(i, client); waited != BatchEnd::kAllDone)
+        return waited;
     RetryAlone(i);
     CLunavexTask& task = *tasks_[i];
     task.SaveEncoded();
@@ -215,6 +272,7 @@ BatchEnd CBatchRunner::WriteInOrder(size_t i, CBatchRunClient& client) {
         {
             std::lock_guard<std::mutex> guard(lock_);
             failed_ = tasks_[i];
+            finished_.push_back(tasks_[i]);
         }
         client.OnFileFailed(task);
         return BatchEnd::kFailed;
@@ -223,22 +281,27 @@ BatchEnd CBatchRunner::WriteInOrder(size_t i, CBatchRunClient& client) {
         return BatchEnd::kFailed;
     {
         std::lock_guard<std::mutex> guard(lock_);
-        ++done_;
+        ++written_;
+        finished_.push_back(tasks_[i]);
     }
     changed_.notify_all();
     return BatchEnd::kAllDone;
 }
 
-// Waits until file i is converted, converting it on this thread when no worker runs to do it;
-// false when the client asks the run to stop first.
-bool CBatchRunner::WaitForFile(size_t i, CBatchRunClient& client) {
+// Waits until file i is converted, converting it on this thread when no worker runs to do it:
+// kAllDone then, kStopped when the client asks the run to stop first, kWorkerEnded when the
+// worker that took the file ended in it.
+BatchEnd CBatchRunner::WaitForFile(size_t i, CBatchRunClient& client) {
     bool here = false;
     {
         std::unique_lock<std::mutex> guard(lock_);
-        changed_.wait(guard,
-                      [&] { return converted_[i] != 0 || running_ == 0 || client.StopAsked(); });
+        changed_.wait(guard, [&] {
+            return converted_[i] != 0 || i >= lost_ || running_ == 0 || client.StopAsked();
+        });
         if (client.StopAsked())
-            return false;
+            return BatchEnd::kStopped;
+        if (converted_[i] == 0 && i >= lost_)
+            return BatchEnd::kWorkerEnded;
         here = converted_[i] == 0;
     }
     if (here) {
@@ -247,7 +310,7 @@ bool CBatchRunner::WaitForFile(size_t i, CBatchRunClient& client) {
         MarkConverted(i, 0);
     }
     std::lock_guard<std::mutex> guard(lock_);
-    return !client.StopAsked();
+    return client.StopAsked() ? BatchEnd::kStopped : BatchEnd::kAllDone;
 }
 
 // A file that ran out of memory beside others gets the memory to itself: no file starts until
@@ -292,6 +355,14 @@ void CBatchRunner::RequestStop() {
 }
 
 void CBatchRunner::Wait() {
+    // The writer joins the workers before it ends; once it has, nothing else touches them.
+    if (writer_.joinable())
+        writer_.join();
+    JoinWorkers();
+}
+
+void CBatchRunner::JoinWorkers() {
+    Stop();
     for (std::thread& worker : workers_)
         worker.join();
     workers_.clear();
@@ -304,7 +375,7 @@ void CBatchRunner::StopAndWait() {
 
 bool CBatchRunner::Running() const {
     std::lock_guard<std::mutex> guard(lock_);
-    return running_ > 0;
+    return writing_ || running_ > 0;
 }
 
 i32 CBatchRunner::FileCount() const {
@@ -314,7 +385,7 @@ i32 CBatchRunner::FileCount() const {
 
 i32 CBatchRunner::DoneCount() const {
     std::lock_guard<std::mutex> guard(lock_);
-    return static_cast<i32>(done_);
+    return static_cast<i32>(written_);
 }
 
 bool CBatchRunner::StopRequested() const {

@@ -2,15 +2,18 @@
 // keeps what came of them: the finished tasks, the counts of the run and whether it was stopped.
 //
 // Threads: one owner thread (the window's thread, lunavex-batch's main thread) makes the runner
-// and calls every public member except IsTerminated. The workers that the runner starts run the
-// tasks; nothing else runs on them. IsTerminated is asked by the tasks on the workers (and on the
-// owner thread for a file it converts itself). A client of RunInOrder is called on the owner
-// thread, StopAsked also while the runner's lock is held.
+// and calls every public member except IsTerminated and AskPreview. The workers that the runner
+// starts convert the files; the files are written in their order by the owner thread in a run in
+// order (RunInOrder), by a writer thread that the runner starts in a polled run (Start).
+// IsTerminated is asked by the tasks on whichever of those threads runs them; AskPreview may be
+// called from any thread. A client of RunInOrder is called on the owner thread, StopAsked also
+// while the runner's lock is held.
 #pragma once
 
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,9 +43,10 @@ struct BatchRunOptions {
     // The bytes that the files in work may need together as their headers tell (CMemoryGate):
     // each worker reads its file's estimate before the file starts. Unset: no gate, no estimate.
     std::optional<u64> memoryBudget;
-    // The workers, and libvips' threads before each file, run at idle priority: the processors
-    // go to anything else first.
-    bool idlePriority = false;
+    // The workers, the writer of a polled run, and libvips' threads before each file run below
+    // normal priority (SetBelowNormalPriority, foundation/ThreadPriority.h): a busy machine slows
+    // them down without ever stopping them, and the owner's thread stays quick.
+    bool belowNormalPriority = false;
     ThrownFailure thrown = ThrownFailure::kEndsWorker;
 };
 
@@ -55,7 +59,8 @@ enum class BatchEnd {
     kWorkerEnded, // every worker has ended with files never converted
 };
 
-// What a poll takes in: the files finished since the last poll, in the order they finished.
+// What a poll takes in: the files written (or the one that failed) since the last poll, in their
+// order.
 struct BatchPoll {
     std::vector<TaskPtr> finished;
     BatchEnd end = BatchEnd::kRunning;
@@ -84,15 +89,19 @@ public:
     // Stops the run and waits for its workers.
     ~CBatchRunner();
 
-    // A run polled by its owner (the window): waits for the workers of an earlier run, forgets
-    // it, takes the tasks and starts the workers, which convert the files in order, each task
-    // writing its own output, until every file is converted or the run is stopped. False when no
-    // worker could start: nothing runs, and the run has its files with none done.
+    // A run polled by its owner (the window): waits for the threads of an earlier run, forgets
+    // it, takes the tasks and starts the workers and a writer thread, which run the files as
+    // RunInOrder does: converted `jobs` at a time, written in their order (SaveEncoded, for tasks
+    // that keep their output), stopping at the first failure or at a stop. False when no worker
+    // or no writer could start: nothing runs, and the run has its files with none done.
     bool Start(std::vector<TaskPtr> tasks, const BatchRunOptions& options);
-    // Takes in the files finished since the last poll (the done count becomes theirs) and says
-    // whether the run has ended. A file that failed among them ends it (FailedTask becomes the
-    // last of them), whether workers run or not.
+    // Takes in the files that the writer has written since the last poll, and the one that failed,
+    // and says whether the run has ended. A file that failed among them ends it, whether workers
+    // still run or not.
     BatchPoll Poll();
+    // The next file to start collects what the panes need of its source (CLunavexTask::
+    // keepPreview), so that a preview is made only for a file that will be shown. Any thread.
+    void AskPreview() { previewAsked_ = true; }
 
     // A run in order (lunavex-batch): converts the files on the workers while this thread writes
     // each one (SaveEncoded, for tasks that keep their output) and reports it to the client, in
@@ -100,7 +109,8 @@ public:
     // `jobs` converted files wait to be written. A file that ran out of memory beside others is
     // converted once more alone, once those have finished, before its failure counts. When no
     // worker can start, this thread converts each file itself. Returns once every worker has
-    // ended: kAllDone, kStopped or kFailed.
+    // ended: kAllDone, kStopped, kFailed, or kWorkerEnded when a failure thrown out of a task
+    // ended its worker (ThrownFailure::kEndsWorker).
     BatchEnd RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOptions& options,
                         CBatchRunClient& client);
     // Makes RunInOrder ask its client's StopAsked again (from a signal's thread). Any thread that
@@ -111,7 +121,7 @@ public:
     // counts the run as stopped by the user. Neither waits.
     void Stop();
     void RequestStop();
-    // Waits until every worker has ended.
+    // Waits until the writer and every worker have ended.
     void Wait();
     void StopAndWait();
     bool Running() const;
@@ -121,9 +131,10 @@ public:
     // The options of the last run.
     const BatchRunOptions& Options() const { return options_; }
     i32 FileCount() const;
+    // The files written and reported so far, in their order.
     i32 DoneCount() const;
     bool StopRequested() const;
-    // The last failed file that a poll or the run in order took in; null when none has failed.
+    // The file at which the run failed; null when none has failed.
     TaskPtr FailedTask() const;
     // While set, no worker starts, as when the system has no thread to give.
     void RefuseWorkers(bool refuse) { refuseWorkers_ = refuse; }
@@ -137,24 +148,33 @@ private:
     bool ConvertOnWorker(size_t i);
     void RunTask(CLunavexTask& task);
     void MarkConverted(size_t i, u64 estimate);
+    void WriterMain();
+    BatchEnd WriteAll(CBatchRunClient& client);
     BatchEnd WriteInOrder(size_t i, CBatchRunClient& client);
-    bool WaitForFile(size_t i, CBatchRunClient& client);
+    BatchEnd WaitForFile(size_t i, CBatchRunClient& client);
     void RetryAlone(size_t i);
+    void JoinWorkers();
 
     std::vector<TaskPtr> tasks_;
     std::vector<char> converted_;
-    std::vector<TaskPtr> finished_; // in the order they finished
+    std::vector<TaskPtr> finished_; // written, then the one that failed, in their order
     std::vector<std::thread> workers_;
+    std::thread writer_;
     BatchRunOptions options_;
     std::unique_ptr<CMemoryGate> gate_;
     TaskPtr failed_;
     mutable std::mutex lock_;
     std::condition_variable changed_;
-    size_t running_ = 0;   // workers that have not ended
-    size_t next_ = 0;      // the next file a worker takes
-    size_t done_ = 0;      // files the owner has taken in
-    size_t lookahead_ = 0; // converted files that may wait for the owner
+    size_t running_ = 0;                // workers that have not ended
+    size_t next_ = 0;                   // the next file a worker takes
+    size_t written_ = 0;                // files written and reported
+    size_t taken_ = 0;                  // entries of finished_ that a poll has taken in
+    size_t lookahead_ = 0;              // converted files that may wait to be written
+    size_t lost_ = SIZE_MAX;            // the first file whose worker a thrown failure ended
+    bool writing_ = false;              // the writer of a polled run has not ended
+    BatchEnd end_ = BatchEnd::kAllDone; // how the writer of the last polled run ended
     std::atomic<bool> stop_{false};
+    std::atomic<bool> previewAsked_{false};
     bool stopRequested_ = false;
     bool refuseWorkers_ = false;
 };

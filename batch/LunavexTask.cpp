@@ -108,7 +108,7 @@ void CLunavexTask::Convert() {
     StreamOptions options;
     options.reduceWhileDecoding = true;
     boost::shared_ptr<CPreviewSource> collected;
-    if (keeps == TaskKeeps::kPreview) {
+    if (keepPreview) {
         collected.reset(new CPreviewSource);
         options.sourceRows = collected.get();
     }

@@ -41,15 +41,13 @@ protected:
 enum class TaskKeeps {
     // Nothing: the output is written at once.
     kNothing,
-    // The output is written at once, and `preview` holds what the window's panes need of the
-    // source, taken from the rows as the conversion reads them. It outlives ReleaseImages.
-    kPreview,
     // The output is not written: `encoded` holds its bytes until SaveEncoded writes them, for a
     // caller that writes the files of several tasks in their order.
     kEncoded,
 };
 
-// Made and set up on the main thread (Init, SetShrink, SetRound, SetOutput, `keeps`), run once by
+// Made and set up on the main thread (Init, SetShrink, SetRound, SetOutput, `keeps`,
+// `keepPreview`; the runner may set keepPreview before the file starts), run once by
 // the worker (Run), and only read afterwards. The file goes from its bytes to the output's in one
 // pass of rows (ConvertStream, image/StreamConvert.h): no whole image is held, and a large JPEG is
 // decoded at a reduced size when the shrink allows it. Works on copies of the settings; never
@@ -110,8 +108,11 @@ public:
     bool replaceExisting = false;
     CDecodeLimits limits;
     TaskKeeps keeps = TaskKeeps::kNothing;
-    // With TaskKeeps::kPreview, once the file is written: the panes' copy of the source, read
-    // from the file once more only where the conversion skipped rows.
+    // Whether the conversion also collects what the window's panes need of the source (`preview`),
+    // from the rows as it reads them.
+    bool keepPreview = false;
+    // With keepPreview, once the file is converted: the panes' copy of the source, read from the
+    // file once more only where the conversion skipped rows. It outlives ReleaseImages.
     boost::shared_ptr<CPreviewSource> preview;
     // With TaskKeeps::kEncoded: the output's bytes, until SaveEncoded.
     std::vector<u8> encoded;

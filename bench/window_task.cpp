@@ -47,7 +47,7 @@ double Streamed(const std::string& input, const std::filesystem::path& output, i
     task->SetShrink(Fit(box));
     task->SetOutput(OutputChoice{.format = OutputFormat::kJpeg, .quality = 80});
     task->replaceExisting = true;
-    task->keeps = lvx::TaskKeeps::kPreview;
+    task->keepPreview = true;
     const auto start = std::chrono::steady_clock::now();
     task->Run();
     const double ms = MsSince(start);

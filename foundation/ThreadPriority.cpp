@@ -1,17 +1,31 @@
-// Thread scheduling through sched_setscheduler, and thread names from /proc/self/task.
+// Thread scheduling through sched_setscheduler and setpriority, and thread names from
+// /proc/self/task.
 #include "foundation/ThreadPriority.h"
 
 #include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
-bool SetIdlePriority(pid_t tid) {
+bool SetBelowNormalPriority(pid_t tid) {
+    // On Linux the nice value belongs to each thread, named by its id.
+    const id_t id = static_cast<id_t>(tid != 0 ? tid : ::gettid());
     sched_param param{};
     param.sched_priority = 0;
-    return ::sched_setscheduler(tid, SCHED_IDLE, &param) == 0;
+    const bool batch = ::sched_setscheduler(static_cast<pid_t>(id), SCHED_BATCH, &param) == 0;
+    errno = 0;
+    const int nice = ::getpriority(PRIO_PROCESS, id);
+    if (errno != 0)
+        return false;
+    // A thread that is nicer already stays so: going back up would need privileges.
+    if (nice >= kBelowNormalNice)
+        return batch;
+    return ::setpriority(PRIO_PROCESS, id, kBelowNormalNice) == 0 && batch;
 }
 
 std::vector<pid_t> ThreadsNamed(const std::string& name) {
@@ -26,9 +40,9 @@ std::vector<pid_t> ThreadsNamed(const std::string& name) {
     return threads;
 }
 
-size_t SetIdlePriorityOfThreadsNamed(const std::string& name) {
+size_t SetBelowNormalPriorityOfThreadsNamed(const std::string& name) {
     std::vector<pid_t> threads = ThreadsNamed(name);
     for (pid_t tid : threads)
-        SetIdlePriority(tid);
+        SetBelowNormalPriority(tid);
     return threads.size();
 }

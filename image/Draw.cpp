@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "image/Resample.h"
+#include "image/RowsOnThisThread.h"
 #include "image/VipsStart.h"
 
 using vips::VError;
@@ -60,25 +61,6 @@ void DrawSameSize(const CDib& source, const Rect& src, CDib& target, const Rect&
                  src.Width());
 }
 
-// Where the resampled rows go: the destination rectangle of the target, in memory row order.
-struct CBlendSink {
-    CDib* target;
-    i32 left;
-    i32 firstMemoryRow;
-};
-
-int BlendStrip(VipsRegion* region, VipsRect* area, void* arg) {
-    const CBlendSink& sink = *static_cast<CBlendSink*>(arg);
-    for (int y = area->top; y < VIPS_RECT_BOTTOM(area); ++y) {
-        const u8* src = VIPS_REGION_ADDR(region, area->left, y);
-        u8* dst = sink.target->Bits() +
-                  static_cast<size_t>(sink.firstMemoryRow + y) * sink.target->Stride() +
-                  static_cast<size_t>(sink.left + area->left) * 4;
-        BlendRow(src, dst, area->width);
-    }
-    return 0;
-}
-
 // True when every pixel of the rectangle has alpha 255: premultiplying such pixels changes
 // nothing, so the resampling may run on the bytes themselves.
 bool IsOpaque(const CDib& dib, const Rect& r) {
@@ -111,10 +93,16 @@ bool DrawResampled(const CDib& source, const Rect& src, CDib& target, const Rect
         return false;
     try {
         VImage scaled = Resample(source, src, dst.Width(), dst.Height(), interpolation);
-        CBlendSink sink{&target, dst.left, target.Height() - dst.bottom};
-        const bool ok = vips_sink_disc(scaled.get_image(), BlendStrip, &sink) == 0;
-        vips_error_clear();
-        return ok;
+        // Computed on this thread: the window's panes keep its priority, whatever libvips' own
+        // threads run at during a batch.
+        const i32 firstMemoryRow = target.Height() - dst.bottom;
+        ForEachRow(scaled, [&](i32 y, const u8* row) {
+            BlendRow(row,
+                     target.Bits() + static_cast<size_t>(firstMemoryRow + y) * target.Stride() +
+                         static_cast<size_t>(dst.left) * 4,
+                     dst.Width());
+        });
+        return true;
     } catch (const VError&) {
         vips_error_clear();
         return false;

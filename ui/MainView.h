@@ -62,8 +62,9 @@ public:
 
     // Enables the controls for idle (false) or a running batch (true).
     void UpdateControlStates(bool running);
-    // The user pressed Stop: the batch stops after the file in work, without waiting for it.
-    void Stop() { batch_.RequestStop(); }
+    // The user pressed Stop: no file is written after the one being written, without waiting for
+    // the files in work; Stop is disabled and the status line says that the batch is stopping.
+    void Stop();
     // The runner of the window's batch: the commands start, poll and end it.
     CBatchRunner& Batch() { return batch_; }
 

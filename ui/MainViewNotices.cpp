@@ -1,6 +1,6 @@
 // The main view's answers to its controls' notifications: the choices that enable other
 // controls, the quality's number and name that follow each other, the typed colour on the swatch
-// and the checks that move the detail pane's anchor. Each ends in the tolerant update.
+// and the checks that move the detail pane's anchor, each ending in the tolerant update; and Stop.
 #include "ui/MainView.h"
 
 #include <QComboBox>
@@ -9,12 +9,22 @@
 #include "foundation/HexColor.h"
 #include "foundation/Numbers.h"
 #include "image/NamedShrink.h"
+#include "resources/StringIds.h"
 #include "ui/ColorWidget.h"
 #include "ui/ControlText.h"
 #include "ui/DibWidget.h"
 #include "ui/NamedInt.h"
 
 namespace lvx {
+
+void CMainView::Stop() {
+    if (!batch_.Running())
+        return;
+    batch_.RequestStop();
+    // The files in work still end before the batch does: the click is answered at once.
+    Enable(ctl::kStop, false);
+    SetControlTextId(Control(ctl::kStatus), strid::kBatchStopping, true);
+}
 
 void CMainView::OnShrinkChanged() {
     auto* combo = qobject_cast<QComboBox*>(Control(ctl::kShrink));

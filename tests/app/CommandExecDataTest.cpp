@@ -76,10 +76,16 @@ TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndAnOverwriteNeedsConsentAndAWor
     auto a = Png(dir, "a.png", 200);
     auto b = Png(dir, "b.png", 100);
 
+    TheSetting().maxMemoryMb = 7;
     Drop({a, b});
     EXPECT_TRUE(view->TimerRunning());
-    EXPECT_EQ(view->Batch().Options().jobs, 1u) << "one worker";
-    EXPECT_TRUE(view->Batch().Options().idlePriority);
+    // lunavex-batch's engine and budget, below normal priority.
+    EXPECT_EQ(view->Batch().Options().jobs, 0u) << "one worker per processor";
+    EXPECT_EQ(view->Batch().Options().memoryBudget, std::optional<u64>(7 << 20));
+    EXPECT_TRUE(view->Batch().Options().belowNormalPriority);
+    std::wstring started;
+    FormatResString(started, strid::kBatchProgress, {0, 2});
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), started) << "at once, before any file ends";
     EXPECT_TRUE(view->Control(lvx::ctl::kStop)->isEnabled());
     EXPECT_FALSE(view->Control(lvx::ctl::kShrink)->isEnabled());
     ASSERT_TRUE(RunToEnd());

@@ -118,15 +118,21 @@ TEST_F(CommandTimerTest, TheNewestGoodFileOfATickIsShownAndAFailureChangesNoPane
     EXPECT_EQ(TheSetting().outputPath, L"/src/out1/");
     EXPECT_TRUE(view->Control(lvx::ctl::kOpenOutput)->isEnabled()) << "also during the run";
 
-    // Of two files only the newer is shown; then a failure among them changes no pane.
+    // Of two files only the newer is shown; the newest one that kept a preview, with the newest
+    // one's folder; then a failure among them changes no pane.
     TaskPtr third = Finished(L"/src/out3/c.png", 0, 93);
-    for (const std::vector<TaskPtr>& tick :
-         {std::vector<TaskPtr>{Finished(L"/src/out2/b.png", 0, 92), third},
-          {Finished(L"/src/out4/d.png", 0, 94), Finished(L"/src/out5/e.png", 201, 95)}}) {
+    TaskPtr bare = Finished(L"/src/out6/f.png", 0, 96);
+    bare->preview.reset();
+    for (const auto& [tick, folder] :
+         {std::pair{std::vector<TaskPtr>{Finished(L"/src/out2/b.png", 0, 92), third},
+                    L"/src/out3/"},
+          {{third, bare}, L"/src/out6/"},
+          {{Finished(L"/src/out4/d.png", 0, 94), Finished(L"/src/out5/e.png", 201, 95)},
+           L"/src/out6/"}}) {
         Timer().ShowResults(tick);
         EXPECT_EQ(view->lastSource, third->preview);
         EXPECT_EQ(WholePaneBlue(), 93);
-        EXPECT_EQ(TheSetting().outputPath, L"/src/out3/");
+        EXPECT_EQ(TheSetting().outputPath, folder);
     }
 }
 
@@ -134,7 +140,7 @@ TEST_F(CommandTimerTest, TheProgressShowsTheRunnersCountsWithMovingDots) {
     // One file taken in and the worker held at the second; the range of more than 65535 files
     // takes the low 16 bits of the count.
     TaskPtr held = FailingTask(&gate, L"held");
-    std::vector<TaskPtr> tasks = {FailingTask(nullptr, L"first"), held};
+    std::vector<TaskPtr> tasks = {Good("first.png"), held};
     tasks.resize(70000, FailingTask(nullptr, L"waiting"));
     Run(tasks);
     gate.WaitUntilInside();
@@ -157,17 +163,19 @@ TEST_F(CommandTimerTest, TheProgressShowsTheRunnersCountsWithMovingDots) {
     EXPECT_EQ(ControlText(lvx::ctl::kStatus), status);
 }
 
-// Stop (command 163) while a file is in work ends the batch at the first tick after the worker
-// has ended; a run to its end is the drop command's test.
-TEST_F(CommandTimerTest, StopEndsARunAtTheFirstTickAfterTheWorker) {
+// Stop (command 163) while a file is in work is answered at the click, and ends the batch at the
+// first tick after the worker has ended; a run to its end is the drop command's test.
+TEST_F(CommandTimerTest, StopIsAnsweredAtOnceAndEndsARunAtTheFirstTickAfterTheWorker) {
     Run({Good("c.png", &gate), Good("d.png")});
     gate.WaitUntilInside();
     frame_->OnCommand(lvx::cmd::kStop);
     EXPECT_TRUE(view->Batch().StopRequested());
-    const std::wstring status = ControlText(lvx::ctl::kStatus);
+    EXPECT_FALSE(view->Control(lvx::ctl::kStop)->isEnabled());
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"中止しています…");
     Tick();
+    Timer().ShowProgress();
     EXPECT_TRUE(view->TimerRunning()) << "the worker still runs";
-    EXPECT_EQ(ControlText(lvx::ctl::kStatus), status) << "a tick with nothing new shows nothing";
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus), L"中止しています…") << "no progress over it";
     gate.Open();
     view->Batch().Wait();
     Tick();
@@ -175,20 +183,16 @@ TEST_F(CommandTimerTest, StopEndsARunAtTheFirstTickAfterTheWorker) {
 }
 
 TEST_F(CommandTimerTest, AFailureOrAWorkerThatEndsEarlyEndsTheRunWithOneBox) {
-    // Two failures in one tick: the batch ends at once, the waiting file never runs, and the text
-    // of the second failure is the one box.
+    // A failure ends the batch at that file with its text in one box; the file after it is never
+    // written.
     TaskPtr missing = Good("gone.png");
     std::filesystem::remove(dir / "gone.png");
-    TaskPtr held = FailingTask(&gate, L"held");
-    Run({FailingTask(nullptr, L"first"), missing, held, Good("waiting.png")});
-    gate.WaitUntilInside();
-    std::thread opener = OpenOnStop(held);
+    Run({Good("first.png"), missing, Good("waiting.png")});
+    view->Batch().Wait();
     Tick();
-    opener.join();
     ASSERT_NE(missing->errorText, L"");
     ExpectEnded(L"処理を中断しました", {missing->errorText});
-    EXPECT_EQ(Progress()->value(), 2);
-    EXPECT_EQ(gate.FinishedCount(), 1u);
+    EXPECT_EQ(Progress()->value(), 1);
     EXPECT_FALSE(std::filesystem::exists(dir / "out" / "waiting.png"));
 
     // A failure thrown out of the second file ends the worker: the run ends with a message that

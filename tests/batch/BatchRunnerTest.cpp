@@ -6,6 +6,7 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 #include "batch/BatchPlan.h"
 #include "batch/Setting.h"
@@ -193,39 +195,36 @@ TEST_F(BatchRunnerTest, AFileThatRanOutOfMemoryBesideOthersIsConvertedOnceMoreAl
     }
 }
 
-// The window's run: the owner polls, a failure among the files of a poll ends the run with the
-// last of them, and a run that cannot start has its files and none done.
-TEST_F(BatchRunnerTest, APolledRunHandsOverEveryFileAndSaysHowItEnded) {
+// The window's run: the same files in the same order as a run in order, written by the runner's
+// writer and taken in by the owner's polls; it ends at the first failure, and a run that cannot
+// start has its files and none done.
+TEST_F(BatchRunnerTest, APolledRunHandsOverTheFilesInTheirOrderAndSaysHowItEnded) {
     lvx::CBatchRunner runner;
-    ASSERT_TRUE(runner.Start(Plan(3, -1, false), {}));
-    runner.Wait();
-    lvx::BatchPoll poll = runner.Poll();
-    ASSERT_EQ(poll.finished.size(), 3u);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(Name(poll.finished[i]), Numbered("f", i, ".png"));
-    EXPECT_EQ(poll.end, BatchEnd::kAllDone);
-    EXPECT_EQ(runner.DoneCount(), 3);
-    EXPECT_EQ(Outputs().size(), 3u) << "each task writes its own output";
-    poll = runner.Poll();
-    EXPECT_TRUE(poll.finished.empty());
-    EXPECT_EQ(poll.end, BatchEnd::kAllDone);
-
-    // Two failures: the run goes on to the end, and the poll names the second.
-    fs::remove_all(dir / "out");
-    std::vector<lvx::TaskPtr> tasks = Plan(4, 1, false);
-    tasks[2]->SetMaxPixels(1);
-    ASSERT_TRUE(runner.Start(tasks, {}));
-    runner.Wait();
-    poll = runner.Poll();
-    EXPECT_EQ(poll.finished.size(), 4u);
-    EXPECT_EQ(poll.end, BatchEnd::kFailed);
-    EXPECT_EQ(runner.FailedTask(), tasks[2]);
-    EXPECT_FALSE(runner.StopRequested());
+    for (const auto& [bad, end, written] :
+         {std::tuple{-1, BatchEnd::kAllDone, 4}, std::tuple{1, BatchEnd::kFailed, 1}}) {
+        fs::remove_all(dir / "out");
+        std::vector<lvx::TaskPtr> tasks = Plan(4, bad, true);
+        ASSERT_TRUE(runner.Start(tasks, InOrder(2)));
+        runner.Wait();
+        lvx::BatchPoll poll = runner.Poll();
+        EXPECT_EQ(poll.finished,
+                  std::vector<lvx::TaskPtr>(tasks.begin(), tasks.begin() + written + (bad >= 0)));
+        EXPECT_EQ(poll.end, end);
+        EXPECT_EQ(runner.DoneCount(), written);
+        EXPECT_EQ(runner.FailedTask(), bad >= 0 ? tasks[1] : nullptr);
+        EXPECT_TRUE(runner.Poll().finished.empty());
+        const std::map<std::string, std::string> outputs = Outputs();
+        EXPECT_EQ(outputs.size(), static_cast<size_t>(written)) << "nothing after a failure";
+        CRecordingClient client;
+        fs::remove_all(dir / "out");
+        ASSERT_EQ(runner.RunInOrder(Plan(4, bad, true), InOrder(2), client), end);
+        EXPECT_EQ(Outputs(), outputs) << "the same files, byte for byte";
+    }
 
     // No worker: nothing runs, nothing is made.
     fs::remove_all(dir / "out");
     runner.RefuseWorkers(true);
-    EXPECT_FALSE(runner.Start(Plan(2, -1, false), {}));
+    EXPECT_FALSE(runner.Start(Plan(2, -1, true), {}));
     EXPECT_FALSE(runner.Running());
     EXPECT_EQ(runner.FileCount(), 2);
     EXPECT_EQ(runner.DoneCount(), 0);
@@ -234,14 +233,14 @@ TEST_F(BatchRunnerTest, APolledRunHandsOverEveryFileAndSaysHowItEnded) {
     EXPECT_FALSE(fs::exists(dir / "out"));
 }
 
-// A stop takes effect between files: the file in work sees it, the others never start and keep
-// their old outputs.
+// A stop takes effect between files: the file in work sees it and is not written, the others
+// never start, and every old output stays.
 TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     fs::create_directories(dir / "out");
     for (int i = 0; i < 4; ++i)
         WriteText(dir / "out" / Numbered("f", i, ".png"), "old");
     CGateClient gate;
-    std::vector<lvx::TaskPtr> tasks = Plan(4, -1, false, &gate);
+    std::vector<lvx::TaskPtr> tasks = Plan(4, -1, true, &gate);
     lvx::CBatchRunner runner;
     ASSERT_TRUE(runner.Start(tasks, {}));
     gate.WaitUntilInside();
@@ -253,13 +252,11 @@ TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     gate.Open();
     runner.Wait();
     lvx::BatchPoll poll = runner.Poll();
-    EXPECT_EQ(poll.finished.size(), 1u);
+    EXPECT_TRUE(poll.finished.empty());
     EXPECT_EQ(poll.end, BatchEnd::kStopped);
     EXPECT_EQ(gate.FinishedCount(), 1u) << "the files after the stop never ran";
-    const std::map<std::string, std::string> outputs = Outputs();
-    EXPECT_NE(outputs.at("f0.png"), "old");
-    for (int i = 1; i < 4; ++i)
-        EXPECT_EQ(outputs.at(Numbered("f", i, ".png")), "old") << i;
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(Outputs().at(Numbered("f", i, ".png")), "old") << i;
 
     // A failure thrown out of a task fails only its file; one that ends the worker is the
     // window's (CommandTimerTest).
@@ -271,26 +268,40 @@ TEST_F(BatchRunnerTest, AStopOrAThrownFailureEndsAPolledRunBetweenFiles) {
     ASSERT_TRUE(runner.Start(tasks, options));
     runner.Wait();
     poll = runner.Poll();
-    EXPECT_EQ(poll.finished.size(), 3u);
+    EXPECT_EQ(poll.finished.size(), 2u);
     EXPECT_EQ(poll.end, BatchEnd::kFailed);
     EXPECT_EQ(runner.FailedTask(), tasks[1]);
     std::wstring text;
     FormatResString(text, strid::kStdException, {L"thrown"});
     EXPECT_EQ(tasks[1]->errorText, text);
-    EXPECT_TRUE(fs::exists(dir / "out" / "f2.png"));
+    EXPECT_FALSE(fs::exists(dir / "out" / "f2.png"));
 }
 
-// The policies of libvips' worker threads, in no particular order.
-std::vector<int> VipsWorkerPolicies() {
-    std::vector<int> policies;
-    for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
-        policies.push_back(::sched_getscheduler(tid));
-    return policies;
+// Only the first file to start after a request collects the panes' copy of its source.
+TEST_F(BatchRunnerTest, APreviewIsKeptByTheNextFileToStartAfterItIsAsked) {
+    CGateClient gate;
+    std::vector<lvx::TaskPtr> tasks = Plan(4, -1, true, &gate);
+    tasks[3]->keepPreview = true;
+    lvx::CBatchRunner runner;
+    ASSERT_TRUE(runner.Start(tasks, {}));
+    gate.WaitUntilInside(); // f0 converted, f1 not started
+    runner.AskPreview();
+    gate.Open();
+    runner.Wait();
+    ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone);
+    for (size_t i = 0; i < tasks.size(); ++i)
+        EXPECT_EQ(tasks[i]->preview != nullptr, i % 2 == 1) << "f1 asked, f3 the last: " << i;
+}
+
+// The policy and nice value of a thread of this process (0: the calling thread).
+std::pair<int, int> PriorityOf(pid_t tid = 0) {
+    return {::sched_getscheduler(tid),
+            ::getpriority(PRIO_PROCESS, static_cast<id_t>(tid != 0 ? tid : ::gettid()))};
 }
 
 // A thread under the name of libvips' pool workers, on the calling thread's policy, that waits
 // until the object goes. The pool only grows when its load asks for it, and a worker that an
-// earlier test of the process has put at idle priority stays there: this one stands for a worker
+// earlier test of the process has put below normal stays there: this one stands for a worker
 // that the main thread has made.
 class CMainThreadVipsWorker {
 public:
@@ -315,31 +326,42 @@ private:
     pid_t tid_ = 0;
 };
 
-TEST_F(BatchRunnerTest, EveryLibvipsWorkerRunsAtIdlePriorityAfterAFileOfAnIdleRun) {
-    // The main thread encodes and decodes first, as the previews do: in a fresh process libvips'
-    // pool then holds workers that this thread made, at normal priority.
+// The workers, the writer and every libvips worker run in the batch class at nice 2 (below
+// normal, never starved), whichever thread made them; the owner's thread keeps its priority.
+TEST_F(BatchRunnerTest, EveryThreadOfARunBelowNormalRunsAtNiceTwoInTheBatchClass) {
+    // The main thread decodes first, as the window does with its sample: in a fresh process
+    // libvips' pool then holds workers that this thread made, at normal priority.
     ASSERT_TRUE(SaveImage(*Solid(640, 480, 10, 120, 230), L"image/jpeg", dir / "photo.jpg"));
-    CDibPtr preview;
-    ASSERT_EQ(LoadImageFile(preview, W(dir / "photo.jpg")), 0u);
+    CDibPtr sample;
+    ASSERT_EQ(LoadImageFile(sample, W(dir / "photo.jpg")), 0u);
     CMainThreadVipsWorker parked;
-    ASSERT_EQ(::sched_getscheduler(parked.Tid()), SCHED_OTHER);
-    std::vector<int> before = VipsWorkerPolicies();
+    const std::pair<int, int> normal = PriorityOf(); // the tests may have been started nicer
+    ASSERT_EQ(PriorityOf(parked.Tid()), normal);
 
-    boost::shared_ptr<lvx::CLunavexTask> task(new lvx::CLunavexTask);
-    task->Init(W(dir / "photo.jpg"), W(dir / "out" / "photo.png"), nullptr);
+    // Kept outputs are saved by the writer; the last file is saved by its worker.
+    std::mutex lock;
+    std::vector<std::pair<int, int>> savers;
+    std::vector<lvx::TaskPtr> tasks = Plan(3, -1, true);
+    tasks[2]->keeps = lvx::TaskKeeps::kNothing;
+    for (const lvx::TaskPtr& task : tasks)
+        task->beforeReplace = [&] {
+            std::lock_guard<std::mutex> guard(lock);
+            savers.push_back(PriorityOf());
+            return true;
+        };
+    lvx::BatchRunOptions options = InOrder(2);
+    options.belowNormalPriority = true;
     lvx::CBatchRunner runner;
-    lvx::BatchRunOptions options;
-    options.idlePriority = true;
-    ASSERT_TRUE(runner.Start({task}, options));
+    ASSERT_TRUE(runner.Start(tasks, options));
     runner.Wait();
-    ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone) << testing::PrintToString(task->errorText);
+    ASSERT_EQ(runner.Poll().end, BatchEnd::kAllDone);
 
-    EXPECT_EQ(::sched_getscheduler(parked.Tid()), SCHED_IDLE);
-    std::vector<int> after = VipsWorkerPolicies();
-    ASSERT_GE(after.size(), before.size());
-    EXPECT_EQ(std::count(after.begin(), after.end(), SCHED_IDLE),
-              static_cast<std::ptrdiff_t>(after.size()));
-    EXPECT_EQ(::sched_getscheduler(0), SCHED_OTHER) << "the calling thread keeps its policy";
+    const std::pair<int, int> below{SCHED_BATCH, std::max(normal.second, 2)};
+    EXPECT_EQ(savers, std::vector(3, below));
+    EXPECT_EQ(PriorityOf(parked.Tid()), below);
+    for (pid_t tid : ThreadsNamed(kVipsWorkerThreadName))
+        EXPECT_EQ(PriorityOf(tid), below) << tid;
+    EXPECT_EQ(PriorityOf(), normal) << "the calling thread keeps its own";
 }
 
 } // namespace

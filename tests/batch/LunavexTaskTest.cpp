@@ -58,7 +58,7 @@ protected:
         task->SetShrink(shrink);
         task->SetRound(round);
         task->SetOutput(OutputOf(saveType, round));
-        task->keeps = lvx::TaskKeeps::kPreview;
+        task->keepPreview = true;
         return task;
     }
 
@@ -253,14 +253,15 @@ TEST_F(LunavexTaskTest, TheTaskWritesTheReferencesFileAndKeepsWhatItIsAskedTo) {
         }
     }
 
-    // Kept encoded: nothing on disk, no preview, until SaveEncoded writes the same file.
+    // Kept encoded, as the window's tasks are: nothing on disk until SaveEncoded writes the same
+    // file, and the preview made at once.
     RoundSettings round = RoundOverGreen(true);
     round.edges = 5;
     auto kept = MakeTask(W(dir / "alpha.png"), W(dir / "kept" / "alpha.png"), 1, round);
     kept->keeps = lvx::TaskKeeps::kEncoded;
     kept->Run();
     ASSERT_EQ(kept->errorId, 0);
-    EXPECT_FALSE(kept->preview);
+    EXPECT_TRUE(kept->preview);
     EXPECT_FALSE(std::filesystem::exists(dir / "kept" / "alpha.png"));
     const std::vector<u8> encoded = kept->encoded;
     kept->SaveEncoded();

@@ -1,11 +1,12 @@
-// Tests of the idle policy for threads found by their name, on threads that the test names. That
-// the calling thread keeps its policy is BatchRunnerTest's.
+// Tests of the priority below normal for threads found by their name, on threads that the test
+// names. That the calling thread keeps its priority is BatchRunnerTest's.
 #include "foundation/ThreadPriority.h"
 
 #include <gtest/gtest.h>
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,7 +47,12 @@ private:
     std::vector<std::thread> threads_;
 };
 
-TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeNameAndOnlyTheyOrTheCallerGoIdle) {
+// The policy and nice value of a thread of this process.
+std::pair<int, int> PriorityOf(pid_t tid) {
+    return {::sched_getscheduler(tid), ::getpriority(PRIO_PROCESS, static_cast<id_t>(tid))};
+}
+
+TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeNameAndOnlyTheyOrTheCallerGoBelowNormal) {
     CNamedThreads threads({"lvx-probe", "lvx-other", "lvx-probe", "lvx-probe2"});
     std::vector<pid_t> found = ThreadsNamed("lvx-probe");
     std::sort(found.begin(), found.end());
@@ -55,18 +61,23 @@ TEST(ThreadPriorityTest, ThreadsAreFoundByTheirWholeNameAndOnlyTheyOrTheCallerGo
     EXPECT_EQ(found, expected);
     EXPECT_TRUE(ThreadsNamed("lvx-absent").empty());
 
-    // Only the threads of the whole name go idle.
-    EXPECT_EQ(SetIdlePriorityOfThreadsNamed("lvx-probe"), 2u);
-    EXPECT_EQ(::sched_getscheduler(threads.Id(0)), SCHED_IDLE);
-    EXPECT_EQ(::sched_getscheduler(threads.Id(2)), SCHED_IDLE);
-    EXPECT_EQ(::sched_getscheduler(threads.Id(1)), SCHED_OTHER);
-    EXPECT_EQ(::sched_getscheduler(threads.Id(3)), SCHED_OTHER);
+    // Only the threads of the whole name go below normal (nice 2, or the nicer value that the
+    // tests were started with); one that is nicer already stays so.
+    const int started = PriorityOf(::gettid()).second;
+    const int below = std::max(started, 2);
+    ASSERT_EQ(::setpriority(PRIO_PROCESS, static_cast<id_t>(threads.Id(2)), below + 2), 0);
+    EXPECT_EQ(SetBelowNormalPriorityOfThreadsNamed("lvx-probe"), 2u);
+    EXPECT_EQ(PriorityOf(threads.Id(0)), std::make_pair(SCHED_BATCH, below));
+    EXPECT_EQ(PriorityOf(threads.Id(2)), std::make_pair(SCHED_BATCH, below + 2));
+    EXPECT_EQ(PriorityOf(threads.Id(1)), std::make_pair(SCHED_OTHER, started));
+    EXPECT_EQ(PriorityOf(threads.Id(3)), std::make_pair(SCHED_OTHER, started));
 
-    std::packaged_task<int()> probe(
-        [] { return SetIdlePriority() ? ::sched_getscheduler(0) : -1; });
-    std::future<int> policy = probe.get_future();
+    std::packaged_task<std::pair<int, int>()> probe(
+        [] { return SetBelowNormalPriority() ? PriorityOf(::gettid()) : std::make_pair(-1, -1); });
+    std::future<std::pair<int, int>> priority = probe.get_future();
     std::thread(std::move(probe)).join();
-    EXPECT_EQ(policy.get(), SCHED_IDLE);
+    EXPECT_EQ(priority.get(), std::make_pair(SCHED_BATCH, below));
+    EXPECT_EQ(PriorityOf(::gettid()), std::make_pair(SCHED_OTHER, started)) << "the caller's stays";
 }
 
 } // namespace
