@@ -1,16 +1,22 @@
 // The local socket between a later start of the program and its running window.
 #include "app/WindowHandOver.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 #include <QByteArray>
 #include <QDataStream>
 #include <QDir>
+#include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QUrl>
+
+#include "foundation/FileIo.h"
 
 namespace lvx {
 
@@ -62,6 +68,19 @@ bool ReadMessage(QLocalSocket* socket, std::vector<std::string>& paths, bool& br
         return false;
     paths = std::move(read);
     return true;
+}
+
+// An flock on the file beside the socket, held until the descriptor goes. Holds nothing where
+// the file cannot be made (another user's file of that name in the shared temporary folder):
+// the start then goes on as it would alone.
+CFileDescriptor LockStart(const QString& name) {
+    const QByteArray path = QFile::encodeName(name + QStringLiteral(".lock"));
+    CFileDescriptor fd(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (fd.Valid()) {
+        while (::flock(fd.Get(), LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    return fd;
 }
 
 } // namespace
@@ -124,6 +143,10 @@ bool CWindowHandOver::Listen(const QString& name) {
 }
 
 bool CWindowHandOver::HandOverOrListen(const QString& name, const std::vector<std::string>& paths) {
+    // A listen replaces the socket file of a start that listens already, so two starts at the
+    // same moment would both become windows. They take turns instead: the later one finds the
+    // earlier one listening and hands over.
+    const CFileDescriptor turn = LockStart(name);
     if (Send(name, paths))
         return true;
     // Another start may have begun to listen since: the files then go to its window.

@@ -41,7 +41,8 @@ public:
     bool Listen(const QString& name);
 
     // The start of the program: true when a running window took paths (this start then ends),
-    // false when this one serves the later starts, or runs alone where it cannot.
+    // false when this one serves the later starts, or runs alone where it cannot. Starts take
+    // turns by an flock on the file name + ".lock", held until this start listens or handed over.
     bool HandOverOrListen(const QString& name, const std::vector<std::string>& paths);
 
 private:

@@ -225,6 +225,9 @@ TEST_F(LunavexLifeTest, OddNamesAreTheSameFilesOnEveryRoad) {
     for (const bool later : {false, true}) {
         for (const fs::path& output : outputs)
             fs::remove_all(output.parent_path());
+        // The window listens before it reads its settings: once their file is made anew, a later
+        // start finds it listening.
+        fs::remove(SettingsFile());
         EXPECT_EQ(later ? RunAndTerminate({}, {}, {}, handOver)
                         : RunAndTerminate(shell, home, outputs, {}, QStringLiteral("/bin/sh")),
                   1);

@@ -3,15 +3,21 @@
 // left behind is replaced.
 #include "app/WindowHandOver.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstring>
+#include <fstream>
+#include <functional>
 #include <future>
 
 #include "app/HandedOverFiles.h"
+#include "foundation/FileIo.h"
 #include "resources/StringIds.h"
 #include "support/BatchViewFixture.h"
 #include "support/GateClient.h"
@@ -22,15 +28,35 @@ namespace fs = std::filesystem;
 
 using WindowHandOverTest = BatchViewFixture;
 
-// Sends paths to name from another thread, as a later start does, while this thread's loop
-// serves; the answer of Send.
-bool SendFromAnotherStart(const QString& name, const std::vector<std::string>& paths) {
-    std::future<bool> sent =
-        std::async(std::launch::async, [&] { return lvx::CWindowHandOver::Send(name, paths); });
+// Runs start on another thread, as a later start of the program, while this thread's loop serves
+// and then does meanwhile; the answer of start.
+bool FromAnotherStart(const std::function<bool()>& start, const std::function<void()>& meanwhile) {
+    std::future<bool> sent = std::async(std::launch::async, start);
+    meanwhile();
     EXPECT_TRUE(QTest::qWaitFor(
         [&] { return sent.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
         60000));
     return sent.get();
+}
+
+// Whether a process of this machine waits for an flock on file, as the kernel's list of locks
+// says: its waiters' lines read "N: -> FLOCK ... MAJOR:MINOR:INODE ...".
+bool WaitsForLock(const fs::path& file) {
+    struct stat info {};
+    if (::stat(file.c_str(), &info) != 0)
+        return false;
+    std::ifstream locks("/proc/locks");
+    const std::string inode = ":" + std::to_string(info.st_ino) + " ";
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("-> FLOCK") != std::string::npos && line.find(inode) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+// Sends paths to name from another start; the answer of Send.
+bool SendFromAnotherStart(const QString& name, const std::vector<std::string>& paths) {
+    return FromAnotherStart([&] { return lvx::CWindowHandOver::Send(name, paths); }, [] {});
 }
 
 TEST_F(WindowHandOverTest, PathsArriveByteForByteAndConvertAsADropAndAStaleSocketIsReplaced) {
@@ -77,6 +103,25 @@ TEST_F(WindowHandOverTest, PathsArriveByteForByteAndConvertAsADropAndAStaleSocke
     ASSERT_TRUE(next.Listen(QString::fromStdString(left)));
     ASSERT_TRUE(SendFromAnotherStart(QString::fromStdString(left), {"/x/\xFF.jpg"}));
     EXPECT_EQ(received, std::vector<std::string>{"/x/\xFF.jpg"});
+
+    // Starts take turns: one that waits while another holds the turn finds that one listening
+    // once it has the turn, and hands over instead of listening itself.
+    const QString turns = QString::fromStdString((dir / "turns").string());
+    const CFileDescriptor held(::open((dir / "turns.lock").c_str(), O_RDWR | O_CREAT, 0600));
+    ASSERT_EQ(::flock(held.Get(), LOCK_EX), 0);
+    lvx::CWindowHandOver first([&](const std::vector<std::string>& handed) { received = handed; });
+    EXPECT_TRUE(FromAnotherStart(
+        [&] {
+            lvx::CWindowHandOver later(lvx::CWindowHandOver::Receiver{});
+            return later.HandOverOrListen(turns, {"/y.png"});
+        },
+        [&] {
+            EXPECT_TRUE(QTest::qWaitFor([&] { return WaitsForLock(dir / "turns.lock"); }, 20000))
+                << "the later start waits for its turn";
+            ASSERT_TRUE(first.Listen(turns));
+            ::flock(held.Get(), LOCK_UN);
+        }));
+    EXPECT_EQ(received, std::vector<std::string>{"/y.png"});
 }
 
 } // namespace
