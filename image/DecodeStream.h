@@ -33,10 +33,14 @@ public:
     Size DeclaredSize() const;
 
     // Lets the decoder skip detail that a shrink to width x height would only average away: a
-    // JPEG at least six times that size on both axes is decoded at half its size. Other formats
-    // and smaller shrinks keep the full size. Call before Rgba; false when the loader could not
-    // be opened again (the stream then keeps the full size).
+    // JPEG is decoded at the smallest of its eighth, quarter and half sizes that is still several
+    // times that size on both axes. Other formats and smaller shrinks keep the full size. Call
+    // before Rgba; false when the loader could not be opened again (the stream then keeps the
+    // full size).
     bool ReduceFor(i32 width, i32 height);
+    // A JPEG decoded at 1 / divisor of its size (1, 2, 4 or 8), whatever the shrink; for
+    // measuring what each reduction costs in quality.
+    bool ReduceBy(int divisor);
     // The divisor of the reduction, 1 for none: Rgba then holds ceil(size / divisor) pixels, of
     // which the image covers size / divisor.
     int Reduction() const;
