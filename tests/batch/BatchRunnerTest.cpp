@@ -293,6 +293,26 @@ TEST_F(BatchRunnerTest, APreviewIsKeptByTheNextFileToStartAfterItIsAsked) {
         EXPECT_EQ(tasks[i]->preview != nullptr, i % 2 == 1) << "f1 asked, f3 the last: " << i;
 }
 
+// With two jobs the workers convert f1 to f4 while f0 waits to be written (the wait's bound ends,
+// as a failed save, only a run that does not), each file with half of libvips' threads, which the
+// run gives back at its end.
+TEST_F(BatchRunnerTest, WorkersConvertAheadOfTheWritingAndShareLibvipsThreads) {
+    SetVipsPipelineThreads(6);
+    std::promise<int> lastThreads;
+    std::future<int> threads = lastThreads.get_future();
+    std::vector<lvx::TaskPtr> tasks = Plan(5, -1, true);
+    tasks[4]->keeps = lvx::TaskKeeps::kNothing; // saved by its worker
+    tasks[4]->beforeReplace = [&] { return (lastThreads.set_value(VipsPipelineThreads()), true); };
+    tasks[0]->beforeReplace = [&] {
+        return threads.wait_for(std::chrono::minutes(1)) == std::future_status::ready;
+    };
+    lvx::CBatchRunner runner;
+    CRecordingClient client;
+    ASSERT_EQ(runner.RunInOrder(tasks, InOrder(2), client), BatchEnd::kAllDone);
+    EXPECT_EQ(threads.get(), 3);
+    EXPECT_EQ(VipsPipelineThreads(), 6);
+}
+
 // The policy and nice value of a thread of this process (0: the calling thread).
 std::pair<int, int> PriorityOf(pid_t tid = 0) {
     return {::sched_getscheduler(tid),
