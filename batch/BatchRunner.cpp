@@ -47,7 +47,7 @@ CBatchRunner::~CBatchRunner() {
 }
 
 void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& options,
-                           size_t lookahead) {
+                           size_t jobs) {
     StopAndWait();
     std::lock_guard<std::mutex> guard(lock_);
     tasks_ = std::move(tasks);
@@ -60,7 +60,7 @@ void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& op
     next_ = 0;
     written_ = 0;
     taken_ = 0;
-    lookahead_ = lookahead;
+    jobs_ = jobs;
     lost_ = SIZE_MAX;
     end_ = BatchEnd::kWorkerEnded; // until a writer runs and says otherwise
     stop_ = false;
@@ -122,7 +122,7 @@ void CBatchRunner::RestorePool() {
 bool CBatchRunner::Start(std::vector<TaskPtr> tasks, const BatchRunOptions& options) {
     const size_t files = tasks.size();
     const u32 jobs = ResolvedJobs(options.jobs);
-    Prepare(std::move(tasks), options, jobs * kAheadPerJob);
+    Prepare(std::move(tasks), options, jobs);
     if (StartWorkers(WorkerCount(jobs, files)) == 0)
         return false;
     {
@@ -186,10 +186,18 @@ void CBatchRunner::WorkerMain() {
     changed_.notify_all();
 }
 
+// How far ahead of the writing file i may start. A file that writes its own output
+// (TaskKeeps::kNothing) waits until all but `jobs` files before it are written, so that no output
+// is written after a file that fails.
+size_t CBatchRunner::Ahead(size_t i) const {
+    return tasks_[i]->keeps == TaskKeeps::kEncoded ? jobs_ * kAheadPerJob : jobs_;
+}
+
 std::optional<size_t> CBatchRunner::TakeNext() {
     std::unique_lock<std::mutex> guard(lock_);
-    changed_.wait(
-        guard, [this] { return stop_ || next_ >= tasks_.size() || next_ < written_ + lookahead_; });
+    changed_.wait(guard, [this] {
+        return stop_ || next_ >= tasks_.size() || next_ < written_ + Ahead(next_);
+    });
     if (stop_ || next_ >= tasks_.size())
         return std::nullopt;
     return next_++;
@@ -279,7 +287,7 @@ BatchEnd CBatchRunner::RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOpti
                                   CBatchRunClient& client) {
     const size_t files = tasks.size();
     const u32 jobs = ResolvedJobs(options.jobs);
-    Prepare(std::move(tasks), options, jobs * kAheadPerJob);
+    Prepare(std::move(tasks), options, jobs);
     StartWorkers(WorkerCount(jobs, files));
     const BatchEnd end = WriteAll(client);
     StopAndWait();

@@ -293,23 +293,24 @@ TEST_F(BatchRunnerTest, APreviewIsKeptByTheNextFileToStartAfterItIsAsked) {
         EXPECT_EQ(tasks[i]->preview != nullptr, i % 2 == 1) << "f1 asked, f3 the last: " << i;
 }
 
-// With two jobs the workers convert f1 to f4 while f0 waits to be written (the wait's bound ends,
-// as a failed save, only a run that does not), each file with half of libvips' threads, which the
-// run gives back at its end.
+// With two jobs the workers convert f1 to f4 while f0 waits to be written, each file with half
+// of libvips' threads, which the run gives back at its end.
 TEST_F(BatchRunnerTest, WorkersConvertAheadOfTheWritingAndShareLibvipsThreads) {
     SetVipsPipelineThreads(6);
-    std::promise<int> lastThreads;
-    std::future<int> threads = lastThreads.get_future();
+    CGateClient gate;
     std::vector<lvx::TaskPtr> tasks = Plan(5, -1, true);
-    tasks[4]->keeps = lvx::TaskKeeps::kNothing; // saved by its worker
-    tasks[4]->beforeReplace = [&] { return (lastThreads.set_value(VipsPipelineThreads()), true); };
+    tasks[4]->client = &gate; // holds its worker once f4 is converted
+    int threads = 0;
     tasks[0]->beforeReplace = [&] {
-        return threads.wait_for(std::chrono::minutes(1)) == std::future_status::ready;
+        gate.WaitUntilInside();
+        threads = VipsPipelineThreads();
+        gate.Open();
+        return true;
     };
     lvx::CBatchRunner runner;
     CRecordingClient client;
-    ASSERT_EQ(runner.RunInOrder(tasks, InOrder(2), client), BatchEnd::kAllDone);
-    EXPECT_EQ(threads.get(), 3);
+    EXPECT_EQ(runner.RunInOrder(tasks, InOrder(2), client), BatchEnd::kAllDone);
+    EXPECT_EQ(threads, 3);
     EXPECT_EQ(VipsPipelineThreads(), 6);
 }
 
