@@ -16,6 +16,12 @@ size_t WorkerCount(u32 jobs, size_t files) {
     return std::max<size_t>(1, std::min<size_t>(jobs, files));
 }
 
+// Converted files that may wait to be written, for each job. A worker that finishes its file goes
+// on with the next one while an earlier, larger file still converts, instead of idling until that
+// file is written: the photos of a batch differ in cost by about four times. What the waiting
+// outputs hold counts against the memory budget (CMemoryGate::Keep).
+constexpr size_t kAheadPerJob = 4;
+
 // 0 jobs: one per processor.
 u32 ResolvedJobs(u32 jobs) {
     return jobs != 0 ? jobs : std::max(1u, std::thread::hardware_concurrency());
@@ -41,11 +47,12 @@ CBatchRunner::~CBatchRunner() {
 }
 
 void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& options,
-                           size_t lookahead) {
+                           size_t jobs) {
     StopAndWait();
     std::lock_guard<std::mutex> guard(lock_);
     tasks_ = std::move(tasks);
     converted_.assign(tasks_.size(), 0);
+    waiting_.assign(tasks_.size(), 0);
     finished_.clear();
     options_ = options;
     gate_.reset(options.memoryBudget ? new CMemoryGate(*options.memoryBudget) : nullptr);
@@ -53,7 +60,7 @@ void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& op
     next_ = 0;
     written_ = 0;
     taken_ = 0;
-    lookahead_ = lookahead;
+    jobs_ = jobs;
     lost_ = SIZE_MAX;
     end_ = BatchEnd::kWorkerEnded; // until a writer runs and says otherwise
     stop_ = false;
@@ -64,6 +71,7 @@ void CBatchRunner::Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& op
 size_t CBatchRunner::StartWorkers(size_t count) {
     if (refuseWorkers_)
         return 0;
+    SharePool(count);
     try {
         while (workers_.size() < count) {
             {
@@ -81,13 +89,39 @@ size_t CBatchRunner::StartWorkers(size_t count) {
     } catch (const std::system_error&) {
         // Fewer workers than asked for.
     }
+    if (workers_.empty())
+        RestorePool();
     return workers_.size();
+}
+
+// Files converted side by side each run a libvips pipeline, whose pool would otherwise give every
+// one of them as many threads as the machine has processors: two files on two processors then
+// keep four threads busy, which costs more time than it saves. Each file gets its share instead.
+void CBatchRunner::SharePool(size_t workers) {
+    if (workers < 2)
+        return;
+    const int own = VipsPipelineThreads();
+    {
+        std::lock_guard<std::mutex> guard(lock_);
+        poolThreads_ = own;
+    }
+    SetVipsPipelineThreads(own / static_cast<int>(std::min<size_t>(workers, own)));
+}
+
+// Gives libvips' pool back the threads per pipeline that it had before the run.
+void CBatchRunner::RestorePool() {
+    std::optional<int> own;
+    {
+        std::lock_guard<std::mutex> guard(lock_);
+        own.swap(poolThreads_);
+    }
+    if (own)
+        SetVipsPipelineThreads(*own);
 }
 
 bool CBatchRunner::Start(std::vector<TaskPtr> tasks, const BatchRunOptions& options) {
     const size_t files = tasks.size();
     const u32 jobs = ResolvedJobs(options.jobs);
-    // At most `jobs` converted files wait in memory for their turn to be written.
     Prepare(std::move(tasks), options, jobs);
     if (StartWorkers(WorkerCount(jobs, files)) == 0)
         return false;
@@ -152,10 +186,18 @@ void CBatchRunner::WorkerMain() {
     changed_.notify_all();
 }
 
+// How far ahead of the writing file i may start. A file that writes its own output
+// (TaskKeeps::kNothing) waits until all but `jobs` files before it are written, so that no output
+// is written after a file that fails.
+size_t CBatchRunner::Ahead(size_t i) const {
+    return tasks_[i]->keeps == TaskKeeps::kEncoded ? jobs_ * kAheadPerJob : jobs_;
+}
+
 std::optional<size_t> CBatchRunner::TakeNext() {
     std::unique_lock<std::mutex> guard(lock_);
-    changed_.wait(
-        guard, [this] { return stop_ || next_ >= tasks_.size() || next_ < written_ + lookahead_; });
+    changed_.wait(guard, [this] {
+        return stop_ || next_ >= tasks_.size() || next_ < written_ + Ahead(next_);
+    });
     if (stop_ || next_ >= tasks_.size())
         return std::nullopt;
     return next_++;
@@ -214,8 +256,11 @@ void CBatchRunner::MarkConverted(size_t i, u64 estimate) {
     {
         std::lock_guard<std::mutex> guard(lock_);
         converted_[i] = 1;
-        if (gate_)
+        waiting_[i] = tasks_[i]->encoded.capacity();
+        if (gate_) {
             gate_->Finish(estimate);
+            gate_->Keep(waiting_[i]);
+        }
     }
     changed_.notify_all();
 }
@@ -242,7 +287,6 @@ BatchEnd CBatchRunner::RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOpti
                                   CBatchRunClient& client) {
     const size_t files = tasks.size();
     const u32 jobs = ResolvedJobs(options.jobs);
-    // At most `jobs` converted files wait in memory for their turn to be written.
     Prepare(std::move(tasks), options, jobs);
     StartWorkers(WorkerCount(jobs, files));
     const BatchEnd end = WriteAll(client);
@@ -283,6 +327,8 @@ BatchEnd CBatchRunner::WriteInOrder(size_t i, CBatchRunClient& client) {
         std::lock_guard<std::mutex> guard(lock_);
         ++written_;
         finished_.push_back(tasks_[i]);
+        if (gate_)
+            gate_->Written(waiting_[i]);
     }
     changed_.notify_all();
     return BatchEnd::kAllDone;
@@ -366,6 +412,7 @@ void CBatchRunner::JoinWorkers() {
     for (std::thread& worker : workers_)
         worker.join();
     workers_.clear();
+    RestorePool();
 }
 
 void CBatchRunner::StopAndWait() {

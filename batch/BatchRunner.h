@@ -105,8 +105,12 @@ public:
 
     // A run in order (lunavex-batch): converts the files on the workers while this thread writes
     // each one (SaveEncoded, for tasks that keep their output) and reports it to the client, in
-    // the order of the files, stopping at the first failure or when the client asks. At most
-    // `jobs` converted files wait to be written. A file that ran out of memory beside others is
+    // the order of the files, stopping at the first failure or when the client asks. Workers
+    // convert ahead of the writing: at most 4 × `jobs` converted files wait to be written (`jobs`
+    // of tasks that write their own output), and their outputs' bytes count against the memory
+    // budget until they are. Side by side, the
+    // files share libvips' threads (VipsPipelineThreads, divided among the workers, and given
+    // back at the end of the run). A file that ran out of memory beside others is
     // converted once more alone, once those have finished, before its failure counts. When no
     // worker can start, this thread converts each file itself. Returns once every worker has
     // ended: kAllDone, kStopped, kFailed, or kWorkerEnded when a failure thrown out of a task
@@ -140,9 +144,12 @@ public:
     void RefuseWorkers(bool refuse) { refuseWorkers_ = refuse; }
 
 private:
-    void Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& options, size_t lookahead);
+    void Prepare(std::vector<TaskPtr> tasks, const BatchRunOptions& options, size_t jobs);
     size_t StartWorkers(size_t count);
+    void SharePool(size_t workers);
+    void RestorePool();
     void WorkerMain();
+    size_t Ahead(size_t i) const;
     std::optional<size_t> TakeNext();
     bool Admit(size_t i, u64 estimate);
     bool ConvertOnWorker(size_t i);
@@ -157,6 +164,7 @@ private:
 
     std::vector<TaskPtr> tasks_;
     std::vector<char> converted_;
+    std::vector<u64> waiting_;      // the bytes of each converted output until it is written
     std::vector<TaskPtr> finished_; // written, then the one that failed, in their order
     std::vector<std::thread> workers_;
     std::thread writer_;
@@ -169,7 +177,8 @@ private:
     size_t next_ = 0;                   // the next file a worker takes
     size_t written_ = 0;                // files written and reported
     size_t taken_ = 0;                  // entries of finished_ that a poll has taken in
-    size_t lookahead_ = 0;              // converted files that may wait to be written
+    size_t jobs_ = 0;                   // files converted at once
+    std::optional<int> poolThreads_;    // libvips' threads per pipeline before the run shared them
     size_t lost_ = SIZE_MAX;            // the first file whose worker a thrown failure ended
     bool writing_ = false;              // the writer of a polled run has not ended
     BatchEnd end_ = BatchEnd::kAllDone; // how the writer of the last polled run ended

@@ -1,6 +1,7 @@
 // Starting libvips without its modules, and loading its HEIF/AVIF module when it is needed.
 #include "image/VipsStart.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <malloc.h>
 #include <mutex>
@@ -92,4 +93,14 @@ bool EnsureVipsStarted() {
 
 void StopVips() {
     vips_shutdown();
+}
+
+int VipsPipelineThreads() {
+    EnsureVipsStarted();
+    return vips_concurrency_get();
+}
+
+void SetVipsPipelineThreads(int threads) {
+    EnsureVipsStarted();
+    vips_concurrency_set(std::max(1, threads));
 }

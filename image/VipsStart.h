@@ -15,6 +15,15 @@ void StopVips();
 // there, loaded now or before, or built into libvips. Any thread; starts libvips when it is not.
 bool EnsureHeifLoader();
 
+// The threads of libvips' pool that one pipeline may use at once: what SetVipsPipelineThreads
+// chose last, else libvips' own choice (VIPS_CONCURRENCY, or one per processor). Any thread;
+// starts libvips when it is not.
+int VipsPipelineThreads();
+// Sets that number, at least 1, for the pipelines that start from then on (those running keep
+// theirs): files converted side by side share the processors instead of each taking them all.
+// Any thread; starts libvips when it is not.
+void SetVipsPipelineThreads(int threads);
+
 // The name that libvips gives the threads of its process-wide pool. They do the pixel work of
 // every pipeline, whichever thread runs it, and are kept for the next one.
 inline constexpr char kVipsWorkerThreadName[] = "libvips worker";

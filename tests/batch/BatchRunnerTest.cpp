@@ -293,6 +293,27 @@ TEST_F(BatchRunnerTest, APreviewIsKeptByTheNextFileToStartAfterItIsAsked) {
         EXPECT_EQ(tasks[i]->preview != nullptr, i % 2 == 1) << "f1 asked, f3 the last: " << i;
 }
 
+// With two jobs the workers convert f1 to f4 while f0 waits to be written, each file with half
+// of libvips' threads, which the run gives back at its end.
+TEST_F(BatchRunnerTest, WorkersConvertAheadOfTheWritingAndShareLibvipsThreads) {
+    SetVipsPipelineThreads(6);
+    CGateClient gate;
+    std::vector<lvx::TaskPtr> tasks = Plan(5, -1, true);
+    tasks[4]->client = &gate; // holds its worker once f4 is converted
+    int threads = 0;
+    tasks[0]->beforeReplace = [&] {
+        gate.WaitUntilInside();
+        threads = VipsPipelineThreads();
+        gate.Open();
+        return true;
+    };
+    lvx::CBatchRunner runner;
+    CRecordingClient client;
+    EXPECT_EQ(runner.RunInOrder(tasks, InOrder(2), client), BatchEnd::kAllDone);
+    EXPECT_EQ(threads, 3);
+    EXPECT_EQ(VipsPipelineThreads(), 6);
+}
+
 // The policy and nice value of a thread of this process (0: the calling thread).
 std::pair<int, int> PriorityOf(pid_t tid = 0) {
     return {::sched_getscheduler(tid),

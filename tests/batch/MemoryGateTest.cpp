@@ -5,8 +5,8 @@
 
 namespace {
 
-// A budget of 100: files start in their order, together while their estimates fit, and a file
-// alone whatever it needs; a hold keeps every file waiting until the files in flight are done.
+// A budget of 100: files start in their order, together while they and the outputs waiting to be
+// written fit, and a file alone whatever it needs; a hold waits until the files in flight finish.
 TEST(MemoryGateTest, FilesStartInOrderWhileTheirEstimatesFitAndAloneWhenTheyDoNot) {
     CMemoryGate gate(100);
     EXPECT_FALSE(gate.MayStart(1, 10)) << "file 1 before file 0";
@@ -33,6 +33,10 @@ TEST(MemoryGateTest, FilesStartInOrderWhileTheirEstimatesFitAndAloneWhenTheyDoNo
     EXPECT_FALSE(gate.MayStart(4, 1)) << "held";
     gate.Hold(false);
     EXPECT_TRUE(gate.MayStart(4, 1));
+    gate.Keep(30); // an output waits to be written
+    EXPECT_FALSE(gate.MayStart(4, 71)) << "30 + 71, and not alone: an output waits";
+    gate.Written(30);
+    EXPECT_TRUE(gate.MayStart(4, 500));
 }
 
 } // namespace
