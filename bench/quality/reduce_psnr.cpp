@@ -2,10 +2,10 @@
 // reduced by the Lanczos 3 kernel in double precision, as the peak signal-to-noise ratio over the
 // colour bytes, file by file and fit by fit.
 //
-//   lvx_reduce_psnr FILE...          each file fitted into 160, 320, 640, 1280 and 2000 pixels
-//                                    square: the decoder's divisor, the factor that remains after
-//                                    it, and the PSNR of the conversion's output (a PNG without
-//                                    corners or edges); "-" where the file fits already.
+//   lvx_reduce_psnr FILE...          each file fitted into 100, 160, 199, 267, 320, 640, 1280
+//                                    and 2000 pixels square, where that shrinks it: the decoder's
+//                                    divisor, the factor that remains after it, and the PSNR of
+//                                    the conversion's output (a PNG without corners or edges).
 //   lvx_reduce_psnr --each FILE...   the same for every divisor of the decoder (1, 2, 4, 8) that
 //                                    leaves the fitted size: what each one would cost.
 //   lvx_reduce_psnr --crop BOX X Y SIZE OUT.png FILE
