@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "image/Draw.h"
+#include "image/LanczosAcross.h"
 
 using vips::VImage;
 
@@ -74,10 +75,12 @@ VImage CutToWholeOutputs(const VImage& in, double extentX, double extentY, i32 w
 
 // Box averages of boxH x boxV pixels over a grid centred on the image: the edge pixels are
 // repeated on both sides to fill the outer boxes, so that the kernel's centring after them maps
-// every output pixel onto the place that it comes from, within half a source pixel.
-VImage CentredBoxes(VImage image, int boxH, int boxV) {
+// every output pixel onto the place that it comes from. `left` receives the columns added on the
+// left.
+VImage CentredBoxes(VImage image, int boxH, int boxV, int& left) {
     const int padH = (boxH - image.width() % boxH) % boxH;
     const int padV = (boxV - image.height() % boxV) % boxV;
+    left = padH / 2;
     if (padH > 0 || padV > 0) {
         image = image.embed(padH / 2, padV / 2, image.width() + padH, image.height() + padV,
                             VImage::option()->set("extend", VIPS_EXTEND_COPY));
@@ -85,24 +88,34 @@ VImage CentredBoxes(VImage image, int boxH, int boxV) {
     return image.shrink(boxH, boxV);
 }
 
-// Shrinking on both axes runs the kernel over its full support (reduce); growing on either axis
-// goes through libvips' general resize. extentX and extentY are how many of the input's pixels,
-// fractions included, map onto the output.
+// Shrinking on both axes runs the kernel over its full support; growing on either axis goes
+// through libvips' general resize. extentX and extentY are how many of the input's pixels,
+// fractions included, map onto the output. The Lanczos shrink of 8-bit colours runs libvips'
+// reduce down the columns and our own across the rows, which maps the extent exactly and keeps a
+// plain colour exact; the other kernels and formats run libvips' reduce on both axes.
 VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel, double extentX,
                double extentY) {
     const double hshrink = extentX / dstWidth;
     const double vshrink = extentY / dstHeight;
-    if (hshrink >= 1.0 && vshrink >= 1.0) {
-        VImage image = CutToWholeOutputs(in, extentX, extentY, dstWidth, dstHeight);
-        const int boxH = BoxFactor(hshrink, kernel, image.width());
-        const int boxV = BoxFactor(vshrink, kernel, image.height());
-        if (boxH > 1 || boxV > 1)
-            image = CentredBoxes(image, boxH, boxV);
+    if (hshrink < 1.0 || vshrink < 1.0) {
+        return in.resize(
+            dstWidth / extentX,
+            VImage::option()->set("vscale", dstHeight / extentY)->set("kernel", kernel));
+    }
+    const bool across = kernel == VIPS_KERNEL_LANCZOS3 && LanczosAcrossTakes(in);
+    VImage image = CutToWholeOutputs(in, across ? in.width() : extentX, extentY,
+                                     across ? in.width() : dstWidth, dstHeight);
+    const int boxH = BoxFactor(hshrink, kernel, image.width());
+    const int boxV = BoxFactor(vshrink, kernel, image.height());
+    int left = 0;
+    if (boxH > 1 || boxV > 1)
+        image = CentredBoxes(image, boxH, boxV, left);
+    if (!across) {
         return image.reduce(hshrink / boxH, vshrink / boxV,
                             VImage::option()->set("kernel", kernel));
     }
-    return in.resize(dstWidth / extentX,
-                     VImage::option()->set("vscale", dstHeight / extentY)->set("kernel", kernel));
+    image = image.reducev(vshrink / boxV, VImage::option()->set("kernel", kernel));
+    return LanczosAcross(image, dstWidth, hshrink / boxH, static_cast<double>(left) / boxH);
 }
 
 // libvips may round the output size differently: pad by repeating the edge, then cut.
