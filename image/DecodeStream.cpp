@@ -21,14 +21,15 @@ namespace {
 
 // The decoder's reductions, largest first, each with the least factor by which it must leave the
 // picture to be resampled still. Measured against a full decode reduced exactly (bench/quality):
-// on photographs a half or a quarter size that leaves 1.5 stays above 46 dB, but a picture whose
-// detail is as fine as its pixels (a generated scene of 1603 x 1201) falls to 34 dB there; it
-// keeps 40 dB with a half size that leaves 3 and a quarter size that leaves 8.
+// on photographs a half or a quarter size that leaves 1.5 stays above 44 dB, but a picture whose
+// detail is as fine as its pixels (generated scenes of 1603 x 1201 and 1000 x 750) falls below
+// 40 dB there; it keeps 41 dB with a half size that leaves 2 and 44 dB with a quarter size that
+// leaves 3. An eighth size that leaves less than 3 falls to 37 dB on photographs.
 struct DecoderReduction {
     int divisor;
     double leastRemainingShrink;
 };
-constexpr DecoderReduction kReductions[] = {{8, 6.0}, {4, 6.0}, {2, 3.0}};
+constexpr DecoderReduction kReductions[] = {{8, 6.0}, {4, 3.0}, {2, 2.0}};
 
 // Any decoded form (grey, palette, 16-bit, CMYK, Lab, extra bands) as 8-bit sRGB plus alpha.
 // With rgbWhenOpaque an image without alpha stays three bands, which spares a pass that only

@@ -2,7 +2,7 @@
 // reduced by the Lanczos 3 kernel in double precision, as the peak signal-to-noise ratio over the
 // colour bytes, file by file and fit by fit.
 //
-//   lvx_reduce_psnr FILE...          each file fitted into 100, 160, 199, 267, 320, 640, 1280
+//   lvx_reduce_psnr FILE...          each file fitted into 100, 160, 199, 267, 320, 400, 640, 1280
 //                                    and 2000 pixels square, where that shrinks it: the decoder's
 //                                    divisor, the factor that remains after it, and the PSNR of
 //                                    the conversion's output (a PNG without corners or edges).
@@ -34,7 +34,7 @@ using vips::VImage;
 
 namespace {
 
-constexpr i32 kBoxes[] = {100, 160, 199, 267, 320, 640, 1280, 2000};
+constexpr i32 kBoxes[] = {100, 160, 199, 267, 320, 400, 640, 1280, 2000};
 constexpr int kDivisors[] = {1, 2, 4, 8};
 
 // The size that a fit into box x box gives the file's pixels.
