@@ -10,7 +10,8 @@
 #include <numbers>
 #include <vector>
 
-using vips::VError;
+#include "image/RowOperation.h"
+
 using vips::VImage;
 
 namespace {
@@ -155,18 +156,6 @@ bool LanczosAcrossTakes(const VImage& in) {
 }
 
 VImage LanczosAcross(const VImage& in, i32 width, double shrink, double offset) {
-    CAcrossJob* job = BuildJob(in.width(), in.bands(), width, shrink, offset);
-    VipsImage* source = in.get_image();
-    VipsImage* out = vips_image_new();
-    g_signal_connect(out, "close", G_CALLBACK(FreeJob), job);
-    // The output keeps its input alive as long as it may ask it for pixels.
-    g_object_ref(source);
-    vips_object_local(out, source);
-    VImage result(out);
-    if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, source, nullptr))
-        throw VError();
-    out->Xsize = width;
-    if (vips_image_generate(out, vips_start_one, GenerateAcross, vips_stop_one, source, job))
-        throw VError();
-    return result;
+    return RowOperation(in, width, in.bands(), GenerateAcross,
+                        BuildJob(in.width(), in.bands(), width, shrink, offset), FreeJob);
 }

@@ -19,6 +19,7 @@
 #include "image/MetadataEdit.h"
 #include "image/Orientation.h"
 #include "image/Resample.h"
+#include "image/RowOperation.h"
 #include "image/RowsOnThisThread.h"
 #include "image/Shrink.h"
 #include "image/StreamEncoders.h"
@@ -124,31 +125,10 @@ int GenerateEdges(VipsRegion* out, void* sequence, void*, void* arg, gboolean*) 
     return 0;
 }
 
-// An operation of our own over `pixels`: an image of `bands` bands whose strips of rows
-// `generate` makes with `job`, which is freed with the image (`free` takes the image and the job).
-template <typename Job>
-VImage Generated(const VImage& pixels, int bands, VipsGenerateFn generate, Job* job,
-                 void (*free)(VipsImage*, Job*)) {
-    VipsImage* in = pixels.get_image();
-    VipsImage* out = vips_image_new();
-    g_signal_connect(out, "close", G_CALLBACK(free), job);
-    // The output keeps its input alive as long as it may ask it for pixels.
-    g_object_ref(in);
-    vips_object_local(out, in);
-    VImage result(out);
-    if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr))
-        throw VError();
-    out->Bands = bands;
-    out->Type = VIPS_INTERPRETATION_sRGB;
-    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, job))
-        throw VError();
-    return result;
-}
-
 // The edge operation over 8-bit RGB or RGBA rows: four bands out when the alpha is kept or for a
 // PNG, three for a JPEG. Takes the job; it is freed with the image.
 VImage ApplyEdges(const VImage& pixels, CEdgeJob* job) {
-    return Generated(pixels, job->outBands, GenerateEdges, job, FreeJob);
+    return RowOperation(pixels, pixels.width(), job->outBands, GenerateEdges, job, FreeJob);
 }
 
 // Hands the decoded rows to a sink as the pipeline reads them. Strips arrive from several
@@ -217,7 +197,8 @@ VImage TapRows(const VImage& pixels, CRowSink* sink) {
     tap->sink = sink;
     tap->width = pixels.width();
     tap->rowBytes = static_cast<size_t>(pixels.width()) * pixels.bands();
-    return Generated(pixels, pixels.bands(), GenerateTap, tap.release(), FreeTap);
+    return RowOperation(pixels, pixels.width(), pixels.bands(), GenerateTap, tap.release(),
+                        FreeTap);
 }
 
 void Fail(StreamFailure& failure, StreamFailure::Stage stage, u32 errorId, HResult code) {
