@@ -55,7 +55,8 @@ i32 Taps(double centre, double shrink, i32 inWidth, std::vector<double>& taps) {
     const i32 hi = static_cast<i32>(std::floor(centre + reach));
     const i32 first = std::clamp(lo, 0, inWidth - 1);
     const i32 last = std::clamp(hi, 0, inWidth - 1);
-    taps.assign(static_cast<size_t>(last - first + 1), 0.0);
+    const i32 count = last - first + 1;
+    taps.assign(static_cast<size_t>(count), 0.0);
     for (i32 i = lo; i <= hi; ++i)
         taps[static_cast<size_t>(std::clamp(i, first, last) - first)] +=
             Lanczos3((i - centre) / shrink);
