@@ -47,8 +47,9 @@ void FreeJob(VipsImage*, CAcrossJob* job) {
     delete job;
 }
 
-// The weights of an output pixel centred on input column `centre`, taps beyond the edges added
-// to the edge pixels, rounded so that they add up to exactly kOne. Returns the first column.
+// The kernel's weights of an output pixel centred on input column `centre`, those of taps beyond
+// the edges added to the edge pixels' (BuildJob scales them to add up to exactly kOne). Returns
+// the first column.
 i32 Taps(double centre, double shrink, i32 inWidth, std::vector<double>& taps) {
     const double reach = 3.0 * shrink;
     const i32 lo = static_cast<i32>(std::ceil(centre - reach));
