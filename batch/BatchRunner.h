@@ -108,11 +108,11 @@ public:
     // the order of the files, stopping at the first failure or when the client asks. Workers
     // convert ahead of the writing: at most 4 × `jobs` converted files wait to be written (`jobs`
     // of tasks that write their own output), and their outputs' bytes count against the memory
-    // budget until they are. Side by side, the
-    // files share libvips' threads (VipsPipelineThreads, divided among the workers, and given
-    // back at the end of the run). A file that ran out of memory beside others is
-    // converted once more alone, once those have finished, before its failure counts. When no
-    // worker can start, this thread converts each file itself. Returns once every worker has
+    // budget until they are. Side by side, the files share libvips' threads
+    // (VipsPipelineThreads, divided among the workers, and given back at the end of the run). A
+    // file that ran out of memory beside others is converted once more alone, once those have
+    // finished, before its failure counts. When no worker can start, this thread converts each
+    // file itself. Returns once every worker has
     // ended: kAllDone, kStopped, kFailed, or kWorkerEnded when a failure thrown out of a task
     // ended its worker (ThrownFailure::kEndsWorker).
     BatchEnd RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOptions& options,

@@ -84,6 +84,9 @@ struct CDecodeStream::Impl {
     VImage image;
     Size declared;
     int reduction = 1;
+
+    // The libvips loader is the JPEG one, whose decoder can reduce while it decodes.
+    bool Jpeg() const { return loader && std::strcmp(loader, "jpegload_buffer") == 0; }
 };
 
 CDecodeStream::CDecodeStream() : impl_(new Impl) {}
@@ -174,7 +177,7 @@ Size CDecodeStream::DeclaredSize() const {
 }
 
 bool CDecodeStream::ReduceFor(i32 width, i32 height) {
-    if (!impl_->loader || std::strcmp(impl_->loader, "jpegload_buffer") != 0)
+    if (!impl_->Jpeg())
         return true;
     // The decoder's reduction averages within each 8 x 8 block, which differs from the kernel's
     // shrink where a picture has fine grain; the shrink that remains after it keeps the result
@@ -190,7 +193,7 @@ bool CDecodeStream::ReduceFor(i32 width, i32 height) {
 bool CDecodeStream::ReduceBy(int divisor) {
     if (divisor == impl_->reduction)
         return true;
-    if (!impl_->loader || std::strcmp(impl_->loader, "jpegload_buffer") != 0)
+    if (!impl_->Jpeg())
         return false;
     auto open = std::make_unique<CLoader>();
     VipsImage* opened = open->Open(impl_->loader, impl_->data, impl_->size, divisor);

@@ -53,24 +53,18 @@ int BoxFactor(double shrink, VipsKernel kernel, int size) {
 }
 
 // libvips' reduce centres its output on its whole input: n outputs of factor h take the middle
-// n * h input pixels. The mapping here begins at the input's left and top edges, so the input is
-// cut to the whole pixels nearest to the whole outputs that fit in it first, which keeps every
-// output pixel within a quarter of an input pixel of its place. An input with room beyond the
-// extent (a part of a picture, with room for the kernel) keeps the room of its whole outputs; one
-// that ends before the extent (a decoder's reduced size rounded down) stays whole.
+// n * h input pixels. The mapping here begins at the input's left and top edges, so on an axis
+// that libvips reduces the input is cut to the whole pixels nearest to the whole outputs that fit
+// in it first, which keeps every output pixel within a quarter of an input pixel of its place.
+// An input with room beyond the extent (a part of a picture, with room for the kernel) keeps the
+// room of its whole outputs; one that ends before the extent (a decoder's reduced size rounded
+// down) stays whole.
 int WholeOutputsSpan(int size, double extent, int outputs) {
     if (size <= extent)
         return size;
     const double fit = std::max(1.0, std::floor(size * outputs / extent + 1e-9));
     const double span = fit == outputs ? extent : fit * extent / outputs;
     return std::clamp(static_cast<int>(std::lround(span)), 1, size);
-}
-
-VImage CutToWholeOutputs(const VImage& in, double extentX, double extentY, i32 width, i32 height) {
-    const int cutWidth = WholeOutputsSpan(in.width(), extentX, width);
-    const int cutHeight = WholeOutputsSpan(in.height(), extentY, height);
-    return cutWidth == in.width() && cutHeight == in.height() ? in
-                                                              : in.crop(0, 0, cutWidth, cutHeight);
 }
 
 // Box averages of boxH x boxV pixels over a grid centred on the image: the edge pixels are
@@ -102,9 +96,13 @@ VImage Rescale(const VImage& in, i32 dstWidth, i32 dstHeight, VipsKernel kernel,
             dstWidth / extentX,
             VImage::option()->set("vscale", dstHeight / extentY)->set("kernel", kernel));
     }
+    // Our own pass across maps the extent exactly and needs no cut across.
     const bool across = kernel == VIPS_KERNEL_LANCZOS3 && LanczosAcrossTakes(in);
-    VImage image = CutToWholeOutputs(in, across ? in.width() : extentX, extentY,
-                                     across ? in.width() : dstWidth, dstHeight);
+    const int cutWidth = across ? in.width() : WholeOutputsSpan(in.width(), extentX, dstWidth);
+    const int cutHeight = WholeOutputsSpan(in.height(), extentY, dstHeight);
+    VImage image = cutWidth == in.width() && cutHeight == in.height()
+                       ? in
+                       : in.crop(0, 0, cutWidth, cutHeight);
     const int boxH = BoxFactor(hshrink, kernel, image.width());
     const int boxV = BoxFactor(vshrink, kernel, image.height());
     int left = 0;
