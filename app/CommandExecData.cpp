@@ -1,6 +1,8 @@
 // The drop command: from the dropped items to a running batch.
 #include "app/CommandExecData.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
 
 #include <QApplication>
@@ -112,6 +114,7 @@ bool CCommandExecData::StartBatch(const std::vector<CItemIDList>& droppedItems) 
         CCommandTimer(msg).FinishBatch(strid::kWorkerNotStarted);
         return false;
     }
+    view->skippedFiles = static_cast<i32>(std::min<std::size_t>(scan.skipped, INT32_MAX));
     view->StartTimer();
     CCommandTimer(msg).ShowStart();
     return true;

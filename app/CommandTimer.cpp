@@ -129,7 +129,10 @@ void CCommandTimer::FinishBatch(u32 messageId) {
     batch.Wait();
 
     std::wstring status;
-    if (!cutShort && !batch.StopRequested())
+    if (!cutShort && !batch.StopRequested() && view->skippedFiles > 0)
+        FormatResString(status, strid::kBatchAllDoneSkipped,
+                        {batch.FileCount(), view->skippedFiles});
+    else if (!cutShort && !batch.StopRequested())
         FormatResString(status, strid::kBatchAllDone, {batch.FileCount()});
     else
         LoadResString(status, strid::kBatchStopped, true);

@@ -67,6 +67,8 @@ public:
     void Stop();
     // The runner of the window's batch: the commands start, poll and end it.
     CBatchRunner& Batch() { return batch_; }
+    // Files in the folders of the running batch that are not images: its end counts them.
+    i32 skippedFiles = 0;
 
     // The batch timer: id 1, 200 ms; each tick runs the timer command. KillTimer also drops a
     // tick that is already pending.

@@ -70,6 +70,8 @@ TEST_F(CommandExecDataTest, ALargeRunOutOfFoldersIsAskedAboutFirst) {
     EXPECT_EQ(view->Batch().FileCount(), 101);
     ASSERT_TRUE(RunToEnd());
     EXPECT_TRUE(fs::is_regular_file(dir / "many" / "deep" / "out" / "p1.png"));
+    EXPECT_EQ(ControlText(lvx::ctl::kStatus),
+              L"101 ファイルの処理が全て終了しました (画像ではないファイル 1 個は対象外)");
 }
 
 TEST_F(CommandExecDataTest, TwoFilesRunToTheEndAndAnOverwriteNeedsConsentAndAWorker) {

@@ -16,14 +16,25 @@
 #include <QtTest/QTest>
 
 #include "foundation/ControlLookup.h"
+#include "foundation/ResString.h"
+#include "resources/StringIds.h"
 #include "support/LanguageGuard.h"
 #include "ui/ControlId.h"
 #include "ui/DialogUnits.h"
 
 namespace {
 
-// Every caption of the view fits its place.
+// Every caption of the view fits its place, and so does the longest status at a run's end.
 void ExpectEveryCaptionFits(QWidget* view, const std::string& label) {
+    auto* status =
+        qobject_cast<QLabel*>(static_cast<lvx::CMainView*>(view)->Control(lvx::ctl::kStatus));
+    ASSERT_NE(status, nullptr);
+    const QString before = status->text();
+    std::wstring longest;
+    FormatResString(longest, strid::kBatchAllDoneSkipped, {99999, 99999});
+    status->setText(QString::fromStdWString(longest));
+    EXPECT_LE(status->sizeHint().width(), status->width()) << label;
+    status->setText(before);
     for (QWidget* control : view->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
         if (qobject_cast<QLabel*>(control) || qobject_cast<QCheckBox*>(control) ||
             qobject_cast<QRadioButton*>(control)) {
