@@ -12,6 +12,7 @@
 #include "batch/Setting.h"
 #include "foundation/Msg.h"
 #include "foundation/ResString.h"
+#include "image/VipsStart.h"
 #include "resources/StringIds.h"
 #include "ui/ControlText.h"
 #include "ui/MainView.h"
@@ -127,6 +128,8 @@ void CCommandTimer::FinishBatch(u32 messageId) {
     if (cutShort)
         batch.Stop();
     batch.Wait();
+    // The window stays open after its batch: the buffers kept for the next file go back.
+    ReleaseFreedMemory();
 
     std::wstring status;
     if (!cutShort && !batch.StopRequested() && view->skippedFiles > 0)

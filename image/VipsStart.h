@@ -6,8 +6,12 @@
 // among them (SVG and the like) blocked; the HEIF/AVIF module is loaded when bytes first come
 // that no built-in loader claims (CLoader::For, image/Loaders.h), and no other module ever is.
 // Later calls only report whether the start worked. Sets the allocator to one arena for the whole
-// process, so the first call should come before other threads allocate. Any thread.
+// process, which keeps freed buffers of up to 64 MiB for reuse, so the first call should come
+// before other threads allocate. Any thread.
 bool EnsureVipsStarted();
+// Gives the memory that the heap keeps for the next file (EnsureVipsStarted) back to the system:
+// for a process that stays after its batch. Any thread.
+void ReleaseFreedMemory();
 // Shuts libvips down at the end of the program, after the last image operation. The main thread.
 void StopVips();
 // Loads libvips' HEIF/AVIF module (its loader and its encoder) once, when it is not loaded yet; it
