@@ -132,13 +132,13 @@ void CCommandTimer::FinishBatch(u32 messageId) {
     ReleaseFreedMemory();
 
     std::wstring status;
-    if (!cutShort && !batch.StopRequested() && view->skippedFiles > 0)
+    if (cutShort || batch.StopRequested())
+        LoadResString(status, strid::kBatchStopped, true);
+    else if (view->skippedFiles > 0)
         FormatResString(status, strid::kBatchAllDoneSkipped,
                         {batch.FileCount(), view->skippedFiles});
-    else if (!cutShort && !batch.StopRequested())
-        FormatResString(status, strid::kBatchAllDone, {batch.FileCount()});
     else
-        LoadResString(status, strid::kBatchStopped, true);
+        FormatResString(status, strid::kBatchAllDone, {batch.FileCount()});
     SetStatus(*view, status);
     view->UpdateControlStates(false);
 

@@ -112,9 +112,9 @@ public:
     // (VipsPipelineThreads, divided among the workers, and given back at the end of the run). A
     // file that ran out of memory beside others is converted once more alone, once those have
     // finished, before its failure counts. When no worker can start, this thread converts each
-    // file itself. Returns once every worker has
-    // ended: kAllDone, kStopped, kFailed, or kWorkerEnded when a failure thrown out of a task
-    // ended its worker (ThrownFailure::kEndsWorker).
+    // file itself. Returns once every worker has ended: kAllDone, kStopped, kFailed, or
+    // kWorkerEnded when a failure thrown out of a task ended its worker
+    // (ThrownFailure::kEndsWorker).
     BatchEnd RunInOrder(std::vector<TaskPtr> tasks, const BatchRunOptions& options,
                         CBatchRunClient& client);
     // Makes RunInOrder ask its client's StopAsked again (from a signal's thread). Any thread that

@@ -132,7 +132,7 @@ CDecodeCost EstimateDecodeCost(const char* loader, const u8* data, size_t size, 
     cost.memory = width * std::min(height, kRowsInFlight) * (decodedPixel + kStepBytesPerPixel);
     if (!loader && !bmpRows)
         cost.memory += pixels * kBmpBytesPerPixel;
-    else if (Is(loader, "jpegload_buffer"))
+    else if (CLoader::IsJpeg(loader))
         cost.memory += JpegCoefficientBytes(data, size, scans);
     else if (Is(loader, "pngload_buffer") && IsInterlacedPng(data, size))
         cost.memory += pixels * decodedPixel;
@@ -207,9 +207,7 @@ HResult EstimateDecodeCostOf(const u8* data, size_t size, const CDecodeLimits& l
         vips_error_clear();
         return hr::kNotImpl;
     }
-    const u32 scans = std::strcmp(loader, "jpegload_buffer") == 0
-                          ? CountJpegScans(data, size, limits.maxScans)
-                          : 0;
+    const u32 scans = CLoader::IsJpeg(loader) ? CountJpegScans(data, size, limits.maxScans) : 0;
     declared = Size{image->Xsize, image->Ysize};
     cost = EstimateDecodeCost(loader, data, size, declared, image->Bands,
                               static_cast<int>(vips_format_sizeof(image->BandFmt)), scans);

@@ -87,7 +87,7 @@ struct CDecodeStream::Impl {
     int reduction = 1;
 
     // The libvips loader is the JPEG one, whose decoder can reduce while it decodes.
-    bool Jpeg() const { return loader && std::strcmp(loader, "jpegload_buffer") == 0; }
+    bool Jpeg() const { return CLoader::IsJpeg(loader); }
 };
 
 CDecodeStream::CDecodeStream() : impl_(new Impl) {}
@@ -126,8 +126,7 @@ HResult CDecodeStream::Open(const u8* data, size_t size, const CDecodeLimits& li
         return hr::kNotImpl;
     }
     // Every scan of a progressive JPEG is a pass over the whole image, even an empty one.
-    const bool jpeg = std::strcmp(loader, "jpegload_buffer") == 0;
-    const u32 scans = jpeg ? CountJpegScans(data, size, limits.maxScans) : 0;
+    const u32 scans = CLoader::IsJpeg(loader) ? CountJpegScans(data, size, limits.maxScans) : 0;
     if (scans > limits.maxScans)
         return hr::kTooManyScans;
     Size early;

@@ -39,6 +39,10 @@ const char* CLoader::For(const u8* data, size_t size) {
     return nullptr;
 }
 
+bool CLoader::IsJpeg(const char* loader) {
+    return loader && std::strcmp(loader, "jpegload_buffer") == 0;
+}
+
 bool CLoader::IsOutOfMemoryText(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });

@@ -25,6 +25,9 @@ public:
     // nickname here. A buffer that no loader claims may be HEIF or AVIF: then the HEIF module is
     // loaded and asked too. After EnsureVipsStarted.
     static const char* For(const u8* data, size_t size);
+    // Whether `loader` (a name that For gave, or null) is the JPEG loader: the one whose decoder
+    // can reduce while it decodes, and whose scans and profile segments are read from the bytes.
+    static bool IsJpeg(const char* loader);
 
     // Whether a failure reported by libvips or one of the libraries under it was a failed
     // allocation. They report it only as text: libvips' own "out of memory", libpng's

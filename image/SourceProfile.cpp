@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "image/Loaders.h"
+
 namespace {
 
 constexpr u8 kIccSignature[] = {'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0};
@@ -78,7 +80,7 @@ std::vector<u8> JpegIccProfile(const u8* data, size_t size) {
 
 std::vector<u8> EmbeddedIccProfile(const vips::VImage& decoded, const char* loader, const u8* data,
                                    size_t size) {
-    if (loader && std::strcmp(loader, "jpegload_buffer") == 0)
+    if (CLoader::IsJpeg(loader))
         return JpegIccProfile(data, size);
     VipsImage* image = decoded.get_image();
     const void* blob = nullptr;
